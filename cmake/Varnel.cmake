@@ -1,0 +1,42 @@
+# Targets of the house: one library per folder, one test program per folder of tests.
+
+# Flags of our own code; third-party headers come by SYSTEM include and stay out of them.
+add_library(varnel_flags INTERFACE)
+target_compile_options(varnel_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Werror)
+target_include_directories(varnel_flags INTERFACE ${PROJECT_SOURCE_DIR})
+if(VARNEL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+find_program(VARNEL_CCACHE ccache)
+if(VARNEL_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${VARNEL_CCACHE})
+endif()
+
+# varnel_library(NAME [DEPENDS target...]): all *.cpp of this folder as the static library NAME.
+function(varnel_library name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(sources)
+    add_library(${name} STATIC ${sources})
+    target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE varnel_flags)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE ${ARG_DEPENDS})
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+  endif()
+endfunction()
+
+# varnel_test(NAME DEPENDS target...): all *_test.cpp of this folder as one test program.
+function(varnel_test name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+  if(sources)
+    add_executable(${name} ${sources})
+    target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gmock GTest::gtest GTest::gtest_main varnel_flags)
+    target_compile_definitions(${name} PRIVATE VARNEL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+  endif()
+endfunction()
