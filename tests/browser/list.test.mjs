@@ -85,8 +85,7 @@ async function assertPage(order, number) {
 }
 
 async function click(selector) {
-  await page.click(selector);
-  await page.waitForLoadState("load");
+  await Promise.all([page.waitForNavigation(), page.click(selector)]);
 }
 
 function head(title) {
