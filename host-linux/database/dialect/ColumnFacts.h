@@ -18,8 +18,8 @@ struct ColumnFact {
 // How values of a column are stored and compared.
 enum class ColumnKind { Unknown, Integer, Real, Numeric, Text, Date, DateOnly, Boolean, Blob };
 
-// The kind of a declared type: DATETIME and TIMESTAMP are Date, DATE is DateOnly, BIT and BOOLEAN are Boolean;
-// else by the engine's affinity rules. Letters in any case; an empty type is Unknown.
+// The kind of a declared type: DATETIME and TIMESTAMP are Date, DATE is DateOnly, BIT and BOOLEAN are
+// Boolean; else by the engine's affinity rules. Letters in any case; an empty type is Unknown.
 ColumnKind KindOfDeclaredType(std::u16string_view declaredType);
 
 class IColumnFacts {

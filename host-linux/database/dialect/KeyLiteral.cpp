@@ -37,8 +37,10 @@ class NumeralReader {
   explicit NumeralReader(std::u16string_view text) : m_text(text) {}
 
   std::optional<Numeral> Read() {
-    if (Take(u'-')) m_result.negative = true;
-    else Take(u'+');
+    if (Take(u'-'))
+      m_result.negative = true;
+    else
+      Take(u'+');
     bool any = false;
     for (; IsDigit(Peek()); any = true) Digit(false);
     if (Take(u'.')) {
@@ -135,7 +137,8 @@ KeyComparison CompareNumber(const std::u16string& operand, const std::u16string&
 }
 
 // A DATE column holds midnight with or without the time, so both texts count as the same day.
-KeyComparison CompareDay(const std::u16string& operand, const std::u16string& op, const std::u16string& stored) {
+KeyComparison CompareDay(const std::u16string& operand, const std::u16string& op,
+                         const std::u16string& stored) {
   const std::u16string day = stored.substr(0, 10);
   if (op == u">" || op == u"<=") return {false, TextLiteral(stored)};
   if (op == u"<" || op == u">=") return {false, TextLiteral(day)};
@@ -160,8 +163,8 @@ std::optional<KeyComparison> CompareBoolean(std::u16string_view value) {
 }
 
 // An expression or untyped column: what the value turns out to be decides.
-KeyComparison CompareUnknown(const std::u16string& operand, const std::u16string& op, std::u16string_view value,
-                             const NumeralBounds& bounds) {
+KeyComparison CompareUnknown(const std::u16string& operand, const std::u16string& op,
+                             std::u16string_view value, const NumeralBounds& bounds) {
   const KeyComparison number = CompareNumber(operand, op, bounds);
   const std::u16string head = operand + u" " + op + u" ";
   return {true, u"(CASE typeof(" + operand + u") WHEN 'text' THEN " + head + TextLiteral(value) + u" ELSE " +
@@ -208,7 +211,8 @@ std::optional<KeyComparison> CompareWithText(ColumnKind kind, const std::u16stri
   }
   const std::optional<NumeralBounds> bounds = BoundsOfNumeral(value);
   if (!bounds) return std::nullopt;
-  if (kind == ColumnKind::Unknown || kind == ColumnKind::Blob) return CompareUnknown(operand, op, value, *bounds);
+  if (kind == ColumnKind::Unknown || kind == ColumnKind::Blob)
+    return CompareUnknown(operand, op, value, *bounds);
   if (kind != ColumnKind::Real && bounds->isInteger) return KeyComparison{false, std::u16string(Trim(value))};
   return CompareNumber(operand, op, *bounds);
 }

@@ -10,15 +10,17 @@ constexpr size_t kNone = static_cast<size_t>(-1);
 
 template <size_t N>
 bool IsAnyWord(const SqlToken& token, const std::array<std::u16string_view, N>& words) {
-  return std::any_of(words.begin(), words.end(), [&](std::u16string_view word) { return IsWord(token, word); });
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::u16string_view word) { return IsWord(token, word); });
 }
 
 // Words that are no operand and stand in front of one.
 bool IsKeyword(const SqlToken& token) {
   static constexpr std::array<std::u16string_view, 28> kWords = {
-      u"AND",  u"OR",      u"NOT",   u"WHERE",  u"ON",       u"HAVING", u"WHEN",  u"THEN",    u"ELSE", u"SELECT",
-      u"FROM", u"BETWEEN", u"LIKE",  u"IN",     u"IS",       u"BY",     u"CASE",  u"REGEXP",  u"SET",  u"ALL",
-      u"ANY",  u"SOME",    u"AS",    u"EXISTS", u"DISTINCT", u"ESCAPE", u"USING", u"COLLATE"};
+      u"AND",  u"OR",   u"NOT",    u"WHERE",    u"ON",      u"HAVING", u"WHEN",
+      u"THEN", u"ELSE", u"SELECT", u"FROM",     u"BETWEEN", u"LIKE",   u"IN",
+      u"IS",   u"BY",   u"CASE",   u"REGEXP",   u"SET",     u"ALL",    u"ANY",
+      u"SOME", u"AS",   u"EXISTS", u"DISTINCT", u"ESCAPE",  u"USING",  u"COLLATE"};
   return IsAnyWord(token, kWords);
 }
 
@@ -49,11 +51,16 @@ class Finder {
     const size_t last = end - 1;
     switch (m_tokens[last].kind) {
       case SqlTokenKind::Number:
-      case SqlTokenKind::Text: return last;
-      case SqlTokenKind::Close: return Group(last);
-      case SqlTokenKind::QuotedName: return Name(last);
-      case SqlTokenKind::Word: return Word(last);
-      default: return kNone;
+      case SqlTokenKind::Text:
+        return last;
+      case SqlTokenKind::Close:
+        return Group(last);
+      case SqlTokenKind::QuotedName:
+        return Name(last);
+      case SqlTokenKind::Word:
+        return Word(last);
+      default:
+        return kNone;
     }
   }
 
@@ -75,7 +82,8 @@ class Finder {
   // Names with their qualifiers.
   size_t Name(size_t last) const {
     size_t begin = last;
-    while (begin >= 2 && m_tokens[begin - 1].kind == SqlTokenKind::Dot && IsNamePart(m_tokens[begin - 2])) begin -= 2;
+    while (begin >= 2 && m_tokens[begin - 1].kind == SqlTokenKind::Dot && IsNamePart(m_tokens[begin - 2]))
+      begin -= 2;
     return begin;
   }
 
@@ -101,7 +109,8 @@ class Finder {
 bool IsComparison(const SqlToken& token) {
   static constexpr std::array<std::u16string_view, 8> kSigns = {u"=", u"==", u"<>", u"!=",
                                                                 u"<", u"<=", u">",  u">="};
-  return token.kind == SqlTokenKind::Operator && std::find(kSigns.begin(), kSigns.end(), token.text) != kSigns.end();
+  return token.kind == SqlTokenKind::Operator &&
+         std::find(kSigns.begin(), kSigns.end(), token.text) != kSigns.end();
 }
 
 bool EndsOperand(const SqlToken& token) { return !IsArithmetic(token) && !IsWord(token, u"COLLATE"); }

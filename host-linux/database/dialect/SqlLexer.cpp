@@ -30,7 +30,9 @@ class Lexer {
   }
 
  private:
-  char16_t Peek(size_t ahead = 0) const { return m_pos + ahead < m_sql.size() ? m_sql[m_pos + ahead] : u'\0'; }
+  char16_t Peek(size_t ahead = 0) const {
+    return m_pos + ahead < m_sql.size() ? m_sql[m_pos + ahead] : u'\0';
+  }
   bool AtEnd() const { return m_pos >= m_sql.size(); }
 
   SqlToken Next() {
@@ -126,11 +128,16 @@ class Lexer {
       return m_pos += 2, SqlTokenKind::Operator;
     }
     switch (m_sql[m_pos++]) {
-      case u'(': return SqlTokenKind::Open;
-      case u')': return SqlTokenKind::Close;
-      case u',': return SqlTokenKind::Comma;
-      case u'.': return SqlTokenKind::Dot;
-      case u';': return SqlTokenKind::Semicolon;
+      case u'(':
+        return SqlTokenKind::Open;
+      case u')':
+        return SqlTokenKind::Close;
+      case u',':
+        return SqlTokenKind::Comma;
+      case u'.':
+        return SqlTokenKind::Dot;
+      case u';':
+        return SqlTokenKind::Semicolon;
       case u'=':
       case u'<':
       case u'>':
@@ -141,8 +148,10 @@ class Lexer {
       case u'%':
       case u'&':
       case u'|':
-      case u'~': return SqlTokenKind::Operator;
-      default: return SqlTokenKind::Other;
+      case u'~':
+        return SqlTokenKind::Operator;
+      default:
+        return SqlTokenKind::Other;
     }
   }
 

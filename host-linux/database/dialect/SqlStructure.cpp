@@ -6,16 +6,16 @@ namespace {
 // What stands between two parentheses, or the whole statement.
 struct Frame {
   size_t open = SqlStructure::kNone;
-  int scope = -1;        // the SELECT being read
-  int outer = -1;        // the scope around the frame
+  int scope = -1;  // the SELECT being read
+  int outer = -1;  // the scope around the frame
   SqlClause outerClause = SqlClause::List;
   SqlClause clause = SqlClause::List;
   int compound = -1;
-  bool atBranch = true;     // a branch may begin here
-  bool isBranch = false;    // the frame itself stands where a branch may
-  int query = -1;           // the last scope that stood directly in it
+  bool atBranch = true;   // a branch may begin here
+  bool isBranch = false;  // the frame itself stands where a branch may
+  int query = -1;         // the last scope that stood directly in it
   bool hasQuery = false;
-  SqlBranch group;          // a finished group that may become a branch
+  SqlBranch group;  // a finished group that may become a branch
   bool hasGroup = false;
 };
 
@@ -43,15 +43,20 @@ class Reader {
 
   void Read(size_t i) {
     switch (m_tokens[i].kind) {
-      case SqlTokenKind::Comment: return Mark(i);
-      case SqlTokenKind::Open: return Mark(i), Push(i);
-      case SqlTokenKind::Close: return Close(i);
-      case SqlTokenKind::Word: return Word(i);
+      case SqlTokenKind::Comment:
+        return Mark(i);
+      case SqlTokenKind::Open:
+        return Mark(i), Push(i);
+      case SqlTokenKind::Close:
+        return Close(i);
+      case SqlTokenKind::Word:
+        return Word(i);
       case SqlTokenKind::Semicolon:
       case SqlTokenKind::End:
         while (m_frames.size() > 1) Pop(i);
         return EndStatement(i);
-      default: Mark(i), Top().atBranch = false;
+      default:
+        Mark(i), Top().atBranch = false;
     }
   }
 

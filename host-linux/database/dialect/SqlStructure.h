@@ -26,9 +26,9 @@ constexpr size_t kSqlClauses = 8;
 // One SELECT (or the DELETE or UPDATE that the statement is) with the names it sees.
 struct SqlScope {
   SqlVerb verb = SqlVerb::Select;
-  size_t begin = 0;  // the verb
-  size_t end = 0;    // behind the last token
-  int parent = -1;   // the scope around it, whose names it sees too
+  size_t begin = 0;       // the verb
+  size_t end = 0;         // behind the last token
+  int parent = -1;        // the scope around it, whose names it sees too
   bool isBranch = false;  // stands bare, without parentheses, beside a UNION, EXCEPT or INTERSECT
   std::array<SqlSpan, kSqlClauses> clauses{};
 
@@ -53,10 +53,10 @@ struct SqlStructure {
 
   std::vector<SqlScope> scopes;
   std::vector<SqlCompound> compounds;
-  std::vector<int> scopeOf;        // token to its innermost scope, -1 for none
+  std::vector<int> scopeOf;         // token to its innermost scope, -1 for none
   std::vector<SqlClause> clauseOf;  // token to the clause of that scope
-  std::vector<size_t> partner;     // parenthesis to its partner, kNone without one
-  size_t withEnd = 0;              // behind a WITH clause in front of the statement
+  std::vector<size_t> partner;      // parenthesis to its partner, kNone without one
+  size_t withEnd = 0;               // behind a WITH clause in front of the statement
 };
 
 SqlStructure ReadStructure(const std::vector<SqlToken>& tokens);

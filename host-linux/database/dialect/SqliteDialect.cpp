@@ -62,8 +62,10 @@ void RewriteLike(Tokens& tokens, size_t like) {
   }
   const std::optional<std::u16string> escaped = PatternWithEscapes(value);
   pattern.text = TextLiteral(escaped.value_or(value));
-  if (escaped) pattern.text += u" ESCAPE '\\'";
-  else tokens[like].text = u"REGEXP";
+  if (escaped)
+    pattern.text += u" ESCAPE '\\'";
+  else
+    tokens[like].text = u"REGEXP";
 }
 
 void RewriteLikes(Tokens& tokens) {
@@ -119,7 +121,8 @@ std::optional<OrderTerm> ReadOrderTerm(const Tokens& tokens, size_t& i, size_t e
   if (!IsName(tokens[i])) return std::nullopt;
   while (i + 2 < end && tokens[i + 1].kind == SqlTokenKind::Dot && IsName(tokens[i + 2])) i += 2;
   term.name = i++;
-  if (i < end && (IsWord(tokens[i], u"ASC") || IsWord(tokens[i], u"DESC"))) term.direction = u" " + tokens[i++].text;
+  if (i < end && (IsWord(tokens[i], u"ASC") || IsWord(tokens[i], u"DESC")))
+    term.direction = u" " + tokens[i++].text;
   return term;
 }
 
@@ -137,10 +140,14 @@ std::optional<std::vector<OrderTerm>> ReadOrder(const Tokens& tokens, const SqlS
 class Rewriter {
  public:
   Rewriter(Tokens& tokens, IColumnFacts& facts)
-      : m_tokens(tokens), m_facts(facts), m_structure(ReadStructure(tokens)), m_limits(m_structure.scopes.size()) {}
+      : m_tokens(tokens),
+        m_facts(facts),
+        m_structure(ReadStructure(tokens)),
+        m_limits(m_structure.scopes.size()) {}
 
   void Run() {
-    for (size_t i = 0; i < m_structure.scopes.size(); ++i) m_limits[i] = TakeTop(m_tokens, m_structure.scopes[i]);
+    for (size_t i = 0; i < m_structure.scopes.size(); ++i)
+      m_limits[i] = TakeTop(m_tokens, m_structure.scopes[i]);
     for (const SqlCompound& compound : m_structure.compounds) RewriteCompound(compound);
     for (size_t i = 0; i < m_structure.scopes.size(); ++i) PlaceLimit(i);
     for (const SqlCompound& compound : m_structure.compounds) WrapBranches(compound);
