@@ -22,7 +22,7 @@ ColumnKind KindOfDeclaredType(std::u16string_view declaredType) {
   if (word == u"BIT" || word == u"BOOLEAN" || word == u"BOOL") return ColumnKind::Boolean;
   if (has(u"INT")) return ColumnKind::Integer;
   if (has(u"CHAR") || has(u"CLOB") || has(u"TEXT")) return ColumnKind::Text;
-  if (has(u"BLOB")) return ColumnKind::Blob;
+  if (has(u"BLOB") || word == u"BINARY" || word == u"VARBINARY" || word == u"IMAGE") return ColumnKind::Blob;
   if (has(u"REAL") || has(u"FLOA") || has(u"DOUB")) return ColumnKind::Real;
   return ColumnKind::Numeric;
 }
