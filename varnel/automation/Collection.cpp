@@ -1,0 +1,75 @@
+#include "varnel/automation/Collection.h"
+
+#include "varnel/automation/Members.h"
+
+namespace varnel {
+
+const ClassInfo& Collection::Class() const {
+  static const ClassInfo info{u"Collection",
+                              {
+                                  Method<&Collection::Add>(u"Add", {Missing()}),
+                                  ReadOnly<&Collection::Item>(u"Item").AsDefault(),
+                                  ReadOnly<&Collection::Count>(u"Count"),
+                                  Method<&Collection::Remove>(u"Remove"),
+                              }};
+  return info;
+}
+
+namespace {
+
+class CollectionWalk : public Enumeration {
+ public:
+  explicit CollectionWalk(std::shared_ptr<Collection> collection) : m_collection(std::move(collection)) {}
+
+  bool Next(Variant& value) override {
+    if (m_position >= m_collection->Count()) return false;
+    value = m_collection->Item(++m_position);
+    return true;
+  }
+
+ private:
+  std::shared_ptr<Collection> m_collection;
+  Long m_position = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Enumeration> Collection::Enumerate() {
+  return std::make_unique<CollectionWalk>(SharedFrom(*this));
+}
+
+void Collection::Add(const Variant& item, const Variant& key) {
+  Entry entry{item, std::nullopt};
+  if (!key.IsMissing()) {
+    entry.key = ToLower(ToText(key));
+    if (!m_positions.emplace(*entry.key, m_entries.size()).second)
+      RaiseRuntimeError(runtime_error::kKeyTaken);
+  }
+  m_entries.push_back(std::move(entry));
+}
+
+Variant Collection::Item(const Variant& indexOrKey) const { return m_entries[PositionOf(indexOrKey)].item; }
+
+Long Collection::Count() const { return static_cast<Long>(m_entries.size()); }
+
+void Collection::Remove(const Variant& indexOrKey) {
+  m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(PositionOf(indexOrKey)));
+  m_positions.clear();
+  for (std::size_t i = 0; i < m_entries.size(); ++i) {
+    if (m_entries[i].key) m_positions.emplace(*m_entries[i].key, i);
+  }
+}
+
+std::size_t Collection::PositionOf(const Variant& indexOrKey) const {
+  if (const String* key = indexOrKey.As<String>()) {
+    const auto found = m_positions.find(ToLower(*key));
+    if (found == m_positions.end())
+      RaiseRuntimeError(runtime_error::kInvalidArgument, u"the collection has no such key");
+    return found->second;
+  }
+  const Long position = ToLong(indexOrKey);
+  if (position < 1 || position > Count()) RaiseRuntimeError(runtime_error::kSubscript);
+  return static_cast<std::size_t>(position - 1);
+}
+
+}  // namespace varnel

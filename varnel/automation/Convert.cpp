@@ -1,0 +1,146 @@
+#include "varnel/automation/Convert.h"
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "varnel/automation/Error.h"
+#include "varnel/automation/LocaleFacts.h"
+
+namespace varnel {
+
+namespace {
+
+[[noreturn]] void RaiseMismatch() { RaiseRuntimeError(runtime_error::kTypeMismatch); }
+
+// The value that stands for an object where a plain one is needed.
+Variant DefaultValueOf(const ObjectPtr& object) {
+  if (object == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
+  const Member* member = object->Class().Default();
+  if (member == nullptr) RaiseMismatch();
+  return object->CallDefault({});
+}
+
+// A number rounded to the nearest whole one, a half to the even neighbour, within the range of T.
+template <typename T>
+T RoundTo(double value) {
+  const double rounded = std::nearbyint(value);
+  if (!(rounded >= std::numeric_limits<T>::min() && rounded <= std::numeric_limits<T>::max())) {
+    RaiseRuntimeError(runtime_error::kOverflow);
+  }
+  return static_cast<T>(rounded);
+}
+
+template <typename T>
+T ToWhole(const Variant& value) {
+  if (const T* same = value.As<T>()) return *same;
+  return RoundTo<T>(ToDouble(value));
+}
+
+}  // namespace
+
+Integer ToInteger(const Variant& value) { return ToWhole<Integer>(value); }
+Long ToLong(const Variant& value) { return ToWhole<Long>(value); }
+Byte ToByte(const Variant& value) { return ToWhole<Byte>(value); }
+Long RoundToLong(double value) { return RoundTo<Long>(value); }
+
+double ToDouble(const Variant& value) {
+  return std::visit(
+      [](const auto& held) -> double {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, bool>) {
+          return held ? -1 : 0;
+        } else if constexpr (std::is_arithmetic_v<T>) {
+          return held;
+        } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
+          return 0;
+        } else if constexpr (std::is_same_v<T, Null>) {
+          RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
+        } else if constexpr (std::is_same_v<T, Date>) {
+          return held.days;
+        } else if constexpr (std::is_same_v<T, String>) {
+          return ParseNumber(held);
+        } else if constexpr (std::is_same_v<T, ObjectPtr>) {
+          return ToDouble(DefaultValueOf(held));
+        } else {
+          RaiseMismatch();
+        }
+      },
+      value.Get());
+}
+
+bool ToBoolean(const Variant& value) {
+  if (const bool* same = value.As<bool>()) return *same;
+  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToBoolean(DefaultValueOf(*object));
+  if (const String* text = value.As<String>()) {
+    if (EqualsNoCase(Trim(*text), u"True")) return true;
+    if (EqualsNoCase(Trim(*text), u"False")) return false;
+  }
+  return ToDouble(value) != 0;
+}
+
+Date ToDate(const Variant& value) {
+  if (const Date* same = value.As<Date>()) return *same;
+  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToDate(DefaultValueOf(*object));
+  if (const String* text = value.As<String>()) return ParseDate(*text);
+  const Date date{ToDouble(value)};
+  SplitDate(date);  // raises if there is no such day
+  return date;
+}
+
+String ToText(const Variant& value) {
+  return std::visit(
+      [](const auto& held) -> String {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, String>) {
+          return held;
+        } else if constexpr (std::is_same_v<T, bool>) {
+          return held ? u"True" : u"False";
+        } else if constexpr (std::is_same_v<T, double>) {
+          return NumberText(held);
+        } else if constexpr (std::is_arithmetic_v<T>) {
+          return DecimalText(held);
+        } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
+          return {};
+        } else if constexpr (std::is_same_v<T, Null>) {
+          RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
+        } else if constexpr (std::is_same_v<T, Date>) {
+          return DateText(held);
+        } else if constexpr (std::is_same_v<T, ObjectPtr>) {
+          return ToText(DefaultValueOf(held));
+        } else {
+          RaiseMismatch();
+        }
+      },
+      value.Get());
+}
+
+ObjectPtr ToObject(const Variant& value) {
+  if (value.IsNull()) return nullptr;
+  const ObjectPtr* object = value.As<ObjectPtr>();
+  if (object == nullptr) RaiseMismatch();
+  return *object;
+}
+
+String TypeName(const Variant& value) {
+  return std::visit(
+      [](const auto& held) -> String {
+        using T = std::decay_t<decltype(held)>;
+        if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) return u"Empty";
+        if constexpr (std::is_same_v<T, Null>) return u"Null";
+        if constexpr (std::is_same_v<T, bool>) return u"Boolean";
+        if constexpr (std::is_same_v<T, Byte>) return u"Byte";
+        if constexpr (std::is_same_v<T, Integer>) return u"Integer";
+        if constexpr (std::is_same_v<T, Long>) return u"Long";
+        if constexpr (std::is_same_v<T, double>) return u"Double";
+        if constexpr (std::is_same_v<T, Date>) return u"Date";
+        if constexpr (std::is_same_v<T, String>) return u"String";
+        if constexpr (std::is_same_v<T, ArrayPtr>) return u"Variant()";
+        if constexpr (std::is_same_v<T, BytesPtr>) return u"Byte()";
+        if constexpr (std::is_same_v<T, ObjectPtr>)
+          return held == nullptr ? String(u"Nothing") : held->Class().name;
+      },
+      value.Get());
+}
+
+}  // namespace varnel

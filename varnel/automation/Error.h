@@ -1,0 +1,55 @@
+// The one exception of the library, and the record of an error that it carries.
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "varnel/automation/String.h"
+
+namespace varnel {
+
+// The record of an error. A Number of 0 means that there is no error.
+struct ErrInfo {
+  Long Number = 0;
+  String Source;       // what raised it
+  String Description;  // the text
+  String HelpFile;     // passed along unchanged
+  Long HelpContext = 0;
+
+  bool operator==(const ErrInfo&) const = default;
+};
+
+class Error : public std::exception {
+ public:
+  explicit Error(ErrInfo info);
+  const ErrInfo& Info() const { return m_info; }
+  const char* what() const noexcept override { return m_what.c_str(); }
+
+ private:
+  ErrInfo m_info;
+  std::string m_what;
+};
+
+// The run-time errors that scripts know by number.
+namespace runtime_error {
+inline constexpr Long kInvalidArgument = 5;
+inline constexpr Long kOverflow = 6;
+inline constexpr Long kOutOfMemory = 7;
+inline constexpr Long kSubscript = 9;
+inline constexpr Long kDivisionByZero = 11;
+inline constexpr Long kTypeMismatch = 13;
+inline constexpr Long kObjectNotSet = 91;
+inline constexpr Long kInvalidUseOfNull = 94;
+inline constexpr Long kNoSuchMember = 438;
+inline constexpr Long kWrongArgumentCount = 450;
+inline constexpr Long kKeyTaken = 457;
+}  // namespace runtime_error
+
+// Raises run-time error `number` with its own text; `detail`, if there is one, stands behind it after ": ".
+[[noreturn]] void RaiseRuntimeError(Long number, StringView detail = {});
+
+// The error in flight as a record: call it inside a catch clause. Without one the Number is 0; an exception
+// that is not ours becomes number 7 (out of memory) or 5 with its text.
+ErrInfo CurrentError();
+
+}  // namespace varnel

@@ -1,0 +1,212 @@
+// Builds member tables from C++ members: arguments are converted from Variants in order, before the operation
+// runs; a parameter of type `T&` goes by reference, and its result is stored back into the argument.
+//
+//   const ClassInfo& Counter::Class() const {
+//     static const ClassInfo info{u"Counter", {
+//         Method<&Counter::Add>(u"Add", {Long{1}}),   // one optional argument, 1 by default
+//         ReadOnly<&Counter::Count>(u"Count").AsDefault(),
+//     }};
+//     return info;
+//   }
+#pragma once
+
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "varnel/automation/Convert.h"
+#include "varnel/automation/Error.h"
+
+namespace varnel {
+
+namespace members {
+
+template <typename T>
+struct IsSharedPointer : std::false_type {};
+template <typename T>
+struct IsSharedPointer<std::shared_ptr<T>> : std::true_type {};
+
+// A value as an object of one class: null for Nothing, 13 for an object of another class.
+template <typename T>
+std::shared_ptr<T> ToObjectOf(const Variant& value) {
+  const ObjectPtr object = ToObject(value);
+  if (object == nullptr) return nullptr;
+  auto result = std::dynamic_pointer_cast<T>(object);
+  if (result == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch);
+  return result;
+}
+
+template <typename T>
+T ConvertTo(const Variant& value) {
+  if constexpr (std::is_same_v<T, Variant>) {
+    return value;
+  } else if constexpr (std::is_same_v<T, String>) {
+    return ToText(value);
+  } else if constexpr (std::is_same_v<T, Integer>) {
+    return ToInteger(value);
+  } else if constexpr (std::is_same_v<T, Long>) {
+    return ToLong(value);
+  } else if constexpr (std::is_same_v<T, Byte>) {
+    return ToByte(value);
+  } else if constexpr (std::is_same_v<T, double>) {
+    return ToDouble(value);
+  } else if constexpr (std::is_same_v<T, bool>) {
+    return ToBoolean(value);
+  } else if constexpr (std::is_same_v<T, Date>) {
+    return ToDate(value);
+  } else {
+    static_assert(IsSharedPointer<T>::value, "a parameter is a value type of Variant or a shared pointer");
+    return ToObjectOf<typename T::element_type>(value);
+  }
+}
+
+template <typename T>
+struct ByValue {
+  T value;
+  explicit ByValue(Variant& from) : value(ConvertTo<T>(from)) {}
+  T&& Pass() { return std::move(value); }
+  void Store(Variant&) {}
+};
+
+template <typename T>
+struct ByReference {
+  T value;
+  explicit ByReference(Variant& from) : value(ConvertTo<T>(from)) {}
+  T& Pass() { return value; }
+  void Store(Variant& to) { to = Variant(value); }
+};
+
+template <>
+struct ByReference<Variant> {
+  Variant* value;
+  explicit ByReference(Variant& from) : value(&from) {}
+  Variant& Pass() { return *value; }
+  void Store(Variant&) {}
+};
+
+template <typename A>
+inline constexpr bool isByReference =
+    std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
+
+template <typename A>
+using ArgumentOf = std::conditional_t<isByReference<A>, ByReference<std::remove_cvref_t<A>>,
+                                      ByValue<std::remove_cvref_t<A>>>;
+
+template <typename C>
+C& Target(Object& object) {
+  if constexpr (std::is_base_of_v<Object, C>) {
+    return static_cast<C&>(object);
+  } else {
+    return dynamic_cast<C&>(object);
+  }
+}
+
+template <typename F>
+struct Signature;
+
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...)> {
+  using Class = C;
+  static constexpr int count = sizeof...(A);
+
+  template <auto Function>
+  static Variant Call(Object& object, Arguments arguments) {
+    return Apply<Function>(object, arguments, std::index_sequence_for<A...>());
+  }
+
+ private:
+  template <auto Function, std::size_t... I>
+  static Variant Apply(Object& object, [[maybe_unused]] Arguments arguments, std::index_sequence<I...>) {
+    C& target = Target<C>(object);
+    // Braces keep the conversions in the order of the arguments.
+    std::tuple<ArgumentOf<A>...> converted{ArgumentOf<A>(arguments[I])...};
+    if constexpr (std::is_void_v<R>) {
+      (target.*Function)(std::get<I>(converted).Pass()...);
+      (std::get<I>(converted).Store(arguments[I]), ...);
+      return Variant();
+    } else {
+      Variant result((target.*Function)(std::get<I>(converted).Pass()...));
+      (std::get<I>(converted).Store(arguments[I]), ...);
+      return result;
+    }
+  }
+};
+
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...) const> : Signature<R (C::*)(A...)> {};
+
+template <typename F>
+struct FieldOf;
+template <typename C, typename T>
+struct FieldOf<T C::*> {
+  using Class = C;
+  using Type = T;
+};
+
+// A member that can still be marked as the default one.
+struct Builder : Member {
+  Builder AsDefault() && {
+    isDefault = true;
+    return std::move(*this);
+  }
+};
+
+template <auto Field>
+Variant ReadField(Object& object, Arguments) {
+  return Variant(Target<typename FieldOf<decltype(Field)>::Class>(object).*Field);
+}
+
+template <auto Field>
+void WriteField(Object& object, Arguments arguments) {
+  using Traits = FieldOf<decltype(Field)>;
+  Target<typename Traits::Class>(object).*Field = ConvertTo<typename Traits::Type>(arguments.back());
+}
+
+template <auto Setter>
+void CallSetter(Object& object, Arguments arguments) {
+  Signature<decltype(Setter)>::template Call<Setter>(object, arguments);
+}
+
+}  // namespace members
+
+// A method; `defaults` are those of its last parameters, which are thereby optional.
+template <auto Function>
+members::Builder Method(StringView name, std::vector<Variant> defaults = {}) {
+  using S = members::Signature<decltype(Function)>;
+  members::Builder member;
+  member.name = name;
+  member.kind = Member::Kind::Method;
+  member.parameters = S::count;
+  member.defaults = std::move(defaults);
+  member.call = &S::template Call<Function>;
+  return member;
+}
+
+// A property that can only be read. With parameters it is used like a method (`Item(key)`).
+template <auto Getter>
+members::Builder ReadOnly(StringView name, std::vector<Variant> defaults = {}) {
+  members::Builder member = Method<Getter>(name, std::move(defaults));
+  member.kind = Member::Kind::Property;
+  return member;
+}
+
+// A property with a getter without parameters and a setter with one.
+template <auto Getter, auto Setter>
+members::Builder Property(StringView name) {
+  members::Builder member = ReadOnly<Getter>(name);
+  member.put = &members::CallSetter<Setter>;
+  return member;
+}
+
+// A public data member, to read and to write.
+template <auto Field>
+members::Builder DataMember(StringView name) {
+  members::Builder member;
+  member.name = name;
+  member.kind = Member::Kind::Property;
+  member.call = &members::ReadField<Field>;
+  member.put = &members::WriteField<Field>;
+  return member;
+}
+
+}  // namespace varnel

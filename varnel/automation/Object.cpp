@@ -1,0 +1,90 @@
+#include "varnel/automation/Object.h"
+
+#include <algorithm>
+
+#include "varnel/automation/Error.h"
+
+namespace varnel {
+
+const Member* ClassInfo::Find(StringView memberName) const {
+  const auto found = std::find_if(members.begin(), members.end(), [&](const Member& member) {
+    return EqualsNoCase(member.name, memberName);
+  });
+  return found == members.end() ? nullptr : &*found;
+}
+
+const Member* ClassInfo::Default() const {
+  const auto found =
+      std::find_if(members.begin(), members.end(), [](const Member& member) { return member.isDefault; });
+  return found == members.end() ? nullptr : &*found;
+}
+
+namespace {
+
+const Member& MemberOf(const ClassInfo& info, StringView name) {
+  const Member* member = info.Find(name);
+  if (member == nullptr) RaiseRuntimeError(runtime_error::kNoSuchMember, info.name + u"." + String(name));
+  return *member;
+}
+
+void CheckCount(const Member& member, std::size_t count) {
+  const auto given = static_cast<int>(count);
+  if (given < member.Required() || given > member.parameters) {
+    RaiseRuntimeError(runtime_error::kWrongArgumentCount, member.name);
+  }
+}
+
+bool IsComplete(const Member& member, Arguments arguments) {
+  return static_cast<int>(arguments.size()) == member.parameters &&
+         std::none_of(arguments.begin(), arguments.end(),
+                      [](const Variant& given) { return given.IsMissing(); });
+}
+
+// A left-out argument becomes its default, or Empty where there is none.
+Variant Settled(const Member& member, std::size_t position, const Variant& given) {
+  if (!given.IsMissing()) return given;
+  const auto required = static_cast<std::size_t>(member.Required());
+  return position < required ? Variant() : member.defaults[position - required];
+}
+
+}  // namespace
+
+Variant InvokeMember(Object& object, const Member& member, Arguments arguments) {
+  CheckCount(member, arguments.size());
+  if (IsComplete(member, arguments)) return member.call(object, arguments);
+  std::vector<Variant> settled;
+  settled.reserve(static_cast<std::size_t>(member.parameters));
+  for (std::size_t i = 0; i < static_cast<std::size_t>(member.parameters); ++i) {
+    settled.push_back(Settled(member, i, i < arguments.size() ? arguments[i] : Variant(Missing())));
+  }
+  Variant result = member.call(object, settled);
+  std::move(settled.begin(), settled.begin() + static_cast<std::ptrdiff_t>(arguments.size()),
+            arguments.begin());
+  return result;
+}
+
+void PutMember(Object& object, const Member& member, const Variant& value) {
+  if (member.put == nullptr) {
+    RaiseRuntimeError(runtime_error::kNoSuchMember,
+                      object.Class().name + u"." + member.name + u" can only be read");
+  }
+  Variant newValue = value.IsMissing() ? Variant() : value;
+  member.put(object, Arguments(&newValue, 1));
+}
+
+Variant Object::Call(StringView name, Arguments arguments) {
+  return InvokeMember(*this, MemberOf(Class(), name), arguments);
+}
+
+Variant Object::Get(StringView name) { return InvokeMember(*this, MemberOf(Class(), name), {}); }
+
+void Object::Put(StringView name, const Variant& value) { PutMember(*this, MemberOf(Class(), name), value); }
+
+Variant Object::CallDefault(Arguments arguments) {
+  const Member* member = Class().Default();
+  if (member == nullptr)
+    RaiseRuntimeError(runtime_error::kNoSuchMember, Class().name + u" has no default member");
+  return InvokeMember(*this, *member, arguments);
+}
+
+}  // namespace varnel

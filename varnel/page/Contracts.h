@@ -1,0 +1,41 @@
+// What `Page` knows of the components that it makes. Table, DRecordset and DGrid implement these, so that
+// `page` includes none of them.
+#pragma once
+
+#include <memory>
+
+#include "varnel/automation/Object.h"
+#include "varnel/host/Ado.h"
+
+namespace varnel {
+
+class Page;
+
+class ITable {
+ public:
+  virtual ~ITable() = default;
+  // Binds a new table to its page and loads its style.
+  virtual void InitFromPage(const std::shared_ptr<Page>& iPage) = 0;
+  // The finished HTML of the table.
+  virtual String GetHTML() = 0;
+};
+
+class IDRecordset {
+ public:
+  virtual ~IDRecordset() = default;
+  // `iRecordsetID` counts the recordsets of the page from 1; its character names the recordset ("R_1").
+  virtual void Initialize(const std::shared_ptr<Page>& iPage, Integer iRecordsetID,
+                          const std::shared_ptr<host::IConnection>& iConnection) = 0;
+};
+
+class IDGrid {
+ public:
+  virtual ~IDGrid() = default;
+  // Binds a new grid to what it draws and what it draws into; `iTable` is null for a table of its own.
+  virtual void BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iRecordset,
+                            const String& iTitle, bool iFormBased, const ObjectPtr& iTable) = 0;
+  // The finished HTML of the grid.
+  virtual String GetFinishedHTML() = 0;
+};
+
+}  // namespace varnel
