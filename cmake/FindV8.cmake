@@ -35,4 +35,8 @@ if(V8_FOUND AND NOT TARGET V8::V8)
     IMPORTED_SONAME libnode.so.108
     INTERFACE_INCLUDE_DIRECTORIES ${V8_INCLUDE_DIR}
     INTERFACE_SYSTEM_INCLUDE_DIRECTORIES ${V8_INCLUDE_DIR})
+  # The loader would let libnode use the program's copies of inline library functions (shared_ptr's among
+  # them); built with UBSan, those look for type information that libnode's own objects don't have.
+  set_property(TARGET V8::V8 APPEND PROPERTY
+    INTERFACE_LINK_OPTIONS -Wl,--version-script=${CMAKE_CURRENT_LIST_DIR}/HideSymbols.map)
 endif()

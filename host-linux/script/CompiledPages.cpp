@@ -55,23 +55,23 @@ std::unique_ptr<CompiledPage> CompiledPages::Parse(const std::string& page) cons
   return compiled;
 }
 
-CompiledPage* CompiledPages::Get(v8::Local<v8::Context> context, const std::string& page,
+CompiledPage& CompiledPages::Get(v8::Local<v8::Context> context, const std::string& page,
                                  const std::vector<std::string>& parameters) {
   const auto known = m_pages.find(page);
-  if (known != m_pages.end() && IsCurrent(*known->second)) return known->second.get();
+  if (known != m_pages.end() && IsCurrent(*known->second)) return *known->second;
 
   auto compiled = Parse(page);
   m_failed.reset();
   v8::Local<v8::Function> function;
   if (!CompileBody(context, page, compiled->script.source, parameters).ToLocal(&function)) {
     m_failed = std::move(compiled);
-    return nullptr;
+    throw PendingException();
   }
   compiled->function.Reset(context->GetIsolate(), function);
   auto& place = m_pages[page];
   if (place) m_replaced.push_back(std::move(place));
   place = std::move(compiled);
-  return place.get();
+  return *place;
 }
 
 PagePosition CompiledPages::Locate(const std::string& script, int generated) const {

@@ -17,6 +17,7 @@ struct CompiledPage {
   PageScript script;
   std::vector<std::pair<std::string, FileStamp>> stamps;  // of the page and its includes, as read
   v8::Global<v8::Function> function;
+  v8::Global<v8::Function> writeText;  // writes the page's texts by index
 };
 
 struct PagePosition {
@@ -28,10 +29,9 @@ class CompiledPages {
  public:
   CompiledPages(const PageFiles& files, std::string siteRoot) : m_files(files), m_siteRoot(std::move(siteRoot)) {}
 
-  // The page as it now is on disk, compiled in `context` into a function with `parameters`, which bind the
-  // page's own output functions and then the host's objects. Throws PageError, or leaves the compiler's
-  // exception pending and returns null. The page lives until DropReplaced after it was replaced.
-  CompiledPage* Get(v8::Local<v8::Context> context, const std::string& page,
+  // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
+  // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.
+  CompiledPage& Get(v8::Local<v8::Context> context, const std::string& page,
                     const std::vector<std::string>& parameters);
 
   // Forgets pages that a changed one has taken the place of. Not while a page runs.

@@ -38,8 +38,8 @@ class CountingAllocator final : public v8::ArrayBuffer::Allocator {
 
 }  // namespace
 
-std::shared_ptr<v8::ArrayBuffer::Allocator> MakeCountingAllocator(std::size_t limit) {
-  return std::shared_ptr<v8::ArrayBuffer::Allocator>(new CountingAllocator(limit));
+std::unique_ptr<v8::ArrayBuffer::Allocator> MakeCountingAllocator(std::size_t limit) {
+  return std::make_unique<CountingAllocator>(limit);
 }
 
 }  // namespace hostlinux

@@ -9,6 +9,6 @@
 namespace hostlinux {
 
 // An allocator that hands out at most `limit` bytes at a time; beyond, the script gets a RangeError.
-std::shared_ptr<v8::ArrayBuffer::Allocator> MakeCountingAllocator(std::size_t limit);
+std::unique_ptr<v8::ArrayBuffer::Allocator> MakeCountingAllocator(std::size_t limit);
 
 }  // namespace hostlinux

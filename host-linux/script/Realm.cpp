@@ -67,33 +67,39 @@ for (const name of Object.getOwnPropertyNames(Object.prototype)) makeAssignable(
 for (const thing of collect()) Object.freeze(thing);
 )js";
 
-void Run(v8::Isolate* isolate, v8::Local<v8::Context> context, std::string_view text, const char* name) {
+}  // namespace
+
+v8::Local<v8::Value> RunSetup(v8::Local<v8::Context> context, std::string_view text, const char* scriptName,
+                              const std::vector<std::pair<const char*, v8::Local<v8::Value>>>& arguments) {
+  v8::Isolate* isolate = context->GetIsolate();
   const v8::TryCatch trap(isolate);
-  v8::ScriptOrigin origin(isolate, Name(isolate, name));
+  std::vector<v8::Local<v8::String>> names;
+  std::vector<v8::Local<v8::Value>> values;
+  for (const auto& [name, value] : arguments) {
+    names.push_back(Name(isolate, name));
+    values.push_back(value);
+  }
+  v8::ScriptOrigin origin(isolate, Name(isolate, scriptName));
   v8::ScriptCompiler::Source source(Name(isolate, text), origin);
   v8::Local<v8::Function> function;
+  v8::Local<v8::Value> result;
   const bool done =
-      v8::ScriptCompiler::CompileFunctionInContext(context, &source, 0, nullptr, 0, nullptr).ToLocal(&function) &&
-      !function->Call(context, v8::Undefined(isolate), 0, nullptr).IsEmpty();
-  if (done) return;
+      v8::ScriptCompiler::CompileFunctionInContext(context, &source, names.size(), names.data(), 0, nullptr)
+          .ToLocal(&function) &&
+      function->Call(context, v8::Undefined(isolate), static_cast<int>(values.size()), values.data())
+          .ToLocal(&result);
+  if (done) return result;
   const std::string reason = trap.Message().IsEmpty() ? "" : ToUtf8(isolate, trap.Message()->Get());
   throw std::logic_error("The script engine's realm could not be made: " + reason);
 }
 
-}  // namespace
-
 v8::Local<v8::Context> MakeRealm(v8::Isolate* isolate,
-                                 const std::vector<std::pair<std::string, double>>& constants) {
+                                 const std::function<void(v8::Local<v8::Context>)>& populate) {
   v8::EscapableHandleScope handles(isolate);
   const v8::Local<v8::Context> context = v8::Context::New(isolate);
   const v8::Context::Scope scope(context);
-  for (const auto& [name, value] : constants) {
-    const bool set = context->Global()
-                         ->Set(context, Name(isolate, name), v8::Number::New(isolate, value))
-                         .FromMaybe(false);
-    if (!set) throw std::logic_error("The script engine refused the name " + name);
-  }
-  Run(isolate, context, kSeal, "varnel:seal");
+  populate(context);
+  RunSetup(context, kSeal, "varnel:seal");
   return handles.Escape(context);
 }
 
