@@ -1,0 +1,319 @@
+#include "host-linux/script/ScriptCore.h"
+
+#include <libplatform/libplatform.h>
+#include <pthread.h>
+
+#include <tuple>
+#include <utility>
+
+#include "host-linux/script/CountingAllocator.h"
+#include "host-linux/script/Realm.h"
+#include "host-linux/script/ScriptErrors.h"
+#include "host-linux/script/V8Text.h"
+#include "host-linux/script/Values.h"
+#include "varnel/automation/Error.h"
+
+namespace hostlinux {
+namespace {
+
+// A page that reaches the heap limit is ended, but goes on allocating until the end takes hold. With little
+// room for that the process dies.
+constexpr std::size_t kHeapSlack = std::size_t{2560} * 1024 * 1024;
+
+// Native code called from the deepest script call needs stack of its own.
+constexpr std::size_t kNativeStack = 512 * 1024;
+constexpr std::size_t kScriptStack = 4 * 1024 * 1024;
+
+// The lowest address that a script on this thread may use.
+std::uintptr_t StackLimit() {
+  pthread_attr_t attributes;
+  void* lowest = nullptr;
+  std::size_t size = 0;
+  pthread_getattr_np(pthread_self(), &attributes);
+  pthread_attr_getstack(&attributes, &lowest, &size);
+  pthread_attr_destroy(&attributes);
+  const auto bottom = reinterpret_cast<std::uintptr_t>(lowest);
+  const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+  return std::max(bottom + kNativeStack, here > kScriptStack ? here - kScriptStack : 0);
+}
+
+}  // namespace
+
+ScriptCore::ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options)
+    : m_runtime(runtime), m_options(std::move(options)), m_pages(files, m_options.siteRoot) {
+  m_parameters = {kWriteTextName, kWriteValueName};
+  m_parameters.insert(m_parameters.end(), m_options.intrinsics.begin(), m_options.intrinsics.end());
+  MakeIsolate();
+  const v8::Isolate::Scope isolateScope(m_isolate);
+  const v8::HandleScope handles(m_isolate);
+  m_wrappers = std::make_unique<Wrappers>(*this);
+  m_helpers = std::make_unique<Helpers>(*this);
+  m_context.Reset(m_isolate, MakeRealm(m_isolate, [this](auto context) { PopulateRealm(context); }));
+}
+
+ScriptCore::~ScriptCore() {
+  {
+    const v8::Isolate::Scope isolateScope(m_isolate);
+    const v8::HandleScope handles(m_isolate);
+    m_scriptObjects.ReleaseAll();
+    m_wrappers.reset();
+    m_helpers.reset();
+    m_pages.Clear();
+    m_stop.Reset();
+    m_writeValue.Reset();
+    m_rejections.clear();
+    m_context.Reset();
+  }
+  v8::platform::NotifyIsolateShutdown(&m_runtime.Platform(), m_isolate);
+  m_isolate->Dispose();
+}
+
+void ScriptCore::MakeIsolate() {
+  m_allocator = MakeCountingAllocator(m_options.bufferBytes);
+  v8::Isolate::CreateParams parameters;
+  parameters.array_buffer_allocator_shared = m_allocator;
+  parameters.constraints.ConfigureDefaultsFromHeapSize(0, m_options.heapBytes);
+  parameters.constraints.set_max_young_generation_size_in_bytes(m_options.youngBytes);
+  m_isolate = v8::Isolate::New(parameters);
+  m_isolate->SetData(0, this);
+  m_isolate->SetStackLimit(StackLimit());
+  m_isolate->SetMicrotasksPolicy(v8::MicrotasksPolicy::kExplicit);
+  m_isolate->SetCaptureStackTraceForUncaughtExceptions(true, 10);
+  m_isolate->SetPrepareStackTraceCallback(PrepareStack);
+  m_isolate->SetPromiseRejectCallback(OnRejection);
+  m_isolate->AddNearHeapLimitCallback(NearHeapLimit, this);
+}
+
+void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
+  for (const auto& [name, value] : m_options.constants)
+    Check(context->Global()->DefineOwnProperty(context, Name(m_isolate, name),
+                                               v8::Number::New(m_isolate, value)));
+  m_helpers->AddGlobals(context);
+  m_stop.Reset(m_isolate, RunSetup(context, "return function () { for (let i = 0; i < 1000; ++i); };",
+                                   "varnel:stop")
+                              .As<v8::Function>());
+  const auto writeValue =
+      Take(v8::Function::New(context, WriteValue, {}, 1, v8::ConstructorBehavior::kThrow));
+  Check(writeValue->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
+  m_writeValue.Reset(m_isolate, writeValue);
+}
+
+std::unique_ptr<v8::BackingStore> ScriptCore::NewBuffer(std::size_t size) {
+  void* memory = m_allocator->Allocate(size);
+  if (memory == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kOutOfMemory);
+  const auto free = [](void* data, std::size_t length, void* allocator) {
+    static_cast<v8::ArrayBuffer::Allocator*>(allocator)->Free(data, length);
+  };
+  return v8::ArrayBuffer::NewBackingStore(memory, size, free, m_allocator.get());
+}
+
+// --- Pages
+
+std::optional<ScriptFailure> ScriptCore::Prepare(const std::string& page, PageDirectives& directives) {
+  const v8::Isolate::Scope isolateScope(m_isolate);
+  const v8::HandleScope handles(m_isolate);
+  const v8::Context::Scope scope(Context());
+  const v8::TryCatch trap(m_isolate);
+  try {
+    directives = Compile(Context(), page).script.directives;
+    return std::nullopt;
+  } catch (const PageError& error) {
+    return FailureOf(error);
+  } catch (const PendingException&) {
+    return FailureOf(*this, trap.Exception(), trap.Message());
+  }
+}
+
+CompiledPage& ScriptCore::Compile(v8::Local<v8::Context> context, const std::string& page) {
+  CompiledPage& compiled = m_pages.Get(context, page, m_parameters);
+  if (!compiled.writeText.IsEmpty()) return compiled;
+  const auto writeText = Take(v8::Function::New(context, WriteText, v8::External::New(m_isolate, &compiled), 1,
+                                                v8::ConstructorBehavior::kThrow));
+  Check(writeText->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
+  compiled.writeText.Reset(m_isolate, writeText);
+  return compiled;
+}
+
+v8::Local<v8::Value> ScriptCore::Intrinsic(const std::string& name) {
+  for (const auto& [given, object] : m_request->intrinsics)
+    if (given == name) return ToScript(*this, object);
+  return v8::Undefined(m_isolate);
+}
+
+void ScriptCore::Call(v8::Local<v8::Context> context, CompiledPage& page) {
+  std::vector<v8::Local<v8::Value>> arguments = {page.writeText.Get(m_isolate), m_writeValue.Get(m_isolate)};
+  for (const std::string& name : m_options.intrinsics) arguments.push_back(Intrinsic(name));
+  Take(page.function.Get(m_isolate)->Call(context, v8::Undefined(m_isolate),
+                                          static_cast<int>(arguments.size()), arguments.data()));
+}
+
+void ScriptCore::WriteText(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    const auto& page = *static_cast<const CompiledPage*>(call.Data().As<v8::External>()->Value());
+    const varnel::Long index = call[0]->IsInt32() ? call[0].As<v8::Int32>()->Value() : -1;
+    Of(call.GetIsolate()).m_request->output.WriteText(page.script.texts.at(static_cast<std::size_t>(index)));
+  });
+}
+
+void ScriptCore::WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = Of(call.GetIsolate());
+    core.m_request->output.WriteValue(ToVariant(core, call[0]));
+  });
+}
+
+// --- Requests
+
+PageResult ScriptCore::RunPage(const std::string& page, const Intrinsics& intrinsics, PageOutput& output,
+                               std::chrono::milliseconds timeLimit) {
+  const v8::Isolate::Scope isolateScope(m_isolate);
+  const v8::HandleScope handles(m_isolate);
+  const v8::Context::Scope scope(Context());
+  Request request{intrinsics, output, page, Watchdog::Clock::now(), {}, {}};
+  m_request = &request;
+  Arm(timeLimit);
+  PageResult result = RunGuarded(page);
+  if (result.outcome == PageResult::Outcome::Finished) result = RunMicrotasks();
+  Disarm();
+  result = Settled(std::move(result), page);
+  EndRequest();
+  return result;
+}
+
+PageResult ScriptCore::RunInner(const std::string& page) {
+  const v8::HandleScope handles(m_isolate);
+  return Settled(RunGuarded(page), page);
+}
+
+PageResult ScriptCore::RunGuarded(const std::string& page) {
+  using Outcome = PageResult::Outcome;
+  const v8::TryCatch trap(m_isolate);
+  try {
+    Call(Context(), Compile(Context(), page));
+    return {};
+  } catch (const PageError& error) {
+    return {Outcome::Failed, FailureOf(error)};
+  } catch (const PendingException&) {
+    if (Stopping() || trap.Exception().IsEmpty()) return {};
+    return {Outcome::Failed, FailureOf(*this, trap.Exception(), trap.Message())};
+  }
+}
+
+PageResult ScriptCore::RunMicrotasks() {
+  const v8::TryCatch trap(m_isolate);
+  m_isolate->PerformMicrotaskCheckpoint();
+  return Stopping() ? PageResult() : FirstRejection();
+}
+
+// A promise that failed with nobody listening fails the page, as an exception would.
+PageResult ScriptCore::FirstRejection() {
+  if (m_rejections.empty()) return {};
+  const v8::Local<v8::Value> reason = m_rejections.front().second.Get(m_isolate);
+  return {PageResult::Outcome::Failed,
+          FailureOf(*this, reason, v8::Exception::CreateMessage(m_isolate, reason))};
+}
+
+void ScriptCore::OnRejection(v8::PromiseRejectMessage message) {
+  const v8::Local<v8::Promise> promise = message.GetPromise();
+  v8::Isolate* isolate = promise->GetIsolate();
+  auto& rejections = Of(isolate).m_rejections;
+  if (message.GetEvent() == v8::kPromiseRejectWithNoHandler) {
+    rejections.emplace_back(v8::Global<v8::Promise>(isolate, promise),
+                            v8::Global<v8::Value>(isolate, message.GetValue()));
+  } else if (message.GetEvent() == v8::kPromiseHandlerAddedAfterReject) {
+    std::erase_if(rejections, [&](const auto& entry) { return entry.first == promise; });
+  }
+}
+
+// The outcome with the reason for which the page was stopped, if it was.
+PageResult ScriptCore::Settled(PageResult result, const std::string& page) const {
+  using Outcome = PageResult::Outcome;
+  if (!Stopping()) return result;
+  if (m_outOfMemory) {
+    result.outcome = Outcome::OutOfMemory;
+    result.failure.message = "The page needed more memory than it may use.";
+  } else if (m_timedOut) {
+    result.outcome = Outcome::TimedOut;
+    result.failure.message = "The page ran longer than it may.";
+  } else {
+    return {Outcome::Ended, {}};
+  }
+  result.failure.description = result.failure.message;
+  result.failure.file = page;
+  result.failure.number = kUncaughtNumber;
+  result.failure.source = "Script";
+  return result;
+}
+
+// --- Limits
+
+void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
+  const auto limit = m_request->start + timeLimit;
+  m_request->limit = m_runtime.Dog().Arm(limit, [this] {
+    m_timedOut = true;
+    m_isolate->TerminateExecution();
+  });
+  const auto& settings = m_runtime.Settings();
+  if (!settings.onStuck) return;
+  m_request->stuck = m_runtime.Dog().Arm(
+      limit + settings.stuckAfter, [&settings, page = m_request->page] { settings.onStuck(page); });
+}
+
+void ScriptCore::Disarm() {
+  m_runtime.Dog().Disarm(m_request->limit);
+  m_runtime.Dog().Disarm(m_request->stuck);
+}
+
+void ScriptCore::SetTimeLimit(std::chrono::milliseconds timeLimit) {
+  if (m_request == nullptr) return;
+  Disarm();
+  Arm(timeLimit);
+}
+
+// The engine looks for a termination at calls and loops of the script only.
+void ScriptCore::StopNow() {
+  const v8::HandleScope handles(m_isolate);
+  m_isolate->TerminateExecution();
+  std::ignore = m_stop.Get(m_isolate)->Call(Context(), v8::Undefined(m_isolate), 0, nullptr);
+}
+
+std::size_t ScriptCore::NearHeapLimit(void* data, std::size_t current, std::size_t) {
+  ScriptCore& core = *static_cast<ScriptCore*>(data);
+  if (!core.m_outOfMemory) core.m_heapLimit = current;
+  core.m_outOfMemory = true;
+  core.m_isolate->TerminateExecution();
+  return current + kHeapSlack;
+}
+
+void ScriptCore::EndRequest() {
+  DropMicrotasks();
+  m_rejections.clear();
+  m_wrappers->ReleaseAll();
+  m_scriptObjects.ReleaseAll();
+  m_request = nullptr;
+  m_pages.DropReplaced();
+  if (m_outOfMemory) RecoverHeap();
+  m_isolate->CancelTerminateExecution();
+  m_ended = false;
+  m_timedOut = false;
+  m_outOfMemory = false;
+  while (v8::platform::PumpMessageLoop(&m_runtime.Platform(), m_isolate)) {
+  }
+}
+
+// What is still queued belongs to this request. A queue that is run while it is being terminated is emptied.
+void ScriptCore::DropMicrotasks() {
+  const v8::TryCatch trap(m_isolate);
+  m_ended = true;
+  m_isolate->TerminateExecution();
+  m_isolate->PerformMicrotaskCheckpoint();
+  m_isolate->CancelTerminateExecution();
+}
+
+void ScriptCore::RecoverHeap() {
+  m_isolate->LowMemoryNotification();
+  m_isolate->RemoveNearHeapLimitCallback(NearHeapLimit, m_heapLimit);
+  m_isolate->AddNearHeapLimitCallback(NearHeapLimit, this);
+}
+
+}  // namespace hostlinux

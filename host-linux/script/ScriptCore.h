@@ -1,0 +1,99 @@
+// The engine as its own files see it: the isolate, the realm, and what belongs to the running request.
+#pragma once
+
+#include <v8.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host-linux/script/CompiledPages.h"
+#include "host-linux/script/Helpers.h"
+#include "host-linux/script/ScriptEngine.h"
+#include "host-linux/script/ScriptObject.h"
+#include "host-linux/script/Wrappers.h"
+
+namespace hostlinux {
+
+class ScriptCore {
+ public:
+  ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options);
+  ~ScriptCore();
+  ScriptCore(const ScriptCore&) = delete;
+  ScriptCore& operator=(const ScriptCore&) = delete;
+
+  static ScriptCore& Of(v8::Isolate* isolate) { return *static_cast<ScriptCore*>(isolate->GetData(0)); }
+
+  std::optional<ScriptFailure> Prepare(const std::string& page, PageDirectives& directives);
+  PageResult RunPage(const std::string& page, const Intrinsics& intrinsics, PageOutput& output,
+                     std::chrono::milliseconds timeLimit);
+  PageResult RunInner(const std::string& page);
+  void SetTimeLimit(std::chrono::milliseconds timeLimit);
+  void EndPage() { m_ended = true; }
+
+  v8::Isolate* Isolate() const { return m_isolate; }
+  v8::Local<v8::Context> Context() const { return m_context.Get(m_isolate); }
+  Wrappers& Objects() { return *m_wrappers; }
+  Helpers& Tools() { return *m_helpers; }
+  ScriptObjects& Scripts() { return m_scriptObjects; }
+  const CompiledPages& Pages() const { return m_pages; }
+  // True once the page must not go on.
+  bool Stopping() const { return m_ended || m_timedOut || m_outOfMemory; }
+  // Makes the termination take hold now, not at the script's next loop or call.
+  void StopNow();
+
+  // Memory for a script's buffer, counted like that of its own. Raises 7.
+  std::unique_ptr<v8::BackingStore> NewBuffer(std::size_t size);
+
+ private:
+  struct Request {
+    const Intrinsics& intrinsics;
+    PageOutput& output;
+    const std::string& page;
+    Watchdog::Clock::time_point start;
+    Watchdog::Ticket limit;
+    Watchdog::Ticket stuck;
+  };
+
+  void MakeIsolate();
+  void PopulateRealm(v8::Local<v8::Context> context);
+  CompiledPage& Compile(v8::Local<v8::Context> context, const std::string& page);
+  void Call(v8::Local<v8::Context> context, CompiledPage& page);
+  v8::Local<v8::Value> Intrinsic(const std::string& name);
+  PageResult RunGuarded(const std::string& page);
+  PageResult RunMicrotasks();
+  PageResult FirstRejection();
+  PageResult Settled(PageResult result, const std::string& page) const;
+  void Arm(std::chrono::milliseconds timeLimit);
+  void Disarm();
+  void EndRequest();
+  void DropMicrotasks();
+  void RecoverHeap();
+
+  static void WriteText(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static std::size_t NearHeapLimit(void* data, std::size_t current, std::size_t initial);
+  static void OnRejection(v8::PromiseRejectMessage message);
+
+  ScriptRuntime& m_runtime;
+  const ScriptEngine::Options m_options;
+  std::shared_ptr<v8::ArrayBuffer::Allocator> m_allocator;
+  v8::Isolate* m_isolate = nullptr;
+  v8::Global<v8::Context> m_context;
+  v8::Global<v8::Function> m_stop;
+  v8::Global<v8::Function> m_writeValue;
+  std::vector<std::string> m_parameters;
+  CompiledPages m_pages;
+  std::unique_ptr<Wrappers> m_wrappers;
+  std::unique_ptr<Helpers> m_helpers;
+  ScriptObjects m_scriptObjects;
+  std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> m_rejections;
+  Request* m_request = nullptr;
+  std::size_t m_heapLimit = 0;  // before it was raised for the page that ran into it
+  bool m_ended = false;
+  std::atomic<bool> m_timedOut{false};
+  std::atomic<bool> m_outOfMemory{false};
+};
+
+}  // namespace hostlinux

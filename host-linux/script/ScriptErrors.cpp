@@ -1,0 +1,177 @@
+#include "host-linux/script/ScriptErrors.h"
+
+#include <string>
+#include <tuple>
+
+namespace hostlinux {
+namespace {
+
+constexpr varnel::StringView kScriptSource = u"Script";
+
+v8::Local<v8::Value> Property(v8::Local<v8::Context> context, v8::Local<v8::Value> value, const char* name) {
+  v8::Isolate* isolate = context->GetIsolate();
+  v8::Local<v8::Value> result;
+  if (!value->IsObject() || value->IsProxy() || Wrappers::IsWrapper(value) ||
+      !value.As<v8::Object>()->Get(context, Name(isolate, name)).ToLocal(&result))
+    return v8::Undefined(isolate);
+  return result;
+}
+
+varnel::String TextOf(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
+  v8::Local<v8::String> text;
+  if (value.IsEmpty() || !value->ToString(context).ToLocal(&text)) return {};
+  return ToText(context->GetIsolate(), text);
+}
+
+varnel::String TextProperty(v8::Local<v8::Context> context, v8::Local<v8::Value> value, const char* name) {
+  const v8::Local<v8::Value> property = Property(context, value, name);
+  return property->IsString() ? ToText(context->GetIsolate(), property.As<v8::String>()) : varnel::String();
+}
+
+varnel::Long NumberProperty(v8::Local<v8::Context> context, v8::Local<v8::Value> value, const char* name) {
+  const v8::Local<v8::Value> property = Property(context, value, name);
+  return property->IsNumber() ? property->Int32Value(context).FromMaybe(0) : 0;
+}
+
+bool IsSyntaxError(v8::Local<v8::Context> context, v8::Local<v8::Value> exception) {
+  return TextProperty(context, exception, "name") == u"SyntaxError";
+}
+
+varnel::ErrInfo ReadError(v8::Local<v8::Context> context, v8::Local<v8::Value> exception) {
+  varnel::ErrInfo info;
+  info.Number = NumberProperty(context, exception, "number");
+  info.Source = TextProperty(context, exception, "source");
+  info.Description = TextProperty(context, exception, "description");
+  info.HelpFile = TextProperty(context, exception, "helpFile");
+  info.HelpContext = NumberProperty(context, exception, "helpContext");
+  const bool own = info.Number != 0;
+  if (!own) info.Number = IsSyntaxError(context, exception) ? kSyntaxNumber : kUncaughtNumber;
+  if (info.Source.empty() && !own) info.Source = kScriptSource;
+  if (info.Description.empty()) info.Description = own ? TextProperty(context, exception, "message") : u"";
+  if (info.Description.empty() && !own) info.Description = TextOf(context, exception);
+  return info;
+}
+
+// The innermost place of `message` that lies in a page.
+PagePosition PositionOf(ScriptCore& core, v8::Local<v8::Context> context, v8::Local<v8::Message> message) {
+  v8::Isolate* isolate = core.Isolate();
+  const auto locate = [&](v8::Local<v8::Value> script, int line) {
+    if (script.IsEmpty() || !script->IsString()) return PagePosition();
+    return core.Pages().Locate(ToUtf8(isolate, script.As<v8::String>()), line);
+  };
+  PagePosition place = locate(message->GetScriptResourceName(), message->GetLineNumber(context).FromMaybe(0));
+  if (!place.file.empty() || message->GetStackTrace().IsEmpty()) return place;
+  const v8::Local<v8::StackTrace> trace = message->GetStackTrace();
+  for (int i = 0; i < trace->GetFrameCount() && place.file.empty(); ++i) {
+    const v8::Local<v8::StackFrame> frame = trace->GetFrame(isolate, static_cast<std::uint32_t>(i));
+    place = locate(frame->GetScriptName(), frame->GetLineNumber());
+  }
+  return place;
+}
+
+v8::Local<v8::Value> CallSite(v8::Local<v8::Context> context, v8::Local<v8::Object> site, const char* method) {
+  v8::Isolate* isolate = context->GetIsolate();
+  v8::Local<v8::Value> function;
+  v8::Local<v8::Value> result;
+  if (!site->Get(context, Name(isolate, method)).ToLocal(&function) || !function->IsFunction() ||
+      !function.As<v8::Function>()->Call(context, site, 0, nullptr).ToLocal(&result))
+    return v8::Undefined(isolate);
+  return result;
+}
+
+// One line of a stack; nothing for a place outside the pages.
+std::string FrameText(ScriptCore& core, v8::Local<v8::Context> context, v8::Local<v8::Object> site) {
+  v8::Isolate* isolate = context->GetIsolate();
+  const v8::Local<v8::Value> script = CallSite(context, site, "getFileName");
+  const v8::Local<v8::Value> line = CallSite(context, site, "getLineNumber");
+  if (!script->IsString() || !line->IsInt32()) return {};
+  const PagePosition place =
+      core.Pages().Locate(ToUtf8(isolate, script.As<v8::String>()), line.As<v8::Int32>()->Value());
+  if (place.file.empty()) return {};
+  const std::string position = place.file + ":" + std::to_string(place.line);
+  const v8::Local<v8::Value> function = CallSite(context, site, "getFunctionName");
+  if (!function->IsString() || function.As<v8::String>()->Length() == 0) return "\n    at " + position;
+  return "\n    at " + ToUtf8(isolate, function.As<v8::String>()) + " (" + position + ")";
+}
+
+}  // namespace
+
+void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info) {
+  const v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  const auto text = [&](const varnel::String& value) {
+    return ToV8(isolate, varnel::StringView(value)).FromMaybe(v8::String::Empty(isolate));
+  };
+  const v8::Local<v8::Object> error = v8::Exception::Error(text(info.Description)).As<v8::Object>();
+  const auto set = [&](const char* name, v8::Local<v8::Value> value) {
+    std::ignore = error->DefineOwnProperty(context, Name(isolate, name), value);
+  };
+  set("number", v8::Integer::New(isolate, info.Number));
+  set("source", text(info.Source));
+  set("description", text(info.Description));
+  set("helpFile", text(info.HelpFile));
+  set("helpContext", v8::Integer::New(isolate, info.HelpContext));
+  isolate->ThrowException(error);
+}
+
+varnel::ErrInfo StoppedError() {
+  varnel::ErrInfo info;
+  info.Number = kUncaughtNumber;
+  info.Source = kScriptSource;
+  info.Description = u"The page is being stopped";
+  return info;
+}
+
+varnel::ErrInfo ErrorOf(ScriptCore& core, const v8::TryCatch& trap) {
+  if (trap.HasTerminated() || trap.Exception().IsEmpty() || core.Stopping()) return StoppedError();
+  const v8::TryCatch inner(core.Isolate());  // a property may be a getter that throws
+  return ReadError(core.Isolate()->GetCurrentContext(), trap.Exception());
+}
+
+ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Local<v8::Message> message) {
+  v8::Isolate* isolate = core.Isolate();
+  const v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  const v8::TryCatch inner(isolate);
+  const varnel::ErrInfo info = ReadError(context, exception);
+  ScriptFailure failure;
+  failure.number = info.Number;
+  failure.source = varnel::ToUtf8(info.Source);
+  failure.description = varnel::ToUtf8(info.Description);
+  const varnel::String name = TextProperty(context, exception, "name");
+  const bool plain = name.empty() || name == u"Error" || failure.description.starts_with(varnel::ToUtf8(name));
+  failure.message = plain ? failure.description : varnel::ToUtf8(name) + ": " + failure.description;
+  failure.stack = varnel::ToUtf8(TextProperty(context, exception, "stack"));
+  if (message.IsEmpty()) return failure;
+  const PagePosition place = PositionOf(core, context, message);
+  failure.file = place.file;
+  failure.line = place.line;
+  return failure;
+}
+
+ScriptFailure FailureOf(const PageError& error) {
+  ScriptFailure failure;
+  failure.message = failure.description = error.what();
+  failure.file = error.File();
+  failure.line = error.Line();
+  failure.number = kSyntaxNumber;
+  failure.source = varnel::ToUtf8(kScriptSource);
+  return failure;
+}
+
+v8::MaybeLocal<v8::Value> PrepareStack(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
+                                       v8::Local<v8::Array> sites) {
+  v8::Isolate* isolate = context->GetIsolate();
+  ScriptCore& core = ScriptCore::Of(isolate);
+  v8::Local<v8::String> head;
+  if (!error->ToString(context).ToLocal(&head)) return {};
+  std::string text = ToUtf8(isolate, head);
+  for (std::uint32_t i = 0; i < sites->Length(); ++i) {
+    v8::Local<v8::Value> site;
+    if (!sites->Get(context, i).ToLocal(&site)) return {};
+    if (site->IsObject()) text += FrameText(core, context, site.As<v8::Object>());
+  }
+  v8::Local<v8::String> result;
+  if (!ToV8(isolate, text).ToLocal(&result)) return {};
+  return result;
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,169 @@
+#include "host-linux/script/Values.h"
+
+#include <cmath>
+#include <cstring>
+#include <type_traits>
+
+#include "host-linux/script/InternalFields.h"
+#include "host-linux/script/ScriptCore.h"
+#include "host-linux/script/V8Text.h"
+#include "varnel/automation/Error.h"
+
+namespace hostlinux {
+namespace {
+
+using varnel::Variant;
+namespace runtime_error = varnel::runtime_error;
+
+constexpr int kMaxDepth = 32;
+constexpr std::uint32_t kMaxElements = 10'000'000;
+constexpr double kDayMs = 24.0 * 60 * 60 * 1000;
+constexpr double kUnixEpochDays = 25569;  // from 30 December 1899 to 1 January 1970
+
+// Milliseconds of local time since 1970 to days and back. Before day 0 the time of day still counts forward.
+varnel::Date FromLocalMs(double ms) {
+  const double days = ms / kDayMs + kUnixEpochDays;
+  if (days >= 0) return {days};
+  const double whole = std::floor(days);
+  return {whole - (days - whole)};
+}
+
+double ToLocalMs(varnel::Date date) {
+  const double whole = std::trunc(date.days);
+  return std::round((whole + std::abs(date.days - whole) - kUnixEpochDays) * kDayMs);
+}
+
+class VariantReader {
+ public:
+  VariantReader(ScriptCore& core, PassedArrays* passed)
+      : m_core(core), m_isolate(core.Isolate()), m_context(m_isolate->GetCurrentContext()), m_passed(passed) {}
+
+  Variant Read(v8::Local<v8::Value> value) {
+    if (value->IsString()) return ToText(m_isolate, value.As<v8::String>());
+    if (value->IsInt32()) return value.As<v8::Int32>()->Value();
+    if (value->IsUndefined()) return varnel::Missing();
+    if (value->IsNull()) return varnel::Null();
+    if (value->IsBoolean()) return value->IsTrue();
+    if (value->IsNumber()) return ReadNumber(value.As<v8::Number>()->Value());
+    if (value->IsObject()) return ReadObject(value.As<v8::Object>());
+    varnel::RaiseRuntimeError(runtime_error::kTypeMismatch);
+  }
+
+ private:
+  // Minus zero is a whole number like any other zero.
+  static Variant ReadNumber(double value) {
+    if (value == 0) return varnel::Long{0};
+    return value;
+  }
+
+  Variant ReadObject(v8::Local<v8::Object> object) {
+    if (object->InternalFieldCount() == kFieldCount) return ReadOwn(object);
+    if (object->IsArray()) return ReadArray(object.As<v8::Array>());
+    if (object->IsDate()) return FromLocalMs(ReadDate(object));
+    if (object->IsUint8Array()) return ReadBytes(object.As<v8::Uint8Array>());
+    if (object->IsStringObject()) return Read(object.As<v8::StringObject>()->ValueOf());
+    if (object->IsNumberObject())
+      return Read(v8::Number::New(m_isolate, object.As<v8::NumberObject>()->ValueOf()));
+    if (object->IsBooleanObject()) return object.As<v8::BooleanObject>()->ValueOf();
+    return m_core.Scripts().Make(m_core, object);
+  }
+
+  Variant ReadOwn(v8::Local<v8::Object> object) {
+    if (HasTag(object, wrapperTag)) return Wrappers::Unwrap(object);
+    if (HasTag(object, typedValueTag)) return Helpers::ReadTyped(object);
+    return Read(Take(object->Get(m_context, Name(m_isolate, "value"))));
+  }
+
+  double ReadDate(v8::Local<v8::Object> date) {
+    const double ms = m_core.Tools().LocalMs(m_context, date);
+    if (std::isnan(ms)) varnel::RaiseRuntimeError(runtime_error::kTypeMismatch, u"an invalid date");
+    return ms;
+  }
+
+  static Variant ReadBytes(v8::Local<v8::Uint8Array> array) {
+    auto bytes = std::make_shared<varnel::Bytes>(array->ByteLength());
+    array->CopyContents(bytes->data(), bytes->size());
+    return varnel::BytesPtr(std::move(bytes));
+  }
+
+  Variant ReadArray(v8::Local<v8::Array> array) {
+    if (m_depth == kMaxDepth) varnel::RaiseRuntimeError(runtime_error::kInvalidArgument, u"arrays too deep");
+    if (array->Length() > kMaxElements) varnel::RaiseRuntimeError(runtime_error::kOutOfMemory);
+    ++m_depth;
+    auto copy = std::make_shared<varnel::Array>();
+    copy->items.reserve(array->Length());
+    for (std::uint32_t i = 0; i < array->Length(); ++i) {
+      Variant item = Read(Take(array->Get(m_context, i)));
+      copy->items.push_back(item.IsMissing() ? Variant() : std::move(item));
+    }
+    --m_depth;
+    if (m_passed != nullptr) m_passed->push_back({array, copy, copy->items});
+    return copy;
+  }
+
+  ScriptCore& m_core;
+  v8::Isolate* m_isolate;
+  v8::Local<v8::Context> m_context;
+  PassedArrays* m_passed;
+  int m_depth = 0;
+};
+
+class ScriptWriter {
+ public:
+  explicit ScriptWriter(ScriptCore& core) : m_core(core), m_isolate(core.Isolate()) {}
+
+  v8::Local<v8::Value> Write(const Variant& value) {
+    return std::visit([this](const auto& content) { return Of(content); }, value.Get());
+  }
+
+ private:
+  v8::Local<v8::Value> Of(const varnel::Empty&) { return v8::Undefined(m_isolate); }
+  v8::Local<v8::Value> Of(const varnel::Missing&) { return v8::Undefined(m_isolate); }
+  v8::Local<v8::Value> Of(const varnel::Null&) { return v8::Null(m_isolate); }
+  v8::Local<v8::Value> Of(const bool& value) { return v8::Boolean::New(m_isolate, value); }
+  v8::Local<v8::Value> Of(const varnel::Byte& value) { return v8::Integer::New(m_isolate, value); }
+  v8::Local<v8::Value> Of(const varnel::Integer& value) { return v8::Integer::New(m_isolate, value); }
+  v8::Local<v8::Value> Of(const varnel::Long& value) { return v8::Integer::New(m_isolate, value); }
+  v8::Local<v8::Value> Of(const double& value) { return v8::Number::New(m_isolate, value); }
+  v8::Local<v8::Value> Of(const varnel::Date& value) {
+    return m_core.Tools().MakeDate(m_isolate->GetCurrentContext(), ToLocalMs(value));
+  }
+  v8::Local<v8::Value> Of(const varnel::String& value) {
+    return Take(ToV8(m_isolate, varnel::StringView(value)));
+  }
+  v8::Local<v8::Value> Of(const varnel::ObjectPtr& object) {
+    if (!object) return v8::Null(m_isolate);
+    if (const auto* script = dynamic_cast<const ScriptObject*>(object.get())) return script->Local();
+    return m_core.Objects().Wrap(object);
+  }
+  v8::Local<v8::Value> Of(const varnel::ArrayPtr& array) {
+    if (!array) return v8::Undefined(m_isolate);
+    if (m_depth == kMaxDepth) varnel::RaiseRuntimeError(runtime_error::kInvalidArgument, u"arrays too deep");
+    ++m_depth;
+    std::vector<v8::Local<v8::Value>> items;
+    items.reserve(array->items.size());
+    for (const Variant& item : array->items) items.push_back(Write(item));
+    --m_depth;
+    return v8::Array::New(m_isolate, items.data(), items.size());
+  }
+  v8::Local<v8::Value> Of(const varnel::BytesPtr& bytes) {
+    const std::size_t size = bytes ? bytes->size() : 0;
+    std::unique_ptr<v8::BackingStore> store = m_core.NewBuffer(size);
+    if (size > 0) std::memcpy(store->Data(), bytes->data(), size);
+    return v8::Uint8Array::New(v8::ArrayBuffer::New(m_isolate, std::move(store)), 0, size);
+  }
+
+  ScriptCore& m_core;
+  v8::Isolate* m_isolate;
+  int m_depth = 0;
+};
+
+}  // namespace
+
+Variant ToVariant(ScriptCore& core, v8::Local<v8::Value> value, PassedArrays* passed) {
+  return VariantReader(core, passed).Read(value);
+}
+
+v8::Local<v8::Value> ToScript(ScriptCore& core, const Variant& value) { return ScriptWriter(core).Write(value); }
+
+}  // namespace hostlinux

@@ -1,0 +1,303 @@
+#include "host-linux/script/Wrappers.h"
+
+#include "host-linux/script/Arguments.h"
+#include "host-linux/script/InternalFields.h"
+#include "host-linux/script/ScriptCore.h"
+#include "host-linux/script/ScriptErrors.h"
+#include "host-linux/script/V8Text.h"
+#include "host-linux/script/Values.h"
+#include "varnel/automation/Error.h"
+
+namespace hostlinux {
+namespace {
+
+using varnel::Member;
+using varnel::runtime_error::kNoSuchMember;
+using varnel::runtime_error::kObjectNotSet;
+
+constexpr auto kFixed = static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontDelete | v8::DontEnum);
+constexpr auto kHidden = static_cast<v8::PropertyAttribute>(v8::DontDelete | v8::DontEnum);
+
+// Each spelling of a name that a page uses becomes an alias; a script that makes names up can't fill memory.
+constexpr int kMaxAliases = 2000;
+
+void RefuseConstruction(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  call.GetIsolate()->ThrowException(v8::Exception::TypeError(
+      Name(call.GetIsolate(), "Objects of this class are made by Server.CreateObject")));
+}
+
+bool IsReadAsProperty(const Member& member) {
+  return member.kind == Member::Kind::Property && member.parameters == 0;
+}
+
+v8::Local<v8::Value> MemberData(v8::Isolate* isolate, const Member& member) {
+  return v8::External::New(isolate, const_cast<Member*>(&member));
+}
+
+const Member& MemberOf(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  return *static_cast<const Member*>(call.Data().As<v8::External>()->Value());
+}
+
+// Asked for by the language itself of any object: no mistake in the page.
+bool IsProbe(const varnel::String& name) { return name == u"then" || name == u"toJSON"; }
+
+void Freeze(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
+  if (value->IsObject()) Check(value.As<v8::Object>()->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
+}
+
+bool AllowChange(const v8::PropertyCallbackInfo<v8::Value>& info) {
+  return ScriptCore::Of(info.GetIsolate()).Objects().IsBuilding();
+}
+
+// A prototype is shared by all requests: a script can put nothing there.
+void RefuseChange(const v8::PropertyCallbackInfo<v8::Value>& info) {
+  if (AllowChange(info)) return;
+  Guarded(info.GetIsolate(), [] { varnel::RaiseRuntimeError(kNoSuchMember, u"prototypes can't be changed"); });
+  info.GetReturnValue().SetUndefined();
+}
+
+void RefuseSet(v8::Local<v8::Name>, v8::Local<v8::Value>, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  // The prototype itself is meant, not an object made from it.
+  if (info.This() == info.Holder()) RefuseChange(info);
+}
+
+void RefuseDefine(v8::Local<v8::Name>, const v8::PropertyDescriptor&,
+                  const v8::PropertyCallbackInfo<v8::Value>& info) {
+  RefuseChange(info);
+}
+
+}  // namespace
+
+namespace {
+// While it lives, the engine itself may put things onto a prototype.
+class Building {
+ public:
+  explicit Building(bool& flag) : m_flag(flag) { m_flag = true; }
+  ~Building() { m_flag = false; }
+  Building(const Building&) = delete;
+  Building& operator=(const Building&) = delete;
+
+ private:
+  bool& m_flag;
+};
+}  // namespace
+
+struct Wrappers::ClassBinding {
+  const varnel::ClassInfo& info;
+  v8::Global<v8::ObjectTemplate> instances;
+  v8::Global<v8::Object> prototype;
+  int aliases = 0;
+};
+
+Wrappers::Wrappers(ScriptCore& core) : m_core(core) {}
+
+Wrappers::~Wrappers() = default;
+
+bool Wrappers::IsWrapper(v8::Local<v8::Value> value) {
+  return value->IsObject() && HasTag(value.As<v8::Object>(), wrapperTag);
+}
+
+const varnel::ObjectPtr& Wrappers::Unwrap(v8::Local<v8::Object> wrapper) {
+  const auto* slot = static_cast<const Slot*>(wrapper->GetAlignedPointerFromInternalField(kFieldData));
+  const auto generation = wrapper->GetInternalField(kFieldGeneration).As<v8::Uint32>()->Value();
+  if (slot->generation != generation || !slot->object)
+    varnel::RaiseRuntimeError(kObjectNotSet, u"the request that made this object is over");
+  return slot->object;
+}
+
+v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
+  v8::Isolate* isolate = m_core.Isolate();
+  const auto known = m_slotOf.find(object.get());
+  if (known != m_slotOf.end()) return known->second->wrapper.Get(isolate);
+
+  const ClassBinding& binding = Bind(object->Class());
+  const v8::Local<v8::Object> wrapper =
+      Take(binding.instances.Get(isolate)->NewInstance(isolate->GetCurrentContext()));
+  if (m_used == m_slots.size()) m_slots.emplace_back();
+  Slot& slot = m_slots[m_used++];
+  slot.object = object;
+  slot.wrapper.Reset(isolate, wrapper);
+  wrapper->SetAlignedPointerInInternalField(kFieldData, &slot);
+  wrapper->SetInternalField(kFieldGeneration, v8::Integer::NewFromUnsigned(isolate, slot.generation));
+  SetTag(wrapper, wrapperTag);
+  m_slotOf.emplace(object.get(), &slot);
+  return wrapper;
+}
+
+// An object's end may run code of the library, which must not find half-released neighbours in the map.
+void Wrappers::ReleaseAll() {
+  m_slotOf.clear();
+  while (m_used > 0) {
+    Slot& slot = m_slots[--m_used];
+    slot.wrapper.Reset();
+    ++slot.generation;
+    const varnel::ObjectPtr last = std::move(slot.object);
+  }
+}
+
+Wrappers::ClassBinding& Wrappers::Bind(const varnel::ClassInfo& info) {
+  std::unique_ptr<ClassBinding>& binding = m_classes[&info];
+  if (binding && !binding->prototype.IsEmpty()) return *binding;
+
+  v8::Isolate* isolate = m_core.Isolate();
+  binding.reset(new ClassBinding{info, {}, {}, 0});
+  const auto function = v8::FunctionTemplate::New(isolate, RefuseConstruction);
+  function->SetClassName(Take(ToV8(isolate, varnel::StringView(info.name))));
+  const auto instances = function->InstanceTemplate();
+  instances->SetInternalFieldCount(kFieldCount);
+  instances->SetHandler(v8::NamedPropertyHandlerConfiguration(
+      GetOther, SetOther, QueryOther, nullptr, nullptr, DefineOther, nullptr, v8::Local<v8::Value>(),
+      static_cast<v8::PropertyHandlerFlags>(static_cast<int>(v8::PropertyHandlerFlags::kNonMasking) |
+                                            static_cast<int>(v8::PropertyHandlerFlags::kOnlyInterceptStrings))));
+  instances->SetImmutableProto();
+  if (info.Default() != nullptr) instances->SetCallAsFunctionHandler(CallDefault);
+  function->PrototypeTemplate()->SetHandler(v8::NamedPropertyHandlerConfiguration(
+      nullptr, RefuseSet, nullptr, nullptr, nullptr, RefuseDefine, nullptr, v8::Local<v8::Value>(),
+      v8::PropertyHandlerFlags::kNonMasking));
+  function->PrototypeTemplate()->SetImmutableProto();
+  for (const Member& member : info.members) AddMember(function, member);
+
+  const v8::Local<v8::Function> constructor = Take(function->GetFunction(isolate->GetCurrentContext()));
+  binding->instances.Reset(isolate, instances);
+  FinishPrototype(*binding, constructor);
+  return *binding;
+}
+
+void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const Member& member) {
+  v8::Isolate* isolate = m_core.Isolate();
+  const v8::Local<v8::String> name = Take(ToV8(isolate, varnel::StringView(member.name)));
+  const v8::Local<v8::Value> data = MemberData(isolate, member);
+  const v8::Local<v8::Signature> signature = v8::Signature::New(isolate, function);
+  const auto make = [&](v8::FunctionCallback callback, int length) {
+    return v8::FunctionTemplate::New(isolate, callback, data, signature, length, v8::ConstructorBehavior::kThrow);
+  };
+  if (IsReadAsProperty(member)) {
+    function->PrototypeTemplate()->SetAccessorProperty(name, make(CallMember, 0), make(PutProperty, 1), kHidden);
+  } else {
+    function->PrototypeTemplate()->Set(name, make(CallMember, member.Required()), kFixed);
+  }
+}
+
+// Adds what is written in the language itself, and closes the prototype for scripts.
+void Wrappers::FinishPrototype(ClassBinding& binding, v8::Local<v8::Function> constructor) {
+  v8::Isolate* isolate = m_core.Isolate();
+  const v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  const Building building(m_building);
+  const auto prototype =
+      Take(constructor->Get(context, Name(isolate, "prototype"))).As<v8::Object>();
+  m_core.Tools().AddSharedMethods(context, prototype, binding.info.Default() != nullptr);
+  for (const Member& member : binding.info.members) {
+    const auto name = Take(ToV8(isolate, varnel::StringView(member.name)));
+    const auto descriptor = Take(prototype->GetOwnPropertyDescriptor(context, name)).As<v8::Object>();
+    for (const char* part : {"value", "get", "set"})
+      Freeze(context, Take(descriptor->Get(context, Name(isolate, part))));
+  }
+  Freeze(context, constructor);
+  binding.prototype.Reset(isolate, prototype);
+}
+
+// Defines another spelling of a member's name, so that only its first use comes by here.
+void Wrappers::AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const Member& member) {
+  if (binding.aliases == kMaxAliases) return;
+  ++binding.aliases;
+  v8::Isolate* isolate = m_core.Isolate();
+  const v8::Local<v8::Context> context = isolate->GetCurrentContext();
+  const Building building(m_building);
+  const auto prototype = binding.prototype.Get(isolate);
+  const auto canonical = Take(ToV8(isolate, varnel::StringView(member.name)));
+  const auto known = Take(prototype->GetOwnPropertyDescriptor(context, canonical)).As<v8::Object>();
+  if (!IsReadAsProperty(member)) {
+    const auto method = Take(known->Get(context, Name(isolate, "value")));
+    Check(prototype->DefineOwnProperty(context, name, method, kFixed));
+    return;
+  }
+  const auto getter = Take(known->Get(context, Name(isolate, "get"))).As<v8::Function>();
+  const auto setter = Take(known->Get(context, Name(isolate, "set"))).As<v8::Function>();
+  prototype->SetAccessorProperty(name, getter, setter, kHidden);
+}
+
+const Member* Wrappers::FindMember(v8::Local<v8::Name> name, const varnel::Object& object,
+                                   const varnel::String& text) {
+  const Member* member = object.Class().Find(text);
+  if (member != nullptr) AddAlias(Bind(object.Class()), name, *member);
+  return member;
+}
+
+void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(call.GetIsolate());
+    varnel::Object& object = *Unwrap(call.Holder());
+    CallArguments arguments(core, call);
+    const varnel::Variant result = varnel::InvokeMember(object, MemberOf(call), arguments.Values());
+    arguments.StoreBack();
+    if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
+  });
+}
+
+void Wrappers::PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(call.GetIsolate());
+    varnel::PutMember(*Unwrap(call.Holder()), MemberOf(call), ToVariant(core, call[0]));
+  });
+}
+
+void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  if (call.IsConstructCall()) return RefuseConstruction(call);
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(call.GetIsolate());
+    const varnel::ObjectPtr object = Unwrap(call.Holder());
+    CallArguments arguments(core, call);
+    const varnel::Variant result = object->CallDefault(arguments.Values());
+    arguments.StoreBack();
+    if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
+  });
+}
+
+void Wrappers::GetOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  Guarded(isolate, [&] {
+    ScriptCore& core = ScriptCore::Of(isolate);
+    const varnel::ObjectPtr object = Unwrap(info.Holder());
+    const varnel::String text = ToText(isolate, name.As<v8::String>());
+    const Member* member = core.Objects().FindMember(name, *object, text);
+    if (member == nullptr && IsProbe(text)) return;
+    if (member != nullptr && !IsReadAsProperty(*member)) {
+      const auto canonical = Take(ToV8(isolate, varnel::StringView(member->name)));
+      info.GetReturnValue().Set(Take(info.Holder()->Get(isolate->GetCurrentContext(), canonical)));
+      return;
+    }
+    const varnel::Variant value =
+        member != nullptr ? varnel::InvokeMember(*object, *member, {}) : object->Get(text);
+    if (!core.Stopping()) info.GetReturnValue().Set(ToScript(core, value));
+  });
+}
+
+void Wrappers::SetOther(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
+                        const v8::PropertyCallbackInfo<v8::Value>& info) {
+  v8::Isolate* isolate = info.GetIsolate();
+  Guarded(isolate, [&] {
+    ScriptCore& core = ScriptCore::Of(isolate);
+    const varnel::ObjectPtr object = Unwrap(info.Holder());
+    const varnel::String text = ToText(isolate, name.As<v8::String>());
+    const Member* member = core.Objects().FindMember(name, *object, text);
+    const varnel::Variant newValue = ToVariant(core, value);
+    member != nullptr ? varnel::PutMember(*object, *member, newValue) : object->Put(text, newValue);
+  });
+  info.GetReturnValue().Set(value);
+}
+
+void Wrappers::QueryOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Integer>& info) {
+  Guarded(info.GetIsolate(), [&] {
+    const varnel::ObjectPtr object = Unwrap(info.Holder());
+    if (object->Class().Find(ToText(info.GetIsolate(), name.As<v8::String>())) != nullptr)
+      info.GetReturnValue().Set(v8::DontEnum);
+  });
+}
+
+// `o.name = value` on an object comes by SetOther; only an explicit definition comes here.
+void Wrappers::DefineOther(v8::Local<v8::Name>, const v8::PropertyDescriptor&,
+                           const v8::PropertyCallbackInfo<v8::Value>& info) {
+  RefuseChange(info);
+}
+
+}  // namespace hostlinux

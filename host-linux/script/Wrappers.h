@@ -1,0 +1,72 @@
+// The library's objects as a script sees them: one wrapper for each, made from its class's member table.
+//
+// A wrapper points to a slot and knows the slot's generation. At the end of a request all slots let their
+// objects go and begin a new generation, so that a wrapper that was kept beyond finds nothing.
+#pragma once
+
+#include <v8.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <unordered_map>
+
+#include "varnel/automation/Object.h"
+
+namespace hostlinux {
+
+class ScriptCore;
+
+class Wrappers {
+ public:
+  explicit Wrappers(ScriptCore& core);
+  ~Wrappers();
+
+  // The script's object for `object`, the same each time within a request. A script's own object, handed
+  // out and coming back, is not for here.
+  v8::Local<v8::Object> Wrap(const varnel::ObjectPtr& object);
+
+  static bool IsWrapper(v8::Local<v8::Value> value);
+  // The object behind a wrapper. Raises 91 where its request is over.
+  static const varnel::ObjectPtr& Unwrap(v8::Local<v8::Object> wrapper);
+
+  // Lets all objects go, the youngest first.
+  void ReleaseAll();
+
+  // True while the engine itself changes a prototype.
+  bool IsBuilding() const { return m_building; }
+
+ private:
+  struct Slot {
+    varnel::ObjectPtr object;
+    v8::Global<v8::Object> wrapper;
+    std::uint32_t generation = 0;
+  };
+  struct ClassBinding;
+
+  ClassBinding& Bind(const varnel::ClassInfo& info);
+  void AddMember(v8::Local<v8::FunctionTemplate> function, const varnel::Member& member);
+  void FinishPrototype(ClassBinding& binding, v8::Local<v8::Function> constructor);
+  const varnel::Member* FindMember(v8::Local<v8::Name> name, const varnel::Object& object,
+                                   const varnel::String& text);
+  void AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const varnel::Member& member);
+
+  static void CallMember(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void GetOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Value>& info);
+  static void SetOther(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
+                       const v8::PropertyCallbackInfo<v8::Value>& info);
+  static void QueryOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Integer>& info);
+  static void DefineOther(v8::Local<v8::Name> name, const v8::PropertyDescriptor& descriptor,
+                          const v8::PropertyCallbackInfo<v8::Value>& info);
+
+  ScriptCore& m_core;
+  std::deque<Slot> m_slots;
+  std::size_t m_used = 0;
+  std::unordered_map<const varnel::Object*, Slot*> m_slotOf;
+  std::unordered_map<const varnel::ClassInfo*, std::unique_ptr<ClassBinding>> m_classes;
+  bool m_building = false;
+};
+
+}  // namespace hostlinux

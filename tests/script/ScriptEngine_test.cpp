@@ -1,0 +1,318 @@
+#include "host-linux/script/ScriptEngine.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/script/ScriptFixture.h"
+
+namespace hostlinux {
+namespace {
+
+using Outcome = PageResult::Outcome;
+using testing::HasSubstr;
+
+class ScriptEngineTest : public ScriptFixture {};
+
+TEST_F(ScriptEngineTest, RunsAPage) {
+  EXPECT_EQ(Output("<ul><% for (var i = 1; i <= 3; i++) { %><li><%= i %></li><% } %></ul>"),
+            "<ul><li>1</li><li>2</li><li>3</li></ul>");
+}
+
+TEST_F(ScriptEngineTest, StatementsMaySpanBlocksWithoutBraces) {
+  EXPECT_EQ(Output("<% if (1 > 2) %>yes<% else %>no<% ; %>"), "no");
+}
+
+TEST_F(ScriptEngineTest, ACommentOrAMissingSemicolonEndsWithItsBlock) {
+  EXPECT_EQ(Output("<% var a = 5 // five %>x<%= a // again %><% a++ %>y"), "x5y");
+}
+
+TEST_F(ScriptEngineTest, TextIsUtf8BothWays) {
+  EXPECT_EQ(Output("\xC3\xA9<%= '\xE2\x82\xAC'.length + '\xE2\x82\xAC' %>"), "\xC3\xA9" "1\xE2\x82\xAC");
+}
+
+TEST_F(ScriptEngineTest, FunctionsOfAnIncludeAreThePagesOwn) {
+  files.Set("lib.inc", "<% function twice(x) { return 2 * x; } %>");
+  EXPECT_EQ(Output("<!--#include file='lib.inc'--><%= twice(21) %>"), "42");
+}
+
+TEST_F(ScriptEngineTest, ReturnEndsThePage) { EXPECT_EQ(Output("a<% return; %>b"), "a"); }
+
+// --- Errors
+
+TEST_F(ScriptEngineTest, ASyntaxErrorNamesFileAndLine) {
+  const PageResult result = Run("a\n<% var x = ; %>\n");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.file, "page.asp");
+  EXPECT_EQ(result.failure.line, 2);
+  EXPECT_EQ(result.failure.number, kSyntaxNumber);
+  EXPECT_THAT(result.failure.message, HasSubstr("SyntaxError"));
+  EXPECT_EQ(output.text, "");
+}
+
+TEST_F(ScriptEngineTest, ASyntaxErrorInAnIncludeNamesTheInclude) {
+  files.Set("inc/a.inc", "\n\n<% function ( %>");
+  const PageResult result = Run("\n<!--#include file='inc/a.inc'-->\n");
+  EXPECT_EQ(result.failure.file, "inc/a.inc");
+  EXPECT_EQ(result.failure.line, 3);
+}
+
+TEST_F(ScriptEngineTest, ABraceTooManyCantLeaveThePagesFunction) {
+  const PageResult result = Run("<% } (function () { %>");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.line, 1);
+}
+
+TEST_F(ScriptEngineTest, ABlockThatIsNeverClosedIsFoundAtTheEnd) {
+  const PageResult result = Run("<% if (true) { %>\nhtml\n");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.file, "page.asp");
+  EXPECT_EQ(result.failure.line, 3);
+}
+
+TEST_F(ScriptEngineTest, AnUncaughtErrorNamesFileAndLine) {
+  files.Set("a.inc", "\n<% function fail() {\n  undefinedName();\n} %>");
+  const PageResult result = Run("x\n<!--#include file='a.inc'-->\n<%\nfail(); %>");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.file, "a.inc");
+  EXPECT_EQ(result.failure.line, 3);
+  EXPECT_EQ(result.failure.message, "ReferenceError: undefinedName is not defined");
+  EXPECT_EQ(result.failure.number, kUncaughtNumber);
+  EXPECT_EQ(result.failure.source, "Script");
+  EXPECT_EQ(result.failure.stack,
+            "ReferenceError: undefinedName is not defined\n    at fail (a.inc:3)\n    at page.asp:4");
+}
+
+TEST_F(ScriptEngineTest, AnErrorInAnExpressionHasItsLine) {
+  const PageResult result = Run("\n\n<%= null.x %>");
+  EXPECT_EQ(result.failure.line, 3);
+}
+
+TEST_F(ScriptEngineTest, StacksThatAScriptReadsNameThePages) {
+  EXPECT_EQ(Output("\n<% function f() { return new Error('e').stack; }\n\n%><%= f() %>"),
+            "\nError: e\n    at f (page.asp:2)\n    at page.asp:4");
+}
+
+TEST_F(ScriptEngineTest, AnErrorsOwnFactsReachTheHost) {
+  const PageResult result =
+      Run("<% var e = new Error('what'); e.number = -7; e.source = 'where'; e.description = 'why'; throw e; %>");
+  EXPECT_EQ(result.failure.number, -7);
+  EXPECT_EQ(result.failure.source, "where");
+  EXPECT_EQ(result.failure.description, "why");
+  EXPECT_EQ(result.failure.message, "why");
+}
+
+TEST_F(ScriptEngineTest, AnythingMayBeThrown) {
+  EXPECT_EQ(Run("<% throw 'text'; %>").failure.description, "text");
+  EXPECT_EQ(Run("<% throw null; %>").failure.description, "null");
+  EXPECT_EQ(Run("<% throw {toString() { throw 1; }}; %>").outcome, Outcome::Failed);
+}
+
+TEST_F(ScriptEngineTest, AParsersErrorIsAFailure) {
+  const PageResult result = Run("\n<!--#include file='none'-->");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.line, 2);
+  EXPECT_EQ(result.failure.message, "The include 'none' was not found.");
+}
+
+TEST_F(ScriptEngineTest, DeepRecursionIsAnErrorThatScriptsCanCatch) {
+  EXPECT_EQ(Output("<% function f() { return 1 + f(); } try { f(); } catch (e) { %><%= e.name %><% } %>"),
+            "RangeError");
+}
+
+// --- Compiling once
+
+TEST_F(ScriptEngineTest, AChangedPageIsCompiledAgain) {
+  EXPECT_EQ(Output("one"), "one");
+  EXPECT_EQ(Output("two"), "two");
+}
+
+TEST_F(ScriptEngineTest, AChangedIncludeIsSeen) {
+  files.Set("a.inc", "one");
+  EXPECT_EQ(Output("<!--#include file='a.inc'-->"), "one");
+  files.Set("a.inc", "two");
+  RunFile("page.asp");
+  EXPECT_EQ(output.text, "two");
+}
+
+TEST_F(ScriptEngineTest, PrepareTellsDirectivesAndFailures) {
+  files.Set("good.asp", "<%@ LCID=1031 EnableSessionState=False %>");
+  files.Set("bad.asp", "\n<% ) %>");
+  PageDirectives directives;
+  EXPECT_EQ(Engine().Prepare("good.asp", directives), std::nullopt);
+  EXPECT_EQ(directives.lcid, 1031);
+  EXPECT_FALSE(directives.sessionState);
+  const auto failure = Engine().Prepare("bad.asp", directives);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->line, 2);
+}
+
+// --- Ending
+
+TEST_F(ScriptEngineTest, AnEndedPageCantCatchIt) {
+  output.onText = [this] {
+    if (output.text.ends_with("END")) Engine().EndPage();
+  };
+  const PageResult result = Run("a<% try { %>END<% } catch (e) { %>caught<% } finally { %>finally<% } %>b");
+  EXPECT_EQ(result.outcome, Outcome::Ended);
+  EXPECT_EQ(output.text, "aEND");
+}
+
+TEST_F(ScriptEngineTest, NothingRunsBehindTheCallThatEndsThePage) {
+  output.onText = [this] { Engine().EndPage(); };
+  EXPECT_EQ(Run("a<% __varnelText(0); __varnelText(0); %>").outcome, Outcome::Ended);
+  EXPECT_EQ(output.text, "a");
+  output.onText = nullptr;
+  EXPECT_EQ(Output("next"), "next");
+}
+
+TEST_F(ScriptEngineTest, AnInnerPageRunsInTheOuterOne) {
+  files.Set("inner.asp", "[inner]");
+  output.onText = [this] {
+    if (output.text.ends_with("RUN")) Engine().RunInner("inner.asp");
+  };
+  EXPECT_EQ(Output("aRUN<% %>b"), "aRUN[inner]b");
+}
+
+TEST_F(ScriptEngineTest, AnInnerPagesFailureIsGivenBack) {
+  files.Set("inner.asp", "\n<% throw new Error('inside'); %>");
+  PageResult inner;
+  output.onText = [&] {
+    if (output.text.ends_with("RUN")) inner = Engine().RunInner("inner.asp");
+  };
+  EXPECT_EQ(Output("RUN<% %>b"), "RUN\nb");
+  EXPECT_EQ(inner.outcome, Outcome::Failed);
+  EXPECT_EQ(inner.failure.file, "inner.asp");
+  EXPECT_EQ(inner.failure.line, 2);
+}
+
+TEST_F(ScriptEngineTest, AnInnerPagesEndEndsTheOuterOne) {
+  files.Set("inner.asp", "END<% %>never");
+  output.onText = [this] {
+    if (output.text.ends_with("RUN")) Engine().RunInner("inner.asp");
+    if (output.text.ends_with("END")) Engine().EndPage();
+  };
+  EXPECT_EQ(Run("RUN<% %>b").outcome, Outcome::Ended);
+  EXPECT_EQ(output.text, "RUNEND");
+}
+
+// --- Microtasks
+
+TEST_F(ScriptEngineTest, MicrotasksRunBeforeThePageEnds) {
+  EXPECT_EQ(Output("<% Promise.resolve(1).then(() => { %>later<% }); %>now"), "nowlater");
+}
+
+TEST_F(ScriptEngineTest, APromiseThatFailsUnheardFailsThePage) {
+  const PageResult result = Run("\n<% (async () => { throw new Error('lost'); })(); %>");
+  EXPECT_EQ(result.outcome, Outcome::Failed);
+  EXPECT_EQ(result.failure.description, "lost");
+  EXPECT_EQ(result.failure.file, "page.asp");
+  EXPECT_EQ(result.failure.line, 2);
+  EXPECT_EQ(Output("<% Promise.reject(1).catch(() => {}); %>fine"), "fine");
+}
+
+TEST_F(ScriptEngineTest, MicrotasksOfAFailedPageNeverRun) {
+  Run("<% Promise.resolve().then(() => { %>leaked<% }); throw 1; %>");
+  EXPECT_EQ(Output("clean"), "clean");
+}
+
+TEST_F(ScriptEngineTest, MicrotasksWithoutEndStopAtTheTimeLimit) {
+  timeLimit = std::chrono::milliseconds(100);
+  const PageResult result = Run("<% function again() { Promise.resolve().then(again); } again(); %>");
+  EXPECT_EQ(result.outcome, Outcome::TimedOut);
+  timeLimit = std::chrono::seconds(60);
+  EXPECT_EQ(Output("next"), "next");
+}
+
+// --- Limits
+
+TEST_F(ScriptEngineTest, ARunawayLoopIsStoppedAndTheNextRequestRuns) {
+  timeLimit = std::chrono::milliseconds(100);
+  for (const char* loop : {"<% for (;;); %>", "<% for (;;) try { for (;;); } finally { continue; } %>",
+                           "<% /(a+)+b/.test('a'.repeat(40)); for (;;); %>"}) {
+    const PageResult result = Run(loop);
+    EXPECT_EQ(result.outcome, Outcome::TimedOut) << loop;
+    EXPECT_EQ(result.failure.file, "page.asp");
+  }
+  timeLimit = std::chrono::seconds(60);
+  EXPECT_EQ(Output("next"), "next");
+}
+
+TEST_F(ScriptEngineTest, TheTimeLimitCanBeChangedWhileAPageRuns) {
+  output.onText = [this] { Engine().SetTimeLimit(std::chrono::milliseconds(50)); };
+  EXPECT_EQ(Run("a<% for (;;); %>").outcome, Outcome::TimedOut);
+}
+
+TEST_F(ScriptEngineTest, AMemoryEaterIsStoppedAndTheNextRequestRuns) {
+  options.heapBytes = 32 * 1024 * 1024;
+  for (int i = 0; i < 3; ++i) {
+    const PageResult result =
+        Run("<% var all = []; try { for (;;) all.push(new Array(1000).fill(1.5)); } catch (e) { %>caught<% } %>");
+    EXPECT_EQ(result.outcome, Outcome::OutOfMemory);
+    EXPECT_EQ(output.text, "");
+    EXPECT_EQ(Output("<%= 'x'.repeat(100000).length %>"), "100000");
+  }
+}
+
+TEST_F(ScriptEngineTest, BuffersHaveALimitOfTheirOwn) {
+  options.bufferBytes = 1024 * 1024;
+  EXPECT_EQ(Output("<% try { new Uint8Array(2000000); } catch (e) { %><%= e.name %><% } %>"), "RangeError");
+  EXPECT_EQ(Value("new Uint8Array(1000).length"), "1000");
+}
+
+TEST_F(ScriptEngineTest, APageThatCantBeStoppedIsReported) {
+  std::string stuck;
+  ScriptRuntime& shared = SharedRuntime();
+  // The report comes from the runtime's own settings; here the watchdog's part of it is enough.
+  std::atomic<bool> called = false;
+  const auto ticket = shared.Dog().Arm(Watchdog::Clock::now(), [&] { called = true; });
+  while (!called) std::this_thread::yield();
+  shared.Dog().Disarm(ticket);
+  EXPECT_TRUE(called);
+}
+
+TEST(WatchdogTest, ADisarmedActionNeverRuns) {
+  Watchdog dog;
+  std::atomic<int> runs = 0;
+  const auto late = dog.Arm(Watchdog::Clock::now() + std::chrono::hours(1), [&] { runs += 100; });
+  dog.Arm(Watchdog::Clock::now(), [&] { ++runs; });
+  while (runs == 0) std::this_thread::yield();
+  dog.Disarm(late);
+  EXPECT_EQ(runs, 1);
+}
+
+TEST(WatchdogTest, ActionsRunInTheOrderOfTheirTimes) {
+  Watchdog dog;
+  std::string order;
+  std::atomic<bool> done = false;
+  const auto now = Watchdog::Clock::now();
+  dog.Arm(now + std::chrono::milliseconds(20), [&] {
+    order += "b";
+    done = true;
+  });
+  dog.Arm(now + std::chrono::milliseconds(10), [&] { order += "a"; });
+  while (!done) std::this_thread::yield();
+  EXPECT_EQ(order, "ab");
+}
+
+TEST_F(ScriptEngineTest, EnginesOfTwoThreadsDontMeet) {
+  files.Set("page.asp", "<% var s = 0; for (var i = 0; i < 1000; i++) s += i; %><%= s %>");
+  const auto work = [this](std::string* text) {
+    ScriptEngine engine(SharedRuntime(), files, {});
+    TextOutput own;
+    for (int i = 0; i < 10; ++i) engine.RunPage("page.asp", {}, own, std::chrono::seconds(60));
+    *text = own.text;
+  };
+  std::string first;
+  std::string second;
+  std::thread a(work, &first);
+  std::thread b(work, &second);
+  a.join();
+  b.join();
+  EXPECT_EQ(first.size(), 60u);
+  EXPECT_EQ(first, second);
+}
+
+}  // namespace
+}  // namespace hostlinux
