@@ -7,7 +7,6 @@ namespace {
 
 using TableRendering = TableTest;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 TEST_F(TableRendering, TwoCellsWithoutABorderTable) {
   Configure(u"TableCellSpacing", u"1");
