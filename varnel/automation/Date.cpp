@@ -31,6 +31,7 @@ DateParts SplitDate(Date date) {
     seconds = 0;
     ++dayNumber;
   }
+  if (static_cast<double>(dayNumber) > kLastDay) RaiseRuntimeError(runtime_error::kOverflow);
   const year_month_day ymd(DayZero() + days(dayNumber));
   DateParts parts;
   parts.year = static_cast<int>(ymd.year());

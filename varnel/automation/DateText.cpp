@@ -68,8 +68,9 @@ String FormatDatePattern(StringView pattern, const DateParts& parts, StringView 
 
 String DateText(Date value) {
   const LocaleFacts& locale = UserLocale();
-  const DateParts parts = SplitDate(value);
-  String text = FormatDatePattern(locale.shortDate, parts, locale.am, locale.pm);
+  DateParts parts = SplitDate(value);
+  parts.year += locale.yearOffset;
+  const String text = FormatDatePattern(locale.shortDate, parts, locale.am, locale.pm);
   const bool midnight = parts.hour == 0 && parts.minute == 0 && parts.second == 0;
   if (midnight) return text;
   return text + u" " + FormatDatePattern(locale.timeFormat, parts, locale.am, locale.pm);
@@ -93,31 +94,79 @@ bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 [[noreturn]] void Mismatch() { RaiseRuntimeError(runtime_error::kTypeMismatch); }
 
-// Takes an "AM" or "PM", the locale's own or the English one, off the end.
-std::optional<bool> TakeHalfOfDay(String& text) {
-  const LocaleFacts& locale = UserLocale();
-  const std::array<std::pair<StringView, bool>, 4> marks{
-      {{locale.am, false}, {locale.pm, true}, {u"AM", false}, {u"PM", true}}};
-  for (const auto& [mark, afternoon] : marks) {
-    if (mark.empty() || text.size() < mark.size()) continue;
-    if (!EqualsNoCase(StringView(text).substr(text.size() - mark.size()), mark)) continue;
-    text = TrimRight(StringView(text).substr(0, text.size() - mark.size()));
-    return afternoon;
+// Without the marks of writing direction, and with every kind of blank as a plain one.
+String Plain(StringView text) {
+  String result;
+  for (const char16_t unit : text) {
+    if (unit == 0x200E || unit == 0x200F) continue;
+    result += unit == 0x00A0 || unit == 0x202F ? u' ' : unit;
   }
-  return std::nullopt;
+  return Trim(result);
 }
 
-DatePieces CutIntoNumbers(StringView given) {
-  String text = Trim(given);
+// The words that stand in a pattern beside its letters and separators, as in "d.MM.yyyy 'g'.".
+std::vector<String> WordsOf(StringView pattern) {
+  std::vector<String> words(1);
+  bool quoted = false;
+  for (const char16_t unit : pattern) {
+    if (unit == u'\'') quoted = !quoted;
+    const bool inWord = unit != u'\'' && (quoted || (unit > 0x7F && Plain(StringView(&unit, 1)).size() == 1));
+    if (inWord) {
+      words.back() += unit;
+    } else if (!words.back().empty()) {
+      words.emplace_back();
+    }
+  }
+  std::erase(words, String());
+  return words;
+}
+
+// The separator of hours and minutes, without the quotes that it has where it is a letter.
+String TimeMark() { return Replace(UserLocale().timeSeparator, u"'", u""); }
+
+// The text between two numbers, or behind the last one: the locale's own words drop out, and an "AM" or "PM",
+// the locale's or the English one, is taken off its end.
+class GapReader {
+ public:
+  GapReader() {
+    const LocaleFacts& locale = UserLocale();
+    for (const StringView pattern : {StringView(locale.shortDate), StringView(locale.timeFormat)}) {
+      for (const String& word : WordsOf(pattern)) {
+        if (word != TimeMark()) m_words.push_back(word);
+      }
+    }
+    m_marks = {{{Plain(locale.am), false}, {Plain(locale.pm), true}, {u"AM", false}, {u"PM", true}}};
+  }
+
+  String Read(StringView gap, std::optional<bool>& afternoon) const {
+    String rest = Plain(gap);
+    for (const String& word : m_words) rest = Trim(Replace(rest, word, u""));
+    for (const auto& [mark, isAfternoon] : m_marks) {
+      if (mark.empty() || rest.size() < mark.size()) continue;
+      if (!EqualsNoCase(StringView(rest).substr(rest.size() - mark.size()), mark)) continue;
+      if (afternoon) Mismatch();
+      afternoon = isAfternoon;
+      return Trim(StringView(rest).substr(0, rest.size() - mark.size()));
+    }
+    return rest;
+  }
+
+ private:
+  std::vector<String> m_words;
+  std::array<std::pair<String, bool>, 4> m_marks;
+};
+
+DatePieces CutIntoNumbers(StringView text) {
+  const GapReader gaps;
   DatePieces pieces;
-  pieces.afternoon = TakeHalfOfDay(text);
   std::size_t i = 0;
-  while (i < text.size()) {
+  for (;;) {
     const std::size_t gap = i;
     while (i < text.size() && !IsDigit(text[i])) ++i;
+    const String before = gaps.Read(text.substr(gap, i - gap), pieces.afternoon);
     if (i == text.size()) {
-      if (Trim(StringView(text).substr(gap)) == u"." && !pieces.numbers.empty()) break;  // "31. 12. 1999."
-      Mismatch();
+      if (!before.empty() && before != u".") Mismatch();  // "31. 12. 1999."
+      break;
     }
     const std::size_t first = i;
     int value = 0;
@@ -125,24 +174,21 @@ DatePieces CutIntoNumbers(StringView given) {
       if (i - first >= 4) Mismatch();
       value = value * 10 + (text[i++] - u'0');
     }
-    pieces.numbers.push_back({value, i - first, Trim(StringView(text).substr(gap, first - gap))});
+    pieces.numbers.push_back({value, i - first, before});
   }
   if (pieces.numbers.empty() || !pieces.numbers[0].before.empty()) Mismatch();
   return pieces;
 }
 
-bool IsTimeMark(const String& mark) {
-  return mark == u":" || (mark == UserLocale().timeSeparator && mark != u".");
-}
+bool IsTimeMark(const String& mark) { return mark == u":" || mark == TimeMark(); }
 
 bool IsDateMark(const String& mark) {
-  return mark == u"/" || mark == u"-" || mark == u"." || mark == UserLocale().dateSeparator ||
-         mark == Trim(UserLocale().dateSeparator);
+  return mark == u"/" || mark == u"-" || mark == u"." || mark == Plain(UserLocale().dateSeparator);
 }
 
 // A year of two digits lies in 1930 to 2029.
 int FullYear(const NumberPiece& piece) {
-  if (piece.digits > 2) return piece.value;
+  if (piece.digits > 2) return piece.value - UserLocale().yearOffset;
   return piece.value < 30 ? 2000 + piece.value : 1900 + piece.value;
 }
 
@@ -150,6 +196,12 @@ void SetDay(DateParts& parts, const NumberPiece& year, const NumberPiece& month,
   parts.year = FullYear(year);
   parts.month = month.value;
   parts.day = day.value;
+}
+
+// True where the locale itself writes the day before the month behind the year.
+bool WritesDayBehindYear() {
+  const String& pattern = UserLocale().shortDate;
+  return pattern.starts_with(u"y") && pattern.find(u'd') < pattern.find(u'M');
 }
 
 // A first number of three or four digits is a year; else the locale's order holds, and where it names no
@@ -160,7 +212,8 @@ DateParts ReadDay(std::span<const NumberPiece> numbers) {
   const bool yearFirst =
       numbers[0].digits > 2 || UserLocale().dateOrder == LocaleFacts::DateOrder::YearMonthDay;
   if (yearFirst && numbers[2].digits <= 2) {
-    SetDay(parts, numbers[0], numbers[1], numbers[2]);
+    const bool dayNext = WritesDayBehindYear();
+    SetDay(parts, numbers[0], numbers[dayNext ? 2 : 1], numbers[dayNext ? 1 : 2]);
   } else if (UserLocale().dateOrder == LocaleFacts::DateOrder::DayMonthYear) {
     SetDay(parts, numbers[2], numbers[1], numbers[0]);
     if (!IsValid(parts)) SetDay(parts, numbers[2], numbers[0], numbers[1]);
@@ -201,7 +254,8 @@ Date ParseDate(StringView text) {
   if (time.empty() && pieces.afternoon) Mismatch();
   if (dayCount == 0 && time.size() == 1 && !pieces.afternoon) Mismatch();
   if (!time.empty()) {
-    if (dayCount > 0 && !time[0].before.empty() && time[0].before != u"T") Mismatch();
+    const String& gap = time[0].before;  // "T", or the point behind a date such as "31. 12. 1999."
+    if (dayCount > 0 && !gap.empty() && gap != u"T" && gap != u".") Mismatch();
     for (const NumberPiece& piece : time.subspan(1)) {
       if (!IsTimeMark(piece.before)) Mismatch();
     }

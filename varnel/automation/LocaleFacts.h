@@ -26,7 +26,8 @@ struct LocaleFacts {
   DateOrder dateOrder = DateOrder::MonthDayYear;
   String am = u"AM";
   String pm = u"PM";
-  int ansiCodePage = 1252;
+  int ansiCodePage = 1252;  // 0: the locale has none
+  int yearOffset = 0;       // added to a year's text: 543 where years are counted by the Buddhist calendar
 
   bool operator==(const LocaleFacts&) const = default;
 };

@@ -51,14 +51,14 @@ class NumberReader {
     if (m_rest.size() > 1 && m_rest[0] == u'&') return ReadRadix();
     const bool bracketed = Take(u"(");
     const bool negative = TakeSigns();
+    if (bracketed && m_signed) Mismatch();
     std::string plain = TakeDigits(true);
     if (Take(UserLocale().decimal)) plain += "." + TakeDigits(false);
     if (plain.find_first_of("0123456789") == std::string::npos) Mismatch();
     plain += TakeExponent();
     SkipBlanks();
-    Take(UserLocale().currency);
-    SkipBlanks();
-    const bool trailingMinus = !negative && !bracketed && Take(u"-");
+    TakeCurrency();
+    const bool trailingMinus = !m_signed && !bracketed && Take(u"-");
     if (bracketed && !Take(u")")) Mismatch();
     if (!m_rest.empty()) Mismatch();
     const double value = Value(plain);
@@ -76,15 +76,20 @@ class NumberReader {
 
   void SkipBlanks() { m_rest = TrimLeft(m_rest); }
 
-  // A sign and the currency symbol stand in either order, each at most once.
+  // The currency symbol stands in front of the number, behind its sign or at the end, but only once.
+  void TakeCurrency() {
+    if (!m_priced) m_priced = Take(UserLocale().currency);
+    SkipBlanks();
+  }
+
+  // True if the number has a minus in front.
   bool TakeSigns() {
-    Take(UserLocale().currency);
     SkipBlanks();
+    TakeCurrency();
     const bool negative = Take(u"-");
-    if (!negative) Take(u"+");
+    m_signed = negative || Take(u"+");
     SkipBlanks();
-    Take(UserLocale().currency);
-    SkipBlanks();
+    TakeCurrency();
     return negative;
   }
 
@@ -101,25 +106,22 @@ class NumberReader {
     return digits;
   }
 
-  // A separator of thousands counts only in front of a digit.
+  // A separator of thousands counts only in front of a digit, and not where it is the decimal point too.
   bool TakeGroupMark() {
     const String& mark = UserLocale().thousand;
-    const bool found = !mark.empty() && m_rest.starts_with(mark) && m_rest.size() > mark.size() &&
-                       IsDigit(m_rest[mark.size()]);
+    const bool found = !mark.empty() && mark != UserLocale().decimal && m_rest.starts_with(mark) &&
+                       m_rest.size() > mark.size() && IsDigit(m_rest[mark.size()]);
     return found && Take(mark);
   }
 
+  // An exponent has digits: a currency may begin with its letter ("5den").
   std::string TakeExponent() {
-    const bool marked =
-        !m_rest.empty() && (m_rest[0] == u'e' || m_rest[0] == u'E' || m_rest[0] == u'd' || m_rest[0] == u'D');
-    if (!marked) return {};
-    m_rest.erase(0, 1);
-    std::string exponent = "e";
-    if (Take(u"-")) exponent += "-";
-    Take(u"+");
-    const std::string digits = TakeDigits(false);
-    if (digits.empty()) Mismatch();
-    return exponent + digits;
+    if (m_rest.empty() || StringView(u"eEdD").find(m_rest[0]) == StringView::npos) return {};
+    const std::size_t signs = m_rest.size() > 1 && (m_rest[1] == u'-' || m_rest[1] == u'+') ? 1 : 0;
+    if (m_rest.size() <= 1 + signs || !IsDigit(m_rest[1 + signs])) return {};
+    const bool negative = m_rest[1] == u'-';
+    m_rest.erase(0, 1 + signs);
+    return (negative ? "e-" : "e") + TakeDigits(false);
   }
 
   static double Value(const std::string& plain) {
@@ -147,6 +149,8 @@ class NumberReader {
   }
 
   String m_rest;
+  bool m_signed = false;  // a sign was taken in front
+  bool m_priced = false;  // the currency symbol was taken
 };
 
 }  // namespace

@@ -1,0 +1,124 @@
+#include "host-linux/database/AdoConnection.h"
+
+#include "host-linux/database/AdoFailure.h"
+#include "host-linux/database/AdoRecordset.h"
+#include "varnel/automation/Members.h"
+
+namespace hostlinux {
+
+using varnel::ClassInfo;
+using varnel::Long;
+using varnel::Method;
+using varnel::Missing;
+using varnel::Property;
+using varnel::ReadOnly;
+using varnel::String;
+using varnel::Variant;
+
+namespace {
+constexpr Long kModeRead = 1;
+}  // namespace
+
+AdoConnection::AdoConnection(std::shared_ptr<AdoDatabase> database)
+    : m_database(std::move(database)), m_errors(std::make_shared<AdoErrors>()) {}
+
+const ClassInfo& AdoConnection::Class() const {
+  using C = AdoConnection;
+  static const ClassInfo info{
+      u"Connection",
+      {
+          Property<&C::ConnectionTimeout, &C::SetConnectionTimeout>(u"ConnectionTimeout"),
+          Property<&C::CommandTimeout, &C::SetCommandTimeout>(u"CommandTimeout"),
+          Property<&C::CursorLocation, &C::SetCursorLocation>(u"CursorLocation"),
+          Property<&C::IsolationLevel, &C::SetIsolationLevel>(u"IsolationLevel"),
+          Property<&C::Mode, &C::SetMode>(u"Mode"),
+          Property<&C::ConnectionText, &C::SetConnectionText>(u"ConnectionString"),
+          ReadOnly<&C::State>(u"State"),
+          Method<&C::Open>(u"Open", {String(), String(), String(), Long{-1}}),
+          Method<&C::ExecuteText>(u"Execute", {Missing(), Long{-1}}),
+          Method<&C::Close>(u"Close"),
+          Method<&C::BeginTrans>(u"BeginTrans"),
+          Method<&C::CommitTrans>(u"CommitTrans"),
+          Method<&C::RollbackTrans>(u"RollbackTrans"),
+          ReadOnly<&C::ErrorCollection>(u"Errors"),
+      }};
+  return info;
+}
+
+template <typename Action>
+auto AdoConnection::Guarded(Action action) {
+  try {
+    return action();
+  } catch (const ProviderFailure& failure) {
+    const varnel::host::ProviderError& error = failure.Error();
+    m_errors->Set({error});
+    varnel::ErrInfo info;
+    info.Number = error.Number;
+    info.Source = error.Source;
+    info.Description = error.Description;
+    throw varnel::Error(info);
+  }
+}
+
+void AdoConnection::SetConnectionText(const String& text) {
+  if (IsOpen()) RaiseAdo(AdoFailure::IsOpen, u"Connection");
+  m_connectionString = text;
+}
+
+void AdoConnection::Open(const String& connectionString, const String&, const String&, Long) {
+  if (IsOpen()) RaiseAdo(AdoFailure::IsOpen, u"Connection");
+  const String& text = connectionString.empty() ? m_connectionString : connectionString;
+  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead); });
+  m_connectionString = text;
+}
+
+std::shared_ptr<varnel::host::IRecordset> AdoConnection::Execute(const String& sql, Long) {
+  Long affected = 0;
+  return ExecuteCounting(sql, affected);
+}
+
+std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Variant& affected, Long) {
+  Long count = 0;
+  std::shared_ptr<AdoRecordset> recordset = ExecuteCounting(sql, count);
+  affected = Variant(count);
+  return recordset;
+}
+
+std::shared_ptr<AdoRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& affected) {
+  StatementResult result = Run(sql, 0);
+  affected = result.affected;
+  auto recordset = std::make_shared<AdoRecordset>(m_database);
+  recordset->SetCursorLocation(m_cursorLocation);
+  recordset->TakeResult(std::move(result), SharedFrom(*this));
+  return recordset;
+}
+
+void AdoConnection::Close() {
+  if (!IsOpen()) RaiseAdo(AdoFailure::IsClosed, u"Connection");
+  m_lease = nullptr;
+}
+
+Long AdoConnection::BeginTrans() {
+  Guarded([&] { Session().Begin(); });
+  return 1;
+}
+
+void AdoConnection::CommitTrans() {
+  Guarded([&] { Session().Commit(); });
+}
+
+void AdoConnection::RollbackTrans() {
+  Guarded([&] { Session().Rollback(); });
+}
+
+StatementResult AdoConnection::Run(const String& sql, Long maxRecords) {
+  ISession& session = Session();
+  return Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout); });
+}
+
+ISession& AdoConnection::Session() {
+  if (!IsOpen()) RaiseAdo(AdoFailure::IsClosed, u"Connection");
+  return m_lease->Session();
+}
+
+}  // namespace hostlinux

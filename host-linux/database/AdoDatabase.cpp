@@ -1,0 +1,147 @@
+#include "host-linux/database/AdoDatabase.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host-linux/database/dialect/SqlLexer.h"
+#include "host-linux/database/sqlite/SqliteProvider.h"
+
+namespace hostlinux {
+namespace {
+
+using varnel::String;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kMaxWaiting = 8;  // sessions of one thread
+constexpr std::size_t kMaxWarned = 1000;
+
+std::unique_ptr<IProvider> MakeProvider(const ConnectionString& connection) {
+  const String provider = connection.Get(u"Provider");
+  if (varnel::EqualsNoCase(provider, u"SQLite")) return std::make_unique<SqliteProvider>();
+  throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
+                         provider.empty() ? String(u"The connection string names no Provider.")
+                                          : u"The Provider '" + provider + u"' is not known.",
+                         0, u"08001"});
+}
+
+bool IsClauseWord(const SqlToken& token) {
+  static constexpr std::array<std::u16string_view, 8> kWords = {u"SELECT", u"FROM",  u"WHERE", u"GROUP",
+                                                                u"HAVING", u"ORDER", u"UNION", u"COMPUTE"};
+  return std::any_of(kWords.begin(), kWords.end(),
+                     [&](std::u16string_view word) { return IsWord(token, word); });
+}
+
+bool HasBreak(const SqlToken& token) { return token.gap.find_first_of(u"\r\n") != String::npos; }
+
+// True if a keyword of a clause touches a line break: the page queries only know blanks between words.
+bool HasBreakBesideKeyword(const String& sql) {
+  if (sql.find_first_of(u"\r\n") == String::npos) return false;
+  const std::vector<SqlToken> tokens = LexSql(sql);
+  for (std::size_t i = 0; i + 1 < tokens.size(); ++i) {
+    if (IsClauseWord(tokens[i]) && (HasBreak(tokens[i]) || HasBreak(tokens[i + 1]))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+SessionLease::SessionLease(std::weak_ptr<AdoDatabase> database, String key, std::unique_ptr<ISession> session)
+    : m_database(std::move(database)), m_key(std::move(key)), m_session(std::move(session)) {}
+
+SessionLease::~SessionLease() {
+  if (const std::shared_ptr<AdoDatabase> database = m_database.lock()) {
+    database->GiveBack(m_key, std::move(m_session));
+  }
+}
+
+std::shared_ptr<AdoDatabase> AdoDatabase::Make(AdoOptions options) {
+  return std::shared_ptr<AdoDatabase>(new AdoDatabase(std::move(options)));
+}
+
+std::shared_ptr<SessionLease> AdoDatabase::Lease(const String& connectionString, bool readOnly) {
+  const String key = connectionString + (readOnly ? u"\nread" : u"");
+  std::unique_ptr<ISession> session = TakeWaiting(key);
+  if (session == nullptr) session = OpenSession(connectionString, readOnly);
+  return std::make_shared<SessionLease>(weak_from_this(), key, std::move(session));
+}
+
+std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionString, bool readOnly) const {
+  const ConnectionString connection(connectionString);
+  if (connection.IsEmpty()) {
+    throw ProviderFailure(
+        {provider_error::kFail, u"Varnel.Database", u"The connection string is empty.", 0, u"08001"});
+  }
+  return MakeProvider(connection)->Open(connection, m_options.folder, readOnly);
+}
+
+// A session whose file was replaced while it waited is dropped, and the next one looked at.
+std::unique_ptr<ISession> AdoDatabase::TakeWaiting(const String& key) {
+  while (true) {
+    std::unique_ptr<ISession> session;
+    {
+      const std::lock_guard lock(m_mutex);
+      std::list<Waiting>& waiting = m_waiting[std::this_thread::get_id()];
+      const auto found = std::find_if(waiting.begin(), waiting.end(),
+                                      [&](const Waiting& entry) { return entry.key == key; });
+      if (found == waiting.end()) return nullptr;
+      session = std::move(found->session);
+      waiting.erase(found);
+    }
+    if (session->Recycle()) return session;
+  }
+}
+
+void AdoDatabase::GiveBack(const String& key, std::unique_ptr<ISession> session) {
+  if (!session->Recycle()) return;
+  std::unique_ptr<ISession> oldest;  // closed outside the lock
+  const std::lock_guard lock(m_mutex);
+  std::list<Waiting>& waiting = m_waiting[std::this_thread::get_id()];
+  waiting.push_front(Waiting{key, std::move(session)});
+  if (waiting.size() <= kMaxWaiting) return;
+  oldest = std::move(waiting.back().session);
+  waiting.pop_back();
+}
+
+std::size_t AdoDatabase::WaitingSessions() const {
+  const std::lock_guard lock(m_mutex);
+  std::size_t count = 0;
+  for (const auto& [thread, waiting] : m_waiting) count += waiting.size();
+  return count;
+}
+
+StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
+                                 varnel::Long timeoutSeconds) {
+  WarnOfLineBreaks(sql);
+  const Clock::time_point start = Clock::now();
+  const auto report = [&](const StatementResult& result) {
+    if (!m_options.onStatement) return;
+    const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+    m_options.onStatement(SqlTraceEntry{sql, result.sent, result.rows.Rows(), time});
+  };
+  try {
+    StatementResult result = session.Run(sql, StatementLimits{maxRecords, Timeout(timeoutSeconds)});
+    report(result);
+    return result;
+  } catch (const ProviderFailure&) {
+    report(StatementResult());
+    throw;
+  }
+}
+
+std::chrono::milliseconds AdoDatabase::Timeout(varnel::Long seconds) const {
+  const std::chrono::milliseconds asked = std::chrono::seconds(std::max(seconds, varnel::Long{0}));
+  if (asked.count() == 0) return m_options.statementTimeout;
+  return m_options.statementTimeout.count() == 0 ? asked : std::min(asked, m_options.statementTimeout);
+}
+
+void AdoDatabase::WarnOfLineBreaks(const String& sql) {
+  if (!m_options.onWarning || !HasBreakBesideKeyword(sql)) return;
+  {
+    const std::lock_guard lock(m_mutex);
+    if (m_warned.size() >= kMaxWarned || !m_warned.insert(sql).second) return;
+  }
+  m_options.onWarning(
+      u"A line break stands beside a keyword of this SQL text, where only a blank separates words: " + sql);
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,88 @@
+// What all database connections of a process share: where a site's files lie, limits, the hooks for tracing
+// and warnings, and the sessions that wait for their next user.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <unordered_set>
+
+#include "host-linux/database/provider/Provider.h"
+
+namespace hostlinux {
+
+// One SQL text that was run.
+struct SqlTraceEntry {
+  varnel::String sql;   // as it was handed over
+  varnel::String sent;  // as the engine got it; empty if it got nothing
+  std::size_t rows = 0;
+  std::chrono::microseconds time{0};
+};
+
+struct AdoOptions {
+  std::filesystem::path folder;                   // where relative file names begin: the site
+  std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
+  std::function<void(const SqlTraceEntry&)>
+      onStatement;  // also for one that failed, with 0 rows; may be empty
+  std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty
+};
+
+class AdoDatabase;
+
+// A session in use. Its last owner gives it back.
+class SessionLease {
+ public:
+  SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session);
+  SessionLease(const SessionLease&) = delete;
+  SessionLease& operator=(const SessionLease&) = delete;
+  ~SessionLease();
+
+  ISession& Session() { return *m_session; }
+
+ private:
+  std::weak_ptr<AdoDatabase> m_database;
+  varnel::String m_key;
+  std::unique_ptr<ISession> m_session;
+};
+
+// Made once by the wiring and shared; safe on any thread. A session goes back to the thread that gives it
+// back, so that a thread finds its own again.
+class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
+ public:
+  static std::shared_ptr<AdoDatabase> Make(AdoOptions options);
+
+  // A session for the connection string, waiting or new. Raises ProviderFailure.
+  std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly);
+
+  // Runs a text within the limits (`timeoutSeconds` 0: only the cap) and reports it to the hooks.
+  StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
+                      varnel::Long timeoutSeconds);
+
+  // Sessions that wait, of all threads.
+  std::size_t WaitingSessions() const;
+
+ private:
+  friend class SessionLease;
+  struct Waiting {
+    varnel::String key;
+    std::unique_ptr<ISession> session;
+  };
+
+  explicit AdoDatabase(AdoOptions options) : m_options(std::move(options)) {}
+  void GiveBack(const varnel::String& key, std::unique_ptr<ISession> session);
+  std::unique_ptr<ISession> TakeWaiting(const varnel::String& key);
+  std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly) const;
+  std::chrono::milliseconds Timeout(varnel::Long seconds) const;
+  void WarnOfLineBreaks(const varnel::String& sql);
+
+  const AdoOptions m_options;
+  mutable std::mutex m_mutex;  // guards the two below
+  std::map<std::thread::id, std::list<Waiting>> m_waiting;
+  std::unordered_set<varnel::String> m_warned;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,92 @@
+// ADODB.Recordset. All rows that the statement returns are read when it is opened, so nothing is left
+// standing in the database, and a detached recordset works on.
+#pragma once
+
+#include "host-linux/database/AdoConnection.h"
+#include "host-linux/database/AdoFields.h"
+
+namespace hostlinux {
+
+class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
+ public:
+  explicit AdoRecordset(std::shared_ptr<AdoDatabase> database);
+  const varnel::ClassInfo& Class() const override;
+
+  // 0 forward only, 1 keyset, 2 dynamic, 3 static.
+  void SetCursorType(varnel::Long type) override { m_cursorType = type; }
+  varnel::Long CursorType() const override { return m_cursorType; }
+  varnel::Long CursorLocation() { return m_cursorLocation; }
+  void SetCursorLocation(varnel::Long location) override { m_cursorLocation = location; }
+  varnel::Long LockType() { return m_lockType; }
+  void SetLockType(varnel::Long type) override { m_lockType = type; }
+  // The most rows that a statement gives, 0 for all. A negative number, which a 16-bit sum may have become,
+  // counts by its absolute value.
+  void SetMaxRecords(varnel::Long count) override;
+  varnel::Long MaxRecords() const override { return m_maxRecords; }
+  // Kept and given back, 1 instead of 0; a negative number as above.
+  void SetCacheSize(varnel::Long count) override;
+  varnel::Long CacheSize() { return m_cacheSize; }
+  varnel::Long State() { return m_rowset->IsOpen() ? 1 : 0; }
+
+  // Raises 3705 when open, 3709 without an open connection, and the provider's error. The recordset is closed
+  // again when the statement returns no rows.
+  void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
+            varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
+  // For scripts: every argument may be left out. Without source and connection, a recordset with appended
+  // fields opens empty. A text as connection makes a connection of its own.
+  void OpenWith(const varnel::Variant& source, const varnel::Variant& connection, varnel::Long cursorType,
+                varnel::Long lockType, varnel::Long options);
+  // Takes over what a statement returned.
+  void TakeResult(StatementResult result, std::shared_ptr<AdoConnection> connection);
+
+  varnel::Variant ActiveConnection();
+  void SetActiveConnection(const varnel::Variant& connection);
+  void DetachConnection() override { m_connection = nullptr; }
+
+  bool IsEOF() const override;
+  bool IsBOF();
+  varnel::Long FieldCount() const override;
+  varnel::String FieldName(varnel::Long position) const override;
+  varnel::Integer FieldType(varnel::Long position) const override;
+  varnel::Variant FieldValue(varnel::Long position) const override;
+  std::shared_ptr<AdoFields> Fields() { return m_fields; }
+  std::shared_ptr<AdoField> Item(const varnel::Variant& key) { return m_fields->Item(key); }
+
+  varnel::host::RowBlock GetRows() override;
+  // An array of columns, each an array of its values, of at most `count` rows (-1: all). Raises 3021 at the
+  // end.
+  varnel::Variant GetRowArrays(varnel::Long count);
+  void MoveNext() override;
+  void MovePrevious();
+  void MoveFirst();
+  void MoveLast();
+  // Exact for keyset, static, client-side and made recordsets, else -1.
+  varnel::Long RecordCount() const override;
+  // A made recordset loses its rows and keeps no fields. Raises 3704 when closed.
+  void Close() override;
+
+  // Recordsets made by hand only: 3251 otherwise.
+  void AddNew();
+  void Update();
+
+ private:
+  void Require(bool open) const;
+  void RequireCurrent() const;
+  void RequireMade() const;
+  void Replace(Rowset rowset);
+  const ResultColumn& Column(varnel::Long position) const;
+  std::shared_ptr<AdoConnection> ConnectionFrom(const varnel::Variant& value);
+
+  std::shared_ptr<AdoDatabase> m_database;
+  std::shared_ptr<AdoConnection> m_connection;
+  std::shared_ptr<Rowset> m_rowset;
+  std::shared_ptr<AdoFields> m_fields;
+  varnel::String m_source;
+  varnel::Long m_cursorType = varnel::host::ado::kOpenForwardOnly;
+  varnel::Long m_cursorLocation = varnel::host::ado::kUseServer;
+  varnel::Long m_lockType = varnel::host::ado::kLockReadOnly;
+  varnel::Long m_maxRecords = 0;
+  varnel::Long m_cacheSize = 1;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,34 @@
+// What a dialect asks of the engine about the columns of a query.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace hostlinux {
+
+// A result column: its name, and the type its column was declared with, through aliases and subqueries.
+// The type is empty for an expression and for an untyped column.
+struct ColumnFact {
+  std::u16string name;
+  std::u16string declaredType;
+};
+
+// How values of a column are stored and compared.
+enum class ColumnKind { Unknown, Integer, Real, Numeric, Text, Date, DateOnly, Boolean, Blob };
+
+// The kind of a declared type: DATETIME and TIMESTAMP are Date, DATE is DateOnly, BIT and BOOLEAN are
+// Boolean; else by the engine's affinity rules. Letters in any case; an empty type is Unknown.
+ColumnKind KindOfDeclaredType(std::u16string_view declaredType);
+
+class IColumnFacts {
+ public:
+  virtual ~IColumnFacts() = default;
+
+  // The result columns of `select`, a text in the engine's own SQL that is not run. Nothing if the engine
+  // refuses it.
+  virtual std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) = 0;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,96 @@
+// What the ADO objects ask of a database engine. One folder per engine implements it, with the same file
+// names; nothing above knows which one it is.
+#pragma once
+
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host-linux/database/provider/ConnectionString.h"
+#include "host-linux/database/provider/RowStore.h"
+#include "varnel/host/Ado.h"
+
+namespace hostlinux {
+
+// Error numbers of providers, as scripts know them.
+namespace provider_error {
+inline constexpr varnel::Long kFail = static_cast<varnel::Long>(0x80004005);
+inline constexpr varnel::Long kSyntax = static_cast<varnel::Long>(0x80040E14);
+inline constexpr varnel::Long kNoTable = static_cast<varnel::Long>(0x80040E37);
+inline constexpr varnel::Long kIntegrity = static_cast<varnel::Long>(0x80040E2F);
+inline constexpr varnel::Long kTimeout = static_cast<varnel::Long>(0x80040E31);
+inline constexpr varnel::Long kPermission = static_cast<varnel::Long>(0x80040E09);
+inline constexpr varnel::Long kNoCommand = static_cast<varnel::Long>(0x80040E0C);
+}  // namespace provider_error
+
+// Type codes of columns.
+namespace ado_type {
+inline constexpr varnel::Integer kInteger = 3;
+inline constexpr varnel::Integer kDouble = 5;
+inline constexpr varnel::Integer kDate = 7;
+inline constexpr varnel::Integer kBstr = 8;
+inline constexpr varnel::Integer kBoolean = 11;
+inline constexpr varnel::Integer kBigInt = 20;
+inline constexpr varnel::Integer kBinary = 128;
+inline constexpr varnel::Integer kTimeStamp = 135;
+inline constexpr varnel::Integer kVarWChar = 202;
+inline constexpr varnel::Integer kLongVarWChar = 203;
+inline constexpr varnel::Integer kLongVarBinary = 205;
+}  // namespace ado_type
+
+// An error of the engine; the ADO objects put it among the connection's errors and raise it.
+class ProviderFailure : public std::exception {
+ public:
+  explicit ProviderFailure(varnel::host::ProviderError error)
+      : m_error(std::move(error)), m_what(varnel::ToUtf8(m_error.Description)) {}
+  const varnel::host::ProviderError& Error() const { return m_error; }
+  const char* what() const noexcept override { return m_what.c_str(); }
+
+ private:
+  varnel::host::ProviderError m_error;
+  std::string m_what;
+};
+
+struct ResultColumn {
+  varnel::String name;
+  varnel::Integer type = ado_type::kVarWChar;
+  varnel::Long size = 0;  // declared length of a text, 0 for none
+};
+
+struct StatementResult {
+  std::vector<ResultColumn> columns;  // none for a statement that returns no rows
+  RowStore rows;
+  varnel::Long affected = -1;  // rows that it changed; -1 for a query
+  varnel::String sent;         // the text as the engine got it
+};
+
+struct StatementLimits {
+  varnel::Long maxRecords = 0;           // 0: all of them
+  std::chrono::milliseconds timeout{0};  // 0: none
+};
+
+// One connection to an engine. Used by one thread at a time. Everything raises ProviderFailure.
+class ISession {
+ public:
+  virtual ~ISession() = default;
+  // Runs one statement, handed over in the library's SQL, and reads its rows.
+  virtual StatementResult Run(const varnel::String& sql, const StatementLimits& limits) = 0;
+  virtual void Begin() = 0;
+  virtual void Commit() = 0;
+  virtual void Rollback() = 0;
+  // Undoes what a user of the session may have left: true if another one may have it then.
+  virtual bool Recycle() = 0;
+};
+
+class IProvider {
+ public:
+  virtual ~IProvider() = default;
+  // `folder` is where relative file names begin. `readOnly` may also come from the connection string.
+  virtual std::unique_ptr<ISession> Open(const ConnectionString& connection,
+                                         const std::filesystem::path& folder, bool readOnly) = 0;
+};
+
+}  // namespace hostlinux

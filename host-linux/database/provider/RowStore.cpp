@@ -1,0 +1,43 @@
+#include "host-linux/database/provider/RowStore.h"
+
+#include <bit>
+
+namespace hostlinux {
+
+using varnel::Variant;
+
+void RowStore::AddDouble(double value) { Add(Kind::Double, std::bit_cast<std::uint64_t>(value), 0); }
+void RowStore::AddDate(varnel::Date value) { Add(Kind::Date, std::bit_cast<std::uint64_t>(value.days), 0); }
+
+void RowStore::Add(Kind kind, std::uint64_t value, std::size_t length) {
+  m_cells.push_back(Cell{value, static_cast<std::uint32_t>(length), kind});
+}
+
+void RowStore::AddBytes(Kind kind, std::string_view bytes) {
+  Add(kind, m_bytes.size(), bytes.size());
+  m_bytes += bytes;
+}
+
+Variant RowStore::Value(std::size_t column, std::size_t row) const {
+  const Cell& cell = m_cells[row * m_columns + column];
+  switch (cell.kind) {
+    case Kind::Null:
+      return varnel::Null();
+    case Kind::Long:
+      return static_cast<varnel::Long>(cell.value);
+    case Kind::Boolean:
+      return cell.value != 0;
+    case Kind::Double:
+      return std::bit_cast<double>(cell.value);
+    case Kind::Date:
+      return varnel::Date{std::bit_cast<double>(cell.value)};
+    case Kind::Text:
+      return varnel::FromUtf8(std::string_view(m_bytes).substr(cell.value, cell.length));
+    case Kind::Blob:
+      break;
+  }
+  const std::string_view bytes = std::string_view(m_bytes).substr(cell.value, cell.length);
+  return varnel::BytesPtr(std::make_shared<varnel::Bytes>(bytes.begin(), bytes.end()));
+}
+
+}  // namespace hostlinux

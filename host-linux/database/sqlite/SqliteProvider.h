@@ -1,0 +1,16 @@
+// The embedded engine: "Provider=SQLite;Data Source=shop.db;Mode=Read".
+#pragma once
+
+#include "host-linux/database/provider/Provider.h"
+
+namespace hostlinux {
+
+// Mode=Read opens read-only, Mode=ReadWrite opens a file that must be there, no mode or Mode=Create makes it
+// where it is missing. A relative Data Source begins at the site's folder.
+class SqliteProvider : public IProvider {
+ public:
+  std::unique_ptr<ISession> Open(const ConnectionString& connection, const std::filesystem::path& folder,
+                                 bool readOnly) override;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,220 @@
+#include "host-linux/database/sqlite/SqliteStatement.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "host-linux/database/dialect/SqlLexer.h"
+#include "host-linux/database/sqlite/SqliteErrors.h"
+
+namespace hostlinux {
+namespace {
+
+using varnel::Integer;
+using varnel::Long;
+using varnel::String;
+
+bool HoldsStatement(std::string_view sql) {
+  const std::vector<SqlToken> tokens = LexSql(varnel::FromUtf8(sql));
+  return std::any_of(tokens.begin(), tokens.end(), [](const SqlToken& token) {
+    return token.kind != SqlTokenKind::End && token.kind != SqlTokenKind::Comment &&
+           token.kind != SqlTokenKind::Semicolon;
+  });
+}
+
+// The first number in parentheses of a declared type: 50 of VARCHAR(50).
+Long DeclaredSize(const String& type) {
+  const std::size_t open = type.find(u'(');
+  if (open == String::npos) return 0;
+  return static_cast<Long>(std::strtol(varnel::ToUtf8(type.substr(open + 1)).c_str(), nullptr, 10));
+}
+
+Integer TypeOfKind(ColumnKind kind, const String& declaredType) {
+  switch (kind) {
+    case ColumnKind::Integer:
+      return varnel::EqualsNoCase(declaredType, u"BIGINT") ? ado_type::kBigInt : ado_type::kInteger;
+    case ColumnKind::Real:
+    case ColumnKind::Numeric:
+      return ado_type::kDouble;
+    case ColumnKind::Date:
+    case ColumnKind::DateOnly:
+      return ado_type::kTimeStamp;
+    case ColumnKind::Boolean:
+      return ado_type::kBoolean;
+    case ColumnKind::Blob:
+      return ado_type::kLongVarBinary;
+    case ColumnKind::Text:
+      return DeclaredSize(declaredType) > 0 ? ado_type::kVarWChar : ado_type::kLongVarWChar;
+    case ColumnKind::Unknown:
+      break;
+  }
+  return ado_type::kVarWChar;
+}
+
+// What SQLite found in the first row, for a column that is none of a table.
+Integer TypeOfStorage(int storage) {
+  switch (storage) {
+    case SQLITE_INTEGER:
+      return ado_type::kInteger;
+    case SQLITE_FLOAT:
+      return ado_type::kDouble;
+    case SQLITE_BLOB:
+      return ado_type::kLongVarBinary;
+    default:
+      return ado_type::kVarWChar;
+  }
+}
+
+// Reads `count` digits at `pos`; -1 if there are none.
+int Digits(std::string_view text, std::size_t pos, std::size_t count) {
+  int value = 0;
+  for (std::size_t i = pos; i < pos + count; ++i) {
+    if (i >= text.size() || text[i] < '0' || text[i] > '9') return -1;
+    value = value * 10 + (text[i] - '0');
+  }
+  return value;
+}
+
+// "yyyy-mm-dd", with " hh:mm", ":ss" and a fraction behind it where there is one. False for any other text.
+bool ReadStoredDate(std::string_view text, varnel::Date& date) {
+  varnel::DateParts parts;
+  parts.year = Digits(text, 0, 4);
+  parts.month = Digits(text, 5, 2);
+  parts.day = Digits(text, 8, 2);
+  if (text.size() < 10 || text[4] != '-' || text[7] != '-') return false;
+  const bool hasTime = text.size() > 10;
+  if (hasTime && (text.size() < 16 || (text[10] != ' ' && text[10] != 'T') || text[13] != ':')) return false;
+  if (hasTime) {
+    parts.hour = Digits(text, 11, 2);
+    parts.minute = Digits(text, 14, 2);
+    if (text.size() > 16) parts.second = text[16] == ':' ? Digits(text, 17, 2) : -1;
+  }
+  double fraction = 0;
+  if (text.size() > 19) {
+    if (text[19] != '.' || text.find_first_not_of("0123456789", 20) != std::string_view::npos) return false;
+    fraction = std::strtod(("0" + std::string(text.substr(19))).c_str(), nullptr);
+  }
+  if (parts.year < 100 || !varnel::IsValid(parts)) return false;
+  date = varnel::MakeDate(parts);
+  date.days += (date.days < 0 ? -fraction : fraction) / 86400;
+  return true;
+}
+
+}  // namespace
+
+SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
+    : m_database(database), m_sql(sql) {
+  sqlite3_stmt* statement = nullptr;
+  const char* tail = nullptr;
+  const int result =
+      sqlite3_prepare_v2(database, sql.data(), static_cast<int>(sql.size()), &statement, &tail);
+  m_statement.reset(statement);
+  if (result != SQLITE_OK) RaiseSqlite(database);
+  if (statement == nullptr) {
+    RaiseSqlite(provider_error::kNoCommand, u"There is no statement in the text.", u"42000");
+  }
+  if (HoldsStatement(std::string_view(tail, static_cast<std::size_t>(sql.data() + sql.size() - tail)))) {
+    RaiseSqlite(provider_error::kSyntax, u"Only one statement can be run in one call.", u"42000");
+  }
+}
+
+bool SqliteStatement::WasPreparedAgain() const {
+  return sqlite3_stmt_status(m_statement.get(), SQLITE_STMTSTATUS_REPREPARE, 0) > 0;
+}
+
+std::vector<ColumnFact> SqliteStatement::Facts() const {
+  std::vector<ColumnFact> facts;
+  for (int i = 0; i < sqlite3_column_count(m_statement.get()); ++i) {
+    const char* name = sqlite3_column_name(m_statement.get(), i);
+    const char* type = sqlite3_column_decltype(m_statement.get(), i);
+    facts.push_back(
+        {varnel::FromUtf8(name == nullptr ? "" : name), varnel::FromUtf8(type == nullptr ? "" : type)});
+  }
+  return facts;
+}
+
+StatementResult SqliteStatement::Run(Long maxRecords) {
+  struct Resetter {
+    sqlite3_stmt* statement;
+    ~Resetter() { sqlite3_reset(statement); }
+  } const resetter{m_statement.get()};
+  const auto limit = static_cast<std::size_t>(maxRecords);
+  const int changes = sqlite3_total_changes(m_database);
+  bool more = Step();
+
+  // The columns are only looked at now: the first step may have prepared the statement again.
+  StatementResult result;
+  std::vector<ColumnKind> kinds;
+  const std::vector<ColumnFact> facts = Facts();
+  for (std::size_t i = 0; i < facts.size(); ++i) {
+    kinds.push_back(KindOfDeclaredType(facts[i].declaredType));
+    result.columns.push_back(Column(static_cast<int>(i), kinds[i], facts[i].declaredType, more));
+    result.columns[i].name = facts[i].name;
+  }
+  result.rows = RowStore(facts.size());
+  for (; more; more = Step()) {
+    AddRow(result.rows, kinds);
+    if (limit != 0 && result.rows.Rows() == limit) break;
+  }
+  if (sqlite3_stmt_readonly(m_statement.get()) == 0) {
+    result.affected = sqlite3_total_changes(m_database) == changes ? 0 : sqlite3_changes(m_database);
+  }
+  return result;
+}
+
+bool SqliteStatement::Step() {
+  switch (sqlite3_step(m_statement.get())) {
+    case SQLITE_ROW:
+      return true;
+    case SQLITE_DONE:
+      return false;
+    default:
+      RaiseSqlite(m_database);
+  }
+}
+
+ResultColumn SqliteStatement::Column(int column, ColumnKind kind, const String& declaredType,
+                                     bool hasRow) const {
+  ResultColumn result;
+  const bool guess = kind == ColumnKind::Unknown && hasRow;
+  result.type =
+      guess ? TypeOfStorage(sqlite3_column_type(m_statement.get(), column)) : TypeOfKind(kind, declaredType);
+  result.size = kind == ColumnKind::Text ? DeclaredSize(declaredType) : 0;
+  return result;
+}
+
+void SqliteStatement::AddRow(RowStore& rows, const std::vector<ColumnKind>& kinds) const {
+  for (std::size_t i = 0; i < kinds.size(); ++i) AddCell(rows, static_cast<int>(i), kinds[i]);
+}
+
+void SqliteStatement::AddCell(RowStore& rows, int column, ColumnKind kind) const {
+  sqlite3_stmt* statement = m_statement.get();
+  const auto bytes = [&](const void* data) {
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
+    return data == nullptr ? std::string_view() : std::string_view(static_cast<const char*>(data), size);
+  };
+  switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_NULL:
+      return rows.AddNull();
+    case SQLITE_BLOB:
+      return rows.AddBlob(bytes(sqlite3_column_blob(statement, column)));
+    case SQLITE_FLOAT:
+      return rows.AddDouble(sqlite3_column_double(statement, column));
+    case SQLITE_INTEGER: {
+      const sqlite3_int64 value = sqlite3_column_int64(statement, column);
+      if (kind == ColumnKind::Boolean) return rows.AddBoolean(value != 0);
+      const bool fits =
+          value >= std::numeric_limits<Long>::min() && value <= std::numeric_limits<Long>::max();
+      return fits ? rows.AddLong(static_cast<Long>(value)) : rows.AddDouble(static_cast<double>(value));
+    }
+    default:
+      break;
+  }
+  const std::string_view text = bytes(sqlite3_column_text(statement, column));
+  varnel::Date date;
+  const bool isDate = kind == ColumnKind::Date || kind == ColumnKind::DateOnly;
+  if (isDate && ReadStoredDate(text, date)) return rows.AddDate(date);
+  rows.AddText(text);
+}
+
+}  // namespace hostlinux

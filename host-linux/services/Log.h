@@ -1,0 +1,43 @@
+// The process's log: set up once from the site's configuration; every line of a request bears its id.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "host-linux/services/SiteConfiguration.h"
+#include "varnel/automation/Object.h"
+#include "varnel/host/ILog.h"
+
+namespace hostlinux {
+
+enum class LogLevel { Debug, Info, Warning, Error };
+
+// Starts the log. Without a file it goes to standard error.
+void StartLog(const SiteConfiguration& site);
+// Writes what is waiting and ends the log.
+void StopLog();
+
+// One line. Line breaks inside `text` are written as \r and \n, so that an entry stays one line.
+void WriteLog(LogLevel level, std::string_view text);
+
+// While it lives, lines written on this thread bear `id`.
+class RequestLogScope {
+ public:
+  explicit RequestLogScope(std::string id);
+  ~RequestLogScope();
+  RequestLogScope(const RequestLogScope&) = delete;
+  RequestLogScope& operator=(const RequestLogScope&) = delete;
+
+ private:
+  std::string m_previous;
+};
+
+// "Ostrand.Log": the library's way to the log. Level 0 is written as an error, any other as information.
+class LogComponent : public varnel::Object, public varnel::host::ILog {
+ public:
+  const varnel::ClassInfo& Class() const override;
+  void WriteEntry(varnel::String& ioSource, varnel::String& ioText, varnel::Long& ioLevel,
+                  varnel::Variant& ioExtra) override;
+};
+
+}  // namespace hostlinux

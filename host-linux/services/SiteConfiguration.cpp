@@ -1,0 +1,236 @@
+#include "host-linux/services/SiteConfiguration.h"
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <sstream>
+
+#include "host-linux/services/Toml.h"
+
+namespace hostlinux {
+
+namespace {
+
+using varnel::Variant;
+
+[[noreturn]] void Fail(const toml::node& node, const std::string& what) {
+  throw ConfigurationError("site.toml, line " + std::to_string(node.source().begin.line) + ": " + what);
+}
+
+std::string ReadText(const toml::node& node, const std::string& key) {
+  if (const auto text = node.value_exact<std::string>()) return *text;
+  Fail(node, key + " must be a text");
+}
+
+std::int64_t ReadNumber(const toml::node& node, const std::string& key, std::int64_t least,
+                        std::int64_t most) {
+  const auto number = node.value_exact<std::int64_t>();
+  if (!number) Fail(node, key + " must be a whole number");
+  if (*number < least || *number > most) {
+    Fail(node, key + " must lie between " + std::to_string(least) + " and " + std::to_string(most));
+  }
+  return *number;
+}
+
+std::size_t ReadBytes(const toml::node& node, const std::string& key) {
+  return static_cast<std::size_t>(ReadNumber(node, key, 1, std::int64_t{1} << 40));
+}
+
+// "250ms", "5s", "2m", or a number of seconds.
+std::chrono::milliseconds ReadTime(const toml::node& node, const std::string& key) {
+  if (node.is_integer()) return std::chrono::seconds(ReadNumber(node, key, 1, 86400));
+  const std::string text = ReadText(node, key);
+  const auto digits = std::min(text.find_first_not_of("0123456789"), text.size());
+  const std::string unit = text.substr(digits);
+  const int factor = unit == "ms" ? 1 : unit == "s" ? 1000 : unit == "m" ? 60000 : 0;
+  if (digits == 0 || digits > 6 || factor == 0)
+    Fail(node, key + " must be a time such as \"250ms\", \"5s\" or \"2m\"");
+  const std::chrono::milliseconds time(std::stoll(text.substr(0, digits)) * factor);
+  if (time.count() == 0) Fail(node, key + " must be above 0");
+  return time;
+}
+
+Variant ReadValue(const toml::node& node, const std::string& key) {
+  if (const auto text = node.value_exact<std::string>()) return varnel::FromUtf8(*text);
+  if (const auto flag = node.value_exact<bool>()) return *flag;
+  if (const auto number = node.value_exact<double>()) return *number;
+  if (node.is_integer()) {
+    constexpr auto limits = std::numeric_limits<varnel::Long>();
+    return static_cast<varnel::Long>(ReadNumber(node, key, limits.min(), limits.max()));
+  }
+  Fail(node, key + " must be a text, a number or true or false");
+}
+
+SiteConfiguration::Values ReadValues(const toml::table& table) {
+  SiteConfiguration::Values values;
+  for (const auto& [key, node] : table)
+    values[std::string(key.str())] = ReadValue(node, std::string(key.str()));
+  return values;
+}
+
+std::string ReadRoot(const toml::node& node) {
+  std::string root = ReadText(node, "root");
+  const bool oneSegment = root.size() > 1 && root[0] == '/' && root.find('/', 1) == std::string::npos;
+  if (!oneSegment) Fail(node, "root must be exactly one segment such as \"/shop\"");
+  return root;
+}
+
+SiteConfiguration::Mode ReadMode(const toml::node& node) {
+  const std::string mode = ReadText(node, "mode");
+  if (mode == "development") return SiteConfiguration::Mode::Development;
+  if (mode == "production") return SiteConfiguration::Mode::Production;
+  Fail(node, "mode must be \"development\" or \"production\"");
+}
+
+std::vector<std::string> ReadTexts(const toml::node& node, const std::string& key) {
+  std::vector<std::string> texts;
+  if (!node.is_array()) Fail(node, key + " must be an array of texts");
+  for (const toml::node& element : *node.as_array()) texts.push_back(ReadText(element, key));
+  return texts;
+}
+
+using Reader = std::function<void(const toml::node&, const std::string&)>;
+using Readers = std::map<std::string, Reader>;
+
+void ReadSection(const toml::table& table, const std::string& section, const Readers& readers) {
+  for (const auto& [key, node] : table) {
+    const std::string name(key.str());
+    const auto reader = readers.find(name);
+    if (reader == readers.end()) Fail(node, "[" + section + "] has no key " + name);
+    reader->second(node, name);
+  }
+}
+
+Reader TimeInto(std::chrono::milliseconds& target) {
+  return [&target](const toml::node& node, const std::string& key) { target = ReadTime(node, key); };
+}
+
+Reader BytesInto(std::size_t& target) {
+  return [&target](const toml::node& node, const std::string& key) { target = ReadBytes(node, key); };
+}
+
+Reader TextInto(std::string& target) {
+  return [&target](const toml::node& node, const std::string& key) { target = ReadText(node, key); };
+}
+
+void ReadSite(const toml::table& table, SiteConfiguration& site) {
+  ReadSection(
+      table, "site",
+      {{"root", [&](const toml::node& node, const std::string&) { site.root = ReadRoot(node); }},
+       {"pages", [&](const toml::node& node, const std::string& key) { site.pages = ReadText(node, key); }},
+       {"default", TextInto(site.defaultPage)},
+       {"lcid",
+        [&](const toml::node& node, const std::string& key) {
+          site.lcid = static_cast<varnel::Long>(ReadNumber(node, key, 0, 0xFFFFF));
+        }},
+       {"codepage",
+        [&](const toml::node& node, const std::string& key) {
+          site.codePage = static_cast<int>(ReadNumber(node, key, 1, 65535));
+        }},
+       {"mode", [&](const toml::node& node, const std::string&) { site.mode = ReadMode(node); }}});
+}
+
+void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
+  ReadSection(table, "server",
+              {{"listen", TextInto(server.listen)},
+               {"threads",
+                [&](const toml::node& node, const std::string& key) {
+                  server.threads = static_cast<int>(ReadNumber(node, key, 1, 256));
+                }},
+               {"max_body", BytesInto(server.maxBody)},
+               {"max_header", BytesInto(server.maxHeader)},
+               {"max_response_buffer", BytesInto(server.maxResponseBuffer)},
+               {"max_sessions", BytesInto(server.maxSessions)},
+               {"max_heap", BytesInto(server.maxHeap)},
+               {"max_waiting", BytesInto(server.maxWaiting)},
+               {"script_timeout", TimeInto(server.scriptTimeout)},
+               {"statement_timeout", TimeInto(server.statementTimeout)},
+               {"header_timeout", TimeInto(server.headerTimeout)},
+               {"body_timeout", TimeInto(server.bodyTimeout)},
+               {"idle_timeout", TimeInto(server.idleTimeout)},
+               {"write_timeout", TimeInto(server.writeTimeout)},
+               {"drain_timeout", TimeInto(server.drainTimeout)},
+               {"session_timeout",
+                [&](const toml::node& node, const std::string& key) {
+                  server.sessionTimeout = std::chrono::minutes(ReadNumber(node, key, 1, 1440));
+                }},
+               {"refuse_parameters", [&](const toml::node& node, const std::string& key) {
+                  server.refuseParameters = ReadTexts(node, key);
+                }}});
+}
+
+void ReadUsers(const toml::table& table, SiteConfiguration& site) {
+  for (const auto& [key, node] : table) {
+    const std::string name(key.str());
+    if (!node.is_table()) Fail(node, "[users] holds a table for each user, such as [users.demo]");
+    SiteConfiguration::User user{site.lcid};
+    ReadSection(*node.as_table(), "users." + name,
+                {{"language", [&](const toml::node& value, const std::string& valueKey) {
+                    user.language = static_cast<varnel::Long>(ReadNumber(value, valueKey, 0, 0xFFFFF));
+                  }}});
+    site.users[name] = user;
+  }
+}
+
+void ReadLog(const toml::table& table, SiteConfiguration::Log& log) {
+  static const std::vector<std::string> kLevels = {"trace", "debug",    "info", "warning",
+                                                   "error", "critical", "off"};
+  ReadSection(table, "log",
+              {{"file", TextInto(log.file)},
+               {"level",
+                [&](const toml::node& node, const std::string& key) {
+                  log.level = ReadText(node, key);
+                  const bool known = std::find(kLevels.begin(), kLevels.end(), log.level) != kLevels.end();
+                  if (!known) Fail(node, "level must be trace, debug, info, warning, error, critical or off");
+                }},
+               {"max_size", BytesInto(log.maxSize)},
+               {"max_files", BytesInto(log.maxFiles)}});
+}
+
+void ReadAll(const toml::table& file, SiteConfiguration& site) {
+  const auto section = [&](const char* name) -> const toml::table* {
+    const toml::node* node = file.get(name);
+    if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
+    return node == nullptr ? nullptr : node->as_table();
+  };
+  static const std::vector<std::string> kSections = {"site",          "server", "application", "session",
+                                                     "configuration", "users",  "log"};
+  for (const auto& [key, node] : file) {
+    const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
+    if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
+  }
+  // [site] first: users without a language take the site's.
+  if (const auto* table = section("site")) ReadSite(*table, site);
+  if (const auto* table = section("server")) ReadServer(*table, site.server);
+  if (const auto* table = section("application")) site.application = ReadValues(*table);
+  if (const auto* table = section("session")) site.session = ReadValues(*table);
+  if (const auto* table = section("configuration")) site.configuration = ReadValues(*table);
+  if (const auto* table = section("users")) ReadUsers(*table, site);
+  if (const auto* table = section("log")) ReadLog(*table, site.log);
+}
+
+}  // namespace
+
+SiteConfiguration ParseSiteConfiguration(std::string_view text, const std::filesystem::path& folder) {
+  SiteConfiguration site;
+  site.folder = std::filesystem::absolute(folder).lexically_normal();
+  try {
+    ReadAll(toml::parse(text), site);
+  } catch (const toml::parse_error& error) {
+    throw ConfigurationError("site.toml, line " + std::to_string(error.source().begin.line) + ": " +
+                             std::string(error.description()));
+  }
+  return site;
+}
+
+SiteConfiguration LoadSiteConfiguration(const std::filesystem::path& folder) {
+  const auto path = folder / "site.toml";
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw ConfigurationError(path.string() + " can't be read: is this a site's folder?");
+  std::ostringstream text;
+  text << file.rdbuf();
+  return ParseSiteConfiguration(text.str(), folder);
+}
+
+}  // namespace hostlinux

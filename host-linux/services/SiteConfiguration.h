@@ -1,0 +1,80 @@
+// A site's configuration: the file site.toml in the site's folder.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "varnel/automation/Variant.h"
+
+namespace hostlinux {
+
+// What is wrong with a configuration or message file, with the file's name and, where one is known, the line.
+class ConfigurationError : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+struct SiteConfiguration {
+  enum class Mode { Development, Production };
+
+  struct Server {
+    std::string listen = "127.0.0.1:8080";
+    int threads = 0;                           // script threads; 0: one for each processor
+    std::size_t maxBody = 8 << 20;             // bytes of a request's body
+    std::size_t maxHeader = 16 << 10;          // bytes of a request's head
+    std::size_t maxResponseBuffer = 64 << 20;  // bytes of a page
+    std::size_t maxSessions = 100000;
+    std::size_t maxHeap = 256 << 20;  // bytes of one script thread's heap
+    std::size_t maxWaiting = 1000;    // requests that wait for a script thread
+    std::chrono::milliseconds scriptTimeout{30000};
+    std::chrono::milliseconds statementTimeout{30000};  // caps CommandTimeout
+    std::chrono::milliseconds headerTimeout{10000};
+    std::chrono::milliseconds bodyTimeout{30000};
+    std::chrono::milliseconds idleTimeout{30000};
+    std::chrono::milliseconds writeTimeout{30000};
+    std::chrono::milliseconds drainTimeout{30000};
+    std::chrono::minutes sessionTimeout{20};
+    std::vector<std::string> refuseParameters = {"URL"};  // answered with 400
+  };
+
+  struct User {
+    varnel::Long language = 0;
+  };
+
+  struct Log {
+    std::string file;  // relative to the site; empty: standard error
+    std::string level = "info";
+    std::size_t maxSize = 10 << 20;  // bytes, then the file is rotated
+    std::size_t maxFiles = 5;
+  };
+
+  using Values = std::map<std::string, varnel::Variant>;
+
+  std::filesystem::path folder;           // absolute
+  std::string root = "/site";             // exactly one segment: links are built from it
+  std::filesystem::path pages = "pages";  // relative to the folder
+  std::string defaultPage = "index.asp";
+  varnel::Long lcid = 1033;
+  int codePage = 1252;
+  Mode mode = Mode::Production;
+  Server server;
+  Values application;    // Application values
+  Values session;        // values that a new session starts with
+  Values configuration;  // connection strings by section
+  std::map<std::string, User> users;
+  Log log;
+
+  std::filesystem::path PagesFolder() const { return folder / pages; }
+};
+
+// Reads site.toml of `folder`. An absent section or key keeps its default; an unknown one, a wrong type or a
+// value out of range raises ConfigurationError.
+SiteConfiguration LoadSiteConfiguration(const std::filesystem::path& folder);
+
+// The same from the text of such a file.
+SiteConfiguration ParseSiteConfiguration(std::string_view text, const std::filesystem::path& folder);
+
+}  // namespace hostlinux

@@ -1,0 +1,485 @@
+#include "host-linux/web/HttpConnection.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <boost/asio/post.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/http/read.hpp>
+#include <cstdio>
+#include <vector>
+
+#include "host-linux/web/ErrorPage.h"
+#include "host-linux/web/HttpDate.h"
+#include "host-linux/web/ListenSocket.h"
+#include "host-linux/web/UrlPath.h"
+
+namespace hostlinux {
+
+namespace net = boost::asio;
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+
+namespace {
+
+// Each slice of a response gets the whole write timeout, so that only a client that stands still is cut.
+constexpr std::size_t SliceSize = 64 * 1024;
+constexpr std::size_t MaxSlicePieces = 16;
+
+std::string Text(beast::string_view view) { return std::string(view.data(), view.size()); }
+
+std::string AddressText(const sockaddr* place) {
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  if (place->sa_family == AF_INET) {
+    const auto* four = reinterpret_cast<const sockaddr_in*>(place);
+    ::inet_ntop(AF_INET, &four->sin_addr, text.data(), text.size());
+  } else if (place->sa_family == AF_INET6) {
+    const auto* six = reinterpret_cast<const sockaddr_in6*>(place);
+    ::inet_ntop(AF_INET6, &six->sin6_addr, text.data(), text.size());
+  }
+  return text.data();
+}
+
+// Letters, digits and the few marks of names, addresses and ports; what else stands there would reach pages
+// as SERVER_NAME and from there their links.
+bool IsHostText(std::string_view host) {
+  return std::all_of(host.begin(), host.end(), [](char c) {
+    const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    return alphanumeric || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
+  });
+}
+
+// "shop.example:8080" and "[::1]:8080" without the port.
+std::string WithoutPort(const std::string& host) {
+  const std::size_t bracket = host.rfind(']');
+  const std::size_t colon = host.rfind(':');
+  if (colon == std::string::npos || (bracket != std::string::npos && colon < bracket)) return host;
+  return host.substr(0, colon);
+}
+
+// The link that a page gets; it lives as long as the page runs.
+class PageLink final : public ClientLink {
+ public:
+  explicit PageLink(std::shared_ptr<HttpConnection> connection) : m_connection(std::move(connection)) {}
+
+  bool IsConnected() const override { return m_connection->IsConnected(); }
+  bool IsFlushed() const override { return m_flushed; }
+
+  void Flush(HttpResponse soFar) override {
+    m_flushed = true;
+    net::post(m_connection->Owner().Context(),
+              [connection = m_connection, part = std::move(soFar)]() mutable {
+                connection->TakePart(std::move(part));
+              });
+  }
+
+ private:
+  std::shared_ptr<HttpConnection> m_connection;
+  bool m_flushed = false;
+};
+
+HttpResponse PageFailed(const ServerHandlers& handlers, const std::string& id, const std::string& reason) {
+  if (handlers.problem) handlers.problem("Request " + id + ": " + reason);
+  return ErrorResponse(500, id);
+}
+
+// Runs `work`; whatever it throws becomes a 500 that tells the client nothing but the request's id.
+template <class Work>
+auto Guarded(const ServerHandlers& handlers, const std::string& id, Work work) -> decltype(work()) {
+  try {
+    return work();
+  } catch (const std::exception& error) {
+    return PageFailed(handlers, id, error.what());
+  } catch (...) {
+    return PageFailed(handlers, id, "an unknown failure");
+  }
+}
+
+}  // namespace
+
+HttpConnection::HttpConnection(ConnectionOwner& owner, ServerSocket socket)
+    : m_owner(owner), m_socket(std::move(socket)), m_timer(owner.Context()) {
+  Error ignored;
+  const auto peer = m_socket.remote_endpoint(ignored);
+  if (!ignored) m_remoteAddress = AddressText(peer.data());
+  m_localPort = PortOf(m_socket.native_handle());
+  const int on = 1;  // refused by local sockets, which need it not
+  ::setsockopt(m_socket.native_handle(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+void HttpConnection::Start() { ReadRequest(); }
+
+void HttpConnection::Arm(std::chrono::milliseconds limit) {
+  m_timedOut = false;
+  const unsigned round = ++m_timerRound;
+  m_timer.expires_after(limit);
+  m_timer.async_wait([self = shared_from_this(), round](Error error) {
+    if (error || round != self->m_timerRound) return;
+    self->m_timedOut = true;
+    Error ignored;
+    self->m_socket.cancel(ignored);
+  });
+}
+
+void HttpConnection::Disarm() {
+  ++m_timerRound;
+  m_timer.cancel();
+}
+
+// ---- Reading
+
+void HttpConnection::ReadRequest() {
+  m_request.reset();
+  m_parser.emplace();
+  m_parser->header_limit(m_owner.Options().maxHead);
+  m_parser->body_limit(m_owner.Options().maxBody);
+  if (m_buffer.size() > 0) return ReadHead();
+  m_step = Step::Idle;
+  Arm(m_owner.Options().idleTimeout);
+  // Waiting for readability only: an idle connection holds no buffer.
+  m_buffer.shrink_to_fit();
+  m_socket.async_wait(ServerSocket::wait_read, [self = shared_from_this()](Error error) {
+    if (error) return self->Close();
+    self->ReadHead();
+  });
+}
+
+void HttpConnection::ReadHead() {
+  m_step = Step::Reading;
+  m_begun = std::chrono::steady_clock::now();
+  Arm(m_owner.Options().headTimeout);
+  http::async_read_header(m_socket, m_buffer, *m_parser,
+                          [self = shared_from_this()](Error error, std::size_t) { self->OnHead(error); });
+}
+
+void HttpConnection::OnHead(Error error) {
+  if (error) return OnReadFailure(error);
+  m_keepAlive = m_parser->get().keep_alive();
+  const int problem = HeadProblem();
+  if (problem != 0) return Refuse(problem);
+  if (m_parser->is_done()) return Dispatch();
+  const bool waits = beast::iequals(m_parser->get()[http::field::expect], "100-continue");
+  if (waits && m_parser->get().version() == 11) return ContinueThenReadBody();
+  ReadBody();
+}
+
+// What the parser lets pass and this server doesn't; 0 where all is well.
+int HttpConnection::HeadProblem() const {
+  const auto& message = m_parser->get();
+  const bool hasCoding = message.count(http::field::transfer_encoding) > 0;
+  if (hasCoding && message.count(http::field::content_length) > 0) return 400;
+  if (hasCoding && message.version() < 11) return 400;
+  if (hasCoding && !beast::iequals(message[http::field::transfer_encoding], "chunked")) return 501;
+  const std::size_t hosts = message.count(http::field::host);
+  if (hosts > 1 || (hosts == 0 && message.version() == 11)) return 400;
+  if (!IsHostText(Text(message[http::field::host]))) return 400;
+  const http::verb method = message.method();
+  if (method == http::verb::connect || method == http::verb::trace) return 501;
+  return 0;
+}
+
+void HttpConnection::ContinueThenReadBody() {
+  static constexpr std::string_view Continue = "HTTP/1.1 100 Continue\r\n\r\n";
+  net::async_write(m_socket, net::buffer(Continue.data(), Continue.size()),
+                   [self = shared_from_this()](Error error, std::size_t) {
+                     if (error) return self->Close();
+                     self->ReadBody();
+                   });
+}
+
+void HttpConnection::ReadBody() {
+  Arm(m_owner.Options().bodyTimeout);
+  http::async_read(m_socket, m_buffer, *m_parser,
+                   [self = shared_from_this()](Error error, std::size_t) { self->OnBody(error); });
+}
+
+void HttpConnection::OnBody(Error error) {
+  if (error) return OnReadFailure(error);
+  Dispatch();
+}
+
+void HttpConnection::OnReadFailure(Error error) {
+  if (m_closed) return;
+  if (m_timedOut) return Refuse(408);
+  if (error == http::error::header_limit || error == http::error::buffer_overflow) return Refuse(431);
+  if (error == http::error::body_limit) return Refuse(413);
+  if (error == http::error::end_of_stream || error == http::error::partial_message) return Close();
+  if (error == http::error::bad_version) return Refuse(505);
+  if (error.category() == http::make_error_code(http::error::bad_method).category()) return Refuse(400);
+  Close();
+}
+
+// Answers a request that couldn't be read; where its end lies is unknown, so the connection ends too.
+void HttpConnection::Refuse(int status, std::string_view detail) {
+  m_keepAlive = false;
+  if (!m_request) {
+    m_request = std::make_shared<HttpRequest>();
+    m_request->id = m_owner.NextRequestId();
+    m_request->remoteAddress = m_remoteAddress;
+  }
+  Respond(ErrorResponse(status, m_request->id, detail));
+}
+
+// ---- Running
+
+std::string HttpConnection::FillRequest() {
+  auto message = m_parser->release();
+  m_request = std::make_shared<HttpRequest>();
+  HttpRequest& request = *m_request;
+  request.id = m_owner.NextRequestId();
+  request.remoteAddress = m_remoteAddress;
+  request.serverPort = m_localPort;
+  request.method = Text(message.method_string());
+  request.target = Text(message.target());
+  request.version = message.version() == 10 ? "HTTP/1.0" : "HTTP/1.1";
+  for (const auto& field : message.base())
+    request.headers.Add(Text(field.name_string()), Text(field.value()));
+  request.body = std::move(message.body());
+
+  UrlTarget target = ParseTarget(request.target);
+  if (!target.error.empty()) return target.error;
+  if (!IsHostText(target.host)) return "The host of the request's address is ill-formed.";
+  const std::string* host = request.headers.Find("Host");
+  request.path = std::move(target.path);
+  request.rawQuery = std::move(target.rawQuery);
+  request.serverName = WithoutPort(!target.host.empty() ? target.host : host ? *host : std::string());
+  return {};
+}
+
+void HttpConnection::Dispatch() {
+  Disarm();
+  m_step = Step::Running;
+  const std::string problem = FillRequest();
+  m_headOnly = m_request->method == "HEAD";
+  // The request was read to its end, so the connection can go on.
+  if (!problem.empty()) return Respond(ErrorResponse(400, m_request->id, problem));
+  const ServerHandlers& handlers = m_owner.Handlers();
+  if (handlers.quick) {
+    std::optional<HttpResponse> answer = Guarded(
+        handlers, m_request->id, [&]() -> std::optional<HttpResponse> { return handlers.quick(*m_request); });
+    if (answer) return Respond(std::move(*answer));
+  }
+  StartPage();
+}
+
+void HttpConnection::StartPage() {
+  auto work = [self = shared_from_this(), request = m_request] {
+    const ServerHandlers& handlers = self->m_owner.Handlers();
+    PageLink link(self);
+    HttpResponse response =
+        Guarded(handlers, request->id, [&]() -> HttpResponse { return handlers.page(*request, link); });
+    net::post(self->m_owner.Context(),
+              [self, response = std::move(response)]() mutable { self->TakeResponse(std::move(response)); });
+  };
+  if (m_owner.Threads().TryPost(std::move(work))) return;
+  HttpResponse busy = ErrorResponse(503, m_request->id);
+  busy.headers.Set("Retry-After", std::to_string(m_owner.Options().retryAfter));
+  Respond(std::move(busy));
+}
+
+bool HttpConnection::IsConnected() const {
+  const std::lock_guard lock(m_socketMutex);
+  if (m_closed) return false;
+  pollfd watched{};
+  watched.fd = const_cast<ServerSocket&>(m_socket).native_handle();
+  watched.events = POLLRDHUP;
+  return ::poll(&watched, 1, 0) <= 0 || (watched.revents & (POLLRDHUP | POLLHUP | POLLERR)) == 0;
+}
+
+// ---- Writing
+
+void HttpConnection::SetFramingHeaders(HttpResponse& response, bool isPart) {
+  // These are the server's own business, whatever a page set.
+  for (const char* name : {"Connection", "Keep-Alive", "Transfer-Encoding", "Content-Length", "Date"}) {
+    response.headers.Remove(name);
+  }
+  const bool isHttp11 = m_request->version != "HTTP/1.0";
+  if (m_owner.IsDraining() || (isPart && !isHttp11)) m_keepAlive = false;
+  m_chunked = isPart && isHttp11 && !IsBodiless(response.status);
+  response.headers.Set("Date", FormatHttpDate(std::time(nullptr)));
+  if (m_chunked) response.headers.Set("Transfer-Encoding", "chunked");
+  if (!isPart && !IsBodiless(response.status)) {
+    const std::uint64_t length = response.file ? response.file->length : response.body.size();
+    response.headers.Set("Content-Length", std::to_string(length));
+  }
+  if (!m_keepAlive) {
+    response.headers.Set("Connection", "close");
+  } else if (!isHttp11) {
+    response.headers.Set("Connection", "keep-alive");
+  }
+}
+
+void HttpConnection::QueueChunk(std::string bytes) {
+  if (bytes.empty() || m_headOnly || IsBodiless(m_status)) return;
+  m_bodyBytes += bytes.size();
+  if (m_chunked) {
+    std::array<char, 24> size{};
+    std::snprintf(size.data(), size.size(), "%zx\r\n", bytes.size());
+    m_output.emplace_back(size.data());
+    bytes += "\r\n";
+  }
+  m_output.push_back(std::move(bytes));
+}
+
+void HttpConnection::TakePart(HttpResponse part) {
+  if (m_closed) return;
+  if (!m_headSent) {
+    m_headSent = true;
+    m_status = part.status;
+    SetFramingHeaders(part, true);
+    m_output.push_back(HeadText(part));
+  }
+  QueueChunk(std::move(part.body));
+  WriteMore();
+}
+
+void HttpConnection::TakeResponse(HttpResponse response) {
+  if (m_closed) return;
+  if (!m_headSent) return Respond(std::move(response));
+  if (response.status >= 500) {
+    // Too late for an error page: the missing last chunk tells the client that the page broke off.
+    m_keepAlive = false;
+  } else {
+    QueueChunk(std::move(response.body));
+    if (m_chunked && !m_headOnly) m_output.emplace_back("0\r\n\r\n");
+  }
+  m_complete = true;
+  m_step = Step::Writing;
+  WriteMore();
+}
+
+void HttpConnection::Respond(HttpResponse response) {
+  m_step = Step::Writing;
+  m_headSent = true;
+  m_status = response.status;
+  SetFramingHeaders(response, false);
+  m_output.push_back(HeadText(response));
+  if (response.file && !m_headOnly && !IsBodiless(m_status)) {
+    m_bodyBytes = response.file->length;
+    m_file = std::move(response.file);
+  } else {
+    QueueChunk(std::move(response.body));
+  }
+  m_complete = true;
+  WriteMore();
+}
+
+void HttpConnection::WriteMore() {
+  if (m_writing || m_closed) return;
+  if (!m_output.empty() || FillFromFile()) return WriteSlice();
+  if (m_complete && !m_closed) AfterResponse();
+}
+
+void HttpConnection::WriteSlice() {
+  std::vector<net::const_buffer> pieces;
+  std::size_t room = SliceSize;
+  std::size_t offset = m_outputOffset;
+  for (const std::string& text : m_output) {
+    const std::size_t length = std::min(text.size() - offset, room);
+    pieces.emplace_back(text.data() + offset, length);
+    room -= length;
+    offset = 0;
+    if (room == 0 || pieces.size() == MaxSlicePieces) break;
+  }
+  m_writing = true;
+  Arm(m_owner.Options().writeTimeout);
+  net::async_write(m_socket, std::move(pieces), [self = shared_from_this()](Error error, std::size_t bytes) {
+    self->OnWritten(error, bytes);
+  });
+}
+
+// Puts the file's next stretch into the output; false where there is none. A file that became shorter than
+// announced can only be answered by cutting the connection.
+bool HttpConnection::FillFromFile() {
+  if (!m_file || m_file->length == 0) return false;
+  std::string stretch(std::min<std::uint64_t>(m_file->length, SliceSize), '\0');
+  const ssize_t got =
+      ::pread(m_file->file->Get(), stretch.data(), stretch.size(), static_cast<off_t>(m_file->offset));
+  if (got <= 0) {
+    Close();
+    return false;
+  }
+  stretch.resize(static_cast<std::size_t>(got));
+  m_file->offset += stretch.size();
+  m_file->length -= stretch.size();
+  m_output.push_back(std::move(stretch));
+  return true;
+}
+
+void HttpConnection::OnWritten(Error error, std::size_t bytes) {
+  m_writing = false;
+  Disarm();
+  if (error) return Close();
+  m_outputOffset += bytes;
+  while (!m_output.empty() && m_outputOffset >= m_output.front().size()) {
+    m_outputOffset -= m_output.front().size();
+    m_output.pop_front();
+  }
+  WriteMore();
+}
+
+void HttpConnection::AfterResponse() {
+  const ServerHandlers& handlers = m_owner.Handlers();
+  if (handlers.finished) {
+    const auto duration = std::chrono::steady_clock::now() - m_begun;
+    handlers.finished({m_request->id, m_request->method, m_request->target, m_remoteAddress, m_status,
+                       m_bodyBytes, std::chrono::duration_cast<std::chrono::microseconds>(duration)});
+  }
+  m_file.reset();
+  m_headOnly = m_headSent = m_chunked = m_complete = false;
+  m_bodyBytes = 0;
+  m_servedOne = true;
+  if (!m_keepAlive || m_owner.IsDraining()) return Linger();
+  ReadRequest();
+}
+
+// ---- Ending
+
+// Closing while the client still sends would reset the connection and lose the response on its way; so the
+// sending side is closed first, and what still comes is thrown away for a while.
+void HttpConnection::Linger() {
+  m_step = Step::Closing;
+  Error error;
+  m_socket.shutdown(ServerSocket::shutdown_send, error);
+  if (error) return Close();
+  m_scratch.resize(16 * 1024);
+  Arm(m_owner.Options().lingerTimeout);
+  Discard();
+}
+
+void HttpConnection::Discard() {
+  m_socket.async_read_some(net::buffer(m_scratch), [self = shared_from_this()](Error error, std::size_t) {
+    if (error || self->m_timedOut) return self->Close();
+    self->Discard();
+  });
+}
+
+void HttpConnection::BeginDrain() {
+  if (m_step != Step::Idle) return;
+  Error ignored;
+  if (m_socket.available(ignored) > 0) return;
+  // The first request of a fresh connection may be on its way.
+  if (!m_servedOne) return Arm(m_owner.Options().lingerTimeout);
+  Close();
+}
+
+void HttpConnection::Close() {
+  if (m_closed.exchange(true)) return;
+  m_step = Step::Closing;
+  Disarm();
+  {
+    const std::lock_guard lock(m_socketMutex);
+    Error ignored;
+    m_socket.close(ignored);
+  }
+  m_owner.Remove(shared_from_this());
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,132 @@
+// One client's connection: reads a request, has it answered, writes the response, and again. Private to the
+// server; everything here runs on the I/O thread unless it says otherwise.
+#pragma once
+
+#include <atomic>
+#include <boost/asio/basic_stream_socket.hpp>
+#include <boost/asio/generic/stream_protocol.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "host-linux/web/HttpServer.h"
+#include "host-linux/web/ScriptThreads.h"
+
+namespace hostlinux {
+
+class HttpConnection;
+
+using ServerSocket = boost::asio::basic_stream_socket<boost::asio::generic::stream_protocol,
+                                                      boost::asio::io_context::executor_type>;
+
+// What a connection asks of its server.
+class ConnectionOwner {
+ public:
+  virtual ~ConnectionOwner() = default;
+  virtual const ServerOptions& Options() const = 0;
+  virtual const ServerHandlers& Handlers() const = 0;
+  virtual boost::asio::io_context& Context() = 0;
+  virtual ScriptThreads& Threads() = 0;
+  virtual bool IsDraining() const = 0;
+  virtual std::string NextRequestId() = 0;
+  virtual void Remove(const std::shared_ptr<HttpConnection>& connection) = 0;
+};
+
+class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
+ public:
+  HttpConnection(ConnectionOwner& owner, ServerSocket socket);
+
+  void Start();
+
+  // Closes the connection if no request is under way; otherwise it ends with its response.
+  void BeginDrain();
+
+  // Cuts the connection, whatever it does.
+  void Close();
+
+  // Whether the client is still there. From any thread.
+  bool IsConnected() const;
+
+  // Takes a flushed part of the response over. On the I/O thread.
+  void TakePart(HttpResponse part);
+
+  // Takes the page's response over. On the I/O thread.
+  void TakeResponse(HttpResponse response);
+
+  ConnectionOwner& Owner() { return m_owner; }
+
+ private:
+  using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
+  using Error = boost::system::error_code;
+  enum class Step { Idle, Reading, Running, Writing, Closing };
+
+  void ReadRequest();
+  void ReadHead();
+  void OnHead(Error error);
+  void ReadBody();
+  void OnBody(Error error);
+  int HeadProblem() const;
+  void OnReadFailure(Error error);
+  void Refuse(int status, std::string_view detail = {});
+
+  void Dispatch();
+  void StartPage();
+
+  // Makes m_request from the parser's message; gives a sentence for the client where it can't.
+  std::string FillRequest();
+
+  void Respond(HttpResponse response);
+  void SetFramingHeaders(HttpResponse& response, bool isPart);
+  void QueueChunk(std::string bytes);
+  void WriteMore();
+  void WriteSlice();
+  bool FillFromFile();
+  void OnWritten(Error error, std::size_t bytes);
+  void AfterResponse();
+  void Linger();
+  void Discard();
+  void ContinueThenReadBody();
+
+  void Arm(std::chrono::milliseconds limit);
+  void Disarm();
+
+  std::atomic<bool> m_closed = false;
+  ConnectionOwner& m_owner;
+  ServerSocket m_socket;
+  mutable std::mutex m_socketMutex;  // between IsConnected on a page's thread and Close
+  boost::asio::steady_timer m_timer;
+  unsigned m_timerRound = 0;
+  bool m_timedOut = false;
+
+  std::string m_remoteAddress;
+  std::uint16_t m_localPort = 0;
+
+  boost::beast::flat_buffer m_buffer;
+  std::optional<Parser> m_parser;
+  Step m_step = Step::Idle;
+  std::shared_ptr<HttpRequest> m_request;
+  std::chrono::steady_clock::time_point m_begun;
+
+  std::deque<std::string> m_output;
+  std::size_t m_outputOffset = 0;
+  std::optional<FileBody> m_file;
+  bool m_keepAlive = false;
+  bool m_servedOne = false;
+  bool m_headOnly = false;
+  bool m_headSent = false;
+  bool m_chunked = false;
+  bool m_writing = false;
+  bool m_complete = false;
+  int m_status = 0;
+  std::uint64_t m_bodyBytes = 0;
+  std::string m_scratch;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,96 @@
+// The HTTP server: connections on one I/O thread, pages on a pool of script threads. A connection that is
+// idle, slow to send or slow to receive holds no script thread.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host-linux/web/HttpMessage.h"
+#include "host-linux/web/UniqueFd.h"
+
+namespace hostlinux {
+
+struct ServerOptions {
+  using Duration = std::chrono::milliseconds;
+
+  unsigned threads = 4;               // script threads
+  std::size_t maxQueue = 256;         // requests that wait for a script thread; one more is answered with 503
+  std::size_t maxConnections = 4096;  // further ones wait in the socket's backlog
+  std::uint32_t maxHead = 32 * 1024;  // bytes of a request's line and headers; 431 beyond
+  std::uint64_t maxBody = 16 * 1024 * 1024;  // bytes of a request's body; 413 beyond
+  Duration idleTimeout{60'000};   // until the first byte of a request; then the connection is closed
+  Duration headTimeout{15'000};   // from its first byte to the end of its headers; 408 then
+  Duration bodyTimeout{120'000};  // for its whole body; 408 then
+  Duration writeTimeout{30'000};  // for each 64 KB of the response; the connection is closed then
+  Duration lingerTimeout{2'000};  // how long a closing connection waits for the client's end
+  unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503
+};
+
+// What a running page may do with its client before it ends. Used on the page's own thread.
+class ClientLink {
+ public:
+  virtual ~ClientLink() = default;
+
+  // False once the client has gone; what is sent then is dropped.
+  virtual bool IsConnected() const = 0;
+
+  // Sends status, headers and body so far without waiting for the client; what the handler returns later is
+  // the rest of the body; its headers are then ignored, and with a status of 500 or more the response is
+  // broken off instead. A second call sends its body only.
+  virtual void Flush(HttpResponse soFar) = 0;
+
+  // True after the first Flush.
+  virtual bool IsFlushed() const = 0;
+};
+
+// One line for an access log.
+struct AccessEntry {
+  std::string id, method, target, remoteAddress;
+  int status = 0;
+  std::uint64_t bodyBytes = 0;
+  std::chrono::microseconds duration{0};
+};
+
+struct ServerHandlers {
+  // Answers at once on the I/O thread, for static files; nothing hands the request to `page`. May be left
+  // empty.
+  std::function<std::optional<HttpResponse>(const HttpRequest&)> quick;
+
+  // Runs a page on a script thread. An exception is answered with 500, its text goes to `problem` only.
+  std::function<HttpResponse(const HttpRequest&, ClientLink&)> page;
+
+  // Called on the I/O thread after each response; may be left empty.
+  std::function<void(const AccessEntry&)> finished;
+
+  // Takes sentences about what went wrong inside, from any thread; may be left empty.
+  std::function<void(const std::string&)> problem;
+};
+
+class HttpServer {
+ public:
+  // Serves the listening socket `listener` (TCP or local, own or inherited) from now on.
+  HttpServer(ServerOptions options, ServerHandlers handlers, UniqueFd listener);
+
+  // Ends at once: open connections are cut, the running pages are waited for.
+  ~HttpServer();
+
+  HttpServer(const HttpServer&) = delete;
+  HttpServer& operator=(const HttpServer&) = delete;
+
+  std::uint16_t Port() const;
+
+  // Takes no more connections, closes the idle ones, lets the running requests finish, each with "Connection:
+  // close". True when all have ended within `limit`; false when it passed and the rest was cut. To be called
+  // once, not from a handler.
+  bool Drain(std::chrono::milliseconds limit);
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,282 @@
+#include "host-linux/web/Supervisor.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "host-linux/web/UniqueFd.h"
+
+namespace hostlinux {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+sigset_t SignalSet(std::initializer_list<int> signals) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : signals) sigaddset(&set, signal);
+  return set;
+}
+
+std::string EndText(int status) {
+  if (WIFSIGNALED(status)) return "was ended by signal " + std::to_string(WTERMSIG(status));
+  return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+// As a shell reports it.
+int ExitStatusOf(int status) { return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status); }
+
+struct Worker {
+  pid_t pid = 0;
+  UniqueFd readyPipe;  // open until the worker is ready
+  bool isReady = false;
+  bool isEnding = false;
+  Clock::time_point started;
+  std::optional<Clock::time_point> killAt;
+};
+
+class Supervision {
+ public:
+  Supervision(const SupervisorOptions& options, int listenFd, const WorkerMain& worker)
+      : m_options(options), m_listenFd(listenFd), m_worker(worker), m_backOff(options.firstBackOff) {
+    const sigset_t watched = SignalSet({SIGTERM, SIGINT, SIGHUP, SIGCHLD});
+    ::sigprocmask(SIG_BLOCK, &watched, &m_oldMask);
+    m_signals = UniqueFd(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!m_signals) throw std::runtime_error("The supervisor can't watch signals.");
+  }
+
+  ~Supervision() { ::sigprocmask(SIG_SETMASK, &m_oldMask, nullptr); }
+
+  int Run() {
+    StartWorker();
+    while (!(m_stopping && m_workers.empty())) {
+      WaitForEvent();
+      ReadSignals();
+      ReadReadiness();
+      ReapWorkers();
+      if (m_result) m_stopping = true;
+      KillLateWorkers();
+      if (m_restartAt && Clock::now() >= *m_restartAt) StartWorker();
+    }
+    return m_result.value_or(0);
+  }
+
+ private:
+  void Log(const std::string& sentence) const {
+    if (m_options.log) m_options.log(sentence);
+  }
+
+  void StartWorker() {
+    m_restartAt.reset();
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) return ScheduleRestart("The supervisor has no descriptors left.");
+    UniqueFd readEnd(ends[0]);
+    UniqueFd writeEnd(ends[1]);
+    std::fflush(nullptr);
+    const pid_t supervisor = ::getpid();
+    const pid_t pid = ::fork();
+    if (pid < 0) return ScheduleRestart("The supervisor can't start a process.");
+    if (pid == 0) RunChild(supervisor, writeEnd.Get());
+    Worker worker;
+    worker.pid = pid;
+    worker.readyPipe = std::move(readEnd);
+    worker.started = Clock::now();
+    worker.killAt = worker.started + m_options.readyLimit;
+    m_workers.push_back(std::move(worker));
+    Log("Worker " + std::to_string(pid) + " started.");
+  }
+
+  [[noreturn]] void RunChild(pid_t supervisor, int readyFd) {
+    // A worker without its parent would serve on with nobody to end it.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != supervisor) ::_exit(1);
+    ::signal(SIGHUP,
+             SIG_IGN);  // a terminal sends it to the whole group; only the supervisor reads the site again
+    sigset_t mask = m_oldMask;
+    sigaddset(&mask, SIGTERM);
+    sigaddset(&mask, SIGINT);
+    ::sigprocmask(SIG_SETMASK, &mask, nullptr);
+    int result = 1;
+    try {
+      result = m_worker(m_listenFd, [readyFd] { (void)!::write(readyFd, "r", 1); });
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+    }
+    std::fflush(nullptr);
+    ::_exit(result);
+  }
+
+  void ScheduleRestart(const std::string& sentence) {
+    Log(sentence);
+    m_restartAt = Clock::now() + m_backOff;
+    m_backOff = std::min(m_backOff * 2, m_options.longestBackOff);
+  }
+
+  void WaitForEvent() {
+    std::vector<pollfd> watched = {{m_signals.Get(), POLLIN, 0}};
+    for (const Worker& worker : m_workers) {
+      if (worker.readyPipe) watched.push_back({worker.readyPipe.Get(), POLLIN, 0});
+    }
+    ::poll(watched.data(), watched.size(), TimeToNextTask());
+  }
+
+  // Milliseconds, rounded up; -1 where nothing is due.
+  int TimeToNextTask() const {
+    std::optional<Clock::time_point> next = m_restartAt;
+    for (const Worker& worker : m_workers) {
+      if (worker.killAt && (!next || *worker.killAt < *next)) next = worker.killAt;
+    }
+    if (!next) return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now()).count();
+    return static_cast<int>(std::clamp<long long>(left, 0, 3'600'000));
+  }
+
+  void ReadSignals() {
+    signalfd_siginfo info{};
+    while (::read(m_signals.Get(), &info, sizeof info) == sizeof info) {
+      if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGINT) OnStop();
+      if (info.ssi_signo == SIGHUP && !m_stopping) OnReload();
+    }
+  }
+
+  void OnStop() {
+    const bool again = m_stopping;
+    m_stopping = true;
+    m_restartAt.reset();
+    for (Worker& worker : m_workers) {
+      if (again) {
+        ::kill(worker.pid, SIGKILL);
+      } else {
+        End(worker);
+      }
+    }
+  }
+
+  // A worker that is still starting reads the site as it is now or a moment ago, so it makes way for a new
+  // one too.
+  void OnReload() {
+    Log("Reading the site again.");
+    for (Worker& worker : m_workers) {
+      if (!worker.isReady) End(worker);
+    }
+    StartWorker();
+  }
+
+  void End(Worker& worker) {
+    if (worker.isEnding) return;
+    worker.isEnding = true;
+    worker.readyPipe = UniqueFd();
+    worker.killAt = Clock::now() + m_options.drainLimit;
+    ::kill(worker.pid, SIGTERM);
+  }
+
+  void ReadReadiness() {
+    for (Worker& worker : m_workers) {
+      if (!worker.readyPipe) continue;
+      pollfd watched{worker.readyPipe.Get(), POLLIN, 0};
+      if (::poll(&watched, 1, 0) <= 0) continue;
+      char byte = 0;
+      const bool ready = ::read(worker.readyPipe.Get(), &byte, 1) == 1;
+      worker.readyPipe = UniqueFd();
+      if (ready) OnReady(worker);
+    }
+  }
+
+  void OnReady(Worker& fresh) {
+    fresh.isReady = true;
+    fresh.killAt.reset();
+    m_wasReady = true;
+    m_restartAt.reset();
+    Log("Worker " + std::to_string(fresh.pid) + " is ready.");
+    for (Worker& other : m_workers) {
+      if (other.pid != fresh.pid) End(other);
+    }
+  }
+
+  // Asks for each child by its number: others of this process are not ours to reap.
+  void ReapWorkers() {
+    for (std::size_t i = 0; i < m_workers.size();) {
+      int status = 0;
+      if (::waitpid(m_workers[i].pid, &status, WNOHANG) != m_workers[i].pid) {
+        ++i;
+        continue;
+      }
+      const Worker ended = std::move(m_workers[i]);
+      m_workers.erase(m_workers.begin() + static_cast<std::ptrdiff_t>(i));
+      OnEnded(ended, status);
+    }
+  }
+
+  void OnEnded(const Worker& ended, int status) {
+    const std::string sentence = "Worker " + std::to_string(ended.pid) + " " + EndText(status) + ".";
+    if (m_stopping || ended.isEnding) return Log(sentence);
+    if (!m_wasReady) {
+      Log(sentence);
+      m_result = ExitStatusOf(status);
+      return;
+    }
+    const bool otherServes = std::any_of(m_workers.begin(), m_workers.end(),
+                                         [](const Worker& worker) { return !worker.isEnding; });
+    if (otherServes) return Log(sentence + " The other one goes on.");
+    if (Clock::now() - ended.started >= m_options.youngAge) {
+      m_backOff = m_options.firstBackOff;
+      Log(sentence);
+      return StartWorker();
+    }
+    ScheduleRestart(sentence);
+  }
+
+  void KillLateWorkers() {
+    for (Worker& worker : m_workers) {
+      if (!worker.killAt || Clock::now() < *worker.killAt) continue;
+      worker.killAt.reset();
+      Log("Worker " + std::to_string(worker.pid) + " took too long and is killed.");
+      ::kill(worker.pid, SIGKILL);
+    }
+  }
+
+  const SupervisorOptions& m_options;
+  const int m_listenFd;
+  const WorkerMain& m_worker;
+  sigset_t m_oldMask{};
+  UniqueFd m_signals;
+  std::vector<Worker> m_workers;
+  std::chrono::milliseconds m_backOff;
+  std::optional<Clock::time_point> m_restartAt;
+  std::optional<int> m_result;
+  bool m_wasReady = false;
+  bool m_stopping = false;
+};
+
+}  // namespace
+
+int Supervise(const SupervisorOptions& options, int listenFd, const WorkerMain& worker) {
+  return Supervision(options, listenFd, worker).Run();
+}
+
+void BlockStopSignals() {
+  const sigset_t stops = SignalSet({SIGTERM, SIGINT});
+  ::pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+}
+
+int WaitForStop() {
+  const sigset_t stops = SignalSet({SIGTERM, SIGINT});
+  int signal = 0;
+  ::sigwait(&stops, &signal);
+  return signal;
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,64 @@
+// The catalogue as values: what the database writer writes, numbered and in order.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "site/loader/IdsFile.h"
+#include "site/loader/Keywords.h"
+
+namespace shop {
+
+// The devices of one bus; each bus becomes a catalogue of its own.
+struct BusList {
+  std::string bus;
+  IdsFile ids;
+};
+
+struct Manufacturer {
+  int id = 0;
+  std::string name;
+  // The bus and vendor id under which the name comes first, such as "PCI 8086".
+  std::string code;
+};
+
+struct Category {
+  int id = 0;
+  int catalogId = 0;
+  std::string name;
+};
+
+struct Product {
+  int id = 0;
+  int catalogId = 0;
+  int manufacturerId = 0;
+  int categoryId = 0;
+  // Place in the category, from 1, in the order of the names.
+  int sequence = 0;
+  // "8086:1533" for a device, "8086:1533/15d9:0003" for a board with it.
+  std::string partNumber;
+  // The maker's own number: the device's id, or the subdevice's of a board.
+  std::string makersNumber;
+  std::string name;
+  // How the category was found.
+  std::string remark;
+  std::string date;
+};
+
+struct Catalogue {
+  // Names of the buses; the catalogue's id is the position, from 1.
+  std::vector<std::string> buses;
+  // Each with id = position + 1: manufacturers in the order of their names, categories in the order of the
+  // buses and then of the kinds, products in the order of the lists, a device before its boards.
+  std::vector<Manufacturer> manufacturers;
+  std::vector<Category> categories;
+  std::vector<Product> products;
+};
+
+// Every device and every board is a product. A board's maker is its subvendor, or, where the list doesn't
+// know that one, the vendor of the device. The category is the bus and the kind that the board's or device's
+// name tells; a board whose name tells none takes the kind of its device. Names are cut to 200 characters.
+// Equal names of vendors (but for the case of A to Z) are one manufacturer.
+Catalogue BuildCatalogue(const std::vector<BusList>& lists, const Keywords& keywords);
+
+}  // namespace shop

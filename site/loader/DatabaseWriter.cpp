@@ -1,0 +1,154 @@
+#include "site/loader/DatabaseWriter.h"
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "site/loader/BuiltIn.h"
+
+namespace shop {
+namespace {
+
+struct CloseConnection {
+  void operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
+};
+struct FinalizeStatement {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+
+class Connection {
+ public:
+  explicit Connection(const std::filesystem::path& path) {
+    sqlite3* handle = nullptr;
+    const int result = sqlite3_open(path.c_str(), &handle);
+    m_handle.reset(handle);
+    Check(result, path.string());
+  }
+
+  void Execute(const char* sql) { Check(sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr), sql); }
+
+  void Check(int result, std::string_view what) const {
+    if (result == SQLITE_OK || result == SQLITE_DONE) return;
+    throw std::runtime_error(std::string(sqlite3_errmsg(m_handle.get())) + " (" +
+                             std::string(what.substr(0, 80)) + ")");
+  }
+
+  sqlite3* Handle() const { return m_handle.get(); }
+
+ private:
+  std::unique_ptr<sqlite3, CloseConnection> m_handle;
+};
+
+// One INSERT, run once a row.
+class Insert {
+ public:
+  Insert(Connection& connection, const char* sql) : m_connection(connection), m_sql(sql) {
+    sqlite3_stmt* handle = nullptr;
+    const int result = sqlite3_prepare_v2(connection.Handle(), sql, -1, &handle, nullptr);
+    m_handle.reset(handle);
+    m_connection.Check(result, m_sql);
+  }
+
+  // The texts must outlive the call; they are not copied.
+  template <typename... Values>
+  void Row(const Values&... values) {
+    int position = 0;
+    (Bind(++position, values), ...);
+    m_connection.Check(sqlite3_step(m_handle.get()), m_sql);
+    m_connection.Check(sqlite3_reset(m_handle.get()), m_sql);
+  }
+
+ private:
+  void Bind(int position, int value) {
+    m_connection.Check(sqlite3_bind_int(m_handle.get(), position, value), m_sql);
+  }
+
+  void Bind(int position, std::string_view value) {
+    m_connection.Check(sqlite3_bind_text(m_handle.get(), position, value.data(),
+                                         static_cast<int>(value.size()), SQLITE_STATIC),
+                       m_sql);
+  }
+
+  Connection& m_connection;
+  const char* m_sql;
+  std::unique_ptr<sqlite3_stmt, FinalizeStatement> m_handle;
+};
+
+constexpr char kUnitCode[] = "PCE";
+
+void WriteManufacturers(Connection& connection, const Catalogue& catalogue) {
+  Insert insert(
+      connection,
+      "INSERT INTO MANUFACTURER (MANUFACTURERID, MANUFACTURERNAME, MANUFACTURERCODE) VALUES (?, ?, ?)");
+  for (const Manufacturer& maker : catalogue.manufacturers) insert.Row(maker.id, maker.name, maker.code);
+}
+
+void WriteCategories(Connection& connection, const Catalogue& catalogue) {
+  Insert catalog(connection, "INSERT INTO CATALOG (CATALOGID, CATALOGNAME) VALUES (?, ?)");
+  for (std::size_t i = 0; i < catalogue.buses.size(); ++i)
+    catalog.Row(static_cast<int>(i) + 1, catalogue.buses[i]);
+
+  Insert category(connection, "INSERT INTO CATEGORY (CATEGORYID, CATEGORYNAME) VALUES (?, ?)");
+  Insert node(connection, "INSERT INTO CATALOGNODE (NODEID, CATALOGID, CATEGORYID) VALUES (?, ?, ?)");
+  for (const Category& each : catalogue.categories) {
+    category.Row(each.id, each.name);
+    node.Row(each.id, each.catalogId, each.id);
+  }
+}
+
+void WriteProducts(Connection& connection, const Catalogue& catalogue) {
+  Insert insert(
+      connection,
+      "INSERT INTO PRODUCT (PRODUCTID, MANUFACTURERID, NUMBER, UNITCODE, BUSINESSPARTNERID, "
+      "PRODUCTDESCRIPTION, "
+      "PRODUCTREMARK, PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTEFFECTIVITYDATE, CLASSIFICATION, DATEUPDATED, "
+      "MFRPARTNUMBER, CLASSCODE, SUPPLIERCATALOGID) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+  Insert place(connection,
+               "INSERT INTO PRODUCTSBYCATEGORY (CATEGORYID, PRODUCTID, SEQUENCE) VALUES (?, ?, ?)");
+  for (const Product& product : catalogue.products) {
+    const std::string number = std::to_string(product.id);
+    const std::string& category = catalogue.categories[static_cast<std::size_t>(product.categoryId) - 1].name;
+    const std::string& bus = catalogue.buses[static_cast<std::size_t>(product.catalogId) - 1];
+    insert.Row(product.id, product.manufacturerId, number, kUnitCode, product.catalogId, product.name,
+               product.remark, product.partNumber, product.partNumber, product.date, category, product.date,
+               product.makersNumber, bus, product.catalogId);
+    place.Row(product.categoryId, product.id, product.sequence);
+  }
+}
+
+void Fill(const std::filesystem::path& path, const Catalogue& catalogue) {
+  Connection connection(path);
+  // Nobody else sees this file, and a broken one is never renamed: no journal is needed.
+  connection.Execute("PRAGMA journal_mode = OFF");
+  connection.Execute("PRAGMA synchronous = OFF");
+  connection.Execute("BEGIN");
+  connection.Execute(kTablesSql);
+  Insert(connection, "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES (?, ?)").Row(kUnitCode, "Piece");
+  WriteManufacturers(connection, catalogue);
+  WriteCategories(connection, catalogue);
+  WriteProducts(connection, catalogue);
+  connection.Execute(kIndexesSql);
+  connection.Execute("COMMIT");
+  connection.Execute("ANALYZE");
+}
+
+}  // namespace
+
+void WriteDatabase(const Catalogue& catalogue, const std::filesystem::path& path) {
+  std::filesystem::path unfinished = path;
+  unfinished += ".new";
+  std::filesystem::remove(unfinished);
+  try {
+    Fill(unfinished, catalogue);
+    std::filesystem::rename(unfinished, path);
+  } catch (...) {
+    std::error_code ignored;
+    std::filesystem::remove(unfinished, ignored);
+    throw;
+  }
+}
+
+}  // namespace shop

@@ -1,0 +1,84 @@
+// A shop of our own for a test: a copy of the site with freshly loaded data, served on a free port.
+import { execFile, execFileSync, spawn } from "node:child_process";
+import { once } from "node:events";
+import { cpSync, mkdtempSync, rmSync } from "node:fs";
+import { connect, createServer } from "node:net";
+import { tmpdir } from "node:os";
+import { dirname, join, resolve } from "node:path";
+import { fileURLToPath } from "node:url";
+import { promisify } from "node:util";
+
+const run = promisify(execFile);
+const repository = resolve(dirname(fileURLToPath(import.meta.url)), "../..");
+const programs = resolve(process.env.VARNEL_BUILD ?? join(repository, "build/dev"));
+
+async function freePort() {
+  const server = createServer().listen(0, "127.0.0.1");
+  await once(server, "listening");
+  const { port } = server.address();
+  server.close();
+  await once(server, "close");
+  return port;
+}
+
+function answers(port) {
+  return new Promise((done) => {
+    const socket = connect(port, "127.0.0.1");
+    socket.once("connect", () => { socket.destroy(); done(true); });
+    socket.once("error", () => done(false));
+  });
+}
+
+// Waits until the server takes connections; fails if it ends before.
+async function untilServing(server, port, words) {
+  for (let tries = 0; tries < 600; tries++) {
+    if (server.exitCode !== null) throw new Error(`varnel serve ended with ${server.exitCode}: ${words()}`);
+    if (await answers(port)) return;
+    await new Promise((done) => setTimeout(done, 100));
+  }
+  throw new Error(`varnel serve doesn't answer on port ${port}: ${words()}`);
+}
+
+async function stop(server, folder) {
+  server?.kill("SIGTERM");
+  if (server && server.exitCode === null && server.signalCode === null) await once(server, "exit");
+  rmSync(folder, { recursive: true, force: true });
+}
+
+// With `empty`, the shop has no products.
+export async function openShop({ empty = false } = {}) {
+  const folder = mkdtempSync(join(tmpdir(), "varnel-shop-"));
+  const site = join(folder, "site");
+  const database = join(site, "shop.db");
+  let server;
+  let words = "";
+  try {
+    cpSync(join(repository, "site"), site, { recursive: true, filter: (path) => !path.includes("shop.db") });
+    const lists = empty ? ["--pci", "/dev/null", "--usb", "/dev/null"] : [];
+    await run(join(programs, "varnel-shop-load"), [database, ...lists]);
+
+    const port = await freePort();
+    server = spawn(join(programs, "varnel"), ["serve", site, "--listen", `127.0.0.1:${port}`]);
+    server.stdout.on("data", (data) => (words += data));
+    server.stderr.on("data", (data) => (words += data));
+    await Promise.race([
+      untilServing(server, port, () => words),
+      once(server, "error").then(([error]) => Promise.reject(error)),
+    ]);
+
+    return {
+      url: `http://127.0.0.1:${port}/shop/`,
+      // The rows of `sql` as objects, straight from the database.
+      query(sql) {
+        const text = execFileSync("sqlite3", ["-json", "-readonly", database, sql], { maxBuffer: 1 << 26 }).toString();
+        return text.trim() === "" ? [] : JSON.parse(text);
+      },
+      // What the server has said so far.
+      words: () => words,
+      close: () => stop(server, folder),
+    };
+  } catch (error) {
+    await stop(server?.pid ? server : undefined, folder);
+    throw error;
+  }
+}

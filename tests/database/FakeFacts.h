@@ -1,0 +1,29 @@
+// Column facts for tests of text: types by the column's name, whatever the query.
+#pragma once
+
+#include <map>
+
+#include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/SqlLexer.h"
+
+// Answers a query "SELECT name FROM ..." with the type that `types` has for the name; other names are untyped
+// expressions. `columns` are the result columns of every longer select list.
+class FakeFacts : public hostlinux::IColumnFacts {
+ public:
+  std::map<std::u16string, std::u16string> types;
+  std::vector<hostlinux::ColumnFact> columns;
+  std::vector<std::u16string> asked;
+
+  std::optional<std::vector<hostlinux::ColumnFact>> Describe(const std::u16string& select) override {
+    asked.push_back(select);
+    const auto type = types.find(FirstItem(select));
+    if (type != types.end()) return std::vector<hostlinux::ColumnFact>{{type->first, type->second}};
+    return columns.empty() ? std::vector<hostlinux::ColumnFact>{{u"x", u""}} : columns;
+  }
+
+ private:
+  static std::u16string FirstItem(const std::u16string& select) {
+    const size_t from = select.find(u" FROM ");
+    return select.substr(7, from == std::u16string::npos ? from : from - 7);
+  }
+};

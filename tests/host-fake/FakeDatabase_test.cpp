@@ -1,0 +1,205 @@
+#include "host-fake/FakeDatabase.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "host-fake/ErrorOf.h"
+#include "host-fake/FakeHost.h"
+
+namespace hostfake {
+namespace {
+
+using testing::ElementsAre;
+using varnel::Long;
+namespace ado = varnel::host::ado;
+
+FakeAnswer Numbers(Long count) {
+  FakeAnswer answer;
+  answer.columns = {{u"ID", kTypeLong}};
+  for (Long i = 1; i <= count; ++i) answer.rows.push_back({Variant(i)});
+  return answer;
+}
+
+class FakeDatabaseTest : public testing::Test {
+ protected:
+  FakeDatabaseTest() {
+    connection = host.CreateConnection();
+    connection->Open(u"fake", u"", u"", -1);
+    recordset = host.CreateRecordset();
+    host.Trace().Clear();
+  }
+
+  void Open(const String& sql) { recordset->Open(sql, connection, -1, -1, -1); }
+
+  FakeHost host;
+  FakeDatabase& database = host.Database();
+  std::shared_ptr<varnel::host::IConnection> connection;
+  std::shared_ptr<varnel::host::IRecordset> recordset;
+};
+
+TEST_F(FakeDatabaseTest, TellsEverythingInOrder) {
+  database.Answer(u"SELECT ID FROM T", Numbers(1));
+  connection->SetCommandTimeout(30);
+  recordset->SetCursorType(0);
+  recordset->SetMaxRecords(10);
+  Open(u"SELECT ID FROM T");
+  recordset->DetachConnection();
+  recordset->GetRows();
+  recordset->Close();
+  connection->Close();
+  EXPECT_THAT(database.Lines(),
+              ElementsAre("Connection 1: CommandTimeout 30", "Recordset 1: CursorType 0",
+                          "Recordset 1: MaxRecords 10", "Recordset 1: Open SELECT ID FROM T (-1, -1, -1)",
+                          "Recordset 1: ActiveConnection Nothing", "Recordset 1: GetRows",
+                          "Recordset 1: Close", "Connection 1: Close"));
+}
+
+TEST_F(FakeDatabaseTest, AnswersExactTextsBeforeFunctions) {
+  database.AnswerWith([](const String& sql) -> std::optional<FakeAnswer> {
+    if (sql.starts_with(u"SELECT")) return Numbers(3);
+    return std::nullopt;
+  });
+  database.Answer(u"SELECT 1", Numbers(1));
+  Open(u"SELECT 1");
+  EXPECT_EQ(recordset->GetRows().Rows(), 1U);
+  recordset->Close();
+  Open(u"SELECT 2");
+  EXPECT_EQ(recordset->GetRows().Rows(), 3U);
+  EXPECT_THAT(database.Statements(), ElementsAre(u"SELECT 1", u"SELECT 2"));
+}
+
+TEST_F(FakeDatabaseTest, ATextWithoutAnAnswerFails) {
+  const auto error = ErrorOf([&] { Open(u"SELECT x"); });
+  EXPECT_EQ(error.Number, static_cast<Long>(0x80040E14));
+  EXPECT_EQ(error.Description, u"No answer is laid out for: SELECT x");
+}
+
+TEST_F(FakeDatabaseTest, MaxRecordsCutsByItsAbsoluteValueAndZeroCutsNothing) {
+  database.Answer(u"Q", Numbers(5));
+  const auto rowsWith = [&](Long maxRecords) {
+    recordset->SetMaxRecords(maxRecords);
+    Open(u"Q");
+    const auto rows = recordset->GetRows().Rows();
+    recordset->Close();
+    return rows;
+  };
+  EXPECT_EQ(rowsWith(0), 5U);
+  EXPECT_EQ(rowsWith(2), 2U);
+  EXPECT_EQ(rowsWith(-3), 3U);
+  EXPECT_EQ(rowsWith(9), 5U);
+}
+
+TEST_F(FakeDatabaseTest, CountsStaticKeysetAndClientSideRecordsetsOnly) {
+  database.Answer(u"Q", Numbers(5));
+  const auto countWith = [&](Long location, Long type) {
+    recordset->SetCursorLocation(location);
+    recordset->SetCursorType(type);
+    Open(u"Q");
+    const Long count = recordset->RecordCount();
+    recordset->Close();
+    return count;
+  };
+  EXPECT_EQ(countWith(ado::kUseServer, ado::kOpenForwardOnly), -1);
+  EXPECT_EQ(countWith(ado::kUseServer, 1), 5);
+  EXPECT_EQ(countWith(ado::kUseServer, 2), -1);
+  EXPECT_EQ(countWith(ado::kUseServer, ado::kOpenStatic), 5);
+  EXPECT_EQ(countWith(ado::kUseClient, ado::kOpenForwardOnly), 5);
+}
+
+TEST_F(FakeDatabaseTest, WalksRowsAndNamesFields) {
+  FakeAnswer answer;
+  answer.columns = {{u"ID", kTypeLong}, {u"At", ado::kTypeTimeStamp}};
+  answer.rows = {{Long{7}, varnel::Null()}, {Long{8}}};
+  database.Answer(u"Q", answer);
+  Open(u"Q");
+  EXPECT_EQ(recordset->FieldCount(), 2);
+  EXPECT_EQ(recordset->FieldName(1), u"At");
+  EXPECT_EQ(recordset->FieldType(1), 135);
+  EXPECT_EQ(recordset->FieldValue(0), Variant(Long{7}));
+  recordset->MoveNext();
+  EXPECT_EQ(recordset->FieldValue(0), Variant(Long{8}));
+  EXPECT_TRUE(recordset->FieldValue(1).IsNull());
+  EXPECT_FALSE(recordset->IsEOF());
+  recordset->MoveNext();
+  EXPECT_TRUE(recordset->IsEOF());
+  EXPECT_EQ(ErrorOf([&] { recordset->FieldValue(0); }).Number, 3021);
+  EXPECT_EQ(ErrorOf([&] { recordset->FieldName(2); }).Number, 3265);
+}
+
+TEST_F(FakeDatabaseTest, ReadsRowsFromTheCurrentOneToTheEnd) {
+  database.Answer(u"Q", Numbers(3));
+  Open(u"Q");
+  recordset->MoveNext();
+  const auto rows = recordset->GetRows();
+  EXPECT_EQ(rows.Columns(), 1U);
+  EXPECT_EQ(rows.Rows(), 2U);
+  EXPECT_EQ(rows.At(0, 0), Variant(Long{2}));
+  EXPECT_TRUE(recordset->IsEOF());
+  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, 3021);
+}
+
+TEST_F(FakeDatabaseTest, RefusesWhatAnOpenOrClosedObjectCannotDo) {
+  database.Answer(u"Q", Numbers(1));
+  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, 3704);
+  EXPECT_EQ(ErrorOf([&] { recordset->Close(); }).Number, 3704);
+  Open(u"Q");
+  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, 3705);
+  EXPECT_EQ(ErrorOf([&] { recordset->SetMaxRecords(1); }).Number, 3705);
+  EXPECT_EQ(ErrorOf([&] { connection->Open(u"", u"", u"", -1); }).Number, 3705);
+  recordset->Close();
+  connection->Close();
+  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, 3709);
+  EXPECT_EQ(ErrorOf([&] { connection->Execute(u"Q", -1); }).Number, 3704);
+}
+
+TEST_F(FakeDatabaseTest, FailsWithTheProvidersErrorsWhenToldTo) {
+  database.Answer(u"Q", Numbers(1));
+  database.FailExecute(Failure(-8, u"lost connection"), {{-9, u"Provider", u"gone", 42, u"08S01"}});
+  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, -8);
+  ASSERT_EQ(connection->Errors().size(), 1U);
+  EXPECT_EQ(connection->Errors()[0].NativeError, 42);
+  database.ClearFaults();
+  Open(u"Q");
+  database.FailGetRows(Failure(-10, u"short of memory"));
+  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, -10);
+  database.FailOpen(Failure(-11, u"no server"));
+  const auto other = host.CreateConnection();
+  EXPECT_EQ(ErrorOf([&] { other->Open(u"x", u"", u"", -1); }).Number, -11);
+}
+
+TEST_F(FakeDatabaseTest, AnAnswerCanBeAnError) {
+  FakeAnswer answer;
+  answer.error = Failure(-12, u"no such table");
+  answer.providerErrors = {{-12, u"Provider", u"no such table", 1, u"42S02"}};
+  database.Answer(u"Q", answer);
+  EXPECT_EQ(ErrorOf([&] { connection->Execute(u"Q", -1); }).Description, u"no such table");
+  EXPECT_EQ(connection->Errors().at(0).SQLState, u"42S02");
+}
+
+TEST_F(FakeDatabaseTest, AReadComesBackShortOrChangedWhenToldTo) {
+  database.Answer(u"Q", Numbers(5));
+  database.CutReads(2);
+  Open(u"Q");
+  database.onGetRows = [](varnel::host::RowBlock& rows) { rows.At(0, 0) = Variant(u"changed"); };
+  const auto rows = recordset->GetRows();
+  EXPECT_EQ(rows.Rows(), 2U);
+  EXPECT_EQ(rows.At(0, 0), Variant(u"changed"));
+}
+
+TEST_F(FakeDatabaseTest, ExecuteGivesRowsOrAClosedRecordset) {
+  database.Answer(u"Q", Numbers(2));
+  database.Answer(u"DELETE", {});
+  EXPECT_EQ(connection->Execute(u"Q", -1)->RecordCount(), -1);
+  const auto nothing = connection->Execute(u"DELETE", -1);
+  EXPECT_EQ(ErrorOf([&] { nothing->IsEOF(); }).Number, 3704);
+}
+
+TEST_F(FakeDatabaseTest, KnowsWhatIsStillHeld) {
+  EXPECT_EQ(database.LiveConnections(), 1);
+  EXPECT_EQ(database.LiveRecordsets(), 1);
+  recordset = nullptr;
+  EXPECT_EQ(database.LiveRecordsets(), 0);
+}
+
+}  // namespace
+}  // namespace hostfake

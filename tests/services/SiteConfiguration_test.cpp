@@ -1,0 +1,100 @@
+#include "host-linux/services/SiteConfiguration.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace hostlinux {
+namespace {
+
+using varnel::Variant;
+
+SiteConfiguration Parse(std::string_view text) { return ParseSiteConfiguration(text, "/srv/shop"); }
+
+std::string FailureOf(std::string_view text) {
+  try {
+    Parse(text);
+  } catch (const ConfigurationError& error) {
+    return error.what();
+  }
+  return "none";
+}
+
+TEST(SiteConfiguration, an_empty_file_keeps_every_default) {
+  const SiteConfiguration site = Parse("");
+  EXPECT_EQ(site.root, "/site");
+  EXPECT_EQ(site.PagesFolder(), "/srv/shop/pages");
+  EXPECT_EQ(site.defaultPage, "index.asp");
+  EXPECT_EQ(site.lcid, 1033);
+  EXPECT_EQ(site.codePage, 1252);
+  EXPECT_EQ(site.mode, SiteConfiguration::Mode::Production);
+  EXPECT_EQ(site.server.listen, "127.0.0.1:8080");
+  EXPECT_EQ(site.server.maxResponseBuffer, 64U << 20);
+  EXPECT_EQ(site.server.refuseParameters, std::vector<std::string>{"URL"});
+}
+
+TEST(SiteConfiguration, reads_every_section) {
+  const SiteConfiguration site = Parse(R"(
+[site]
+root = "/shop"
+lcid = 1031
+mode = "development"
+[server]
+listen = "127.0.0.1:9000"
+threads = 3
+statement_timeout = "250ms"
+idle_timeout = 7
+refuse_parameters = []
+[application]
+TableBorderWidth = "1"
+Rows = 20
+[session]
+REMOTE_USER = "demo"
+[configuration]
+Quenby = "Provider=SQLite;Data Source=shop.db"
+[users.demo]
+language = 1036
+[users.plain]
+[log]
+level = "warning"
+)");
+  EXPECT_EQ(site.root, "/shop");
+  EXPECT_EQ(site.lcid, 1031);
+  EXPECT_EQ(site.mode, SiteConfiguration::Mode::Development);
+  EXPECT_EQ(site.server.listen, "127.0.0.1:9000");
+  EXPECT_EQ(site.server.threads, 3);
+  EXPECT_EQ(site.server.statementTimeout, std::chrono::milliseconds(250));
+  EXPECT_EQ(site.server.idleTimeout, std::chrono::seconds(7));
+  EXPECT_TRUE(site.server.refuseParameters.empty());
+  EXPECT_EQ(site.application.at("TableBorderWidth"), Variant(u"1"));
+  EXPECT_EQ(site.application.at("Rows"), Variant(varnel::Long{20}));
+  EXPECT_EQ(site.session.at("REMOTE_USER"), Variant(u"demo"));
+  EXPECT_EQ(site.configuration.at("Quenby"), Variant(u"Provider=SQLite;Data Source=shop.db"));
+  EXPECT_EQ(site.users.at("demo").language, 1036);
+  EXPECT_EQ(site.users.at("plain").language, 1031);
+  EXPECT_EQ(site.log.level, "warning");
+}
+
+TEST(SiteConfiguration, says_which_line_is_wrong) {
+  EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
+            "site.toml, line 2: root must be exactly one segment such as \"/shop\"");
+  EXPECT_EQ(FailureOf("[site]\nlcid = \"de\"\n"), "site.toml, line 2: lcid must be a whole number");
+  EXPECT_EQ(FailureOf("[site]\nroots = \"/a\"\n"), "site.toml, line 2: [site] has no key roots");
+  EXPECT_EQ(FailureOf("[server]\n\nthreads = 0\n"), "site.toml, line 3: threads must lie between 1 and 256");
+  EXPECT_EQ(FailureOf("[server]\nidle_timeout = \"5h\"\n"),
+            "site.toml, line 2: idle_timeout must be a time such as \"250ms\", \"5s\" or \"2m\"");
+  EXPECT_EQ(FailureOf("[sites]\n"), "site.toml, line 1: there is no section [sites]");
+  EXPECT_EQ(FailureOf("[application]\nx = [1]\n"),
+            "site.toml, line 2: x must be a text, a number or true or false");
+}
+
+TEST(SiteConfiguration, a_text_that_is_no_toml_is_told_with_its_line) {
+  EXPECT_EQ(FailureOf("[site]\nroot = \n").substr(0, 18), "site.toml, line 2:");
+}
+
+TEST(SiteConfiguration, a_folder_without_the_file_is_no_site) {
+  EXPECT_THROW(LoadSiteConfiguration("/nowhere/at/all"), ConfigurationError);
+}
+
+}  // namespace
+}  // namespace hostlinux

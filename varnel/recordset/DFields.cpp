@@ -1,0 +1,76 @@
+#include "varnel/recordset/DFields.h"
+
+#include "varnel/automation/Members.h"
+#include "varnel/page/Utillities.h"
+#include "varnel/recordset/Required.h"
+
+namespace varnel {
+
+namespace {
+
+// The last dotted piece; brackets go only if they stand around the whole. The empty text has no piece.
+String LookupKey(String name) {
+  if (name.starts_with(u'[') && name.ends_with(u']')) name = name.substr(1, name.size() - 2);
+  const std::vector<String> pieces = Split(name, u".");
+  if (pieces.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  return pieces.back();
+}
+
+// Positions count from 0 here and from 1 in the collection.
+Variant CollectionKey(const Variant& indexOrKey) {
+  if (const String* name = indexOrKey.As<String>()) return LookupKey(*name);
+  return ToDouble(indexOrKey) + 1;
+}
+
+String UnderlyingText(const ErrInfo& error) {
+  return u" Underlying error: " + DecimalText(error.Number) + u": " + error.Source + u": " +
+         error.Description;
+}
+
+}  // namespace
+
+const ClassInfo& DFields::Class() const {
+  static const ClassInfo info{u"DFields",
+                              {
+                                  Method<&DFields::Initialize>(u"Initialize"),
+                                  ReadOnly<&DFields::Count>(u"Count"),
+                                  ReadOnly<&DFields::Item>(u"Item").AsDefault(),
+                              }};
+  return info;
+}
+
+std::unique_ptr<Enumeration> DFields::Enumerate() { return Required(m_Fields).Enumerate(); }
+
+void DFields::Initialize(std::shared_ptr<Collection>& iFieldsCollection) { m_Fields = iFieldsCollection; }
+
+Long DFields::Count() { return Required(m_Fields).Count(); }
+
+std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
+  ErrInfo error;
+  try {
+    return CastObject<DField>(Required(m_Fields).Item(CollectionKey(iIndexOrKey)));
+  } catch (const std::exception&) {
+    error = Util_SaveErr();
+  }
+  Util_Raise(
+      error.Number, u"ADODB.Fields",
+      u"Database field with index or name '" + ToText(iIndexOrKey) + u"' not found." + UnderlyingText(error),
+      error.HelpFile, error.HelpContext);
+}
+
+void AddFieldToCollection(Collection& ioCollection, const std::shared_ptr<DField>& ioField, String iKey) {
+  for (;; iKey += u"_X") {
+    try {
+      return ioCollection.Add(ioField, iKey);
+    } catch (const std::exception&) {
+      const ErrInfo error = Util_SaveErr();
+      if (error.Number == runtime_error::kKeyTaken) continue;
+      Util_Raise(error.Number, error.Source,
+                 u"Varnel.DRecordset: Database field '" + ioField->Name +
+                     u"' could not be added to the collection." + UnderlyingText(error),
+                 error.HelpFile, error.HelpContext);
+    }
+  }
+}
+
+}  // namespace varnel

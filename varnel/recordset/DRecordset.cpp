@@ -1,0 +1,215 @@
+// The member table, binding, options and rows. Opening, states and navigation have files of their own.
+#include "varnel/recordset/DRecordset.h"
+
+#include "varnel/automation/Members.h"
+#include "varnel/page/Utillities.h"
+#include "varnel/recordset/Required.h"
+
+namespace varnel {
+
+namespace {
+
+constexpr StringView kSource = u"Varnel.DRecordset";
+constexpr Long kAdBSTR = 8;
+
+[[noreturn]] void RaiseGuard(Long number, StringView operation, StringView text) {
+  Util_Raise(number, String(kSource), String(operation).append(u": ").append(text), u"", 0);
+}
+
+template <typename T>
+std::shared_ptr<T> Intrinsic(host::IObjectContext& context, StringView name) {
+  return CastObject<T>(context.Item(name));
+}
+
+Object& Driven(const ObjectPtr& object) { return Required(object); }
+
+}  // namespace
+
+const ClassInfo& DRecordset::Class() const {
+  using D = DRecordset;
+  static const ClassInfo info{
+      u"DRecordset",
+      {
+          Method<&D::Initialize>(u"Initialize"),
+          Method<&D::SetConnection>(u"SetConnection"),
+          Method<&D::SetState>(u"SetState"),
+          Method<&D::SetDefaultSortReversed>(u"SetDefaultSortReversed"),
+          Method<&D::GetState>(u"GetState"),
+          Method<&D::GetCurrentSortOrder>(u"GetCurrentSortOrder"),
+          Method<&D::GetStateSorted>(u"GetStateSorted"),
+          Method<&D::GetStateFirst>(u"GetStateFirst"),
+          Method<&D::GetStatePrev>(u"GetStatePrev"),
+          Method<&D::GetStateNext>(u"GetStateNext"),
+          Method<&D::GetStateLast>(u"GetStateLast"),
+          Method<&D::GetUrlSorted>(u"GetUrlSorted"),
+          Method<&D::GetUrlFirst>(u"GetUrlFirst"),
+          Method<&D::GetUrlPrev>(u"GetUrlPrev"),
+          Method<&D::GetUrlNext>(u"GetUrlNext"),
+          Method<&D::GetUrlLast>(u"GetUrlLast"),
+          Method<&D::SetPageSize>(u"SetPageSize"),
+          Method<&D::GetPageSize>(u"GetPageSize"),
+          Method<&D::SetRecCountON>(u"SetRecCountON"),
+          Method<&D::SetRecCountOFF>(u"SetRecCountOFF"),
+          Method<&D::GetIsRecCountON>(u"GetIsRecCountON"),
+          Method<&D::GetTotalNumberOfRecords>(u"GetTotalNumberOfRecords"),
+          Method<&D::GetRecordNumberForFirstRecordOnPage>(u"GetRecordNumberForFirstRecordOnPage"),
+          Method<&D::GetRecordNumberForLastRecordOnPage>(u"GetRecordNumberForLastRecordOnPage"),
+          Method<&D::IsOpen>(u"IsOpen"),
+          Method<&D::SetDefaultSortFields>(u"SetDefaultSortFields"),
+          Method<&D::GetDefaultSortFields>(u"GetDefaultSortFields"),
+          Method<&D::OpenRS>(u"OpenRS"),
+          Method<&D::GetDefault>(u"GetDefault").AsDefault(),
+          ReadOnly<&D::Fields>(u"Fields"),
+          ReadOnly<&D::IsEOF>(u"EOF"),
+          Method<&D::MoveNext>(u"MoveNext"),
+          Method<&D::MoveFirst>(u"MoveFirst"),
+          Method<&D::GetRecordsetName>(u"GetRecordsetName"),
+          Method<&D::GetDataAsRecordSet>(u"GetDataAsRecordSet"),
+          DataMember<&D::m_lDisplayPage>(u"m_lDisplayPage"),
+          DataMember<&D::m_lTotalPages>(u"m_lTotalPages"),
+          DataMember<&D::m_leftPageNumber>(u"m_leftPageNumber"),
+          DataMember<&D::m_rightPageNumber>(u"m_rightPageNumber"),
+          Method<&D::SetPageJump>(u"SetPageJump"),
+          Method<&D::GetPageJump>(u"GetPageJump"),
+          Method<&D::SetPageState>(u"SetPageState"),
+          Method<&D::GetStatePrevPage>(u"GetStatePrevPage"),
+          Method<&D::GetStateNextPage>(u"GetStateNextPage"),
+          Method<&D::GetUrlForPage>(u"GetUrlForPage"),
+          Method<&D::GetCurrentState>(u"GetCurrentState"),
+      }};
+  return info;
+}
+
+DRecordset::DRecordset() { m_State.NavType = nav_type::kFirst; }
+
+ObjectPtr MakeDRecordset() { return std::make_shared<DRecordset>(); }
+
+void DRecordset::RequireClosed(StringView iOperation) const {
+  if (m_bOpen) RaiseGuard(-1, iOperation, u"Operation not allowed when the DRecordset is open.");
+}
+
+void DRecordset::RequireOpen(StringView iOperation) const {
+  if (!m_bOpen) RaiseGuard(-2, iOperation, u"Operation not allowed when the DRecordset is not open.");
+}
+
+void DRecordset::Initialize(const std::shared_ptr<Page>& iPage, Integer iRecordsetID,
+                            const std::shared_ptr<host::IConnection>& iConnection) {
+  m_oPage = iPage;
+  m_oContext = host::GetObjectContext();
+  m_oServer = Intrinsic<host::IServer>(Required(m_oContext), u"Server");
+  m_oRequest = Intrinsic<host::IRequest>(Required(m_oContext), u"Request");
+  m_bOpen = false;
+  m_sName = String(u"R_") + static_cast<char16_t>(48 + iRecordsetID);
+  m_oConnection = iConnection;
+  m_iPageSize = 10;
+  m_bPageJump = false;
+  m_iDisplayablePages = 0;
+  m_Jump = WindowMove();
+  m_bPageState = false;
+  m_bDoubleTop = false;
+  m_oFields = nullptr;
+  m_cFields = nullptr;
+  m_vRows = host::RowBlock();
+  m_iLastRow = -1;
+  m_iCurrentRow = 0;
+  m_State = PersistedState();
+  m_sDefaultSortFields.clear();
+  m_bRecCount = false;
+  m_Texts = NavigationTexts();
+  m_bStateFromUrl = false;
+  m_sBaseUrl.clear();
+  m_bDefaultSortReversed = false;
+}
+
+void DRecordset::SetConnection(const String& i_sConnectionString) {
+  using namespace host::ado;
+  const auto connection = host::Platform().CreateConnection();
+  connection->SetConnectionTimeout(15);
+  connection->SetCommandTimeout(30);
+  connection->SetCursorLocation(kUseServer);
+  connection->SetIsolationLevel(kReadCommitted);
+  connection->Open(i_sConnectionString, u"", u"", kUnspecified);
+  connection->Execute(u"set TRANSACTION ISOLATION LEVEL READ COMMITTED", kUnspecified);
+  m_oConnection = connection;
+}
+
+void DRecordset::SetDefaultSortReversed(bool iSortReversed) { m_bDefaultSortReversed = iSortReversed; }
+
+void DRecordset::SetPageSize(Integer iPageSize) {
+  RequireClosed(u"SetPageSize");
+  m_iPageSize = iPageSize;
+}
+
+Integer DRecordset::GetPageSize() { return m_iPageSize; }
+void DRecordset::SetRecCountON() { m_bRecCount = true; }
+void DRecordset::SetRecCountOFF() { m_bRecCount = false; }
+bool DRecordset::GetIsRecCountON() { return m_bRecCount; }
+bool DRecordset::IsOpen() { return m_bOpen; }
+
+void DRecordset::SetDefaultSortFields(const String& iSortFields) {
+  RequireClosed(u"SetDefaultSortFields");
+  m_sDefaultSortFields = iSortFields;
+}
+
+String DRecordset::GetDefaultSortFields() { return m_sDefaultSortFields; }
+Variant DRecordset::GetRecordsetName() { return m_sName; }
+
+std::shared_ptr<DField> DRecordset::GetDefault(Variant& iIndexOrKey) {
+  if (m_oFields == nullptr) Util_Raise(-1, String(kSource), u"No data available.", u"", 0);
+  return m_oFields->Item(iIndexOrKey);
+}
+
+std::shared_ptr<DFields> DRecordset::Fields() { return m_oFields; }
+
+bool DRecordset::IsEOF() {
+  RequireOpen(u"EOF");
+  return m_iCurrentRow > m_iLastRow;
+}
+
+void DRecordset::MoveNext() {
+  m_iCurrentRow = static_cast<Integer>(m_iCurrentRow + 1);
+  if (m_iCurrentRow <= m_iLastRow) LoadRow(m_iCurrentRow);
+}
+
+void DRecordset::MoveFirst() { m_iCurrentRow = 0; }
+
+void DRecordset::LoadRow(Integer iRow) {
+  const Long count = Required(m_cFields).Count();
+  for (Long k = 0; k < count; ++k) {
+    CastObject<DField>(m_cFields->Item(Long{k + 1}))->Value = BufferedValue(k, iRow);
+  }
+}
+
+const Variant& DRecordset::BufferedValue(Long iColumn, Long iRow) const {
+  const auto column = static_cast<std::size_t>(iColumn);
+  const auto row = static_cast<std::size_t>(iRow);
+  const bool inside = iColumn >= 0 && iRow >= 0 && column < m_vRows.Columns() && row < m_vRows.Rows();
+  if (!inside) RaiseRuntimeError(runtime_error::kSubscript);
+  return m_vRows.At(column, row);
+}
+
+void DRecordset::GetDataAsRecordSet(Variant& oRecordset) {
+  if (m_iLastRow < 0) {
+    oRecordset = nullptr;
+    return;
+  }
+  Object& target = Driven(ToObject(oRecordset));
+  const Long count = Required(m_cFields).Count();
+  for (Long k = 0; k < count; ++k) {
+    const String& name = CastObject<DField>(m_cFields->Item(Long{k + 1}))->Name;
+    Driven(ToObject(target.Get(u"Fields"))).CallWith(u"Append", name, kAdBSTR);
+  }
+  target.CallWith(u"Open");
+  for (Long row = 0; row <= m_iLastRow; ++row) {
+    target.CallWith(u"AddNew");
+    for (Long k = 0; k < count; ++k) {
+      const Variant& value = BufferedValue(k, row);
+      if (value.IsNull()) continue;
+      Variant position = k;
+      const Variant field = Driven(ToObject(target.Get(u"Fields"))).CallDefault(Arguments(&position, 1));
+      Driven(ToObject(field)).Put(u"Value", value);
+    }
+  }
+}
+
+}  // namespace varnel

@@ -1,0 +1,99 @@
+#include "varnel/table/TableCells.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "varnel/automation/Error.h"
+
+namespace varnel {
+
+namespace {
+
+constexpr int kRowStep = 20;
+constexpr int kColStep = 10;
+
+// The count after as many steps as it takes to hold `position`.
+int GrownCount(int count, int position, int step) {
+  while (count <= position) count += step;
+  return count;
+}
+
+}  // namespace
+
+void TableCells::Dimension() {
+  m_rows = kRowStep;
+  m_cols = kColStep;
+  m_cells.assign(static_cast<std::size_t>(m_rows * m_cols), TableCell());
+  m_openSpans.clear();
+}
+
+std::size_t TableCells::IndexOf(int row, int col) const {
+  if (!Contains(row, col)) RaiseRuntimeError(runtime_error::kSubscript);
+  return static_cast<std::size_t>(row) * static_cast<std::size_t>(m_cols) + static_cast<std::size_t>(col);
+}
+
+TableCell& TableCells::At(int row, int col) { return m_cells[IndexOf(row, col)]; }
+
+const TableCell& TableCells::At(int row, int col) const { return m_cells[IndexOf(row, col)]; }
+
+void TableCells::Cover(const CellRange& range, CellPosition top) {
+  for (int row = range.firstRow; row <= range.lastRow; ++row) {
+    for (int col = range.firstCol; col <= range.lastCol; ++col) {
+      if (CellPosition{row, col} != top) At(row, col).Flags = CellCovered;
+    }
+  }
+}
+
+void TableCells::Grow(int row, int col) {
+  if (m_cells.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  Widen(GrownCount(m_cols, col, kColStep));
+  // Further rows stand behind the block, so the vector's own reserve spares most of the copying.
+  const int rows = GrownCount(m_rows, row, kRowStep);
+  m_cells.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(m_cols));
+  m_rows = rows;
+  FollowBounds();
+}
+
+void TableCells::Widen(int cols) {
+  if (cols == m_cols) return;
+  std::vector<TableCell> wider(static_cast<std::size_t>(m_rows) * static_cast<std::size_t>(cols));
+  for (int row = 0; row < m_rows; ++row) {
+    const auto from = m_cells.begin() + static_cast<std::ptrdiff_t>(row) * m_cols;
+    std::move(from, from + m_cols, wider.begin() + static_cast<std::ptrdiff_t>(row) * cols);
+  }
+  m_cells = std::move(wider);
+  m_cols = cols;
+}
+
+// Row by row: a cell that an earlier span has just covered is no longer a written one.
+void TableCells::FollowBounds() {
+  std::sort(m_openSpans.begin(), m_openSpans.end());
+  for (const CellPosition top : m_openSpans) {
+    const TableCell& cell = At(top.row, top.col);
+    if (!cell.IsWritten()) continue;
+    const int lastRow = cell.RowSpan == kSpanToEnd ? RowBound() : top.row + cell.RowSpan - 1;
+    const int lastCol = cell.ColSpan == kSpanToEnd ? ColBound() : top.col + cell.ColSpan - 1;
+    if (cell.RowSpan == kSpanToEnd || cell.ColSpan == kSpanToEnd) {
+      Cover({top.row, top.col, lastRow, lastCol}, top);
+    }
+  }
+}
+
+void TableColumns::Dimension() { m_columns.assign(kColStep, TableColumn()); }
+
+void TableColumns::Ensure(int col) {
+  if (m_columns.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  const auto count = static_cast<int>(m_columns.size());
+  m_columns.resize(static_cast<std::size_t>(GrownCount(count, col, kColStep)));
+}
+
+std::size_t TableColumns::IndexOf(int col) const {
+  if (col < 0 || col > UpperBound()) RaiseRuntimeError(runtime_error::kSubscript);
+  return static_cast<std::size_t>(col);
+}
+
+TableColumn& TableColumns::At(int col) { return m_columns[IndexOf(col)]; }
+
+const TableColumn& TableColumns::At(int col) const { return m_columns[IndexOf(col)]; }
+
+}  // namespace varnel
