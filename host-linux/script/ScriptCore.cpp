@@ -158,7 +158,8 @@ void ScriptCore::WriteText(const v8::FunctionCallbackInfo<v8::Value>& call) {
 void ScriptCore::WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = Of(call.GetIsolate());
-    if (!call[0]->IsString()) return core.m_request->output.WriteValue(ToVariant(core, call[0]));
+    const bool plain = call[0]->IsString() && call[0].As<v8::String>()->IsOneByte();
+    if (!plain) return core.m_request->output.WriteValue(ToVariant(core, call[0]));
     ToUtf8(call.GetIsolate(), call[0].As<v8::String>(), core.m_text);
     core.m_request->output.WriteText(core.m_text);
   });

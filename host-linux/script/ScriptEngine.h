@@ -24,9 +24,9 @@ class ScriptCore;
 class PageOutput {
  public:
   virtual ~PageOutput() = default;
-  // HTML of the page, or an expression that is text, UTF-8.
+  // HTML of the page, or an expression that is a text of Latin letters, UTF-8.
   virtual void WriteText(std::string_view utf8) = 0;
-  // The value of an expression that is no text, as Response.Write writes it.
+  // The value of any other expression, as Response.Write writes it.
   virtual void WriteValue(const varnel::Variant& value) = 0;
 };
 
