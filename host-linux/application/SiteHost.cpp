@@ -11,6 +11,7 @@
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/ObjectContext.h"
 #include "host-linux/web/UrlPath.h"
+#include "varnel/automation/Error.h"
 #include "varnel/table/TableTypes.h"
 
 namespace hostlinux {
