@@ -1,0 +1,44 @@
+// What a call raises, by number, and the user's locale for one scope.
+#pragma once
+
+#include <utility>
+
+#include "varnel/automation/Error.h"
+#include "varnel/automation/LocaleFacts.h"
+
+namespace varnel::test {
+
+// The number of the error that `call` raises; 0 if it raises nothing.
+template <typename F>
+Long NumberOf(F&& call) {
+  try {
+    call();
+  } catch (const Error& error) {
+    return error.Info().Number;
+  }
+  return 0;
+}
+
+class UserLocaleIs {
+ public:
+  explicit UserLocaleIs(LocaleFacts facts) { SetUserLocale(std::move(facts)); }
+  ~UserLocaleIs() { SetUserLocale({}); }
+  UserLocaleIs(const UserLocaleIs&) = delete;
+  UserLocaleIs& operator=(const UserLocaleIs&) = delete;
+};
+
+// A locale with decimal comma, points for thousands and the day first.
+inline LocaleFacts German() {
+  LocaleFacts facts;
+  facts.lcid = 1031;
+  facts.decimal = u",";
+  facts.thousand = u".";
+  facts.currency = u"\u20AC";
+  facts.dateSeparator = u".";
+  facts.shortDate = u"dd.MM.yyyy";
+  facts.timeFormat = u"HH:mm:ss";
+  facts.dateOrder = LocaleFacts::DateOrder::DayMonthYear;
+  return facts;
+}
+
+}  // namespace varnel::test
