@@ -209,7 +209,7 @@ TEST_F(ScriptEngineTest, APageThatRunsItselfWithoutEndFails) {
     if (result.outcome == Outcome::Failed) inner = result;
   };
   EXPECT_EQ(RunFile("inner.asp").outcome, Outcome::Finished);
-  EXPECT_EQ(inner.failure.description, "RangeError: Maximum call stack size exceeded");
+  EXPECT_THAT(inner.failure.description, testing::EndsWith("Maximum call stack size exceeded"));
   EXPECT_GT(depth, 10);
 }
 
