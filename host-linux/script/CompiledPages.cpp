@@ -35,6 +35,7 @@ v8::MaybeLocal<v8::Function> CompileBody(v8::Local<v8::Context> context, const s
   v8::Local<v8::String> text;
   if (!ToV8(isolate, name).ToLocal(&scriptName) || !ToV8(isolate, body).ToLocal(&text)) return {};
   std::vector<v8::Local<v8::String>> names;
+  names.reserve(parameters.size());
   for (const std::string& parameter : parameters) names.push_back(Name(isolate, parameter));
   v8::ScriptOrigin origin(isolate, scriptName);
   v8::ScriptCompiler::Source source(text, origin);

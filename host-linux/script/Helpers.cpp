@@ -57,7 +57,8 @@ for (const method of Object.values(shared)) Object.freeze(method);
 
 return {
   shared,
-  // As if local time were the world's; setUTCFullYear also takes the years 0 to 99.
+  // By its parts, as if local time were the world's: the offset of old dates is no whole number of minutes.
+  // setUTCFullYear also takes the years 0 to 99.
   dateMs(date) {
     const world = new Date(0);
     world.setUTCFullYear(date.getFullYear(), date.getMonth(), date.getDate());
@@ -65,10 +66,8 @@ return {
   },
   makeDate(ms) {
     const world = new Date(ms);
-    const date = new Date(2000, 0, 1);
-    date.setFullYear(world.getUTCFullYear(), world.getUTCMonth(), world.getUTCDate());
-    date.setHours(world.getUTCHours(), world.getUTCMinutes(), world.getUTCSeconds(), world.getUTCMilliseconds());
-    return date;
+    return new Date(world.getUTCFullYear(), world.getUTCMonth(), world.getUTCDate(), world.getUTCHours(),
+                    world.getUTCMinutes(), world.getUTCSeconds(), world.getUTCMilliseconds());
   },
   primitive(object) {
     const value = object.valueOf();

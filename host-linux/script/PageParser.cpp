@@ -8,6 +8,7 @@ namespace hostlinux {
 namespace {
 
 constexpr std::size_t kMaxIncludes = 10'000;
+constexpr std::size_t kMaxDepth = 100;
 constexpr std::size_t kMaxText = 64 * 1024 * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
@@ -282,6 +283,7 @@ class Parser {
     const std::string name = ResolveInclude(place, include);
     if (std::find(m_open.begin(), m_open.end(), name) != m_open.end())
       Fail(place, "The include '" + include.target + "' includes itself.");
+    if (m_open.size() > kMaxDepth) Fail(place, "Includes are nested more than 100 deep.");
     if (++m_includes > kMaxIncludes) Fail(place, "The page has more than 10,000 includes.");
     const std::optional<std::string> text = m_files.Read(name);
     if (!text) Fail(place, "The include '" + include.target + "' was not found.");

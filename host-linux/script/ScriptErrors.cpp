@@ -75,6 +75,14 @@ PagePosition PositionOf(ScriptCore& core, v8::Local<v8::Context> context, v8::Lo
   return place;
 }
 
+// The text that the engine itself has of an error: with the stack used up, the error's own can't be asked
+// for.
+std::string EngineText(v8::Isolate* isolate, v8::Local<v8::Message> message) {
+  constexpr std::string_view kPrefix = "Uncaught ";
+  std::string text = ToUtf8(isolate, message->Get());
+  return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
+}
+
 v8::Local<v8::Value> CallSite(v8::Local<v8::Context> context, v8::Local<v8::Object> site,
                               const char* method) {
   v8::Isolate* isolate = context->GetIsolate();
@@ -143,6 +151,7 @@ ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Lo
   failure.number = info.Number;
   failure.source = varnel::ToUtf8(info.Source);
   failure.description = varnel::ToUtf8(info.Description);
+  if (failure.description.empty() && !message.IsEmpty()) failure.description = EngineText(isolate, message);
   failure.message = failure.description;
   failure.stack = varnel::ToUtf8(TextProperty(context, exception, "stack"));
   if (message.IsEmpty()) return failure;

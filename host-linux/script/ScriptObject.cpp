@@ -31,7 +31,7 @@ class ListEnumeration final : public varnel::Enumeration {
   varnel::RaiseRuntimeError(kNoSuchMember, name);
 }
 
-Variant WithoutMissing(Variant value) { return value.IsMissing() ? Variant() : value; }
+Variant WithoutMissing(const Variant& value) { return value.IsMissing() ? Variant() : value; }
 
 }  // namespace
 

@@ -177,7 +177,7 @@ void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const Member&
                                      v8::ConstructorBehavior::kThrow);
   };
   if (IsReadAsProperty(member)) {
-    function->PrototypeTemplate()->SetAccessorProperty(name, make(CallMember, 0), make(PutProperty, 1),
+    function->PrototypeTemplate()->SetAccessorProperty(name, make(GetProperty, 0), make(PutProperty, 1),
                                                        kHidden);
   } else {
     function->PrototypeTemplate()->Set(name, make(CallMember, member.Required()), kFixed);
@@ -236,6 +236,14 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
     const varnel::Variant result = varnel::InvokeMember(object, MemberOf(call), arguments.Values());
     arguments.StoreBack();
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
+  });
+}
+
+void Wrappers::GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(call.GetIsolate());
+    const varnel::Variant value = MemberOf(call).call(*Unwrap(call.Holder()), {});
+    if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, value));
   });
 }
 

@@ -52,6 +52,7 @@ class Wrappers {
   void AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const varnel::Member& member);
 
   static void CallMember(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void GetOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Value>& info);

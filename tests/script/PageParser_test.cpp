@@ -204,6 +204,14 @@ TEST_F(PageParserTest, IncludesThatMultiplyAreStopped) {
               testing::EndsWith("The page has more than 10,000 includes."));
 }
 
+TEST_F(PageParserTest, IncludesInsideEachOtherHaveALimit) {
+  for (int i = 0; i < 101; ++i)
+    files.Set(std::to_string(i), "<!--#include file=\"" + std::to_string(i + 1) + "\"-->");
+  files.Set("100", "end");
+  EXPECT_EQ(ErrorOf("<!--#include file=\"1\"-->"), "no error");
+  EXPECT_EQ(ErrorOf("<!--#include file=\"0\"-->"), "99:1: Includes are nested more than 100 deep.");
+}
+
 // --- The folder on disk
 
 class DiskPageFilesTest : public testing::Test {

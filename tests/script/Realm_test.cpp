@@ -73,6 +73,13 @@ TEST_F(RealmTest, PrototypeNamesStayAssignableOnAScriptsOwnObjects) {
             "fa\"d\"");
 }
 
+TEST_F(RealmTest, ClassesOfArraysAreMadeByExtends) {
+  EXPECT_EQ(Output("<% class L extends Array { last() { return this[this.length - 1]; } }"
+                   "var l = L.from([1, 2]).map(x => x + 1); %><%= l.last() + (l.constructor === L) %>"),
+            "4");
+  EXPECT_EQ(Attempt("[].constructor = 1"), "threw TypeError");
+}
+
 TEST_F(RealmTest, AnAssignedNameIsAnOrdinaryProperty) {
   EXPECT_EQ(Output("<% var o = {}; o.toString = 5; %><%= Object.keys(o) + JSON.stringify(o) %>"),
             "toString{\"toString\":5}");

@@ -199,6 +199,20 @@ TEST_F(ScriptEngineTest, AnInnerPagesEndEndsTheOuterOne) {
   EXPECT_EQ(output.text, "RUNEND");
 }
 
+TEST_F(ScriptEngineTest, APageThatRunsItselfWithoutEndFails) {
+  files.Set("inner.asp", "RUN<% %>");
+  PageResult inner;
+  int depth = 0;
+  output.onText = [&] {
+    ++depth;
+    const PageResult result = Engine().RunInner("inner.asp");
+    if (result.outcome == Outcome::Failed) inner = result;
+  };
+  EXPECT_EQ(RunFile("inner.asp").outcome, Outcome::Finished);
+  EXPECT_THAT(inner.failure.description, testing::EndsWith("Maximum call stack size exceeded"));
+  EXPECT_GT(depth, 10);
+}
+
 // --- Microtasks
 
 TEST_F(ScriptEngineTest, MicrotasksRunBeforeThePageEnds) {
