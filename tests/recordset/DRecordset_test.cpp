@@ -1,5 +1,5 @@
 // Rows, options, guards and the table of members.
-#include "RecordsetFixture.h"
+#include "tests/recordset/RecordsetFixture.h"
 
 namespace varnel {
 namespace {

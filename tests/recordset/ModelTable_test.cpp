@@ -1,5 +1,5 @@
 // The model itself, and what it answers.
-#include "ModelTable.h"
+#include "tests/recordset/ModelTable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // URLs, sorted links, page numbers and jumps of an open recordset.
-#include "RecordsetFixture.h"
+#include "tests/recordset/RecordsetFixture.h"
 
 namespace varnel {
 namespace {

@@ -1,5 +1,5 @@
 // The reads of one page: what the database is asked, how a read is mended, what the page then says of itself.
-#include "RecordsetFixture.h"
+#include "tests/recordset/RecordsetFixture.h"
 
 namespace varnel {
 namespace {
@@ -210,6 +210,41 @@ TEST_F(Opening, AUnionIsCountedBranchByBranchAndReadAtOnce) {
   previous->OpenRS(query, u"a");
   Variant key = Integer{0};
   EXPECT_EQ(previous->GetDefault(key)->Value, Variant(Long{7}));
+}
+
+// The outer ORDER BY of a union undoes what each nested branch has turned around.
+TEST_F(Opening, ANestedUnionIsTurnedAroundOnlyWhenItIsReadBackward) {
+  const auto firstValue = [&](StringView state, StringView condition, StringView inner, StringView outer,
+                              std::vector<std::vector<Variant>> rows) {
+    String sql;
+    for (const StringView table : {u"t", u"u"}) {
+      sql += sql.empty() ? u"" : u" UNION ";
+      sql.append(u"(SELECT TOP  2 * FROM (SELECT TOP 4 a FROM ")
+          .append(table)
+          .append(u" WHERE ")
+          .append(condition);
+      sql.append(u" ORDER BY a ")
+          .append(inner)
+          .append(u") as OUTPUT  ORDER BY a ")
+          .append(outer)
+          .append(u")");
+    }
+    sql.append(u" ORDER BY a ").append(inner);
+    m_host.Database().Answer(sql, {{{u"a", kTypeLong}}, std::move(rows), {}, {}});
+    auto recordset = New(2);
+    bool jump = true;
+    Integer width = 5;
+    recordset->SetPageJump(jump, width);
+    recordset->SetPageState(String(state), 3);
+    recordset->OpenRS(u"SELECT a FROM t UNION SELECT a FROM u", u"a");
+    Variant key = u"a";
+    return recordset->GetDefault(key)->Value;
+  };
+  EXPECT_EQ(firstValue(u"1x20x3x  00x0x  2491x1x5x", u"a > '1'", u"ASC", u"DESC", {{Long{4}}, {Long{5}}}),
+            Variant(Long{4}));
+  EXPECT_EQ(firstValue(u"2x20x7x  00x0x  2575x1x5x", u"(a < '9' or a is null)", u"DESC", u"ASC",
+                       {{Long{6}}, {Long{5}}}),
+            Variant(Long{5}));
 }
 
 TEST_F(Opening, AFailedQueryTellsTheTextAndTheProvidersErrors) {

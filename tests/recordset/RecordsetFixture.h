@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "ModelTable.h"
 #include "host-fake/ErrorOf.h"
 #include "host-fake/FakeHost.h"
+#include "tests/recordset/ModelTable.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/page/Page.h"
 #include "varnel/recordset/DRecordset.h"

@@ -1,5 +1,5 @@
 // Giving a state, and picking it up from the request.
-#include "RecordsetFixture.h"
+#include "tests/recordset/RecordsetFixture.h"
 
 namespace varnel {
 namespace {

@@ -1,7 +1,7 @@
 // Walking a list page by page visits every row once, in order: compared with a sorted vector.
 #include <random>
 
-#include "RecordsetFixture.h"
+#include "tests/recordset/RecordsetFixture.h"
 
 namespace varnel {
 namespace {
@@ -27,8 +27,9 @@ class Walk : public RecordsetTest {
     for (Long id = 1; id <= count; ++id) {
       const auto name = m_random() % 4;
       const auto score = static_cast<Long>(m_random() % 3);
-      rows.push_back({id, name == 0 ? Variant(Null()) : Variant(u"O'" + DecimalText(name)),
-                      score == 0 ? Variant(Null()) : Variant(score * 9)});
+      rows.push_back(
+          {id, name == 0 ? Variant(Null()) : Variant(u"O'" + DecimalText(static_cast<std::int64_t>(name))),
+           score == 0 ? Variant(Null()) : Variant(score * 9)});
     }
     m_table = ModelTable({{u"id", hostfake::kTypeLong}, {u"name"}, {u"score", hostfake::kTypeLong}},
                          std::move(rows));
