@@ -269,7 +269,8 @@ class Parser {
       if (!m_page.directives.lcid) Fail(place, "LCID must be a locale's number, not '" + text + "'.");
     } else if (SameWord(name, "EnableSessionState")) {
       const bool on = SameWord(value, "True");
-      if (!on && !SameWord(value, "False")) Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
+      if (!on && !SameWord(value, "False"))
+        Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
       m_page.directives.sessionState = on;
     } else {
       Fail(place, "The directive '" + std::string(name) + "' is not known.");
@@ -303,7 +304,8 @@ class Parser {
     const auto target = reader.TakeQuoted();
     reader.SkipBlanks();
     if (!known || !equals || !target || !reader.Take("-->"))
-      Fail(place, "An include has the form <!--#include file=\"name\"--> or <!--#include virtual=\"/name\"-->.");
+      Fail(place,
+           "An include has the form <!--#include file=\"name\"--> or <!--#include virtual=\"/name\"-->.");
     include.target = std::string(*target);
     include.length = reader.Position();
     return include;
@@ -315,7 +317,8 @@ class Parser {
     if (include.isVirtual) {
       if (!m_siteRoot.empty() && target.starts_with(m_siteRoot + "/")) target.erase(0, m_siteRoot.size());
     } else if (target.starts_with('/')) {
-      Fail(place, "The include file '" + include.target + "' must be relative; from the site's root it is virtual.");
+      Fail(place,
+           "The include file '" + include.target + "' must be relative; from the site's root it is virtual.");
     } else {
       target = FolderOf(place.name) + target;
     }

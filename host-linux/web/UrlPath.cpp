@@ -68,30 +68,6 @@ bool TakeAuthority(std::string_view target, std::string& host, std::string_view&
   return !host.empty() && host.find('@') == std::string::npos;
 }
 
-// Joins the segments of `decoded` to a path without "." and ".."; false where ".." leads above the root.
-bool Normalise(std::string_view decoded, std::string& path) {
-  std::vector<std::string_view> kept;
-  std::size_t begin = 1;
-  bool endsWithSlash = true;
-  while (begin <= decoded.size()) {
-    const std::size_t end = std::min(decoded.find('/', begin), decoded.size());
-    const std::string_view segment = decoded.substr(begin, end - begin);
-    begin = end + 1;
-    endsWithSlash = segment.empty() || segment == "." || segment == "..";
-    if (segment.empty() || segment == ".") continue;
-    if (segment != "..") {
-      kept.push_back(segment);
-      continue;
-    }
-    if (kept.empty()) return false;
-    kept.pop_back();
-  }
-  path.clear();
-  for (const std::string_view segment : kept) path.append("/").append(segment);
-  if (endsWithSlash || kept.empty()) path += '/';
-  return true;
-}
-
 }  // namespace
 
 bool IsUtf8(std::string_view bytes) {
@@ -127,6 +103,29 @@ bool PercentDecode(std::string_view text, bool plusIsBlank, std::string& decoded
   return true;
 }
 
+bool NormalisePath(std::string_view decoded, std::string& path) {
+  std::vector<std::string_view> kept;
+  std::size_t begin = 1;
+  bool endsWithSlash = true;
+  while (begin <= decoded.size()) {
+    const std::size_t end = std::min(decoded.find('/', begin), decoded.size());
+    const std::string_view segment = decoded.substr(begin, end - begin);
+    begin = end + 1;
+    endsWithSlash = segment.empty() || segment == "." || segment == "..";
+    if (segment.empty() || segment == ".") continue;
+    if (segment != "..") {
+      kept.push_back(segment);
+      continue;
+    }
+    if (kept.empty()) return false;
+    kept.pop_back();
+  }
+  path.clear();
+  for (const std::string_view segment : kept) path.append("/").append(segment);
+  if (endsWithSlash || kept.empty()) path += '/';
+  return true;
+}
+
 UrlTarget ParseTarget(std::string_view target) {
   UrlTarget parsed;
   std::string_view rest = target;
@@ -147,7 +146,7 @@ UrlTarget ParseTarget(std::string_view target) {
   }
   if (decoded.find('\\') != std::string::npos) return Refuse("The path of the request contains a backslash.");
   if (!IsUtf8(decoded)) return Refuse("The path of the request is not UTF-8.");
-  if (!Normalise(decoded, parsed.path)) return Refuse("The path of the request leads above the root.");
+  if (!NormalisePath(decoded, parsed.path)) return Refuse("The path of the request leads above the root.");
   return parsed;
 }
 

@@ -13,6 +13,10 @@ bool IsUtf8(std::string_view bytes);
 // two hexadecimal digits; `decoded` then holds what stood before it.
 bool PercentDecode(std::string_view text, bool plusIsBlank, std::string& decoded);
 
+// Joins the segments of `decoded`, which begins with "/", to a path without "." and ".." segments and doubled
+// slashes. False where ".." leads above the root.
+bool NormalisePath(std::string_view decoded, std::string& path);
+
 struct UrlTarget {
   std::string path;      // decoded, without "." and ".." segments and doubled slashes; begins with "/"
   std::string rawQuery;  // behind the first "?", still encoded

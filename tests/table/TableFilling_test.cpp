@@ -320,7 +320,7 @@ TEST_F(TableFilling, ATableThatNoPageInitialisedHasNoCells) {
 
 TEST_F(TableFilling, WithoutAContextNoTableIsInitialised) {
   const auto table = CastObject<Table>(MakeTable());
-  m_platform->hasContext = false;
+  m_host.SetHasContext(false);
   EXPECT_EQ(ErrorOf([&] { table->InitFromPage(m_page); }).Number, 91);
 }
 

@@ -1,86 +1,19 @@
-// A request's surroundings, as far as pages and tables ask for them, and what the table tests share.
+// What the table tests share.
 #pragma once
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <map>
 #include <memory>
 #include <string>
 
+#include "host-fake/ErrorOf.h"
+#include "host-fake/FakeHost.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
-#include "varnel/host/Platform.h"
 #include "varnel/page/Page.h"
 #include "varnel/table/Table.h"
 
 namespace varnel {
-
-class NoValues : public host::IRequestCollection {
- public:
-  Long Count() const override { return 0; }
-  String Key(Long) const override { return {}; }
-  String ValueAt(Long) const override { return {}; }
-  Variant Value(StringView) const override { return {}; }
-  Long ValueCount(StringView) const override { return 0; }
-};
-
-// All five intrinsics in one object.
-class Intrinsics : public Object,
-                   public host::IRequest,
-                   public host::IResponse,
-                   public host::ISession,
-                   public host::IApplication,
-                   public host::IServer {
- public:
-  const ClassInfo& Class() const override {
-    static const ClassInfo info{u"Intrinsics", {}};
-    return info;
-  }
-
-  const host::IRequestCollection& QueryString() override { return m_none; }
-  const host::IRequestCollection& Form() override { return m_none; }
-  const host::IRequestCollection& ServerVariables() override { return m_none; }
-  Variant Item(StringView) override { return {}; }
-  Long TotalBytes() override { return 0; }
-  Bytes BinaryRead(Long) override { return {}; }
-  void Write(StringView text) override { written.emplace_back(text); }
-  Variant Value(StringView key) override {
-    const auto found = application.find(String(key));
-    return found == application.end() ? Variant() : Variant(found->second);
-  }
-  Long LCID() override { return 1033; }
-  String URLEncode(StringView text) override { return String(text); }
-  String HTMLEncode(StringView text) override { return String(text); }
-
-  std::map<String, String> application;
-  std::vector<String> written;
-
- private:
-  NoValues m_none;
-};
-
-class TablePlatform : public host::IPlatform,
-                      public host::IObjectContext,
-                      public std::enable_shared_from_this<TablePlatform> {
- public:
-  std::shared_ptr<host::IObjectContext> GetObjectContext() override {
-    return hasContext ? shared_from_this() : nullptr;
-  }
-  ObjectPtr CreateObject(StringView progID) override { return CreateInstance(progID); }
-  std::shared_ptr<host::IConnection> CreateConnection() override { return nullptr; }
-  std::shared_ptr<host::IRecordset> CreateRecordset() override { return nullptr; }
-  bool EnterLog() override { return false; }
-  void LeaveLog() override {}
-  ObjectPtr Item(StringView) override { return intrinsics; }
-  ObjectPtr CreateInstance(StringView progID) override {
-    if (progID != u"Varnel.Table") RaiseRuntimeError(429, progID);
-    return MakeTable();
-  }
-
-  std::shared_ptr<Intrinsics> intrinsics = std::make_shared<Intrinsics>();
-  bool hasContext = true;
-};
 
 // A component that a cell may hold and that no table can draw.
 class SomeGrid : public Object, public IDGrid {
@@ -96,16 +29,7 @@ class SomeGrid : public Object, public IDGrid {
 
 inline std::string Utf8(StringView text) { return ToUtf8(text); }
 
-// The record of the error that `action` raises; a Number of 0 if it raises none.
-template <typename Action>
-ErrInfo ErrorOf(Action action) {
-  try {
-    action();
-  } catch (...) {
-    return CurrentError();
-  }
-  return {};
-}
+using hostfake::ErrorOf;
 
 // What stands around the rows of a table of 100 % without a border table, spacing and padding.
 inline const std::string kBareOpen =
@@ -116,16 +40,12 @@ inline const std::string kBareClose = "\r\n</table>\r\n<!--End Varnel.Table Obje
 class TableTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    host::SetPlatform(m_platform.get());
+    m_host.Register(u"Varnel.Table", MakeTable);
     Configure(u"TableBorderWidth", u"0");
     m_page = std::make_shared<Page>();
   }
-  void TearDown() override {
-    m_page = nullptr;
-    host::SetPlatform(nullptr);
-  }
 
-  void Configure(const String& key, const String& value) { m_platform->intrinsics->application[key] = value; }
+  void Configure(StringView key, StringView value) { m_host.Application().Set(key, value); }
 
   std::shared_ptr<Table> NewTable() { return CastObject<Table>(m_page->Table()); }
 
@@ -138,7 +58,7 @@ class TableTest : public ::testing::Test {
     return html.substr(kBareOpen.size(), html.size() - kBareOpen.size() - kBareClose.size());
   }
 
-  std::shared_ptr<TablePlatform> m_platform = std::make_shared<TablePlatform>();
+  hostfake::FakeHost m_host;
   std::shared_ptr<Page> m_page;
 };
 

@@ -7,7 +7,6 @@ namespace {
 
 using TableRendering = TableTest;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 TEST_F(TableRendering, TwoCellsWithoutABorderTable) {
   Configure(u"TableCellSpacing", u"1");
@@ -300,7 +299,7 @@ TEST_F(TableRendering, AGridInACellIsStoredAndFailsWhenDrawn) {
   // A failed attempt doesn't keep the table from being drawn once more.
   EXPECT_EQ(ErrorOf([&] { outer->GetHTML(); }).Number, 13);
   EXPECT_EQ(ErrorOf([&] { m_page->Add(outer); }).Number, 13);
-  EXPECT_TRUE(m_platform->intrinsics->written.empty());
+  EXPECT_TRUE(m_host.Response().Writes().empty());
 }
 
 // Draws another table, as a table somewhere inside it would do.
@@ -332,7 +331,7 @@ TEST_F(TableRendering, AddingATableTwiceWritesItTwiceTheSame) {
   table->Cell(u"c");
   m_page->Add(table);
   m_page->Add(table);
-  const std::vector<String>& written = m_platform->intrinsics->written;
+  const std::vector<String>& written = m_host.Response().Writes();
   ASSERT_EQ(written.size(), 2U);
   EXPECT_EQ(Utf8(written[0]), kBareOpen +
                                   "<tr><td>a</td><td>b</td></tr>\r\n"

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 
+#include "varnel/grid/DGrid.h"
 #include "varnel/page/Page.h"
+#include "varnel/recordset/DRecordset.h"
+#include "varnel/table/Table.h"
 
 namespace varnel {
 
@@ -16,6 +19,9 @@ struct CreatableClass {
 
 constexpr std::array kClasses{
     CreatableClass{u"Varnel.Page", [] { return ObjectPtr(std::make_shared<Page>()); }},
+    CreatableClass{u"Varnel.Table", MakeTable},
+    CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
+    CreatableClass{u"Varnel.DGrid", MakeDGrid},
 };
 
 }  // namespace

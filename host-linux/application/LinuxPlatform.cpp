@@ -1,0 +1,65 @@
+#include "host-linux/application/LinuxPlatform.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host-linux/database/AdoConnection.h"
+#include "host-linux/database/AdoRecordset.h"
+#include "host-linux/services/Log.h"
+#include "host-linux/services/UserComponent.h"
+#include "host-linux/web/ObjectContext.h"
+#include "varnel/automation/Error.h"
+#include "varnel/component/ClassFactory.h"
+
+namespace hostlinux {
+
+namespace {
+
+constexpr varnel::Long kCannotCreate = 429;
+
+// The session's value by which a page chooses the language of its visitor.
+constexpr varnel::StringView kLanguageKey = u"LanguageID";
+
+thread_local bool logEntryIsBeingMade = false;
+
+varnel::Variant LanguageOfSession() {
+  const auto context = CurrentContext();
+  const auto session = context == nullptr ? nullptr : context->Objects().session;
+  return session == nullptr ? varnel::Variant() : session->Value(kLanguageKey);
+}
+
+}  // namespace
+
+LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database)
+    : m_site(site), m_database(std::move(database)) {}
+
+std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
+
+varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
+  if (auto component = varnel::CreateComponent(progID)) return component;
+  const auto is = [&](varnel::StringView name) { return varnel::EqualsNoCase(progID, name); };
+  if (is(u"ADODB.Connection")) return std::make_shared<AdoConnection>(m_database);
+  if (is(u"ADODB.Recordset")) return std::make_shared<AdoRecordset>(m_database);
+  if (is(u"Ostrand.Log")) return std::make_shared<LogComponent>();
+  if (is(u"Tolvane.User")) return std::make_shared<UserComponent>(m_site, LanguageOfSession);
+  throw varnel::Error(
+      {kCannotCreate, u"Varnel", u"There is no class '" + varnel::String(progID) + u"' to create", u"", 0});
+}
+
+std::shared_ptr<varnel::host::IConnection> LinuxPlatform::CreateConnection() {
+  return std::make_shared<AdoConnection>(m_database);
+}
+
+std::shared_ptr<varnel::host::IRecordset> LinuxPlatform::CreateRecordset() {
+  return std::make_shared<AdoRecordset>(m_database);
+}
+
+bool LinuxPlatform::EnterLog() {
+  if (logEntryIsBeingMade) return false;
+  logEntryIsBeingMade = true;
+  return true;
+}
+
+void LinuxPlatform::LeaveLog() { logEntryIsBeingMade = false; }
+
+}  // namespace hostlinux

@@ -1,0 +1,271 @@
+#include "host-linux/application/SiteHost.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "host-linux/nls/LocaleTable.h"
+#include "host-linux/services/Log.h"
+#include "host-linux/services/MessageManager.h"
+#include "host-linux/web/Cookies.h"
+#include "host-linux/web/ErrorPage.h"
+#include "host-linux/web/ObjectContext.h"
+#include "host-linux/web/UrlPath.h"
+#include "varnel/automation/Error.h"
+#include "varnel/table/TableTypes.h"
+
+namespace hostlinux {
+
+namespace {
+
+constexpr char kPageExtension[] = ".asp";
+
+std::vector<std::pair<std::string, double>> PublicEnumerations() {
+  std::vector<std::pair<std::string, double>> constants;
+  for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  return constants;
+}
+
+// Only what no request owns may outlive a request.
+bool MayOutliveRequest(const varnel::Object& object) {
+  return dynamic_cast<const MessageManager*>(&object) != nullptr;
+}
+
+std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site) {
+  auto application = std::make_shared<ApplicationState>(MayOutliveRequest);
+  for (const auto& [key, value] : site.application) application->Set(varnel::FromUtf8(key), value);
+  if (auto messages = LoadMessages(site.folder / "messages"))
+    application->Set(u"I18NMessageManager", messages);
+  return application;
+}
+
+std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
+  SessionStore::Options options;
+  options.maxSessions = site.server.maxSessions;
+  options.timeout = site.server.sessionTimeout;
+  options.mayKeep = MayOutliveRequest;
+  auto sessions = std::make_shared<SessionStore>(options);
+  for (const auto& [key, value] : site.session) sessions->SetInitial(varnel::FromUtf8(key), value);
+  return sessions;
+}
+
+std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
+                                          std::function<void(const SqlTraceEntry&)> onStatement) {
+  AdoOptions options;
+  options.folder = site.folder;
+  options.statementTimeout = site.server.statementTimeout;
+  options.onStatement = std::move(onStatement);
+  if (site.mode == SiteConfiguration::Mode::Development) {
+    options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
+  }
+  return AdoDatabase::Make(std::move(options));
+}
+
+HttpResponse Redirection(const std::string& target) {
+  HttpResponse response;
+  response.status = 302;
+  response.headers.Set("Location", target);
+  return response;
+}
+
+std::string CookieOf(const HttpRequest& request, std::string_view name) {
+  const auto cookies = ParseCookies(request.headers.Joined("Cookie"));
+  const auto found = std::find_if(cookies.begin(), cookies.end(),
+                                  [&](const FormField& cookie) { return cookie.name == name; });
+  return found == cookies.end() ? std::string() : found->value;
+}
+
+// The page's text goes into the response.
+class ResponseOutput : public PageOutput {
+ public:
+  explicit ResponseOutput(Response& response) : m_response(response) {}
+  void WriteText(std::string_view utf8) override { m_response.WriteUtf8(utf8); }
+  void WriteValue(const varnel::Variant& value) override { m_response.WriteValue(value); }
+
+ private:
+  Response& m_response;
+};
+
+std::string Place(const ScriptFailure& failure) {
+  if (failure.file.empty()) return {};
+  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
+}
+
+std::string Describe(const ScriptFailure& failure) {
+  return Place(failure) + failure.message + " (number " + std::to_string(failure.number) +
+         (failure.source.empty() ? "" : ", source " + failure.source) + ")";
+}
+
+// A failure of the inner page is one of the running page.
+void ExecuteInner(ScriptEngine& engine, const std::string& page) {
+  const PageResult result = engine.RunInner(page);
+  if (result.outcome != PageResult::Outcome::Failed) return;
+  throw varnel::Error({result.failure.number, varnel::FromUtf8(result.failure.source),
+                       varnel::FromUtf8(Place(result.failure) + result.failure.description), u"", 0});
+}
+
+Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
+  Intrinsics named{{"Request", objects.request},
+                   {"Response", objects.response},
+                   {"Application", objects.application},
+                   {"Server", objects.server}};
+  if (objects.session != nullptr) named.emplace_back("Session", objects.session);
+  return named;
+}
+
+ScriptFailure OverfullPage(const std::string& page) {
+  ScriptFailure failure;
+  failure.message = failure.description = "The page is longer than max_response_buffer allows";
+  failure.file = page;
+  failure.number = kUncaughtNumber;
+  failure.source = "Varnel";
+  return failure;
+}
+
+bool HasHiddenSegment(const std::string& path) {
+  return path.starts_with(".") || path.find("/.") != std::string::npos;
+}
+
+}  // namespace
+
+SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
+    : m_site(std::move(site)),
+      m_runtime(runtime),
+      m_pages(m_site.PagesFolder()),
+      m_files(m_site.PagesFolder().string()),
+      m_application(MakeApplication(m_site)),
+      m_sessions(MakeSessions(m_site)),
+      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement))) {
+  const auto locale = FindLocale(m_site.lcid);
+  if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
+  varnel::SetUserLocale(*locale);
+  varnel::host::SetPlatform(&m_platform);
+}
+
+SiteHost::~SiteHost() { varnel::host::SetPlatform(nullptr); }
+
+std::optional<std::string> SiteHost::FileOf(const std::string& path) const {
+  if (!path.starts_with(m_site.root + "/")) return std::nullopt;
+  std::string file = path.substr(m_site.root.size() + 1);
+  if (file.empty() || file.ends_with("/")) file += m_site.defaultPage;
+  return file;
+}
+
+bool SiteHost::IsPage(const std::string& file) const {
+  return file.ends_with(kPageExtension) && !HasHiddenSegment(file) &&
+         std::filesystem::is_regular_file(m_site.PagesFolder() / std::filesystem::u8path(file));
+}
+
+std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) const {
+  if (request.path == "/" || request.path == m_site.root) return Redirection(m_site.root + "/");
+  const auto file = FileOf(request.path);
+  if (!file) return ErrorResponse(404, request.id);
+  if (!file->ends_with(kPageExtension)) return m_files.Serve(request, *file);
+  if (!IsPage(*file)) return ErrorResponse(404, request.id);
+  const bool known = request.method == "GET" || request.method == "HEAD" || request.method == "POST";
+  if (known) return std::nullopt;
+  HttpResponse response = ErrorResponse(405, request.id);
+  response.headers.Set("Allow", "GET, HEAD, POST");
+  return response;
+}
+
+HttpResponse SiteHost::AnswerPage(const HttpRequest& request, ClientLink& link) {
+  const RequestLogScope scope(request.id);
+  PageRequest page;
+  const std::string refused = ReadPageRequest(request, m_site.server.refuseParameters, page);
+  if (!refused.empty()) {
+    WriteLog(LogLevel::Info, "Refused: " + refused);
+    return ErrorResponse(400, request.id, refused);
+  }
+  return RunPage(std::move(page), &link).response;
+}
+
+ScriptEngine& SiteHost::EngineOfThread() {
+  thread_local std::unique_ptr<ScriptEngine> engine;
+  if (engine == nullptr) {
+    ScriptEngine::Options options;
+    options.siteRoot = m_site.root;
+    options.heapBytes = m_site.server.maxHeap;
+    options.constants = PublicEnumerations();
+    engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
+  }
+  return *engine;
+}
+
+std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const PageDirectives& directives) {
+  if (!directives.sessionState) return nullptr;
+  Session::Options options;
+  options.lcid = m_site.lcid;
+  options.cookiePath = m_site.root;
+  options.secure = request.http.https;
+  auto session = std::make_shared<Session>(m_sessions, CookieOf(request.http, kSessionCookie), options);
+  if (directives.lcid) session->SetPageLCID(*directives.lcid);
+  return session;
+}
+
+PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
+  WriteLog(LogLevel::Error, Describe(failure));
+  const bool development = m_site.mode == SiteConfiguration::Mode::Development;
+  return {ErrorResponse(500, requestId, development ? Describe(failure) : std::string()), std::move(failure)};
+}
+
+Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {
+  Server::Options options;
+  options.pagePath = request.http.path;
+  options.root = m_site.root;
+  options.pagesFolder = m_site.PagesFolder();
+  const auto timeout = std::chrono::duration_cast<std::chrono::seconds>(m_site.server.scriptTimeout);
+  options.scriptTimeout = std::max(varnel::Long{1}, static_cast<varnel::Long>(timeout.count()));
+  options.createObject = [](varnel::StringView progID) { return CurrentContext()->CreateInstance(progID); };
+  options.execute = [&engine](const std::string& page) { ExecuteInner(engine, page); };
+  options.endPage = [&engine] { engine.EndPage(); };
+  options.setScriptTimeout = [&engine](varnel::Long seconds) {
+    engine.SetTimeLimit(std::chrono::seconds(seconds));
+  };
+  return options;
+}
+
+std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const PageDirectives& directives,
+                                                     ScriptEngine& engine, ClientLink* link) {
+  Response::Options responseOptions;
+  responseOptions.maxBuffer = m_site.server.maxResponseBuffer;
+  responseOptions.link = link;
+  responseOptions.endPage = [&engine] { engine.EndPage(); };
+  responseOptions.cookiePath = m_site.root;
+
+  ObjectContext::Intrinsics objects;
+  objects.session = SessionOf(request, directives);
+  objects.application = std::make_shared<Application>(m_application);
+  objects.response = std::make_shared<Response>(std::move(responseOptions));
+  objects.server = std::make_shared<Server>(ServerOptionsFor(request, engine));
+  objects.request = std::make_shared<Request>(std::make_shared<const PageRequest>(std::move(request)));
+  return std::make_shared<ObjectContext>(
+      std::move(objects), [this](varnel::StringView progID) { return m_platform.CreateObject(progID); });
+}
+
+PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
+  const std::string id = request.http.id;
+  const std::string page = FileOf(request.http.path).value_or("");
+  if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt};
+
+  ScriptEngine& engine = EngineOfThread();
+  PageDirectives directives;
+  if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
+
+  const auto context = MakeContext(std::move(request), directives, engine, link);
+  const ContextGuard guard(context);
+  Response& response = *context->Objects().response;
+  ResponseOutput output(response);
+  PageResult result =
+      engine.RunPage(page, NamedIntrinsics(context->Objects()), output, m_site.server.scriptTimeout);
+  context->End();
+
+  const bool completed =
+      result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
+  if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
+  return FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+}
+
+}  // namespace hostlinux

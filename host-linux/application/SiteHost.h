@@ -1,0 +1,75 @@
+// One site, put together: answers its requests.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host-linux/application/LinuxPlatform.h"
+#include "host-linux/database/AdoDatabase.h"
+#include "host-linux/script/ScriptEngine.h"
+#include "host-linux/services/SiteConfiguration.h"
+#include "host-linux/web/Application.h"
+#include "host-linux/web/HttpServer.h"
+#include "host-linux/web/ObjectContext.h"
+#include "host-linux/web/PageRequest.h"
+#include "host-linux/web/SessionStore.h"
+#include "host-linux/web/StaticFiles.h"
+
+namespace hostlinux {
+
+// What became of a page, beside its response.
+struct PageAnswer {
+  HttpResponse response;
+  std::optional<ScriptFailure> failure;
+};
+
+// Safe from all threads; a page runs on the thread that asks for it. A thread that has run a page holds an
+// engine until it ends, so every such thread ends before the SiteHost does.
+class SiteHost {
+ public:
+  struct Options {
+    // Called for each SQL text that was run; may be left empty.
+    std::function<void(const SqlTraceEntry&)> onStatement;
+  };
+
+  // Reads messages, sets the user's locale and makes this host the library's platform. Raises
+  // ConfigurationError where the site is incomplete.
+  SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options);
+  ~SiteHost();
+  SiteHost(const SiteHost&) = delete;
+  SiteHost& operator=(const SiteHost&) = delete;
+
+  // Answers what needs no page: files, redirections to the site, what isn't there. Nothing: it is a page.
+  std::optional<HttpResponse> AnswerQuickly(const HttpRequest& request) const;
+
+  // Runs the page of `request`. A failed page is answered with 500, and logged.
+  HttpResponse AnswerPage(const HttpRequest& request, ClientLink& link);
+
+  // Runs the page of a request that was taken apart before. `link` may be null.
+  PageAnswer RunPage(PageRequest request, ClientLink* link);
+
+  const SiteConfiguration& Site() const { return m_site; }
+
+ private:
+  // The file below the pages folder that a path of the site names; nothing for a path outside of the site.
+  std::optional<std::string> FileOf(const std::string& path) const;
+  bool IsPage(const std::string& file) const;
+  ScriptEngine& EngineOfThread();
+  std::shared_ptr<Session> SessionOf(const PageRequest& request, const PageDirectives& directives);
+  Server::Options ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const;
+  std::shared_ptr<ObjectContext> MakeContext(PageRequest request, const PageDirectives& directives,
+                                             ScriptEngine& engine, ClientLink* link);
+  PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
+
+  const SiteConfiguration m_site;
+  ScriptRuntime& m_runtime;
+  DiskPageFiles m_pages;
+  StaticFiles m_files;
+  std::shared_ptr<ApplicationState> m_application;
+  std::shared_ptr<SessionStore> m_sessions;
+  LinuxPlatform m_platform;
+};
+
+}  // namespace hostlinux

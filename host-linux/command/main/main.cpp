@@ -1,0 +1,16 @@
+#include <CLI/CLI.hpp>
+
+#include "host-linux/command/RunCommand.h"
+#include "host-linux/command/ServeCommand.h"
+#include "host-linux/command/StateCommand.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"Varnel: pages with long lists, served from a database"};
+  app.require_subcommand(1);
+  int status = 0;
+  hostlinux::AddServeCommand(app, status);
+  hostlinux::AddRunCommand(app, status);
+  hostlinux::AddStateCommand(app, status);
+  CLI11_PARSE(app, argc, argv);
+  return status;
+}

@@ -1,0 +1,81 @@
+#include "host-linux/web/Cookies.h"
+
+#include <algorithm>
+
+#include "host-linux/web/HttpDate.h"
+#include "host-linux/web/UrlPath.h"
+
+namespace hostlinux {
+
+namespace {
+
+constexpr std::size_t MaxCookies = 300;
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
+  text.remove_prefix(begin);
+  return text.substr(0, text.find_last_not_of(" \t") + 1);
+}
+
+std::string_view WithoutQuotes(std::string_view text) {
+  const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
+  return quoted ? text.substr(1, text.size() - 2) : text;
+}
+
+std::string Decoded(std::string_view text) {
+  std::string decoded;
+  if (PercentDecode(text, false, decoded) && IsUtf8(decoded)) return decoded;
+  return std::string(text);
+}
+
+bool IsPlain(char c) {
+  const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  return alphanumeric || c == '-' || c == '_' || c == '.' || c == '~';
+}
+
+std::string Encoded(std::string_view text) {
+  std::string encoded;
+  for (const char c : text) {
+    if (IsPlain(c)) {
+      encoded += c;
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
+    }
+  }
+  return encoded;
+}
+
+// A ";" in an attribute would begin another one.
+std::string Attribute(const char* name, std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), ';'), text.end());
+  return text.empty() ? std::string() : std::string("; ") + name + "=" + text;
+}
+
+}  // namespace
+
+std::vector<FormField> ParseCookies(std::string_view header) {
+  std::vector<FormField> cookies;
+  while (!header.empty() && cookies.size() < MaxCookies) {
+    const std::size_t end = std::min(header.find(';'), header.size());
+    const std::string_view piece = Trim(header.substr(0, end));
+    header.remove_prefix(std::min(end + 1, header.size()));
+    const std::size_t equals = piece.find('=');
+    if (equals == std::string_view::npos || equals == 0 || !IsUtf8(piece)) continue;
+    cookies.push_back(
+        {Decoded(Trim(piece.substr(0, equals))), Decoded(WithoutQuotes(Trim(piece.substr(equals + 1))))});
+  }
+  return cookies;
+}
+
+std::string FormatCookie(const Cookie& cookie) {
+  std::string text = Encoded(cookie.name) + "=" + Encoded(cookie.value);
+  if (cookie.expires) text += "; Expires=" + FormatHttpDate(*cookie.expires);
+  text += Attribute("Path", cookie.path);
+  text += Attribute("Domain", cookie.domain);
+  if (cookie.secure) text += "; Secure";
+  if (cookie.httpOnly) text += "; HttpOnly";
+  return text + Attribute("SameSite", cookie.sameSite);
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,133 @@
+#include "host-linux/web/Server.h"
+
+#include <algorithm>
+
+#include "host-linux/web/UrlPath.h"
+#include "varnel/automation/Members.h"
+
+namespace hostlinux {
+
+using varnel::ClassInfo;
+using varnel::Long;
+using varnel::ObjectPtr;
+using varnel::RaiseRuntimeError;
+using varnel::String;
+using varnel::StringView;
+
+namespace {
+
+bool IsLetterOrDigit(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+[[noreturn]] void RefusePath(StringView path) {
+  RaiseRuntimeError(varnel::runtime_error::kInvalidArgument,
+                    u"\"" + String(path) + u"\" is no path of the site");
+}
+
+template <class Function>
+const Function& Required(const Function& function, StringView member) {
+  if (!function) RaiseRuntimeError(varnel::runtime_error::kNoSuchMember, u"Server." + String(member));
+  return function;
+}
+
+}  // namespace
+
+String UrlEncodeText(StringView text) {
+  String encoded;
+  encoded.reserve(text.size());
+  for (const char c : varnel::ToUtf8(text)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (IsLetterOrDigit(c)) {
+      encoded += static_cast<char16_t>(byte);
+    } else if (c == ' ') {
+      encoded += u'+';
+    } else {
+      encoded += {u'%', u"0123456789ABCDEF"[byte >> 4], u"0123456789ABCDEF"[byte & 15]};
+    }
+  }
+  return encoded;
+}
+
+String HtmlEncodeText(StringView text) {
+  String encoded;
+  encoded.reserve(text.size());
+  for (const char16_t unit : text) {
+    switch (unit) {
+      case u'&':
+        encoded += u"&amp;";
+        break;
+      case u'<':
+        encoded += u"&lt;";
+        break;
+      case u'>':
+        encoded += u"&gt;";
+        break;
+      case u'"':
+        encoded += u"&quot;";
+        break;
+      default:
+        encoded += unit;
+    }
+  }
+  return encoded;
+}
+
+const ClassInfo& Server::Class() const {
+  static const ClassInfo info{
+      u"Server",
+      {
+          varnel::Method<&Server::URLEncodeValue>(u"URLEncode"),
+          varnel::Method<&Server::HTMLEncodeValue>(u"HTMLEncode"),
+          varnel::Method<&Server::MapPath>(u"MapPath"),
+          varnel::Method<&Server::CreateObject>(u"CreateObject"),
+          varnel::Method<&Server::Execute>(u"Execute"),
+          varnel::Method<&Server::Transfer>(u"Transfer"),
+          varnel::Property<&Server::ScriptTimeout, &Server::SetScriptTimeout>(u"ScriptTimeout"),
+      }};
+  return info;
+}
+
+// The path below the pages folder, without a slash in front; empty for the folder itself.
+std::string Server::InsidePages(const String& path) const {
+  std::string text = varnel::ToUtf8(path);
+  std::replace(text.begin(), text.end(), '\\', '/');
+  if (text.find('\0') != std::string::npos) RefusePath(path);
+  if (text.empty() || text.front() != '/') {
+    text = m_options.pagePath.substr(0, m_options.pagePath.rfind('/') + 1) + text;
+  }
+  std::string normal;
+  if (text.empty() || text.front() != '/' || !NormalisePath(text, normal)) RefusePath(path);
+  const std::string& root = m_options.root;
+  if (normal == root) return {};
+  if (!root.empty() && root != "/") {
+    if (normal.compare(0, root.size() + 1, root + "/") != 0) RefusePath(path);
+    normal.erase(0, root.size());
+  }
+  return normal.substr(1);
+}
+
+String Server::MapPath(const String& path) {
+  const std::string inside = InsidePages(path);
+  const std::filesystem::path file = inside.empty() ? m_options.pagesFolder : m_options.pagesFolder / inside;
+  return varnel::FromUtf8(file.string());
+}
+
+ObjectPtr Server::CreateObject(const String& progID) {
+  return Required(m_options.createObject, u"CreateObject")(progID);
+}
+
+void Server::Execute(const String& path) { Required(m_options.execute, u"Execute")(InsidePages(path)); }
+
+void Server::Transfer(const String& path) {
+  Execute(path);
+  if (m_options.endPage) m_options.endPage();
+}
+
+void Server::SetScriptTimeout(Long seconds) {
+  if (seconds < 1) RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"ScriptTimeout");
+  m_options.scriptTimeout = seconds;
+  if (m_options.setScriptTimeout) m_options.setScriptTimeout(seconds);
+}
+
+}  // namespace hostlinux

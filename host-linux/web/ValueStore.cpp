@@ -1,0 +1,103 @@
+#include "host-linux/web/ValueStore.h"
+
+#include <algorithm>
+
+#include "host-linux/web/RequestBound.h"
+#include "varnel/automation/Error.h"
+#include "varnel/automation/Object.h"
+
+namespace hostlinux {
+
+using varnel::ArrayPtr;
+using varnel::ObjectPtr;
+using varnel::RaiseRuntimeError;
+using varnel::String;
+using varnel::StringView;
+using varnel::Variant;
+
+namespace {
+
+constexpr int MaxDepth = 32;
+
+void CheckObject(const varnel::Object& object, const MayKeep& mayKeep) {
+  const bool bound = dynamic_cast<const RequestBound*>(&object) != nullptr;
+  if (!bound && mayKeep && mayKeep(object)) return;
+  RaiseRuntimeError(varnel::runtime_error::kTypeMismatch,
+                    u"an object of the page can't be kept beyond its request");
+}
+
+Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
+  if (value.IsMissing()) return Variant();
+  if (const ObjectPtr* object = value.As<ObjectPtr>(); object && *object) CheckObject(**object, mayKeep);
+  const ArrayPtr* array = value.As<ArrayPtr>();
+  if (!array || !*array) return value;
+  // Also the end of an array that contains itself.
+  if (depth == MaxDepth)
+    RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"an array is nested too deep");
+  auto copy = std::make_shared<varnel::Array>();
+  copy->items.reserve((*array)->items.size());
+  for (const Variant& item : (*array)->items) copy->items.push_back(Kept(item, mayKeep, depth + 1));
+  return copy;
+}
+
+bool AnyObject(const varnel::Object&) { return true; }
+
+}  // namespace
+
+Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
+
+ValueStore::ValueStore(const ValueStore& other) {
+  const std::lock_guard lock(other.m_mutex);
+  m_entries = other.m_entries;
+  m_nextOrder = other.m_nextOrder;
+}
+
+Variant ValueStore::Get(StringView key) const {
+  Variant value;
+  {
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_entries.find(varnel::ToLower(key));
+    if (found == m_entries.end()) return Variant();
+    value = found->second.value;
+  }
+  // A stored array is replaced, never changed, so it can be copied outside the lock.
+  return value.Is<ArrayPtr>() ? KeptValue(value, AnyObject) : value;
+}
+
+void ValueStore::Set(StringView key, Variant value) {
+  const std::lock_guard lock(m_mutex);
+  const auto [found, isNew] = m_entries.try_emplace(varnel::ToLower(key));
+  if (isNew) {
+    found->second.key = key;
+    found->second.order = m_nextOrder++;
+  }
+  // The old value goes with the argument, after the lock: its end may run code of its own.
+  std::swap(found->second.value, value);
+}
+
+void ValueStore::Remove(StringView key) {
+  decltype(m_entries)::node_type gone;
+  const std::lock_guard lock(m_mutex);
+  gone = m_entries.extract(varnel::ToLower(key));
+}
+
+void ValueStore::Clear() {
+  decltype(m_entries) gone;
+  const std::lock_guard lock(m_mutex);
+  gone.swap(m_entries);
+}
+
+std::vector<String> ValueStore::Keys() const {
+  std::vector<std::pair<std::size_t, String>> ordered;
+  {
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [folded, entry] : m_entries) ordered.emplace_back(entry.order, entry.key);
+  }
+  std::sort(ordered.begin(), ordered.end());
+  std::vector<String> keys;
+  keys.reserve(ordered.size());
+  for (auto& [order, key] : ordered) keys.push_back(std::move(key));
+  return keys;
+}
+
+}  // namespace hostlinux
