@@ -49,6 +49,19 @@ TEST_F(DRecordsetRows, FieldsTellNameTypeAndPosition) {
   EXPECT_EQ(field->Value, Variant(u"n1"));
 }
 
+TEST_F(DRecordsetRows, APageMakesAndNumbersThem) {
+  FillTable(3);
+  m_host.Application().Set(u"A_ConnectionString", u"fake");
+  m_page->OpenDatabaseConnection(u"A");
+  const auto first = CastObject<DRecordset>(m_page->DRecordset());
+  const auto second = CastObject<DRecordset>(m_page->DRecordset());
+  EXPECT_EQ(first->GetRecordsetName(), Variant(u"R_1"));
+  EXPECT_EQ(second->GetRecordsetName(), Variant(u"R_2"));
+  EXPECT_EQ(second->GetPageSize(), 10);
+  second->OpenRS(String(kListQuery), u"id");
+  EXPECT_EQ(Ids(*second), Range(1, 3));
+}
+
 TEST_F(DRecordsetRows, GuardsOfAClosedRecordset) {
   auto recordset = New();
   Long position = 1;
