@@ -108,6 +108,16 @@ TEST_F(SessionTest, LongestIdleIsDroppedFirst) {
   EXPECT_EQ(Ask("<%= Session('a') %>", "", third).body, "kept");
 }
 
+TEST_F(SessionTest, ParallelRequestsOfOneSessionRunInParallel) {
+  site.Write("site.toml", "[site]\nroot = \"/shop\"\n[server]\nthreads = 2\n");
+  const std::string cookie = Begun();
+  site.WritePage("wait.asp", "<% while (Session('go') !== 1) {} %>went on with <%= Session('a') %>");
+  hosttest::TestClient waiting(Served().Port());
+  waiting.Send("GET /shop/wait.asp HTTP/1.1\r\nHost: localhost\r\n" + cookie + "\r\n");
+  EXPECT_EQ(Ask("<% Session.Contents['go'] = 1; %>set", "", cookie).body, "set");
+  EXPECT_EQ(waiting.ReadAnswer().body, "went on with kept");
+}
+
 TEST_F(SessionTest, LanguageThatTheSessionChoseGoesFirst) {
   site.Write("messages/1031.toml", "SLBGE0015 = \"Datens\xC3\xA4tze\"\n");
   EXPECT_EQ(Output("<%= Server.CreateObject('Varnel.Page').I18N('SLBGE0015') %>"
