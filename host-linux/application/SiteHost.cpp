@@ -71,7 +71,7 @@ HttpResponse Redirection(const std::string& target) {
 }
 
 std::string CookieOf(const HttpRequest& request, std::string_view name) {
-  const auto cookies = ParseCookies(request.headers.Joined("Cookie"));
+  const auto cookies = ParseCookies(CookieHeaderOf(request.headers));
   const auto found = std::find_if(cookies.begin(), cookies.end(),
                                   [&](const FormField& cookie) { return cookie.name == name; });
   return found == cookies.end() ? std::string() : found->value;
