@@ -7,7 +7,6 @@
 namespace hostfake {
 
 using varnel::Method;
-using varnel::Missing;
 using varnel::ReadOnly;
 using varnel::ToLower;
 namespace runtime_error = varnel::runtime_error;

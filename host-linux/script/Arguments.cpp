@@ -1,5 +1,7 @@
 #include "host-linux/script/Arguments.h"
 
+#include <memory>
+
 #include "host-linux/script/InternalFields.h"
 #include "host-linux/script/ScriptCore.h"
 #include "host-linux/script/V8Text.h"
@@ -7,22 +9,35 @@
 namespace hostlinux {
 
 CallArguments::CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call)
-    : m_core(core), m_count(static_cast<std::size_t>(call.Length())) {
-  if (m_count > m_few.size()) m_many.resize(m_count);
-  Convert(call, m_count);
+    : m_core(core), m_values(Place(static_cast<std::size_t>(call.Length()))) {
+  try {
+    Convert(call);
+  } catch (...) {
+    if (m_many.empty()) std::destroy(m_values.begin(), m_values.end());
+    throw;
+  }
 }
 
-varnel::Arguments CallArguments::Values() {
-  return m_many.empty() ? varnel::Arguments(m_few.data(), m_count) : varnel::Arguments(m_many);
+CallArguments::~CallArguments() {
+  if (m_many.empty()) std::destroy(m_values.begin(), m_values.end());
 }
 
-void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call, std::size_t count) {
-  const varnel::Arguments values = Values();
-  for (std::size_t i = 0; i < count; ++i) {
+varnel::Arguments CallArguments::Place(std::size_t count) {
+  if (count > kFew) {
+    m_many.resize(count);
+    return m_many;
+  }
+  auto* first = reinterpret_cast<varnel::Variant*>(m_few);
+  std::uninitialized_value_construct_n(first, count);
+  return {first, count};
+}
+
+void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  for (std::size_t i = 0; i < m_values.size(); ++i) {
     const v8::Local<v8::Value> given = call[static_cast<int>(i)];
-    values[i] = ToVariant(m_core, given, &m_arrays);
+    m_values[i] = ToVariant(m_core, given, &m_arrays);
     if (given->IsObject() && HasTag(given.As<v8::Object>(), byRefTag))
-      m_references.push_back({i, given.As<v8::Object>(), values[i]});
+      m_references.push_back({i, given.As<v8::Object>(), m_values[i]});
   }
 }
 
@@ -41,7 +56,7 @@ void CallArguments::StoreBack() {
                               v8::Number::New(isolate, static_cast<double>(now.size()))));
   }
   for (const Reference& reference : m_references) {
-    const varnel::Variant& now = Values()[reference.position];
+    const varnel::Variant& now = m_values[reference.position];
     if (now == reference.before) continue;
     Check(reference.holder->Set(context, Name(isolate, "value"), ToScript(m_core, now)));
   }

@@ -3,7 +3,7 @@
 
 #include <v8.h>
 
-#include <array>
+#include <cstddef>
 #include <vector>
 
 #include "host-linux/script/Values.h"
@@ -15,8 +15,11 @@ class CallArguments {
  public:
   // Converts the arguments from left to right. Raises what ToVariant raises.
   CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call);
+  ~CallArguments();
+  CallArguments(const CallArguments&) = delete;
+  CallArguments& operator=(const CallArguments&) = delete;
 
-  varnel::Arguments Values();
+  varnel::Arguments Values() { return m_values; }
 
   // Puts results into the script's ByRef objects, and changed elements into its arrays.
   void StoreBack();
@@ -28,12 +31,15 @@ class CallArguments {
     varnel::Variant before;
   };
 
-  void Convert(const v8::FunctionCallbackInfo<v8::Value>& call, std::size_t count);
+  varnel::Arguments Place(std::size_t count);
+  void Convert(const v8::FunctionCallbackInfo<v8::Value>& call);
 
+  // Most calls need no memory of their own, and pay for the values only that they have.
+  static constexpr std::size_t kFew = 8;
   ScriptCore& m_core;
-  std::size_t m_count;
-  std::array<varnel::Variant, 6> m_few;  // most calls need no memory of their own
+  alignas(varnel::Variant) std::byte m_few[kFew * sizeof(varnel::Variant)];
   std::vector<varnel::Variant> m_many;
+  varnel::Arguments m_values;
   std::vector<Reference> m_references;
   PassedArrays m_arrays;
 };

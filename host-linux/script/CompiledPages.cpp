@@ -28,16 +28,19 @@ class StampingFiles final : public PageFiles {
 };
 
 v8::MaybeLocal<v8::Function> CompileBody(v8::Local<v8::Context> context, const std::string& name,
-                                         const std::string& body, const std::vector<std::string>& parameters) {
+                                         const std::string& body,
+                                         const std::vector<std::string>& parameters) {
   v8::Isolate* isolate = context->GetIsolate();
   v8::Local<v8::String> scriptName;
   v8::Local<v8::String> text;
   if (!ToV8(isolate, name).ToLocal(&scriptName) || !ToV8(isolate, body).ToLocal(&text)) return {};
   std::vector<v8::Local<v8::String>> names;
+  names.reserve(parameters.size());
   for (const std::string& parameter : parameters) names.push_back(Name(isolate, parameter));
   v8::ScriptOrigin origin(isolate, scriptName);
   v8::ScriptCompiler::Source source(text, origin);
-  return v8::ScriptCompiler::CompileFunctionInContext(context, &source, names.size(), names.data(), 0, nullptr);
+  return v8::ScriptCompiler::CompileFunctionInContext(context, &source, names.size(), names.data(), 0,
+                                                      nullptr);
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ struct PagePosition {
 
 class CompiledPages {
  public:
-  CompiledPages(const PageFiles& files, std::string siteRoot) : m_files(files), m_siteRoot(std::move(siteRoot)) {}
+  CompiledPages(const PageFiles& files, std::string siteRoot)
+      : m_files(files), m_siteRoot(std::move(siteRoot)) {}
 
   // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
   // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.

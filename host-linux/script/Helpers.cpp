@@ -57,7 +57,8 @@ for (const method of Object.values(shared)) Object.freeze(method);
 
 return {
   shared,
-  // As if local time were the world's; setUTCFullYear also takes the years 0 to 99.
+  // By its parts, as if local time were the world's: the offset of old dates is no whole number of minutes.
+  // setUTCFullYear also takes the years 0 to 99.
   dateMs(date) {
     const world = new Date(0);
     world.setUTCFullYear(date.getFullYear(), date.getMonth(), date.getDate());
@@ -65,10 +66,8 @@ return {
   },
   makeDate(ms) {
     const world = new Date(ms);
-    const date = new Date(2000, 0, 1);
-    date.setFullYear(world.getUTCFullYear(), world.getUTCMonth(), world.getUTCDate());
-    date.setHours(world.getUTCHours(), world.getUTCMinutes(), world.getUTCSeconds(), world.getUTCMilliseconds());
-    return date;
+    return new Date(world.getUTCFullYear(), world.getUTCMonth(), world.getUTCDate(), world.getUTCHours(),
+                    world.getUTCMinutes(), world.getUTCSeconds(), world.getUTCMilliseconds());
   },
   primitive(object) {
     const value = object.valueOf();
@@ -89,13 +88,20 @@ constexpr std::array<std::pair<const char*, TypeName>, 7> kConversions{{{"CInt",
 
 Variant ConvertTo(TypeName type, const Variant& value) {
   switch (type) {
-    case TypeName::Integer: return varnel::ToInteger(value);
-    case TypeName::Long: return varnel::ToLong(value);
-    case TypeName::Double: return varnel::ToDouble(value);
-    case TypeName::Byte: return varnel::ToByte(value);
-    case TypeName::Date: return varnel::ToDate(value);
-    case TypeName::Text: return varnel::ToText(value);
-    case TypeName::Boolean: return varnel::ToBoolean(value);
+    case TypeName::Integer:
+      return varnel::ToInteger(value);
+    case TypeName::Long:
+      return varnel::ToLong(value);
+    case TypeName::Double:
+      return varnel::ToDouble(value);
+    case TypeName::Byte:
+      return varnel::ToByte(value);
+    case TypeName::Date:
+      return varnel::ToDate(value);
+    case TypeName::Text:
+      return varnel::ToText(value);
+    case TypeName::Boolean:
+      return varnel::ToBoolean(value);
   }
   return {};
 }
@@ -134,7 +140,8 @@ void Helpers::AddGlobals(v8::Local<v8::Context> context) {
   };
   set("ByRef", Take(ByRefTemplate()->GetFunction(context)));
   for (const auto& [name, type] : kConversions) {
-    const v8::Local<v8::Function> function = native(Convert, v8::Integer::New(isolate, static_cast<int>(type)));
+    const v8::Local<v8::Function> function =
+        native(Convert, v8::Integer::New(isolate, static_cast<int>(type)));
     function->SetName(Name(isolate, name));
     set(name, function);
   }
@@ -159,7 +166,8 @@ void Helpers::AddSharedMethods(v8::Local<v8::Context> context, v8::Local<v8::Obj
   constexpr auto fixed = static_cast<v8::PropertyAttribute>(v8::ReadOnly | v8::DontDelete | v8::DontEnum);
   const v8::Local<v8::Object> shared = m_shared.Get(isolate);
   const auto add = [&](v8::Local<v8::Name> name, const char* method) {
-    Check(prototype->DefineOwnProperty(context, name, Take(shared->Get(context, Name(isolate, method))), fixed));
+    Check(prototype->DefineOwnProperty(context, name, Take(shared->Get(context, Name(isolate, method))),
+                                       fixed));
   };
   add(v8::Symbol::GetIterator(isolate), "iterate");
   if (!hasDefault) return;
@@ -186,7 +194,8 @@ void Helpers::NewByRef(const v8::FunctionCallbackInfo<v8::Value>& call) {
     return;
   }
   SetTag(call.This(), byRefTag);
-  std::ignore = call.This()->CreateDataProperty(isolate->GetCurrentContext(), Name(isolate, "value"), call[0]);
+  std::ignore =
+      call.This()->CreateDataProperty(isolate->GetCurrentContext(), Name(isolate, "value"), call[0]);
 }
 
 // --- Typed values
@@ -197,8 +206,8 @@ void Helpers::MakeTypedTemplate(v8::Local<v8::Context> context) {
   function->SetClassName(Name(isolate, "TypedValue"));
   function->InstanceTemplate()->SetInternalFieldCount(kFieldCount);
   const auto signature = v8::Signature::New(isolate, function);
-  const auto method = v8::FunctionTemplate::New(isolate, TypedValueOf, {}, signature, 0,
-                                                v8::ConstructorBehavior::kThrow);
+  const auto method =
+      v8::FunctionTemplate::New(isolate, TypedValueOf, {}, signature, 0, v8::ConstructorBehavior::kThrow);
   const auto prototype = function->PrototypeTemplate();
   prototype->Set(Name(isolate, "valueOf"), method, v8::DontEnum);
   prototype->Set(Name(isolate, "toJSON"), method, v8::DontEnum);
@@ -218,7 +227,7 @@ void Helpers::MakeTypedTemplate(v8::Local<v8::Context> context) {
 v8::Local<v8::Value> Helpers::MakeTyped(const Variant& value) {
   v8::Isolate* isolate = m_core.Isolate();
   const auto typed = Take(m_typed.Get(isolate)->NewInstance(isolate->GetCurrentContext()));
-  const TypeName type = value.Is<double>()          ? TypeName::Double
+  const TypeName type = value.Is<double>()         ? TypeName::Double
                         : value.Is<varnel::Byte>() ? TypeName::Byte
                                                    : TypeName::Integer;
   typed->SetInternalField(kFieldData, v8::Number::New(isolate, varnel::ToDouble(value)));
@@ -235,8 +244,9 @@ Variant Helpers::ReadTyped(v8::Local<v8::Object> typed) {
 
 void Helpers::TypedValueOf(const v8::FunctionCallbackInfo<v8::Value>& call) {
   const v8::Local<v8::Value> value = call.Holder()->GetInternalField(kFieldData).As<v8::Value>();
-  const bool asText = call.Data()->IsTrue() ||
-                      (call[0]->IsString() && call[0].As<v8::String>()->StringEquals(Name(call.GetIsolate(), "string")));
+  const bool asText =
+      call.Data()->IsTrue() ||
+      (call[0]->IsString() && call[0].As<v8::String>()->StringEquals(Name(call.GetIsolate(), "string")));
   v8::Local<v8::String> text;
   if (!asText) {
     call.GetReturnValue().Set(value);

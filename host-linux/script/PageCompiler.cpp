@@ -30,9 +30,12 @@ class Generator {
  private:
   void Add(const PagePiece& piece) {
     switch (piece.kind) {
-      case PagePiece::Kind::Html: return AddText(piece);
-      case PagePiece::Kind::Statements: return AddStatements(piece);
-      case PagePiece::Kind::Expression: return AddExpression(piece);
+      case PagePiece::Kind::Html:
+        return AddText(piece);
+      case PagePiece::Kind::Statements:
+        return AddStatements(piece);
+      case PagePiece::Kind::Expression:
+        return AddExpression(piece);
     }
   }
 

@@ -47,9 +47,8 @@ std::optional<std::string> DiskPageFiles::Read(const std::string& name) const {
 }
 
 std::optional<FileStamp> DiskPageFiles::Stamp(const std::string& name) const {
-  const auto file = Locate(name);
   struct stat facts = {};
-  if (!file || ::stat(file->c_str(), &facts) != 0) return std::nullopt;
+  if (::stat((m_folder / name).c_str(), &facts) != 0) return std::nullopt;
   return FileStamp{Nanoseconds(facts.st_mtim), Nanoseconds(facts.st_ctim), std::int64_t{facts.st_size},
                    std::uint64_t{facts.st_ino}};
 }

@@ -26,7 +26,8 @@ class PageFiles {
   // outside the pages folder.
   virtual std::optional<std::string> Read(const std::string& name) const = 0;
 
-  // The file's stamp as of now; nothing under the same conditions as for Read.
+  // The stamp, as of now, of a file that Read gave; nothing where there is no such file any more. Asked for
+  // at every request, so it does not look again where the file lies.
   virtual std::optional<FileStamp> Stamp(const std::string& name) const = 0;
 };
 

@@ -8,6 +8,7 @@ namespace hostlinux {
 namespace {
 
 constexpr std::size_t kMaxIncludes = 10'000;
+constexpr std::size_t kMaxDepth = 100;
 constexpr std::size_t kMaxText = 64 * 1024 * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
@@ -269,7 +270,8 @@ class Parser {
       if (!m_page.directives.lcid) Fail(place, "LCID must be a locale's number, not '" + text + "'.");
     } else if (SameWord(name, "EnableSessionState")) {
       const bool on = SameWord(value, "True");
-      if (!on && !SameWord(value, "False")) Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
+      if (!on && !SameWord(value, "False"))
+        Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
       m_page.directives.sessionState = on;
     } else {
       Fail(place, "The directive '" + std::string(name) + "' is not known.");
@@ -281,6 +283,7 @@ class Parser {
     const std::string name = ResolveInclude(place, include);
     if (std::find(m_open.begin(), m_open.end(), name) != m_open.end())
       Fail(place, "The include '" + include.target + "' includes itself.");
+    if (m_open.size() > kMaxDepth) Fail(place, "Includes are nested more than 100 deep.");
     if (++m_includes > kMaxIncludes) Fail(place, "The page has more than 10,000 includes.");
     const std::optional<std::string> text = m_files.Read(name);
     if (!text) Fail(place, "The include '" + include.target + "' was not found.");
@@ -303,7 +306,8 @@ class Parser {
     const auto target = reader.TakeQuoted();
     reader.SkipBlanks();
     if (!known || !equals || !target || !reader.Take("-->"))
-      Fail(place, "An include has the form <!--#include file=\"name\"--> or <!--#include virtual=\"/name\"-->.");
+      Fail(place,
+           "An include has the form <!--#include file=\"name\"--> or <!--#include virtual=\"/name\"-->.");
     include.target = std::string(*target);
     include.length = reader.Position();
     return include;
@@ -315,7 +319,8 @@ class Parser {
     if (include.isVirtual) {
       if (!m_siteRoot.empty() && target.starts_with(m_siteRoot + "/")) target.erase(0, m_siteRoot.size());
     } else if (target.starts_with('/')) {
-      Fail(place, "The include file '" + include.target + "' must be relative; from the site's root it is virtual.");
+      Fail(place,
+           "The include file '" + include.target + "' must be relative; from the site's root it is virtual.");
     } else {
       target = FolderOf(place.name) + target;
     }

@@ -47,10 +47,10 @@ struct ParsedPage {
 
 // Takes the page `name` apart, with its includes in place. `siteRoot` ("/shop", or empty) may stand before
 // a virtual include. Text is UTF-8, a byte order mark is dropped.
-// Throws PageError, naming the file and line at fault, for: a file that is missing, outside the pages folder or not
-// UTF-8; an include that is malformed or includes itself; a block that is not closed; a directive other
-// than Language=JavaScript, CodePage=65001, LCID=number, EnableSessionState=True|False; a page that has
-// more than 10,000 includes or more than 64 MB of text.
+// Throws PageError, naming the file and line at fault, for: a file that is missing, outside the pages folder
+// or not UTF-8; an include that is malformed or includes itself; a block that is not closed; a directive
+// other than Language=JavaScript, CodePage=65001, LCID=number, EnableSessionState=True|False; a page that has
+// more than 10,000 includes, 100 of them inside each other, or more than 64 MB of text.
 ParsedPage ParsePage(const std::string& name, const PageFiles& files, const std::string& siteRoot = "");
 
 // The number of line ends in `text`: LF, CR LF, or a CR that stands alone.

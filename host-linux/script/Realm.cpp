@@ -56,12 +56,17 @@ function makeAssignable(prototype, key) {
   });
 }
 
-const commonNames = ['constructor', 'toString', 'toLocaleString', 'valueOf', 'toJSON', 'name', 'message', 'then'];
+const commonNames = ['constructor', 'toString', 'toLocaleString', 'valueOf', 'toJSON', 'name', 'message'];
+
+// The engine takes its fast roads through arrays, promises and the like only while these have a plain
+// constructor: with an accessor, map and slice take twenty times as long.
+const withPlainConstructor = new Set([Array, Promise, RegExp, Object.getPrototypeOf(Uint8Array)].map(c => c.prototype));
 const prototypes = new Set(hidden);
 for (const thing of collect())
   if (typeof thing === 'function' && thing.prototype) prototypes.add(thing.prototype);
 for (const prototype of prototypes)
-  for (const name of commonNames) makeAssignable(prototype, name);
+  for (const name of commonNames)
+    if (name !== 'constructor' || !withPlainConstructor.has(prototype)) makeAssignable(prototype, name);
 for (const name of Object.getOwnPropertyNames(Object.prototype)) makeAssignable(Object.prototype, name);
 
 for (const thing of collect()) Object.freeze(thing);

@@ -89,9 +89,9 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
     Check(context->Global()->DefineOwnProperty(context, Name(m_isolate, name),
                                                v8::Number::New(m_isolate, value)));
   m_helpers->AddGlobals(context);
-  m_stop.Reset(m_isolate, RunSetup(context, "return function () { for (let i = 0; i < 1000; ++i); };",
-                                   "varnel:stop")
-                              .As<v8::Function>());
+  m_stop.Reset(m_isolate,
+               RunSetup(context, "return function () { for (let i = 0; i < 1000; ++i); };", "varnel:stop")
+                   .As<v8::Function>());
   const auto writeValue =
       Take(v8::Function::New(context, WriteValue, {}, 1, v8::ConstructorBehavior::kThrow));
   Check(writeValue->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
@@ -127,8 +127,8 @@ std::optional<ScriptFailure> ScriptCore::Prepare(const std::string& page, PageDi
 CompiledPage& ScriptCore::Compile(v8::Local<v8::Context> context, const std::string& page) {
   CompiledPage& compiled = m_pages.Get(context, page, m_parameters);
   if (!compiled.writeText.IsEmpty()) return compiled;
-  const auto writeText = Take(v8::Function::New(context, WriteText, v8::External::New(m_isolate, &compiled), 1,
-                                                v8::ConstructorBehavior::kThrow));
+  const auto writeText = Take(v8::Function::New(context, WriteText, v8::External::New(m_isolate, &compiled),
+                                                1, v8::ConstructorBehavior::kThrow));
   Check(writeText->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
   compiled.writeText.Reset(m_isolate, writeText);
   return compiled;
@@ -158,7 +158,10 @@ void ScriptCore::WriteText(const v8::FunctionCallbackInfo<v8::Value>& call) {
 void ScriptCore::WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = Of(call.GetIsolate());
-    core.m_request->output.WriteValue(ToVariant(core, call[0]));
+    const bool plain = call[0]->IsString() && call[0].As<v8::String>()->IsOneByte();
+    if (!plain) return core.m_request->output.WriteValue(ToVariant(core, call[0]));
+    ToUtf8(call.GetIsolate(), call[0].As<v8::String>(), core.m_text);
+    core.m_request->output.WriteText(core.m_text);
   });
 }
 
@@ -176,6 +179,7 @@ PageResult ScriptCore::RunPage(const std::string& page, const Intrinsics& intrin
   if (result.outcome == PageResult::Outcome::Finished) result = RunMicrotasks();
   Disarm();
   result = Settled(std::move(result), page);
+  if (result.outcome != PageResult::Outcome::Finished) DropMicrotasks();
   EndRequest();
   return result;
 }
@@ -255,8 +259,8 @@ void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
   });
   const auto& settings = m_runtime.Settings();
   if (!settings.onStuck) return;
-  m_request->stuck = m_runtime.Dog().Arm(
-      limit + settings.stuckAfter, [&settings, page = m_request->page] { settings.onStuck(page); });
+  m_request->stuck = m_runtime.Dog().Arm(limit + settings.stuckAfter,
+                                         [&settings, page = m_request->page] { settings.onStuck(page); });
 }
 
 void ScriptCore::Disarm() {
@@ -286,7 +290,6 @@ std::size_t ScriptCore::NearHeapLimit(void* data, std::size_t current, std::size
 }
 
 void ScriptCore::EndRequest() {
-  DropMicrotasks();
   m_rejections.clear();
   m_wrappers->ReleaseAll();
   m_scriptObjects.ReleaseAll();

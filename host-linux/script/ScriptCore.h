@@ -30,7 +30,7 @@ class ScriptCore {
                      std::chrono::milliseconds timeLimit);
   PageResult RunInner(const std::string& page);
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
-  void EndPage() { m_ended = true; }
+  void EndPage() { m_ended = m_request != nullptr; }
 
   v8::Isolate* Isolate() const { return m_isolate; }
   v8::Local<v8::Context> Context() const { return m_context.Get(m_isolate); }
@@ -89,8 +89,9 @@ class ScriptCore {
   std::unique_ptr<Helpers> m_helpers;
   ScriptObjects m_scriptObjects;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> m_rejections;
-  Request* m_request = nullptr;
-  std::size_t m_heapLimit = 0;  // before it was raised for the page that ran into it
+  Request* m_request = nullptr;  // null between requests
+  std::string m_text;            // of the expression being written
+  std::size_t m_heapLimit = 0;   // before it was raised for the page that ran into it
   bool m_ended = false;
   std::atomic<bool> m_timedOut{false};
   std::atomic<bool> m_outOfMemory{false};

@@ -24,9 +24,9 @@ class ScriptCore;
 class PageOutput {
  public:
   virtual ~PageOutput() = default;
-  // HTML of the page, UTF-8.
+  // HTML of the page, or an expression that is a text of Latin letters, UTF-8.
   virtual void WriteText(std::string_view utf8) = 0;
-  // The value of an expression, as Response.Write writes it.
+  // The value of any other expression, as Response.Write writes it.
   virtual void WriteValue(const varnel::Variant& value) = 0;
 };
 
@@ -39,9 +39,9 @@ inline constexpr varnel::Long kSyntaxNumber = static_cast<varnel::Long>(0x800A03
 
 // An error that no script caught, or one of the compiler's.
 struct ScriptFailure {
-  std::string message;  // as for people: "TypeError: x is not a function", or a raised error's description
-  std::string file;     // the page or include, relative to the pages folder; empty where unknown
-  int line = 0;         // from 1; 0 where unknown
+  std::string message;      // for people: "TypeError: x is not a function", or a raised error's description
+  std::string file;         // the page or include, relative to the pages folder; empty where unknown
+  int line = 0;             // from 1; 0 where unknown
   varnel::Long number = 0;  // kUncaughtNumber or kSyntaxNumber where the script gave none
   std::string source;
   std::string description;
@@ -63,13 +63,13 @@ struct PageResult {
 class ScriptEngine {
  public:
   struct Options {
-    std::string siteRoot;                         // may stand before virtual includes: "/shop"
-    std::size_t heapBytes = 256 * 1024 * 1024;    // of a script's objects and texts
-    std::size_t bufferBytes = 64 * 1024 * 1024;   // of its ArrayBuffers, all together
-    std::size_t youngBytes = 16 * 1024 * 1024;    // new objects before they are looked through
+    std::string siteRoot;                                   // may stand before virtual includes: "/shop"
+    std::size_t heapBytes = 256 * 1024 * 1024;              // of a script's objects and texts
+    std::size_t bufferBytes = 64 * 1024 * 1024;             // of its ArrayBuffers, all together
+    std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.
-    std::vector<std::string> intrinsics = {"Request", "Response",  "Session",
+    std::vector<std::string> intrinsics = {"Request", "Response",    "Session",
                                            "Server",  "Application", "Utilities"};
   };
 
@@ -88,8 +88,8 @@ class ScriptEngine {
   PageResult RunPage(const std::string& page, const Intrinsics& intrinsics, PageOutput& output,
                      std::chrono::milliseconds timeLimit);
 
-  // Runs `page` from inside a running one, with its intrinsics and output and under its limits. A failure is
-  // given back; an end of any other kind ends the outer page too.
+  // Runs `page` from inside a running one (and only there), with its intrinsics and output and under its
+  // limits. A failure is given back; an end of any other kind ends the outer page too.
   PageResult RunInner(const std::string& page);
 
   // The running page's limit, counted from its start.

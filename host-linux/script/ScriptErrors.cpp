@@ -37,6 +37,13 @@ bool IsSyntaxError(v8::Local<v8::Context> context, v8::Local<v8::Value> exceptio
   return TextProperty(context, exception, "name") == u"SyntaxError";
 }
 
+// The message alone where the error's name says nothing: "ReferenceError: x is not defined", but "no stock".
+varnel::String Describe(v8::Local<v8::Context> context, v8::Local<v8::Value> exception, bool numbered) {
+  const varnel::String message = TextProperty(context, exception, "message");
+  const bool unnamed = numbered || TextProperty(context, exception, "name") == u"Error";
+  return unnamed && !message.empty() ? message : TextOf(context, exception);
+}
+
 varnel::ErrInfo ReadError(v8::Local<v8::Context> context, v8::Local<v8::Value> exception) {
   varnel::ErrInfo info;
   info.Number = NumberProperty(context, exception, "number");
@@ -47,8 +54,7 @@ varnel::ErrInfo ReadError(v8::Local<v8::Context> context, v8::Local<v8::Value> e
   const bool own = info.Number != 0;
   if (!own) info.Number = IsSyntaxError(context, exception) ? kSyntaxNumber : kUncaughtNumber;
   if (info.Source.empty() && !own) info.Source = kScriptSource;
-  if (info.Description.empty()) info.Description = own ? TextProperty(context, exception, "message") : u"";
-  if (info.Description.empty() && !own) info.Description = TextOf(context, exception);
+  if (info.Description.empty()) info.Description = Describe(context, exception, own);
   return info;
 }
 
@@ -69,7 +75,16 @@ PagePosition PositionOf(ScriptCore& core, v8::Local<v8::Context> context, v8::Lo
   return place;
 }
 
-v8::Local<v8::Value> CallSite(v8::Local<v8::Context> context, v8::Local<v8::Object> site, const char* method) {
+// The text that the engine itself has of an error: with the stack used up, the error's own can't be asked
+// for.
+std::string EngineText(v8::Isolate* isolate, v8::Local<v8::Message> message) {
+  constexpr std::string_view kPrefix = "Uncaught ";
+  std::string text = ToUtf8(isolate, message->Get());
+  return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
+}
+
+v8::Local<v8::Value> CallSite(v8::Local<v8::Context> context, v8::Local<v8::Object> site,
+                              const char* method) {
   v8::Isolate* isolate = context->GetIsolate();
   v8::Local<v8::Value> function;
   v8::Local<v8::Value> result;
@@ -136,9 +151,8 @@ ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Lo
   failure.number = info.Number;
   failure.source = varnel::ToUtf8(info.Source);
   failure.description = varnel::ToUtf8(info.Description);
-  const varnel::String name = TextProperty(context, exception, "name");
-  const bool plain = name.empty() || name == u"Error" || failure.description.starts_with(varnel::ToUtf8(name));
-  failure.message = plain ? failure.description : varnel::ToUtf8(name) + ": " + failure.description;
+  if (failure.description.empty() && !message.IsEmpty()) failure.description = EngineText(isolate, message);
+  failure.message = failure.description;
   failure.stack = varnel::ToUtf8(TextProperty(context, exception, "stack"));
   if (message.IsEmpty()) return failure;
   const PagePosition place = PositionOf(core, context, message);

@@ -27,9 +27,11 @@ class ListEnumeration final : public varnel::Enumeration {
   std::size_t m_next = 0;
 };
 
-[[noreturn]] void RaiseNoSuchMember(varnel::StringView name) { varnel::RaiseRuntimeError(kNoSuchMember, name); }
+[[noreturn]] void RaiseNoSuchMember(varnel::StringView name) {
+  varnel::RaiseRuntimeError(kNoSuchMember, name);
+}
 
-Variant WithoutMissing(Variant value) { return value.IsMissing() ? Variant() : value; }
+Variant WithoutMissing(const Variant& value) { return value.IsMissing() ? Variant() : value; }
 
 }  // namespace
 
@@ -89,9 +91,8 @@ Variant ScriptObject::CallFunction(v8::Local<v8::Object> function, v8::Local<v8:
                                    varnel::Arguments arguments) const {
   std::vector<v8::Local<v8::Value>> values;
   for (const Variant& argument : arguments) values.push_back(ToScript(*m_core, argument));
-  const v8::Local<v8::Value> result =
-      Take(function->CallAsFunction(m_core->Isolate()->GetCurrentContext(), receiver,
-                                    static_cast<int>(values.size()), values.data()));
+  const v8::Local<v8::Value> result = Take(function->CallAsFunction(
+      m_core->Isolate()->GetCurrentContext(), receiver, static_cast<int>(values.size()), values.data()));
   return WithoutMissing(ToVariant(*m_core, result));
 }
 
@@ -112,7 +113,8 @@ Variant ScriptObject::Get(varnel::StringView name) {
     const v8::Local<v8::Object> object = Local();
     const v8::Local<v8::Name> found = FindName(object, name);
     if (found.IsEmpty()) RaiseNoSuchMember(name);
-    return WithoutMissing(ToVariant(*m_core, Take(object->Get(m_core->Isolate()->GetCurrentContext(), found))));
+    return WithoutMissing(
+        ToVariant(*m_core, Take(object->Get(m_core->Isolate()->GetCurrentContext(), found))));
   });
 }
 
@@ -131,7 +133,8 @@ Variant ScriptObject::CallDefault(varnel::Arguments arguments) {
     v8::Isolate* isolate = m_core->Isolate();
     if (object->IsCallable()) return CallFunction(object, v8::Undefined(isolate), arguments);
     if (!arguments.empty()) RaiseNoSuchMember(u"a default member");
-    return WithoutMissing(ToVariant(*m_core, m_core->Tools().Primitive(isolate->GetCurrentContext(), object)));
+    return WithoutMissing(
+        ToVariant(*m_core, m_core->Tools().Primitive(isolate->GetCurrentContext(), object)));
   });
 }
 

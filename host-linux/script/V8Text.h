@@ -45,10 +45,15 @@ inline v8::Local<v8::String> Name(v8::Isolate* isolate, std::string_view ascii) 
 }
 
 // Lone surrogates become U+FFFD.
-inline std::string ToUtf8(v8::Isolate* isolate, v8::Local<v8::String> text) {
-  std::string result(static_cast<std::size_t>(text->Utf8Length(isolate)), '\0');
+inline void ToUtf8(v8::Isolate* isolate, v8::Local<v8::String> text, std::string& result) {
+  result.resize(static_cast<std::size_t>(text->Utf8Length(isolate)));
   text->WriteUtf8(isolate, result.data(), static_cast<int>(result.size()), nullptr,
                   v8::String::NO_NULL_TERMINATION | v8::String::REPLACE_INVALID_UTF8);
+}
+
+inline std::string ToUtf8(v8::Isolate* isolate, v8::Local<v8::String> text) {
+  std::string result;
+  ToUtf8(isolate, text, result);
   return result;
 }
 

@@ -36,7 +36,10 @@ double ToLocalMs(varnel::Date date) {
 class VariantReader {
  public:
   VariantReader(ScriptCore& core, PassedArrays* passed)
-      : m_core(core), m_isolate(core.Isolate()), m_context(m_isolate->GetCurrentContext()), m_passed(passed) {}
+      : m_core(core),
+        m_isolate(core.Isolate()),
+        m_context(m_isolate->GetCurrentContext()),
+        m_passed(passed) {}
 
   Variant Read(v8::Local<v8::Value> value) {
     if (value->IsString()) return ToText(m_isolate, value.As<v8::String>());
@@ -164,6 +167,8 @@ Variant ToVariant(ScriptCore& core, v8::Local<v8::Value> value, PassedArrays* pa
   return VariantReader(core, passed).Read(value);
 }
 
-v8::Local<v8::Value> ToScript(ScriptCore& core, const Variant& value) { return ScriptWriter(core).Write(value); }
+v8::Local<v8::Value> ToScript(ScriptCore& core, const Variant& value) {
+  return ScriptWriter(core).Write(value);
+}
 
 }  // namespace hostlinux

@@ -42,7 +42,8 @@ const Member& MemberOf(const v8::FunctionCallbackInfo<v8::Value>& call) {
 bool IsProbe(const varnel::String& name) { return name == u"then" || name == u"toJSON"; }
 
 void Freeze(v8::Local<v8::Context> context, v8::Local<v8::Value> value) {
-  if (value->IsObject()) Check(value.As<v8::Object>()->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
+  if (value->IsObject())
+    Check(value.As<v8::Object>()->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
 }
 
 bool AllowChange(const v8::PropertyCallbackInfo<v8::Value>& info) {
@@ -52,7 +53,8 @@ bool AllowChange(const v8::PropertyCallbackInfo<v8::Value>& info) {
 // A prototype is shared by all requests: a script can put nothing there.
 void RefuseChange(const v8::PropertyCallbackInfo<v8::Value>& info) {
   if (AllowChange(info)) return;
-  Guarded(info.GetIsolate(), [] { varnel::RaiseRuntimeError(kNoSuchMember, u"prototypes can't be changed"); });
+  Guarded(info.GetIsolate(),
+          [] { varnel::RaiseRuntimeError(kNoSuchMember, u"prototypes can't be changed"); });
   info.GetReturnValue().SetUndefined();
 }
 
@@ -147,8 +149,10 @@ Wrappers::ClassBinding& Wrappers::Bind(const varnel::ClassInfo& info) {
   instances->SetInternalFieldCount(kFieldCount);
   instances->SetHandler(v8::NamedPropertyHandlerConfiguration(
       GetOther, SetOther, QueryOther, nullptr, nullptr, DefineOther, nullptr, v8::Local<v8::Value>(),
-      static_cast<v8::PropertyHandlerFlags>(static_cast<int>(v8::PropertyHandlerFlags::kNonMasking) |
-                                            static_cast<int>(v8::PropertyHandlerFlags::kOnlyInterceptStrings))));
+      static_cast<v8::PropertyHandlerFlags>(
+          static_cast<int>(v8::PropertyHandlerFlags::kNonMasking) |
+          static_cast<int>(v8::PropertyHandlerFlags::kOnlyInterceptStrings))));
+  instances->SetHandler(v8::IndexedPropertyHandlerConfiguration(GetIndex, SetIndex));
   instances->SetImmutableProto();
   if (info.Default() != nullptr) instances->SetCallAsFunctionHandler(CallDefault);
   function->PrototypeTemplate()->SetHandler(v8::NamedPropertyHandlerConfiguration(
@@ -169,10 +173,12 @@ void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const Member&
   const v8::Local<v8::Value> data = MemberData(isolate, member);
   const v8::Local<v8::Signature> signature = v8::Signature::New(isolate, function);
   const auto make = [&](v8::FunctionCallback callback, int length) {
-    return v8::FunctionTemplate::New(isolate, callback, data, signature, length, v8::ConstructorBehavior::kThrow);
+    return v8::FunctionTemplate::New(isolate, callback, data, signature, length,
+                                     v8::ConstructorBehavior::kThrow);
   };
   if (IsReadAsProperty(member)) {
-    function->PrototypeTemplate()->SetAccessorProperty(name, make(CallMember, 0), make(PutProperty, 1), kHidden);
+    function->PrototypeTemplate()->SetAccessorProperty(name, make(GetProperty, 0), make(PutProperty, 1),
+                                                       kHidden);
   } else {
     function->PrototypeTemplate()->Set(name, make(CallMember, member.Required()), kFixed);
   }
@@ -183,8 +189,7 @@ void Wrappers::FinishPrototype(ClassBinding& binding, v8::Local<v8::Function> co
   v8::Isolate* isolate = m_core.Isolate();
   const v8::Local<v8::Context> context = isolate->GetCurrentContext();
   const Building building(m_building);
-  const auto prototype =
-      Take(constructor->Get(context, Name(isolate, "prototype"))).As<v8::Object>();
+  const auto prototype = Take(constructor->Get(context, Name(isolate, "prototype"))).As<v8::Object>();
   m_core.Tools().AddSharedMethods(context, prototype, binding.info.Default() != nullptr);
   for (const Member& member : binding.info.members) {
     const auto name = Take(ToV8(isolate, varnel::StringView(member.name)));
@@ -231,6 +236,14 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
     const varnel::Variant result = varnel::InvokeMember(object, MemberOf(call), arguments.Values());
     arguments.StoreBack();
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
+  });
+}
+
+void Wrappers::GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(call.GetIsolate());
+    const varnel::Variant value = MemberOf(call).call(*Unwrap(call.Holder()), {});
+    if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, value));
   });
 }
 
@@ -282,6 +295,25 @@ void Wrappers::SetOther(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
     const Member* member = core.Objects().FindMember(name, *object, text);
     const varnel::Variant newValue = ToVariant(core, value);
     member != nullptr ? varnel::PutMember(*object, *member, newValue) : object->Put(text, newValue);
+  });
+  info.GetReturnValue().Set(value);
+}
+
+// A number in brackets is a name like any other, which only objects with names of their own can know.
+void Wrappers::GetIndex(std::uint32_t index, const v8::PropertyCallbackInfo<v8::Value>& info) {
+  Guarded(info.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(info.GetIsolate());
+    const varnel::ObjectPtr object = Unwrap(info.Holder());
+    info.GetReturnValue().Set(ToScript(core, object->Get(varnel::DecimalText(index))));
+  });
+}
+
+void Wrappers::SetIndex(std::uint32_t index, v8::Local<v8::Value> value,
+                        const v8::PropertyCallbackInfo<v8::Value>& info) {
+  Guarded(info.GetIsolate(), [&] {
+    ScriptCore& core = ScriptCore::Of(info.GetIsolate());
+    const varnel::ObjectPtr object = Unwrap(info.Holder());
+    object->Put(varnel::DecimalText(index), ToVariant(core, value));
   });
   info.GetReturnValue().Set(value);
 }

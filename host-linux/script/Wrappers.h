@@ -52,10 +52,14 @@ class Wrappers {
   void AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const varnel::Member& member);
 
   static void CallMember(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void GetOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Value>& info);
   static void SetOther(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
+                       const v8::PropertyCallbackInfo<v8::Value>& info);
+  static void GetIndex(std::uint32_t index, const v8::PropertyCallbackInfo<v8::Value>& info);
+  static void SetIndex(std::uint32_t index, v8::Local<v8::Value> value,
                        const v8::PropertyCallbackInfo<v8::Value>& info);
   static void QueryOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo<v8::Integer>& info);
   static void DefineOther(v8::Local<v8::Name> name, const v8::PropertyDescriptor& descriptor,

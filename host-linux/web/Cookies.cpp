@@ -68,6 +68,14 @@ std::vector<FormField> ParseCookies(std::string_view header) {
   return cookies;
 }
 
+std::string CookieHeaderOf(const HeaderList& headers) {
+  std::string header;
+  for (const HeaderList::Field& field : headers) {
+    if (EqualsIgnoreCase(field.name, "Cookie")) header += (header.empty() ? "" : "; ") + field.value;
+  }
+  return header;
+}
+
 std::string FormatCookie(const Cookie& cookie) {
   std::string text = Encoded(cookie.name) + "=" + Encoded(cookie.value);
   if (cookie.expires) text += "; Expires=" + FormatHttpDate(*cookie.expires);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host-linux/web/FormFields.h"
+#include "host-linux/web/HttpMessage.h"
 
 namespace hostlinux {
 
@@ -15,6 +16,9 @@ namespace hostlinux {
 // it came. Pieces without a name or "=", or not in UTF-8, are left out: cookies come from other sites of the
 // host too, and none of them may break a page. More than 300 are not looked at.
 std::vector<FormField> ParseCookies(std::string_view header);
+
+// The Cookie headers of a request as one: a browser may send several.
+std::string CookieHeaderOf(const HeaderList& headers);
 
 struct Cookie {
   std::string name;

@@ -390,7 +390,7 @@ void HttpConnection::WriteSlice() {
   }
   m_writing = true;
   Arm(m_owner.Options().writeTimeout);
-  net::async_write(m_socket, std::move(pieces), [self = shared_from_this()](Error error, std::size_t bytes) {
+  net::async_write(m_socket, pieces, [self = shared_from_this()](Error error, std::size_t bytes) {
     self->OnWritten(error, bytes);
   });
 }

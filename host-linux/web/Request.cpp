@@ -108,11 +108,7 @@ std::shared_ptr<RequestCollection> Request::FormObject() {
 
 std::shared_ptr<RequestCollection> Request::CookiesObject() {
   if (!m_cookies) {
-    // Several Cookie headers count as one.
-    std::string header;
-    for (const HeaderList::Field& field : m_request->http.headers) {
-      if (EqualsIgnoreCase(field.name, "Cookie")) header += (header.empty() ? "" : "; ") + field.value;
-    }
+    const std::string header = CookieHeaderOf(m_request->http.headers);
     m_cookies = std::make_shared<RequestCollection>(ParseCookies(header), FromUtf8(header));
   }
   return m_cookies;

@@ -14,6 +14,27 @@ TEST(ClassFactory, MakesAClassInAnyCaseOfLetters) {
   EXPECT_NE(CastObject<Page>(CreateComponent(u"VARNEL.page")), nullptr);
 }
 
+TEST(ClassFactory, MakesEveryClassThatAPageScriptCreates) {
+  hostfake::FakeHost host;
+  EXPECT_EQ(CreateComponent(u"Varnel.Page")->Class().name, u"Page");
+  EXPECT_EQ(CreateComponent(u"Varnel.Table")->Class().name, u"Table");
+  EXPECT_EQ(CreateComponent(u"Varnel.DRecordset")->Class().name, u"DRecordset");
+  EXPECT_EQ(CreateComponent(u"Varnel.DGrid")->Class().name, u"DGrid");
+}
+
+// The page knows its components by narrow contracts only: here it makes and binds the real ones.
+TEST(ClassFactory, MakesWhatThePageBinds) {
+  hostfake::FakeHost host;
+  const auto page = host.Create<Page>(u"Varnel.Page");
+  page->OpenDatabaseConnection(u"A");
+  const ObjectPtr recordset = page->DRecordset();
+  const ObjectPtr table = page->Table();
+  EXPECT_EQ(recordset->Class().name, u"DRecordset");
+  EXPECT_EQ(page->DGrid(recordset, u"Title", false, table)->Class().name, u"DGrid");
+  page->Add(table);
+  EXPECT_EQ(host.Response().Writes().size(), 1U);
+}
+
 TEST(ClassFactory, MakesANewObjectEachTime) {
   hostfake::FakeHost host;
   EXPECT_NE(CreateComponent(u"Varnel.Page"), CreateComponent(u"Varnel.Page"));

@@ -43,7 +43,8 @@ TEST_F(PageCompilerTest, TextsAroundAnIncludeAreOneText) {
 
 TEST_F(PageCompilerTest, EachLineKnowsItsFileAndLine) {
   files.Set("a.inc", "\n<% inInclude();\nlater(); %>\n");
-  const PageScript script = Compile("x\n<% first();\nsecond(); %>\n<!--#include file='a.inc'-->\n\n<% last(); %>");
+  const PageScript script =
+      Compile("x\n<% first();\nsecond(); %>\n<!--#include file='a.inc'-->\n\n<% last(); %>");
   EXPECT_EQ(OriginOf(script, "first"), "page.asp:2");
   EXPECT_EQ(OriginOf(script, "second"), "page.asp:3");
   EXPECT_EQ(OriginOf(script, "inInclude"), "a.inc:2");

@@ -29,7 +29,9 @@ TEST_F(ScriptEngineTest, ACommentOrAMissingSemicolonEndsWithItsBlock) {
 }
 
 TEST_F(ScriptEngineTest, TextIsUtf8BothWays) {
-  EXPECT_EQ(Output("\xC3\xA9<%= '\xE2\x82\xAC'.length + '\xE2\x82\xAC' %>"), "\xC3\xA9" "1\xE2\x82\xAC");
+  EXPECT_EQ(Output("\xC3\xA9<%= '\xE2\x82\xAC'.length + '\xE2\x82\xAC' %>"),
+            "\xC3\xA9"
+            "1\xE2\x82\xAC");
 }
 
 TEST_F(ScriptEngineTest, FunctionsOfAnIncludeAreThePagesOwn) {
@@ -95,8 +97,8 @@ TEST_F(ScriptEngineTest, StacksThatAScriptReadsNameThePages) {
 }
 
 TEST_F(ScriptEngineTest, AnErrorsOwnFactsReachTheHost) {
-  const PageResult result =
-      Run("<% var e = new Error('what'); e.number = -7; e.source = 'where'; e.description = 'why'; throw e; %>");
+  const PageResult result = Run(
+      "<% var e = new Error('what'); e.number = -7; e.source = 'where'; e.description = 'why'; throw e; %>");
   EXPECT_EQ(result.failure.number, -7);
   EXPECT_EQ(result.failure.source, "where");
   EXPECT_EQ(result.failure.description, "why");
@@ -197,6 +199,20 @@ TEST_F(ScriptEngineTest, AnInnerPagesEndEndsTheOuterOne) {
   EXPECT_EQ(output.text, "RUNEND");
 }
 
+TEST_F(ScriptEngineTest, APageThatRunsItselfWithoutEndFails) {
+  files.Set("inner.asp", "RUN<% %>");
+  PageResult inner;
+  int depth = 0;
+  output.onText = [&] {
+    ++depth;
+    const PageResult result = Engine().RunInner("inner.asp");
+    if (result.outcome == Outcome::Failed) inner = result;
+  };
+  EXPECT_EQ(RunFile("inner.asp").outcome, Outcome::Finished);
+  EXPECT_THAT(inner.failure.description, testing::EndsWith("Maximum call stack size exceeded"));
+  EXPECT_GT(depth, 10);
+}
+
 // --- Microtasks
 
 TEST_F(ScriptEngineTest, MicrotasksRunBeforeThePageEnds) {
@@ -247,8 +263,8 @@ TEST_F(ScriptEngineTest, TheTimeLimitCanBeChangedWhileAPageRuns) {
 TEST_F(ScriptEngineTest, AMemoryEaterIsStoppedAndTheNextRequestRuns) {
   options.heapBytes = 32 * 1024 * 1024;
   for (int i = 0; i < 3; ++i) {
-    const PageResult result =
-        Run("<% var all = []; try { for (;;) all.push(new Array(1000).fill(1.5)); } catch (e) { %>caught<% } %>");
+    const PageResult result = Run(
+        "<% var all = []; try { for (;;) all.push(new Array(1000).fill(1.5)); } catch (e) { %>caught<% } %>");
     EXPECT_EQ(result.outcome, Outcome::OutOfMemory);
     EXPECT_EQ(output.text, "");
     EXPECT_EQ(Output("<%= 'x'.repeat(100000).length %>"), "100000");
@@ -262,14 +278,13 @@ TEST_F(ScriptEngineTest, BuffersHaveALimitOfTheirOwn) {
 }
 
 TEST_F(ScriptEngineTest, APageThatCantBeStoppedIsReported) {
-  std::string stuck;
-  ScriptRuntime& shared = SharedRuntime();
-  // The report comes from the runtime's own settings; here the watchdog's part of it is enough.
-  std::atomic<bool> called = false;
-  const auto ticket = shared.Dog().Arm(Watchdog::Clock::now(), [&] { called = true; });
-  while (!called) std::this_thread::yield();
-  shared.Dog().Disarm(ticket);
-  EXPECT_TRUE(called);
+  timeLimit = std::chrono::milliseconds(10);
+  files.Set("stuck.asp", "in one long call");
+  output.onText = [] {
+    while (stuckPage.Name().empty()) std::this_thread::yield();
+  };
+  EXPECT_EQ(RunFile("stuck.asp").outcome, Outcome::TimedOut);
+  EXPECT_EQ(stuckPage.Name(), "stuck.asp");
 }
 
 TEST(WatchdogTest, ADisarmedActionNeverRuns) {

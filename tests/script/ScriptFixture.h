@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host-linux/script/ScriptEngine.h"
@@ -50,9 +51,23 @@ class TextOutput final : public PageOutput {
   std::function<void()> onText;
 };
 
+// The page that was last reported as stuck. Read and written with care: the watchdog writes it.
+struct StuckPage {
+  std::mutex mutex;
+  std::string name;
+  std::string Name() {
+    const std::lock_guard lock(mutex);
+    return name;
+  }
+};
+inline StuckPage stuckPage;
+
 // The engine below is set up once in a process.
 inline ScriptRuntime& SharedRuntime() {
-  static ScriptRuntime runtime({});
+  static ScriptRuntime runtime({std::chrono::milliseconds(50), [](const std::string& page) {
+                                  const std::lock_guard lock(stuckPage.mutex);
+                                  stuckPage.name = page;
+                                }});
   return runtime;
 }
 

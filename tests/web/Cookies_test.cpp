@@ -22,6 +22,14 @@ TEST(Cookies, ForeignCookiesNeverBreakAPage) {
   EXPECT_TRUE(ParseCookies("").empty());
 }
 
+TEST(Cookies, SeveralHeadersCountAsOne) {
+  HeaderList headers;
+  headers.Add("Cookie", "a=1");
+  headers.Add("cookie", "b=2; c=3");
+  EXPECT_EQ(ParseCookies(CookieHeaderOf(headers)), (Fields{{"a", "1"}, {"b", "2"}, {"c", "3"}}));
+  EXPECT_EQ(CookieHeaderOf(HeaderList()), "");
+}
+
 TEST(Cookies, CookieIsWrittenWithItsAttributes) {
   Cookie cookie;
   cookie.name = "a b";
