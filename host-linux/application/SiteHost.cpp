@@ -88,13 +88,8 @@ class ResponseOutput : public PageOutput {
   Response& m_response;
 };
 
-std::string Place(const ScriptFailure& failure) {
-  if (failure.file.empty()) return {};
-  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
-}
-
 std::string Describe(const ScriptFailure& failure) {
-  return Place(failure) + failure.message + " (number " + std::to_string(failure.number) +
+  return PlaceOf(failure) + failure.message + " (number " + std::to_string(failure.number) +
          (failure.source.empty() ? "" : ", source " + failure.source) + ")";
 }
 
@@ -103,7 +98,7 @@ void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
   if (result.outcome != PageResult::Outcome::Failed) return;
   throw varnel::Error({result.failure.number, varnel::FromUtf8(result.failure.source),
-                       varnel::FromUtf8(Place(result.failure) + result.failure.description), u"", 0});
+                       varnel::FromUtf8(PlaceOf(result.failure) + result.failure.description), u"", 0});
 }
 
 Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
@@ -129,6 +124,11 @@ bool HasHiddenSegment(const std::string& path) {
 }
 
 }  // namespace
+
+std::string PlaceOf(const ScriptFailure& failure) {
+  if (failure.file.empty()) return {};
+  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
+}
 
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),
