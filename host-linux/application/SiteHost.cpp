@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 
+#include "host-linux/application/AbsentSession.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
@@ -237,6 +238,8 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const 
 
   ObjectContext::Intrinsics objects;
   objects.session = SessionOf(request, directives);
+  if (!objects.session)
+    objects.absentSession = std::make_shared<AbsentSession>(directives.lcid.value_or(m_site.lcid));
   objects.application = std::make_shared<Application>(m_application);
   objects.response = std::make_shared<Response>(std::move(responseOptions));
   objects.server = std::make_shared<Server>(ServerOptionsFor(request, engine));

@@ -24,7 +24,9 @@ ObjectContext::ObjectContext(Intrinsics intrinsics, Factory factory)
 ObjectPtr ObjectContext::Item(StringView name) {
   if (varnel::EqualsNoCase(name, u"Request")) return m_intrinsics.request;
   if (varnel::EqualsNoCase(name, u"Response")) return m_intrinsics.response;
-  if (varnel::EqualsNoCase(name, u"Session")) return m_intrinsics.session;
+  if (varnel::EqualsNoCase(name, u"Session")) {
+    return m_intrinsics.session ? m_intrinsics.session : m_intrinsics.absentSession;
+  }
   if (varnel::EqualsNoCase(name, u"Application")) return m_intrinsics.application;
   if (varnel::EqualsNoCase(name, u"Server")) return m_intrinsics.server;
   varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument,
