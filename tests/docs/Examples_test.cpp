@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -16,6 +17,7 @@ struct Block {
   std::string page;
   std::string query;
   std::string file;
+  std::string database;
   std::string text;
 };
 
@@ -31,6 +33,13 @@ void WriteText(const std::filesystem::path& file, const std::string& text) {
   std::ofstream(file, std::ios::binary) << text;
 }
 
+void RunSql(const std::filesystem::path& file, const std::string& sql) {
+  sqlite3* database = nullptr;
+  EXPECT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+  sqlite3_close(database);
+}
+
 Block BlockOf(const std::string& info) {
   Block block;
   std::istringstream words(info);
@@ -39,7 +48,10 @@ Block BlockOf(const std::string& info) {
     const auto equals = word.find('=');
     const std::string value = word.substr(equals + 1);
     const std::string name = word.substr(0, equals);
-    (name == "page" ? block.page : name == "query" ? block.query : block.file) = value;
+    (name == "page"    ? block.page
+     : name == "query" ? block.query
+     : name == "db"    ? block.database
+                       : block.file) = value;
   }
   return block;
 }
@@ -80,6 +92,7 @@ class Examples : public ::testing::TestWithParam<const char*> {
     for (const Block& block : m_blocks) {
       if (!block.page.empty()) WriteText(m_site / "pages" / block.page, block.text);
       if (!block.file.empty()) WriteText(m_site / block.file, block.text);
+      if (!block.database.empty()) RunSql(m_site / block.database, block.text);
     }
   }
   ~Examples() override { std::filesystem::remove_all(m_site.parent_path()); }
@@ -107,7 +120,7 @@ TEST_P(Examples, DoWhatThePageSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
-                         ::testing::Values("README.md", "docs/first-page.md", "docs/lists-and-grids.md",
+                         ::testing::Values("docs/first-page.md", "docs/lists-and-grids.md",
                                            "docs/script-contract.md", "docs/site-toml.md"));
 
 }  // namespace
