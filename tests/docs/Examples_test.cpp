@@ -120,7 +120,7 @@ TEST_P(Examples, DoWhatThePageSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
-                         ::testing::Values("docs/first-page.md", "docs/lists-and-grids.md",
+                         ::testing::Values("README.md", "docs/first-page.md", "docs/lists-and-grids.md",
                                            "docs/script-contract.md", "docs/site-toml.md"));
 
 }  // namespace
