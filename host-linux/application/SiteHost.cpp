@@ -72,7 +72,7 @@ HttpResponse Redirection(const std::string& target) {
 }
 
 std::string CookieOf(const HttpRequest& request, std::string_view name) {
-  const auto cookies = ParseCookies(request.headers.Joined("Cookie"));
+  const auto cookies = ParseCookies(CookieHeaderOf(request.headers));
   const auto found = std::find_if(cookies.begin(), cookies.end(),
                                   [&](const FormField& cookie) { return cookie.name == name; });
   return found == cookies.end() ? std::string() : found->value;
@@ -89,13 +89,8 @@ class ResponseOutput : public PageOutput {
   Response& m_response;
 };
 
-std::string Place(const ScriptFailure& failure) {
-  if (failure.file.empty()) return {};
-  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
-}
-
 std::string Describe(const ScriptFailure& failure) {
-  return Place(failure) + failure.message + " (number " + std::to_string(failure.number) +
+  return PlaceOf(failure) + failure.message + " (number " + std::to_string(failure.number) +
          (failure.source.empty() ? "" : ", source " + failure.source) + ")";
 }
 
@@ -104,7 +99,7 @@ void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
   if (result.outcome != PageResult::Outcome::Failed) return;
   throw varnel::Error({result.failure.number, varnel::FromUtf8(result.failure.source),
-                       varnel::FromUtf8(Place(result.failure) + result.failure.description), u"", 0});
+                       varnel::FromUtf8(PlaceOf(result.failure) + result.failure.description), u"", 0});
 }
 
 Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
@@ -130,6 +125,11 @@ bool HasHiddenSegment(const std::string& path) {
 }
 
 }  // namespace
+
+std::string PlaceOf(const ScriptFailure& failure) {
+  if (failure.file.empty()) return {};
+  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
+}
 
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),

@@ -19,6 +19,9 @@ namespace hostlinux {
 
 namespace {
 
+// The source of errors that the script language itself makes.
+constexpr char kScriptSource[] = "Script";
+
 struct RunOptions {
   std::string site;
   std::string page;
@@ -112,9 +115,12 @@ std::string Escaped(const std::string& text) {
   return escaped;
 }
 
+// An error of the script's own is told with its place; one that was raised keeps its description to the
+// letter.
 void PrintFailure(const ScriptFailure& failure) {
+  const std::string place = failure.source == kScriptSource ? PlaceOf(failure) : std::string();
   std::fprintf(stderr, "%d|%s|%s\n", failure.number, Escaped(failure.source).c_str(),
-               Escaped(failure.description).c_str());
+               Escaped(place + failure.description).c_str());
 }
 
 void PrintResponse(const HttpResponse& response, bool headers) {

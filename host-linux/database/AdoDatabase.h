@@ -23,6 +23,7 @@ struct SqlTraceEntry {
   std::chrono::microseconds time{0};
 };
 
+// The hooks are called on the thread that runs the statement.
 struct AdoOptions {
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap

@@ -36,6 +36,7 @@ const ClassInfo& AdoErrors::Class() const {
 
 std::unique_ptr<varnel::Enumeration> AdoErrors::Enumerate() {
   std::vector<varnel::ObjectPtr> errors;
+  errors.reserve(m_errors.size());
   for (const varnel::host::ProviderError& error : m_errors)
     errors.push_back(std::make_shared<AdoError>(error));
   return std::make_unique<ObjectEnumeration>(std::move(errors));

@@ -46,6 +46,7 @@ UniqueFd ListenAtTcp(const std::string& address) {
   std::string host;
   std::string port;
   SplitAddress(address, host, port);
+  if (host == "localhost") host = "127.0.0.1";  // a machine without a hosts file doesn't know the name
   addrinfo hints{};
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;

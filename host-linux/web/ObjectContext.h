@@ -21,9 +21,9 @@ class ObjectContext : public varnel::host::IObjectContext {
     std::shared_ptr<hostlinux::Request> request;
     std::shared_ptr<hostlinux::Response> response;
     std::shared_ptr<hostlinux::Session> session;  // null for a page without session state
-    varnel::ObjectPtr absentSession;              // what components find in its place; an ISession
     std::shared_ptr<hostlinux::Application> application;
     std::shared_ptr<hostlinux::Server> server;
+    varnel::ObjectPtr absentSession = nullptr;  // what components find in place of a null session; an ISession
   };
   // Makes a component of that class; raises where there is none.
   using Factory = std::function<varnel::ObjectPtr(varnel::StringView progID)>;

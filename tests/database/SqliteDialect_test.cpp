@@ -181,5 +181,11 @@ TEST_F(SqliteDialect, ACorrelatedColumnIsAskedThroughTheOuterSelect) {
   EXPECT_EQ(u"SELECT t.z FROM u", m_facts.asked[0]);
 }
 
+TEST_F(SqliteDialect, NestedComparisonsDoNotGrowWithoutEnd) {
+  std::u16string sql = u"x";
+  for (int i = 0; i < 40; ++i) sql = u"(" + sql + u" > '1')";
+  EXPECT_LT(Rewritten(u"SELECT 1 FROM t WHERE " + sql).size(), 10000u);
+}
+
 }  // namespace
 }  // namespace hostlinux

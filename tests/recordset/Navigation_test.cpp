@@ -120,6 +120,7 @@ TEST_F(Navigation, AJumpToTheFirstOrLastPageIsThatRead) {
   const auto first = Jump(StateForPage(*fourth, -1));
   EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t ORDER BY id ASC");
   EXPECT_EQ(Window(*first), (std::vector<Long>{1, 12, 1, 4}));
+  EXPECT_EQ(first->GetRecordNumberForFirstRecordOnPage(), 1);
   const auto last = Jump(StateForPage(*fourth, 12));
   EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t ORDER BY id DESC");
   EXPECT_EQ(Ids(*last), Range(56, 57));
@@ -135,6 +136,50 @@ TEST_F(Navigation, AStepOutOfTheWindowMovesIt) {
   const auto back = Jump(fifth->GetStatePrev());
   EXPECT_EQ(Ids(*back), Range(16, 20));
   EXPECT_EQ(Window(*back), (std::vector<Long>{4, 12, 1, 4}));
+}
+
+TEST_F(Navigation, AJumpOutOfTheWindowMovesItByItsWidth) {
+  const auto fourth = Jump(StateForPage(*Jump(u""), 4));
+  const auto sixth = Jump(StateForPage(*fourth, 6));
+  EXPECT_EQ(Ids(*sixth), Range(26, 30));
+  EXPECT_EQ(Window(*sixth), (std::vector<Long>{6, 12, 5, 8}));
+  const auto third = Jump(StateForPage(*sixth, -3));
+  EXPECT_EQ(Ids(*third), Range(11, 15));
+  EXPECT_EQ(Window(*third), (std::vector<Long>{3, 12, 1, 4}));
+}
+
+// A step from page 4 would leave the window; the jump doesn't, and it alone decides.
+TEST_F(Navigation, AJumpInsideTheWindowLeavesItWhereverAStepWouldGo) {
+  auto forward = New(5);
+  bool jump = true;
+  Integer width = 4;
+  forward->SetPageJump(jump, width);
+  forward->SetPageState(u"1x57x21x  00x0x  550+484x1x4x", 3);
+  forward->OpenRS(String(kListQuery), u"id");
+  EXPECT_EQ(Window(*forward), (std::vector<Long>{3, 12, 1, 4}));
+  auto back = New(5);
+  back->SetPageJump(jump, width);
+  back->SetPageState(u"2x57x16x  00x0x  550+495x5x8x", 7);
+  back->OpenRS(String(kListQuery), u"id");
+  EXPECT_EQ(Window(*back), (std::vector<Long>{7, 12, 5, 8}));
+}
+
+// The page on which a jump was made stays in the state; the record numbers count the whole way.
+TEST_F(Navigation, RecordNumbersOfAJumpAreCountedFromThePageBeside) {
+  const auto firstRecord = [&](StringView state, Long page) {
+    auto recordset = New(5);
+    recordset->SetPageState(String(state), page);
+    recordset->OpenRS(String(kListQuery), u"id");
+    return recordset->GetRecordNumberForFirstRecordOnPage();
+  };
+  EXPECT_EQ(firstRecord(u"1x57x6x  00x0x  2531x1x9x", 4), 16);
+  EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t WHERE id > '5' ORDER BY id ASC");  // page jump is off
+  EXPECT_EQ(firstRecord(u"1x57x6x  00x0x  2531x1x9x", 2), 6);
+  EXPECT_EQ(firstRecord(u"2x57x31x  00x0x  551+548x1x9x", 3), 11);
+  // One page to the other side of what the text reads: nothing is added or taken.
+  EXPECT_EQ(firstRecord(u"2x57x31x  00x0x  551+548x1x9x", 9), 31);
+  // Sums wrap at 32 bits: 2147483646 and 10 more.
+  EXPECT_EQ(firstRecord(u"1x57x2147483646x  00x0x  2531x1x9x", 4), -2147483640);
 }
 
 TEST_F(Navigation, AJumpToThePageItselfTakesNoRow) {

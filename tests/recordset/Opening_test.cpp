@@ -72,6 +72,13 @@ TEST_F(Opening, TheLastPageHoldsTheRestOfTheDivision) {
             (Lines{"Recordset 2: CacheSize 10", "Recordset 2: CacheSize 5"}));
 }
 
+TEST_F(Opening, AFullLastPageIsLimitedAsAnyOther) {
+  FillTable(30);
+  const auto last = OpenAt(u"3x30x1x  00x1x0x0x");
+  EXPECT_EQ(Ids(*last), Range(21, 30));
+  EXPECT_EQ(m_host.Trace().LinesOf("Recordset 1: MaxRecords"), (Lines{"Recordset 1: MaxRecords 10"}));
+}
+
 TEST_F(Opening, ALastPageWithAnUnknownTotalIsFullAndCountsFromBelowZero) {
   FillTable(25);
   const auto last = OpenAt(u"3xz1x1x  00x1x0x0x");
@@ -188,6 +195,17 @@ TEST_F(Opening, ADistinctQueryIsCountedByReadingIt) {
                    "Recordset 1: ActiveConnection Nothing", "Recordset 1: GetRows", "Recordset 1: Close"}));
 }
 
+TEST_F(Opening, AGroupedQueryIsCountedByReadingIt) {
+  const FakeAnswer three{{{u"a", kTypeLong}}, {{Long{1}}, {Long{2}}, {Long{3}}}, {}, {}};
+  m_host.Database().Answer(u"SELECT a FROM t GROUP BY a ORDER BY a", three);
+  m_host.Database().Answer(u"SELECT TOP 2 a FROM t GROUP BY a ORDER BY a ASC", three);
+  auto recordset = New(2);
+  recordset->SetRecCountON();
+  recordset->OpenRS(u"SELECT a FROM t GROUP BY a ORDER BY a", u"a");
+  EXPECT_EQ(recordset->GetTotalNumberOfRecords(), 3);
+  EXPECT_EQ(recordset->GetRecordNumberForLastRecordOnPage(), 2);
+}
+
 TEST_F(Opening, AUnionIsCountedBranchByBranchAndReadAtOnce) {
   const std::vector<hostfake::FakeColumn> column{{u"a", kTypeLong}};
   m_host.Database().Answer(u"SELECT COUNT(*) FROM t", {column, {{Long{3}}}, {}, {}});
@@ -263,8 +281,13 @@ TEST_F(Opening, AFailedQueryTellsTheTextAndTheProvidersErrors) {
 
 TEST_F(Opening, FailedRowsAreToldToo) {
   FillTable(1);
-  m_host.Database().FailGetRows(hostfake::Failure(3021, u"Gone"));
+  ErrInfo failure = hostfake::Failure(3021, u"Gone");
+  failure.HelpFile = u"help.chm";
+  failure.HelpContext = 7;
+  m_host.Database().FailGetRows(failure);
   const ErrInfo error = ErrorOf([&] { OpenAt(u""); });
+  EXPECT_EQ(error.HelpFile, u"help.chm");
+  EXPECT_EQ(error.HelpContext, 7);
   EXPECT_EQ(error.Number, 3021);
   EXPECT_EQ(
       error.Description,

@@ -184,9 +184,15 @@ TEST(StateText, ANegativeKeyIndexIsOutOfBounds) {
 
 TEST(StateText, ALargeKeyIndexWithoutKeysFails) { EXPECT_EQ(ErrorNumber(u"1x57x21x  00x32767x"), 13); }
 
-TEST(StateText, AFieldThatEndsBehindCharacter32767IsRefused) {
-  const String zeros(40000, u'0');
-  EXPECT_EQ(ErrorNumber(zeros + u"x0x0x  00x1x0x0x"), 5);
+TEST(StateText, AFieldThatBeginsBehindCharacter32767IsRefused) {
+  const StringView rest = u"0x0x0x  00x1x0x0x";
+  const auto padded = [&](std::size_t length) { return String(length - rest.size(), u' ').append(rest); };
+  EXPECT_EQ(ErrorNumber(padded(40000)), 5);
+  EXPECT_EQ(ErrorNumber(padded(32767)), 0);  // the last field ends there, and nothing more is read
+  EXPECT_EQ(ErrorNumber(padded(32768)), 0);  // the last field begins there
+  EXPECT_EQ(ErrorNumber(padded(32769)), 5);
+  EXPECT_EQ(ErrorNumber(padded(32766), true), 0);
+  EXPECT_EQ(ErrorNumber(padded(32767), true), 5);  // looking for a page number starts behind it
 }
 
 }  // namespace

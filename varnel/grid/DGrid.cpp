@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "varnel/automation/Members.h"
+#include "varnel/recordset/PostedState.h"
+#include "varnel/recordset/Required.h"
 
 namespace varnel {
 
@@ -25,9 +27,11 @@ double LeadingNumber(const String& iText) {
   std::string text = ToUtf8(iText);
   std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
   if (text.starts_with("+")) text.erase(0, 1);
-  const bool number = text.find_first_of("0123456789") <= 2 && text.find_first_not_of("0123456789.-") != 0;
+  const std::size_t digits = text.starts_with("-") ? 1 : 0;
+  // Words such as "inf" are numbers to the reader of texts, but not to a form.
+  if (text.find_first_of("0123456789.", digits) != digits) return 0;
   double value = 0;
-  if (number) std::from_chars(text.data(), text.data() + text.size(), value);
+  std::from_chars(text.data(), text.data() + text.size(), value);
   return value;
 }
 
@@ -59,11 +63,10 @@ void DGrid::BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iR
   m_Application = CastObject<host::IApplication>(m_ObjectContext->Item(u"Application"));
   m_Request = CastObject<host::IRequest>(m_ObjectContext->Item(u"Request"));
   m_Recordset = members::ToObjectOf<DRecordset>(iRecordset);
-  if (m_Recordset == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
-  m_sRecordsetName = ToText(m_Recordset->GetRecordsetName());
+  m_sRecordsetName = ToText(Required(m_Recordset).GetRecordsetName());
   m_sTitle = iTitle;
   m_Table = CastObject<Table>(iTable == nullptr ? m_Page->Table() : iTable);
-  m_Style = LoadGridStyle(*m_Application);
+  m_Style = LoadGridStyle(Required(m_Application));
   m_bFormBased = iFormBased;
   m_aColumns.assign(kFirstColumns, {});
   m_iColCount = 0;
@@ -88,16 +91,17 @@ void DGrid::TakePostedState() {
   if (!state.empty()) m_Recordset->SetState(state);
 }
 
-String DGrid::FormText(const String& iKey) const { return ToText(m_Request->Form().Value(iKey)); }
+String DGrid::FormText(const String& iKey) const { return ToText(Required(m_Request).Form().Value(iKey)); }
 
-// An image input that was clicked posts its name with ".x" and ".y"; the state lies in the field beside it.
 String DGrid::GetPostedState(const String& iKey) const {
-  return m_Request->Form().ValueCount(iKey + u".x") == 0 ? String() : FormText(iKey + u"d");
+  return PostedState(Required(m_Request).Form(), iKey);
 }
 
+// The recordset has a search of the same name, which on a post wants CHOWC to be "1"; here any text will do.
 String DGrid::GetSubmittedState() const {
-  const bool posted = m_Request->ServerVariables().Value(u"REQUEST_METHOD") == Variant(u"POST");
-  const host::IRequestCollection& fields = posted ? m_Request->Form() : m_Request->QueryString();
+  host::IRequest& request = Required(m_Request);
+  const bool posted = request.ServerVariables().Value(u"REQUEST_METHOD") == Variant(u"POST");
+  const host::IRequestCollection& fields = posted ? request.Form() : request.QueryString();
   return ToText(fields.Value(u"CHOWC")).empty() ? String() : ToText(fields.Value(u"CTATEC"));
 }
 
@@ -109,16 +113,18 @@ void DGrid::EnsureColumnCapacity(Integer iColumn) {
 
 void DGrid::Col(const String& iColTitle, const String& iSortFields, Integer iWidth, Integer iAlign,
                 Integer iVAlign, Integer iColSpan) {
+  DRecordset& recordset = Required(m_Recordset);
   const Integer i = m_iColCount;
+  if (i < 0) RaiseRuntimeError(runtime_error::kSubscript);  // the count of columns has wrapped
   EnsureColumnCapacity(i);
   m_aColumns[static_cast<std::size_t>(i)] = {iColTitle, iSortFields, iColSpan, iAlign};
   if (!iSortFields.empty()) {
     if (m_bFormBased && !m_bStateTaken) {
       const String state = GetPostedState(ButtonName(m_sRecordsetName, i + kButtons));
-      if (!state.empty()) m_Recordset->SetState(state);
+      if (!state.empty()) recordset.SetState(state);
     }
     if (!m_bDefaultSortSet) {
-      m_Recordset->SetDefaultSortFields(iSortFields);
+      recordset.SetDefaultSortFields(iSortFields);
       m_bDefaultSortSet = true;
     }
   }
@@ -130,6 +136,7 @@ void DGrid::Col(const String& iColTitle, const String& iSortFields, Integer iWid
 }
 
 void DGrid::BeginCell() {
+  RequireBound();
   if (m_iCurrentCol < m_iColCount) return;
   if (m_iCurrentCol == kHeadNotWritten) WriteGridHead();
   m_Table->NewRow();
@@ -151,9 +158,13 @@ void DGrid::Cell(const Variant& iData) {
 
 void DGrid::ShowAlternateColors() { m_bAlternateColors = true; }
 
-String DGrid::GetCurrentState() { return m_Recordset->GetCurrentState(); }
+String DGrid::GetCurrentState() { return Required(m_Recordset).GetCurrentState(); }
+
+// A script can make a grid by its class name, but only a page can bind one.
+void DGrid::RequireBound() const { Required(m_Table); }
 
 String DGrid::GetFinishedHTML() {
+  RequireBound();
   if (m_iCurrentCol == kHeadNotWritten) {
     WriteGridHead();
     m_Table->NewRow();
@@ -164,6 +175,7 @@ String DGrid::GetFinishedHTML() {
 }
 
 void DGrid::ShowPageJump(Integer& lMaxpagesdisplayed, Integer& lMaxallowedpages, const String& i_sFormName) {
+  RequireBound();
   m_iMaxPages = -1;
   if (lMaxpagesdisplayed > 0) {
     m_iMaxPages = std::min(lMaxpagesdisplayed, lMaxallowedpages);

@@ -16,9 +16,9 @@
 
 namespace varnel {
 
-// ProgID "Varnel.DGrid"; made and bound by Page.DGrid. The page declares columns with `Col`, opens the
-// recordset, gives one value after the other to `Cell`, moves the recordset itself, and hands the grid to
-// Page.Add.
+// ProgID "Varnel.DGrid"; made and bound by Page.DGrid: one that no page has bound raises 91. The page
+// declares columns with `Col`, opens the recordset, gives one value after the other to `Cell`, moves the
+// recordset itself, and hands the grid to Page.Add.
 //
 //   var grid = page.DGrid(rs, "Products");
 //   grid.Col("Name", "PRODUCTDESCRIPTION");
@@ -71,6 +71,7 @@ class DGrid : public Object, public IDGrid {
     Long position = 0;
   };
 
+  void RequireBound() const;
   void EnsureColumnCapacity(Integer iColumn);
   void BeginCell();
   void TakePostedState();

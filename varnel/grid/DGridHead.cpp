@@ -2,6 +2,7 @@
 #include <array>
 
 #include "varnel/automation/Convert.h"
+#include "varnel/automation/Error.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/grid/Labels.h"
 #include "varnel/table/TableTypes.h"
@@ -11,6 +12,9 @@ namespace varnel {
 namespace {
 
 constexpr int kFirstHead = 4;  // the bar's buttons have the numbers before it
+
+// As wide as the widest window of a recordset, which is two wider than the 16-bit number asked for.
+constexpr std::int64_t kWidestRow = 32767 + 2;
 
 std::shared_ptr<Table> NewTitleTable(Page& iPage) {
   auto table = CastObject<Table>(iPage.Table());
@@ -135,11 +139,17 @@ String DGrid::PageNumbers() {
   const Long left = m_Recordset->m_leftPageNumber;
   const Long right = m_Recordset->m_rightPageNumber;
   const Long shown = m_Recordset->m_lDisplayPage;
+  // The ends travel in the state text, and whoever changes that may ask for millions of numbers.
+  if (std::int64_t{right} - left > kWidestRow)
+    RaiseRuntimeError(runtime_error::kOutOfMemory, u"too many page numbers");
   String html;
   if (left != 1) html += PageLink(1 - left, false, u"[&lt;&lt;]");
   // Pages before the one shown are written negative: the sign picks the state to walk from.
-  for (Long i = left; i <= right; ++i) html += PageLink(i < shown ? -i : i, i == shown, u"");
-  if (right + 1 <= m_Recordset->m_lTotalPages) html += PageLink(right + 1, false, u"[&gt;&gt;]");
+  for (std::int64_t i = left; i <= right; ++i) {
+    const auto page = static_cast<Long>(i);
+    html += PageLink(page < shown ? -page : page, page == shown, u"");
+  }
+  if (right < m_Recordset->m_lTotalPages) html += PageLink(right + 1, false, u"[&gt;&gt;]");
   if (m_bFormBased) {
     html += PageJumpHiddenFields(m_sRecordsetName + u"_j", m_Recordset->GetStatePrevPage(),
                                  m_Recordset->GetStateNextPage());

@@ -123,7 +123,6 @@ class DRecordset : public Object, public IDRecordset {
   void SkipPages();
   void TakeStateFromRequest();
   String StateOfForm();
-  String GetPostedState(const String& iButtonName);
   String GetSubmittedState();
 
   // DRecordset_Open.cpp

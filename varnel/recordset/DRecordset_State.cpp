@@ -2,6 +2,7 @@
 #include "varnel/automation/Convert.h"
 #include "varnel/recordset/Arithmetic.h"
 #include "varnel/recordset/DRecordset.h"
+#include "varnel/recordset/PostedState.h"
 #include "varnel/recordset/Required.h"
 #include "varnel/recordset/StateText.h"
 
@@ -125,17 +126,10 @@ void DRecordset::TakeStateFromRequest() {
 // it.
 String DRecordset::StateOfForm() {
   for (char16_t digit = u'0'; digit <= u'3'; ++digit) {
-    const String posted = GetPostedState(m_sName + digit);
+    const String posted = PostedState(Required(m_oRequest).Form(), m_sName + digit);
     if (!posted.empty()) return posted;
   }
   return GetSubmittedState();
-}
-
-// An image button posts its name with ".x"; the state stands in the hidden field beside it.
-String DRecordset::GetPostedState(const String& iButtonName) {
-  const host::IRequestCollection& form = Required(m_oRequest).Form();
-  if (form.ValueCount(iButtonName + u".x") == 0) return {};
-  return ToText(form.Value(iButtonName + u"d"));
 }
 
 String DRecordset::GetSubmittedState() {

@@ -39,12 +39,14 @@ class StateReader {
   Long ReadLong() { return ToLong(Variant(ReadNumber())); }
 
   Variant ReadValue() {
+    RequireReachable();
     const Integer length = ToInteger(Variant(Replace(Piece(kLengthWidth), u"z", u"-")));
-    MoveTo(m_at + kLengthWidth);
+    m_at += kLengthWidth;
     if (length == -1) return Null();
+    RequireReachable();
     if (length < 0) RaiseRuntimeError(runtime_error::kInvalidArgument);
     const StringView body = Piece(static_cast<std::size_t>(length));
-    MoveTo(m_at + static_cast<std::size_t>(length));
+    m_at += static_cast<std::size_t>(length);
     return DecodeChars(body);
   }
 
@@ -58,6 +60,7 @@ class StateReader {
   }
 
   Long ReadJumpPage() {
+    RequireReachable();
     const auto end = m_text.find(u'x', m_at);
     if (end == StringView::npos || end == m_at) return 0;
     const String text = Trim(ReadNumber());
@@ -66,10 +69,11 @@ class StateReader {
 
  private:
   String ReadNumber() {
+    RequireReachable();
     const auto end = m_text.find(u'x', m_at);
     if (end == StringView::npos) RaiseRuntimeError(runtime_error::kInvalidArgument);
     const StringView field = m_text.substr(m_at, end - m_at);
-    MoveTo(end + 1);
+    m_at = end + 1;
     return Replace(field, u"z", u"-");
   }
 
@@ -78,10 +82,9 @@ class StateReader {
     return m_at < m_text.size() ? m_text.substr(m_at, count) : StringView();
   }
 
-  // The position, counted from 1, is a 16-bit number.
-  void MoveTo(std::size_t at) {
-    if (at >= kLastPosition) RaiseRuntimeError(runtime_error::kInvalidArgument);
-    m_at = at;
+  // The position, counted from 1, is a 16-bit number: behind the last one nothing can be read.
+  void RequireReachable() const {
+    if (m_at >= kLastPosition) RaiseRuntimeError(runtime_error::kInvalidArgument);
   }
 
   StringView m_text;

@@ -13,8 +13,9 @@ String SerializeState(const PersistedState& iState);
 
 // Reads `iText` back. `iWithJumpPage` also takes the page number that page links append.
 // Text behind the last field is ignored.
-// Raises 5 where an "x" is missing or a length is negative, 13 for a field that is no number, 6 for one out
-// of range, 9 for a key index below 0, 94 for a Null sort text; nothing is returned then.
+// Raises 5 where an "x" is missing, a length is negative or a field begins behind character 32767, 13 for a
+// field that is no number, 6 for one out of range, 9 for a key index below 0, 94 for a Null sort text;
+// nothing is returned then.
 PersistedState ParseState(StringView iText, bool iWithJumpPage);
 
 // A number field: the decimal text `iText` with "z" for "-", and an "x" behind it.

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include "host-linux/command/NewCommand.h"
 #include "host-linux/command/RunCommand.h"
 #include "host-linux/command/ServeCommand.h"
 #include "host-linux/command/StateCommand.h"
@@ -10,6 +11,7 @@ int main(int argc, char** argv) {
   int status = 0;
   hostlinux::AddServeCommand(app, status);
   hostlinux::AddRunCommand(app, status);
+  hostlinux::AddNewCommand(app, status);
   hostlinux::AddStateCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;

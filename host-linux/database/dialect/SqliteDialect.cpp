@@ -14,6 +14,9 @@ namespace {
 
 using Tokens = std::vector<SqlToken>;
 
+// A rewritten comparison may repeat its operand, so nested ones would grow without end.
+constexpr size_t kMaxOperand = 2000;
+
 bool IsNothing(const Tokens& tokens) {
   return tokens.size() > 3 && IsWord(tokens[0], u"SET") && IsWord(tokens[1], u"TRANSACTION") &&
          IsWord(tokens[2], u"ISOLATION") && IsWord(tokens[3], u"LEVEL");
@@ -243,7 +246,7 @@ class Rewriter {
     if (begin == op || m_tokens[begin].dropped || m_tokens[op].dropped) return;
     const std::u16string operand = PrintSql(m_tokens, begin, op, true);
     const std::u16string value = TextValue(m_tokens[literal]);
-    if (!MayChange(value)) return;
+    if (operand.size() > kMaxOperand || !MayChange(value)) return;
     const auto comparison = CompareWithText(KindOf(operand, scope), operand, m_tokens[op].text, value);
     if (comparison) Place(*comparison, begin, literal);
   }

@@ -31,7 +31,6 @@ Mapped Map(int code, std::string_view message) {
       return {provider_error::kFail, u"08001"};
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      return {provider_error::kTimeout, u"HYT00"};
     case SQLITE_INTERRUPT:
       return {provider_error::kTimeout, u"HYT00"};
     default:

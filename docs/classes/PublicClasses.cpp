@@ -1,0 +1,68 @@
+#include "docs/classes/PublicClasses.h"
+
+#include "host-linux/application/LinuxPlatform.h"
+#include "host-linux/database/AdoRecordset.h"
+#include "host-linux/web/ObjectContext.h"
+#include "varnel/grid/DGrid.h"
+
+namespace classdocs {
+
+using namespace hostlinux;
+
+namespace {
+
+ObjectContext::Intrinsics MakeIntrinsics() {
+  const auto sessions = std::make_shared<SessionStore>(SessionStore::Options());
+  return {std::make_shared<Request>(std::make_shared<PageRequest>()),
+          std::make_shared<Response>(Response::Options()),
+          std::make_shared<Session>(sessions, "", Session::Options()),
+          std::make_shared<Application>(std::make_shared<ApplicationState>()),
+          std::make_shared<Server>(Server::Options())};
+}
+
+// A page binds the request's objects when it is made.
+varnel::ObjectPtr MakePage(const ObjectContext::Intrinsics& intrinsics, AdoDatabase& database) {
+  const SiteConfiguration site;
+  LinuxPlatform platform(site, database.shared_from_this());
+  varnel::host::SetPlatform(&platform);
+  varnel::ObjectPtr page;
+  {
+    const ContextGuard guard(std::make_shared<ObjectContext>(intrinsics, ObjectContext::Factory()));
+    page = std::make_shared<varnel::Page>();
+  }
+  varnel::host::SetPlatform(nullptr);
+  return page;
+}
+
+}  // namespace
+
+std::vector<PublicClass> PublicClasses() {
+  const auto database = AdoDatabase::Make({});
+  const auto intrinsics = MakeIntrinsics();
+  const auto connection = std::make_shared<AdoConnection>(database);
+  const auto recordset = std::make_shared<AdoRecordset>(database);
+  return {{"Page", MakePage(intrinsics, *database)},
+          {"DRecordset", varnel::MakeDRecordset()},
+          {"DFields", std::make_shared<varnel::DFields>()},
+          {"DField", std::make_shared<varnel::DField>()},
+          {"DGrid", varnel::MakeDGrid()},
+          {"Table", varnel::MakeTable()},
+          {"Request", intrinsics.request},
+          {"RequestCollection", intrinsics.request->QueryObject()},
+          {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},
+          {"Response", intrinsics.response},
+          {"ResponseCookies", intrinsics.response->Cookies()},
+          {"ResponseCookie", intrinsics.response->Cookies()->Item(u"a")},
+          {"Session", intrinsics.session},
+          {"Application", intrinsics.application},
+          {"Contents", intrinsics.application->ContentsObject()},
+          {"Server", intrinsics.server},
+          {"ADODB.Connection", connection},
+          {"ADODB.Errors", connection->ErrorCollection()},
+          {"ADODB.Error", std::make_shared<AdoError>(varnel::host::ProviderError())},
+          {"ADODB.Recordset", recordset},
+          {"ADODB.Fields", recordset->Fields()},
+          {"ADODB.Field", std::make_shared<AdoField>(nullptr, 0)}};
+}
+
+}  // namespace classdocs
