@@ -4,7 +4,7 @@
 #include "host-linux/script/ScriptErrors.h"
 #include "host-linux/script/V8Text.h"
 #include "host-linux/script/Values.h"
-#include "varnel/automation/Error.h"
+#include "varnel/automation/Members.h"
 
 namespace hostlinux {
 namespace {
@@ -45,7 +45,9 @@ ScriptObject::~ScriptObject() {
 }
 
 const varnel::ClassInfo& ScriptObject::Class() const {
-  static const varnel::ClassInfo info{u"Object", {}};
+  // Only conversions look here: an object used as a value is its primitive value.
+  static const varnel::ClassInfo info{u"Object",
+                                      {varnel::Method<&ScriptObject::DefaultValue>(u"valueOf").AsDefault()}};
   return info;
 }
 
@@ -137,6 +139,8 @@ Variant ScriptObject::CallDefault(varnel::Arguments arguments) {
         ToVariant(*m_core, m_core->Tools().Primitive(isolate->GetCurrentContext(), object)));
   });
 }
+
+Variant ScriptObject::DefaultValue() { return CallDefault({}); }
 
 std::unique_ptr<varnel::Enumeration> ScriptObject::Enumerate() {
   return InScript([&]() -> std::unique_ptr<varnel::Enumeration> {

@@ -35,6 +35,7 @@ class ScriptObject final : public varnel::Object, public IScriptValue {
 
  private:
   friend class ScriptObjects;
+  varnel::Variant DefaultValue();
   template <typename Body>
   auto InScript(Body body) const;
   v8::Local<v8::Name> FindName(v8::Local<v8::Object> object, varnel::StringView name) const;
