@@ -104,6 +104,15 @@ TEST_F(ConversionsTest, ValuesAreWrittenAsTheLibraryWritesThem) {
   EXPECT_EQ(Value("null") + Value("undefined"), "");
 }
 
+TEST_F(ConversionsTest, ObjectOfTheScriptIsWrittenAsItsOwnText) {
+  EXPECT_EQ(Output("<% try { nothing(); } catch (e) { %><%= e %><% } %>"),
+            "ReferenceError: nothing is not defined");
+  EXPECT_EQ(Value("{ toString() { return 'mine'; } }"), "mine");
+  EXPECT_EQ(Value("{ valueOf() { return 0.5; } }"), "0.5");
+  EXPECT_EQ(Value("/a+/g"), "/a+/g");
+  EXPECT_EQ(Value("Server.HTMLEncode(new Error('<'))"), "Error: &lt;");
+}
+
 TEST_F(ConversionsTest, TextKeepsEveryCharacter) {
   EXPECT_EQ(OfColumn("'\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80'", "VARCHAR(9)", "<%= v %> <%= v.length %>"),
             "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80 6");
