@@ -23,7 +23,8 @@ class ObjectContext : public varnel::host::IObjectContext {
     std::shared_ptr<hostlinux::Session> session;  // null for a page without session state
     std::shared_ptr<hostlinux::Application> application;
     std::shared_ptr<hostlinux::Server> server;
-    varnel::ObjectPtr absentSession = nullptr;  // what components find in place of a null session; an ISession
+    varnel::ObjectPtr absentSession =
+        nullptr;  // what components find in place of a null session; an ISession
   };
   // Makes a component of that class; raises where there is none.
   using Factory = std::function<varnel::ObjectPtr(varnel::StringView progID)>;

@@ -20,6 +20,7 @@ pid_t Start(const std::vector<std::string>& arguments, posix_spawn_file_actions_
   std::vector<std::string> texts = {VARNEL_PROGRAM};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   pid_t pid = 0;
