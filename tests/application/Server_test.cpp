@@ -6,7 +6,6 @@
 
 namespace {
 
-using hosttest::Answer;
 using testing::HasSubstr;
 using testing::StartsWith;
 
