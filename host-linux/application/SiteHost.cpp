@@ -251,7 +251,7 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const 
 PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const std::string id = request.http.id;
   const std::string page = FileOf(request.http.path).value_or("");
-  if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt};
+  if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt, true};
 
   ScriptEngine& engine = EngineOfThread();
   PageDirectives directives;

@@ -26,6 +26,7 @@ std::string PlaceOf(const ScriptFailure& failure);
 struct PageAnswer {
   HttpResponse response;
   std::optional<ScriptFailure> failure;
+  bool isMissing = false;  // there is no such page
 };
 
 // Safe from all threads; a page runs on the thread that asks for it. A thread that has run a page holds an

@@ -154,10 +154,9 @@ int Run(const RunOptions& run) {
     PrintFailure(*answer.failure);
     return 1;
   }
+  if (answer.isMissing) throw RunFailure("there is no page " + run.page);
   PrintResponse(answer.response, run.headers);
-  if (answer.response.status != 404) return 0;
-  std::fprintf(stderr, "varnel: there is no page %s\n", run.page.c_str());
-  return 1;
+  return 0;
 }
 
 int RunGuarded(const RunOptions& run) {

@@ -104,6 +104,15 @@ TEST(Convert, AnObjectGivesItsDefaultValueFirst) {
   EXPECT_EQ(NumberOf([] { ToText(Holding(Null())); }), 94);
 }
 
+TEST(Convert, APlainValueIsItselfAndAnObjectTheValueBehindIt) {
+  EXPECT_EQ(ToPlain(Long{12}), Variant(Long{12}));
+  EXPECT_EQ(ToPlain(Missing()), Variant(Missing()));
+  EXPECT_EQ(ToPlain(Holding(Holding(u"deep"))), Variant(u"deep"));
+  EXPECT_EQ(ToPlain(Holding(Null())), Variant(Null()));
+  EXPECT_EQ(NumberOf([] { ToPlain(kNothing); }), 91);
+  EXPECT_EQ(NumberOf([] { ToPlain(std::make_shared<Plain>()); }), 13);
+}
+
 TEST(Convert, AnObjectWithoutADefaultValueOrAnArrayIsAMismatch) {
   const Variant plain = std::make_shared<Plain>();
   const Variant array = std::make_shared<Array>();

@@ -1,14 +1,10 @@
 // A walk through the product list. At each step the rows and the counter on the screen must be those of a direct query.
 import assert from "node:assert/strict";
-import { mkdirSync } from "node:fs";
-import { dirname, join } from "node:path";
 import { after, before, test } from "node:test";
-import { fileURLToPath } from "node:url";
-import { chromium } from "playwright-core";
+import { click as clickOn, openBrowser, screenshot } from "./browser.mjs";
+import { orderBy, pageSize, productCount, productRows, sortColumns } from "./products.mjs";
 import { openShop } from "./shop.mjs";
 
-const pageSize = 20;
-const screenshots = join(dirname(fileURLToPath(import.meta.url)), "screenshots");
 const byName = "PRODUCTDESCRIPTION, PRODUCTID";
 const byNameReversed = "PRODUCTDESCRIPTION DESC, PRODUCTID DESC";
 
@@ -19,35 +15,17 @@ let total;
 let pages;
 
 before(async () => {
-  mkdirSync(screenshots, { recursive: true });
   shop = await openShop();
-  total = shop.query("SELECT COUNT(*) AS N FROM PRODUCT")[0].N;
+  total = productCount(shop);
   pages = Math.ceil(total / pageSize);
   browser = await openBrowser();
-  page = await browser.newPage({ viewport: { width: 1440, height: 900 } });
-  failOnErrors(page);
+  page = await browser.newPage(1440, 900);
 });
 
 after(async () => {
   await browser?.close();
   await shop?.close();
 });
-
-function openBrowser() {
-  return chromium.launch({
-    executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
-    args: ["--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu"],
-  });
-}
-
-// A page, image or style that the server doesn't give is noted and fails the test that comes upon it.
-const troubles = [];
-function failOnErrors(target) {
-  target.on("pageerror", (error) => troubles.push(String(error)));
-  target.on("response", (response) => {
-    if (response.status() >= 400) troubles.push(`${response.status()} ${response.url()}`);
-  });
-}
 
 function count(number) {
   return number.toLocaleString("en-US");
@@ -68,24 +46,21 @@ function screen() {
 // What should stand on page `number` of the list in `order`.
 function expected(order, number) {
   const first = (number - 1) * pageSize;
-  const rows = shop.query(
-    "SELECT PARTNUMBER, PRODUCTDESCRIPTION, MANUFACTURERNAME, CLASSIFICATION FROM PRODUCT P LEFT JOIN MANUFACTURER M " +
-      `ON M.MANUFACTURERID = P.MANUFACTURERID ORDER BY ${order} LIMIT ${pageSize} OFFSET ${first}`,
-  );
+  const rows = productRows(shop, order, number);
   return {
     counter: `${count(first + 1)} - ${count(first + rows.length)} of ${count(total)}`,
-    rows: rows.map((row) => Object.values(row).map(String)),
+    rows,
     current: count(number),
   };
 }
 
 async function assertPage(order, number) {
   assert.deepEqual(await screen(), expected(order, number), `page ${number} by ${order}\n${shop.words()}`);
-  assert.deepEqual(troubles, []);
+  assert.deepEqual(browser.troubles, []);
 }
 
-async function click(selector) {
-  await Promise.all([page.waitForNavigation(), page.click(selector)]);
+function click(selector) {
+  return clickOn(page, selector);
 }
 
 function head(title) {
@@ -111,7 +86,7 @@ test("the first page is sorted by name and leads only forward", async () => {
   assert.ok(await isGrey("previous"));
   assert.ok(!(await isGrey("next")));
   assert.ok(!(await isGrey("last")));
-  await page.screenshot({ path: join(screenshots, "list-1440.png") });
+  await screenshot(page, "list-1440");
 });
 
 test("a click on the name reverses the order, another one restores it", async () => {
@@ -126,14 +101,9 @@ test("a click on the name reverses the order, another one restores it", async ()
 
 test("every head sorts by its column, then the other way round", async () => {
   await page.goto(shop.url);
-  for (const [title, columns] of [
-    ["Part number", ["PARTNUMBER"]],
-    ["Manufacturer", ["P.MANUFACTURERID", "PRODUCTDESCRIPTION"]],
-    ["Category", ["CLASSIFICATION", "PRODUCTDESCRIPTION"]],
-    ["Name", ["PRODUCTDESCRIPTION"]],
-  ]) {
+  for (const [title, columns] of sortColumns) {
     for (const direction of ["ASC", "DESC"]) {
-      const order = [...columns, "PRODUCTID"].map((column) => `${column} ${direction}`).join(", ");
+      const order = orderBy(columns, direction);
       await click(head(title));
       await assertPage(order, 1);
       await click(".steps .next");
@@ -218,13 +188,12 @@ test("from the last page back over row 32,767, and forward again", async () => {
 });
 
 test("on a phone the list fits the screen", async () => {
-  const phone = await browser.newPage({ viewport: { width: 375, height: 812 } });
-  failOnErrors(phone);
+  const phone = await browser.newPage(375, 812);
   await phone.goto(shop.url);
   assert.equal(await phone.evaluate(() => document.documentElement.scrollWidth), 375);
-  await phone.screenshot({ path: join(screenshots, "list-375.png") });
+  await screenshot(phone, "list-375");
   await phone.close();
-  assert.deepEqual(troubles, []);
+  assert.deepEqual(browser.troubles, []);
 });
 
 test("the keyboard reaches every link, and the reached one shows", async () => {

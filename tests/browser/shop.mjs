@@ -9,7 +9,7 @@ import { fileURLToPath } from "node:url";
 import { promisify } from "node:util";
 
 const run = promisify(execFile);
-const repository = resolve(dirname(fileURLToPath(import.meta.url)), "../..");
+export const repository = resolve(dirname(fileURLToPath(import.meta.url)), "../..");
 const programs = resolve(process.env.VARNEL_BUILD ?? join(repository, "build/dev"));
 
 async function freePort() {
@@ -61,6 +61,7 @@ export async function openShop({ empty = false } = {}) {
     server = spawn(join(programs, "varnel"), ["serve", site, "--listen", `127.0.0.1:${port}`]);
     server.stdout.on("data", (data) => (words += data));
     server.stderr.on("data", (data) => (words += data));
+    server.once("exit", (code, signal) => (words += `varnel serve ended with ${code ?? signal}\n`));
     await Promise.race([
       untilServing(server, port, () => words),
       once(server, "error").then(([error]) => Promise.reject(error)),

@@ -360,6 +360,21 @@ TEST(PageMembers, AreFoundInAnyCaseOfLettersWithTheirOptionalArguments) {
   EXPECT_EQ(ErrorOf([&] { page->CallWith(u"OpenDatabaseConnection", Null()); }).Number, 94);
 }
 
+TEST(PageMembers, StandInTheOrderOfTheInterface) {
+  PageHost host;
+  const ClassInfo& info = host.NewPage()->Class();
+  std::vector<String> names;
+  for (const Member& member : info.members) names.push_back(member.name);
+  EXPECT_THAT(names, ElementsAre(u"OpenDatabaseConnection", u"SetEndUserStyle", u"DRecordset", u"Table",
+                                 u"DGrid", u"Add", u"URLEncode", u"URL", u"I18N", u"SetDGridViaPost",
+                                 u"GetDGridViaPost", u"ShowPageJump", u"GetPageJump"));
+  EXPECT_EQ(info.name, u"Page");
+  EXPECT_EQ(info.Default(), nullptr);
+  EXPECT_EQ(info.Find(u"DGrid")->Required(), 2);
+  EXPECT_EQ(info.Find(u"URL")->Required(), 1);
+  EXPECT_EQ(info.Find(u"URL")->parameters, 13);
+}
+
 TEST(PageFactories, AComponentThatCannotBeMadeIsLoggedAndRaised) {
   PageHost host;
   const auto page = host.NewPage();

@@ -49,6 +49,15 @@ TEST(DFields, NamesMayBeQualifiedBracketedAndInAnyCase) {
   }
 }
 
+TEST(DFields, AFieldAsKeyIsItsValue) {
+  const auto fields = FieldsOf({u"id", u"Price"});
+  const auto key = std::make_shared<DField>();
+  key->Value = u"p.Price";
+  EXPECT_EQ(IndexOf(fields, key), 1);
+  key->Value = Long{0};
+  EXPECT_EQ(IndexOf(fields, key), 0);
+}
+
 TEST(DFields, BracketsCountOnlyAroundTheWhole) { EXPECT_EQ(ErrorOf(FieldsOf({u"a"}), u"t.[a]").Number, 5); }
 
 TEST(DFields, AMissingKeyIsToldAsItWasGiven) {

@@ -93,6 +93,14 @@ TEST(NavigationStates, AShortPreviousPageKeepsAllTexts) {
   EXPECT_NE(texts.m_sStateLast, u"");
 }
 
+TEST(NavigationStates, MoreRowsThanAPageHasAreNoEnd) {
+  PageShown page = FullPage();
+  page.lastRow = 12;
+  const NavigationTexts texts = BuildNavigationStates(State(0), page);
+  EXPECT_EQ(texts.m_sStateNext, u"1x57x21x  00x0x  552+501x0x0x");
+  EXPECT_EQ(texts.m_sStateLast, u"3x57x1x  00x1x0x0x");
+}
+
 TEST(NavigationStates, AnEmptyPageLeadsBackToTheFirst) {
   PageShown page;
   page.pageSize = 10;

@@ -120,6 +120,7 @@ TEST_F(Navigation, AJumpToTheFirstOrLastPageIsThatRead) {
   const auto first = Jump(StateForPage(*fourth, -1));
   EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t ORDER BY id ASC");
   EXPECT_EQ(Window(*first), (std::vector<Long>{1, 12, 1, 4}));
+  EXPECT_EQ(first->GetRecordNumberForFirstRecordOnPage(), 1);
   const auto last = Jump(StateForPage(*fourth, 12));
   EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t ORDER BY id DESC");
   EXPECT_EQ(Ids(*last), Range(56, 57));
@@ -172,8 +173,11 @@ TEST_F(Navigation, RecordNumbersOfAJumpAreCountedFromThePageBeside) {
     return recordset->GetRecordNumberForFirstRecordOnPage();
   };
   EXPECT_EQ(firstRecord(u"1x57x6x  00x0x  2531x1x9x", 4), 16);
+  EXPECT_EQ(LastSql(), u"SELECT TOP 5 id, name FROM t WHERE id > '5' ORDER BY id ASC");  // page jump is off
   EXPECT_EQ(firstRecord(u"1x57x6x  00x0x  2531x1x9x", 2), 6);
   EXPECT_EQ(firstRecord(u"2x57x31x  00x0x  551+548x1x9x", 3), 11);
+  // One page to the other side of what the text reads: nothing is added or taken.
+  EXPECT_EQ(firstRecord(u"2x57x31x  00x0x  551+548x1x9x", 9), 31);
   // Sums wrap at 32 bits: 2147483646 and 10 more.
   EXPECT_EQ(firstRecord(u"1x57x2147483646x  00x0x  2531x1x9x", 4), -2147483640);
 }

@@ -281,8 +281,13 @@ TEST_F(Opening, AFailedQueryTellsTheTextAndTheProvidersErrors) {
 
 TEST_F(Opening, FailedRowsAreToldToo) {
   FillTable(1);
-  m_host.Database().FailGetRows(hostfake::Failure(3021, u"Gone"));
+  ErrInfo failure = hostfake::Failure(3021, u"Gone");
+  failure.HelpFile = u"help.chm";
+  failure.HelpContext = 7;
+  m_host.Database().FailGetRows(failure);
   const ErrInfo error = ErrorOf([&] { OpenAt(u""); });
+  EXPECT_EQ(error.HelpFile, u"help.chm");
+  EXPECT_EQ(error.HelpContext, 7);
   EXPECT_EQ(error.Number, 3021);
   EXPECT_EQ(
       error.Description,

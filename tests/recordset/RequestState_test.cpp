@@ -53,6 +53,17 @@ TEST_F(RequestState, AStateOfTheScriptGoesBeforeTheRequests) {
   EXPECT_EQ(Ids(*recordset), Range(1, 10));
 }
 
+TEST_F(RequestState, AnEmptyTextTakesAnEarlierStateBack) {
+  auto recordset = New();
+  recordset->SetState(u"1x57x11x  7105+100z1x0x  549+484x1x9x");  // by id, reversed
+  recordset->SetDefaultSortFields(u"name");
+  recordset->SetState(u"");
+  EXPECT_EQ(recordset->m_lDisplayPage, 1);
+  recordset->OpenRS(String(kListQuery), u"id");
+  EXPECT_EQ(LastSql(), u"SELECT TOP 10 id, name FROM t ORDER BY name ASC,id ASC");
+  EXPECT_EQ(recordset->GetState(), u"0x10x1x 14110+97+109+1010x1x0x0x");
+}
+
 TEST_F(RequestState, ADamagedTextLeavesTheRecordsetClosedAndItsStateAsItWas) {
   auto recordset = New();
   recordset->SetState(String(kSecondPage));

@@ -197,6 +197,12 @@ TEST(SortFieldsParse, ADirectionNeedsItsBlank) {
   EXPECT_EQ(ParseSortFields(Sorted(u"a  desc  "), u"a"), (Fields{{u"a", u"a", false}}));
 }
 
+// The blank in front of an entry is the one that its direction needs.
+TEST(SortFieldsParse, AnEntryOfADirectionAloneHasNoName) {
+  EXPECT_EQ(ParseSortFields(Sorted(u"a, desc"), u"k"),
+            (Fields{{u"a", u"a", true}, {u"", u"", false}, {u"k", u"", true}}));
+}
+
 TEST(SortFieldsParse, AKeyThatIsListedTwiceIsAddedOnce) {
   EXPECT_EQ(ParseSortFields(Sorted(u""), u"a,A"), (Fields{{u"a", u"", true}}));
 }

@@ -1,11 +1,26 @@
 #include <gtest/gtest.h>
 
 #include "TableHost.h"
+#include "varnel/automation/Members.h"
 
 namespace varnel {
 namespace {
 
 using TableFilling = TableTest;
+
+// An object with a value, as a recordset's field is one.
+class Holder : public Object {
+ public:
+  explicit Holder(Variant value) : m_value(std::move(value)) {}
+  const ClassInfo& Class() const override {
+    static const ClassInfo info{u"Holder", {ReadOnly<&Holder::Value>(u"Value").AsDefault()}};
+    return info;
+  }
+  Variant Value() const { return m_value; }
+
+ private:
+  Variant m_value;
+};
 
 String TextAt(const Table& table, int row, int col) {
   return ToText(table.Cells().At(row - 1, col - 1).Data);
@@ -226,6 +241,14 @@ TEST_F(TableFilling, DataIsKeptAsTextOrAsAComponent) {
   EXPECT_EQ(table->Cells().At(0, 3).Data, Variant(u"1.5"));
   EXPECT_EQ(table->Cells().At(0, 4).Data, Variant(u"True"));
   EXPECT_EQ(table->Cells().At(0, 5).Data, Variant(nested));
+}
+
+TEST_F(TableFilling, AnObjectStandsForItsValueAlsoWhereThatIsNull) {
+  const auto table = NewTable();
+  table->Cell(std::make_shared<Holder>(u"n1"));
+  table->Cell(std::make_shared<Holder>(Null()));
+  EXPECT_EQ(table->Cells().At(0, 0).Data, Variant(u"n1"));
+  EXPECT_EQ(table->Cells().At(0, 1).Data, Variant(u"&nbsp;"));
 }
 
 TEST_F(TableFilling, AnObjectThatIsNoComponentGivesItsValueOrFails) {

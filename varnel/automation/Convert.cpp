@@ -115,6 +115,11 @@ String ToText(const Variant& value) {
       value.Get());
 }
 
+Variant ToPlain(const Variant& value) {
+  const ObjectPtr* object = value.As<ObjectPtr>();
+  return object == nullptr ? value : ToPlain(DefaultValueOf(*object));
+}
+
 ObjectPtr ToObject(const Variant& value) {
   if (value.IsNull()) return nullptr;
   const ObjectPtr* object = value.As<ObjectPtr>();

@@ -26,6 +26,9 @@ Date ToDate(const Variant& value);
 // False; a date the user's short date, with the time unless it is midnight.
 String ToText(const Variant& value);
 
+// The value itself, or what stands for it where it is an object: its default value, which may be Null.
+Variant ToPlain(const Variant& value);
+
 // The object, or null for Nothing and for Null. Raises 13 for a plain value.
 ObjectPtr ToObject(const Variant& value);
 

@@ -45,7 +45,7 @@ bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 // Reads a number from the left; every step takes what it knows and leaves the rest.
 class NumberReader {
  public:
-  explicit NumberReader(StringView text) : m_rest(Trim(text)) {}
+  explicit NumberReader(StringView text) : m_text(Trim(text)), m_rest(m_text) {}
 
   double Read() {
     if (m_rest.size() > 1 && m_rest[0] == u'&') return ReadRadix();
@@ -70,11 +70,13 @@ class NumberReader {
 
   bool Take(StringView piece) {
     if (piece.empty() || !m_rest.starts_with(piece)) return false;
-    m_rest.erase(0, piece.size());
+    m_rest.remove_prefix(piece.size());
     return true;
   }
 
-  void SkipBlanks() { m_rest = TrimLeft(m_rest); }
+  void SkipBlanks() {
+    while (m_rest.starts_with(u' ')) m_rest.remove_prefix(1);
+  }
 
   // The currency symbol stands in front of the number, behind its sign or at the end, but only once.
   void TakeCurrency() {
@@ -98,7 +100,7 @@ class NumberReader {
     while (!m_rest.empty()) {
       if (IsDigit(m_rest[0])) {
         digits.push_back(static_cast<char>(m_rest[0]));
-        m_rest.erase(0, 1);
+        m_rest.remove_prefix(1);
       } else if (!grouped || digits.empty() || !TakeGroupMark()) {
         break;
       }
@@ -120,7 +122,7 @@ class NumberReader {
     const std::size_t signs = m_rest.size() > 1 && (m_rest[1] == u'-' || m_rest[1] == u'+') ? 1 : 0;
     if (m_rest.size() <= 1 + signs || !IsDigit(m_rest[1 + signs])) return {};
     const bool negative = m_rest[1] == u'-';
-    m_rest.erase(0, 1 + signs);
+    m_rest.remove_prefix(1 + signs);
     return (negative ? "e-" : "e") + TakeDigits(false);
   }
 
@@ -139,7 +141,7 @@ class NumberReader {
   double ReadRadix() {
     const bool hexadecimal = m_rest[1] == u'H' || m_rest[1] == u'h';
     if (!hexadecimal && m_rest[1] != u'O' && m_rest[1] != u'o') Mismatch();
-    const std::string digits = ToUtf8(StringView(m_rest).substr(2));
+    const std::string digits = ToUtf8(m_rest.substr(2));
     std::uint32_t pattern = 0;
     const auto result =
         std::from_chars(digits.data(), digits.data() + digits.size(), pattern, hexadecimal ? 16 : 8);
@@ -148,7 +150,8 @@ class NumberReader {
     return pattern <= 0xFFFF ? static_cast<Integer>(pattern) : static_cast<Long>(pattern);
   }
 
-  String m_rest;
+  String m_text;
+  StringView m_rest;      // of m_text: what isn't read yet
   bool m_signed = false;  // a sign was taken in front
   bool m_priced = false;  // the currency symbol was taken
 };

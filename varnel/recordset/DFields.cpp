@@ -48,7 +48,7 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    return CastObject<DField>(Required(m_Fields).Item(CollectionKey(iIndexOrKey)));
+    return CastObject<DField>(Required(m_Fields).Item(CollectionKey(ToPlain(iIndexOrKey))));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

@@ -14,12 +14,14 @@ namespace {
 // Counters are 16 bit wide and wrap.
 Integer Wrapped(int iValue) { return static_cast<Integer>(iValue); }
 
-// What a cell keeps of its data: a table or a grid as it is, all else as text.
+// What a cell keeps of its data: a table or a grid as it is, all else as text. Any other object stands for
+// its value, so that a recordset's field can be passed as it is.
 Variant CellData(const Variant& iData) {
   if (iData.IsObject() && (Util_CastTable(iData) != nullptr || Util_CastDGrid(iData) != nullptr))
     return iData;
-  if (iData.IsNull()) return u"&nbsp;";
-  return ToText(iData);
+  const Variant value = ToPlain(iData);
+  if (value.IsNull()) return u"&nbsp;";
+  return ToText(value);
 }
 
 [[noreturn]] void RaiseTaken(CellPosition iPosition, const Variant& iData) {

@@ -1,0 +1,38 @@
+// The browser of a test: Debian's Chromium, pages that note what goes wrong on them, screenshots.
+import { mkdirSync } from "node:fs";
+import { dirname, join } from "node:path";
+import { fileURLToPath } from "node:url";
+import { chromium } from "playwright-core";
+
+const screenshots = join(dirname(fileURLToPath(import.meta.url)), "screenshots");
+
+export async function openBrowser() {
+  const browser = await chromium.launch({
+    executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
+    args: ["--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu"],
+  });
+  // A script's error, or a page, image or style that the server doesn't give. Tests compare this with nothing.
+  const troubles = [];
+  return {
+    troubles,
+    async newPage(width, height) {
+      const page = await browser.newPage({ viewport: { width, height } });
+      page.on("pageerror", (error) => troubles.push(String(error)));
+      page.on("response", (response) => {
+        if (response.status() >= 400) troubles.push(`${response.status()} ${response.url()}`);
+      });
+      return page;
+    },
+    close: () => browser.close(),
+  };
+}
+
+export async function screenshot(page, name) {
+  mkdirSync(screenshots, { recursive: true });
+  await page.screenshot({ path: join(screenshots, `${name}.png`) });
+}
+
+// Clicks, and waits for the page that comes.
+export async function click(page, selector) {
+  await Promise.all([page.waitForNavigation(), page.click(selector)]);
+}
