@@ -1,15 +1,13 @@
 // One page of a table as a grid, by the library and the host's database, without a server and without
-// scripts:
-//   varnel-embedding FILE.db [QUERY] > page.html
-// FILE.db holds a table ELEMENT, as `varnel new` makes it; QUERY is what stands behind the "?" of a grid's
-// link.
+// scripts: varnel-embedding FILE.db MESSAGES [QUERY] > page.html
+// FILE.db holds a table ELEMENT and the folder MESSAGES the grid's words, as `varnel new` makes both; QUERY
+// is what stands behind the "?" of a link.
 #include <cstdio>
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 #include "varnel/grid/DGrid.h"
 
 using namespace hostlinux;
@@ -17,21 +15,9 @@ using varnel::CastObject;
 
 namespace {
 
-// The words of a grid, in the language 1033, English.
-const MessageManager::Texts kTexts = {{u"SLBGE0015", u"Records"},
-                                      {u"SLBGE0016", u"[%CurrentRecord%] of [%RecordCount%]"},
-                                      {u"SLBGE0017", u"No records"},
-                                      {u"SLBGE0018", u"First page"},
-                                      {u"SLBGE0019", u"Previous page"},
-                                      {u"SLBGE0020", u"Next page"},
-                                      {u"SLBGE0021", u"Last page"},
-                                      {u"SLBGE0032", u"Sort"},
-                                      {u"SLBGE0034", u"Sorted: turn around"},
-                                      {u"SLBGE0035", u"Sorted: turn around"}};
-
 // What the library finds around it: a request that tells the place in the list, and values of the
 // application.
-ObjectContext::Intrinsics MakeIntrinsics(const char* file, const char* query) {
+ObjectContext::Intrinsics MakeIntrinsics(const char* file, const char* messages, const char* query) {
   HttpRequest http;
   http.method = "GET";
   http.path = "/example/elements";  // links are built from it: /example/elements?R_1=...
@@ -41,9 +27,7 @@ ObjectContext::Intrinsics MakeIntrinsics(const char* file, const char* query) {
   const auto application = std::make_shared<ApplicationState>();
   application->Set(u"Demo_ConnectionString",
                    u"Provider=SQLite;Mode=Read;Data Source=" + varnel::FromUtf8(file));
-  application->Set(
-      u"I18NMessageManager",
-      std::make_shared<MessageManager>(std::map<varnel::String, MessageManager::Texts>{{u"1033", kTexts}}));
+  application->Set(u"I18NMessageManager", LoadMessages(messages));
   const auto sessions = std::make_shared<SessionStore>(SessionStore::Options());
   return {std::make_shared<Request>(request), std::make_shared<Response>(Response::Options()),
           std::make_shared<Session>(sessions, "", Session::Options()),
@@ -69,16 +53,17 @@ void WriteElements(varnel::Page& page) {
 }  // namespace
 
 int main(int argc, char** argv) try {
+  if (argc < 3) throw std::runtime_error("varnel-embedding FILE.db MESSAGES [QUERY]");
   const SiteConfiguration site;
   LinuxPlatform platform(site, AdoDatabase::Make({}));
   varnel::host::SetPlatform(&platform);
-  const auto intrinsics = MakeIntrinsics(argc > 1 ? argv[1] : "elements.db", argc > 2 ? argv[2] : "");
+  const auto intrinsics = MakeIntrinsics(argv[1], argv[2], argc > 3 ? argv[3] : "");
   const ContextGuard request(std::make_shared<ObjectContext>(
       intrinsics, [&](varnel::StringView progID) { return platform.CreateObject(progID); }));
   WriteElements(*CastObject<varnel::Page>(CurrentContext()->CreateInstance(u"Varnel.Page")));
   std::puts(intrinsics.response->Take().body.c_str());
   return 0;
-} catch (const varnel::Error& error) {
+} catch (const std::exception& error) {
   std::fprintf(stderr, "%s\n", error.what());
   return 1;
 }

@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "host-linux/services/SiteConfiguration.h"
@@ -69,6 +71,45 @@ TEST_F(NewSite, ShowsItsTableAsAGrid) {
   EXPECT_THAT(page, Not(HasSubstr(">Aluminium</td>")));
   EXPECT_THAT(page, HasSubstr("<B>1</B>"));
   EXPECT_THAT(page, HasSubstr(">8</A>"));
+}
+
+// The query of the link around the image whose title is the `which`th of that text.
+std::string QueryOf(const std::string& page, const std::string& title, int which = 1) {
+  std::size_t at = 0;
+  while (which-- > 0) at = page.find(" title=\"" + title + "\" ", at + 1);
+  if (at == std::string::npos) return "";
+  const std::string start = "<a href=\"/hello/list.asp?";
+  const auto link = page.rfind(start, at) + start.size();
+  return page.substr(link, page.find('"', link) - link);
+}
+
+// The weights of the rows, one after another.
+std::vector<double> WeightsOf(const std::string& page) {
+  std::vector<double> weights;
+  const std::regex lastCell(R"(>([0-9.]+)</td></tr>)");
+  for (std::sregex_iterator row(page.begin(), page.end(), lastCell), end; row != end; ++row) {
+    weights.push_back(std::stod((*row)[1]));
+  }
+  return weights;
+}
+
+TEST_F(NewSite, WalksItsTableByWeightFromEndToEnd) {
+  MakeNewSite(m_folder / "hello");
+  hosttest::PageRunner runner(m_folder / "hello");
+  // The texts before it: two for each of the two heads to its left.
+  std::string page = runner.Run("list.asp", QueryOf(runner.Run("list.asp"), "Sort by this column", 5));
+  std::vector<double> weights = WeightsOf(page);
+  for (int i = 1; i < 8; ++i) {
+    page = runner.Run("list.asp", QueryOf(page, "Next page"));
+    const auto more = WeightsOf(page);
+    weights.insert(weights.end(), more.begin(), more.end());
+  }
+  EXPECT_THAT(page, HasSubstr("BtnNavBarNavyLastOff.gif"));
+  EXPECT_THAT(page, HasSubstr("Records 85-92 of 92"));
+  EXPECT_EQ(weights.size(), 92U);
+  EXPECT_TRUE(std::is_sorted(weights.begin(), weights.end()));
+  EXPECT_EQ(weights.front(), 1.008);
+  EXPECT_EQ(weights.back(), 238.03);
 }
 
 TEST_F(NewSite, HasEveryImageThatItsGridNames) {

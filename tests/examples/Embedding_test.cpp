@@ -34,7 +34,9 @@ class Embedding : public ::testing::Test {
 
   // What the program writes to standard output.
   std::string Output(const std::string& query) {
-    const std::string command = EMBEDDING_PROGRAM " '" + m_database + "' '" + query + "'";
+    const std::string command = EMBEDDING_PROGRAM " '" + m_database +
+                                "' '" VARNEL_SOURCE_DIR "/host-linux/command/new-site/messages' '" + query +
+                                "'";
     FILE* pipe = ::popen(command.c_str(), "r");
     std::string output;
     std::array<char, 4096> part;
