@@ -20,7 +20,7 @@ rs.OpenRS(productQuery(), "PRODUCTID");
 <%= documentHead(page, "Products") %>
 </head>
 <body>
-<%= siteHeader(page, "index.asp") %>
+<%= siteHeader(page, "list.asp") %>
 <main>
 <div class="bar">
 <h1>Products</h1>
