@@ -1,6 +1,8 @@
 // The error that a call raises, as a value to compare.
 #pragma once
 
+#include <utility>
+
 #include "varnel/automation/Error.h"
 
 namespace hostfake {
@@ -14,6 +16,12 @@ varnel::ErrInfo ErrorOf(F&& call) {
     return error.Info();
   }
   return {};
+}
+
+// Its number alone.
+template <typename F>
+varnel::Long NumberOf(F&& call) {
+  return ErrorOf(std::forward<F>(call)).Number;
 }
 
 }  // namespace hostfake

@@ -35,8 +35,8 @@ ServerHandlers HandlersOf(SiteHost& host) {
   return handlers;
 }
 
-SiteConfiguration Configuration(const TestSite& site) {
-  SiteConfiguration configuration = LoadSiteConfiguration(site.Folder());
+SiteConfiguration Configuration(const std::filesystem::path& folder) {
+  SiteConfiguration configuration = LoadSiteConfiguration(folder);
   StartLog(configuration);
   return configuration;
 }
@@ -44,14 +44,14 @@ SiteConfiguration Configuration(const TestSite& site) {
 }  // namespace
 
 struct ServedSite::Parts {
-  explicit Parts(const TestSite& site)
-      : host(Configuration(site), SharedRuntime(), {}),
+  explicit Parts(const std::filesystem::path& folder)
+      : host(Configuration(folder), SharedRuntime(), {}),
         server(OptionsOf(host.Site()), HandlersOf(host), ListenAt("127.0.0.1:0")) {}
   SiteHost host;
   HttpServer server;  // ends first: its threads hold engines of the host
 };
 
-ServedSite::ServedSite(const TestSite& site) : m_parts(std::make_unique<Parts>(site)) {}
+ServedSite::ServedSite(const std::filesystem::path& folder) : m_parts(std::make_unique<Parts>(folder)) {}
 
 ServedSite::~ServedSite() {
   m_parts = nullptr;
@@ -60,11 +60,18 @@ ServedSite::~ServedSite() {
 
 std::uint16_t ServedSite::Port() const { return m_parts->server.Port(); }
 
+std::string ServedSite::PageText(const std::string& page, const std::string& query) const {
+  const std::string target = m_parts->host.Site().root + "/" + page + (query.empty() ? "" : "?" + query);
+  const Answer answer = TestClient(Port()).Get(target);
+  EXPECT_EQ(answer.status, 200) << page << ": " << answer.body;
+  return answer.body;
+}
+
 PageTest::PageTest() = default;
 PageTest::~PageTest() = default;
 
 ServedSite& PageTest::Served() {
-  if (!m_served) m_served = std::make_unique<ServedSite>(site);
+  if (!m_served) m_served = std::make_unique<ServedSite>(site.Folder());
   return *m_served;
 }
 

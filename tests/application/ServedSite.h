@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -14,10 +15,13 @@ namespace hosttest {
 class ServedSite {
  public:
   // Reads the site's configuration as it stands; serves on a port of its own until it ends.
-  explicit ServedSite(const TestSite& site);
+  explicit ServedSite(const std::filesystem::path& folder);
   ~ServedSite();
 
   std::uint16_t Port() const;
+
+  // The text of a page that must succeed, named from the site's root on, over a connection of its own.
+  std::string PageText(const std::string& page, const std::string& query = "") const;
 
  private:
   struct Parts;

@@ -2,26 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/automation/Holder.h"
 #include "tests/automation/Raises.h"
 #include "varnel/automation/Collection.h"
-#include "varnel/automation/Members.h"
 
 namespace varnel::test {
 namespace {
-
-// An object whose default value is what it is made with.
-class Holder : public Object {
- public:
-  explicit Holder(Variant value) : m_value(std::move(value)) {}
-  const ClassInfo& Class() const override {
-    static const ClassInfo info{u"Holder", {ReadOnly<&Holder::Value>(u"Value").AsDefault()}};
-    return info;
-  }
-  Variant Value() const { return m_value; }
-
- private:
-  Variant m_value;
-};
 
 // An object without a default value.
 class Plain : public Object {

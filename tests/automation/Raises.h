@@ -3,21 +3,12 @@
 
 #include <utility>
 
-#include "varnel/automation/Error.h"
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/LocaleFacts.h"
 
 namespace varnel::test {
 
-// The number of the error that `call` raises; 0 if it raises nothing.
-template <typename F>
-Long NumberOf(F&& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
+using hostfake::NumberOf;
 
 class UserLocaleIs {
  public:

@@ -11,7 +11,7 @@
 #include <sstream>
 
 #include "host-linux/services/SiteConfiguration.h"
-#include "tests/command/PageRunner.h"
+#include "tests/application/ServedSite.h"
 
 namespace hostlinux {
 namespace {
@@ -46,7 +46,7 @@ class NewSite : public ::testing::Test {
 };
 
 std::string RunPage(const std::filesystem::path& site, const std::string& page, const std::string& query) {
-  return hosttest::PageRunner(site).Run(page, query);
+  return hosttest::ServedSite(site).PageText(page, query);
 }
 
 TEST_F(NewSite, SaysHelloOnItsFirstPage) {
@@ -95,12 +95,13 @@ std::vector<double> WeightsOf(const std::string& page) {
 
 TEST_F(NewSite, WalksItsTableByWeightFromEndToEnd) {
   MakeNewSite(m_folder / "hello");
-  hosttest::PageRunner runner(m_folder / "hello");
+  const hosttest::ServedSite served(m_folder / "hello");
   // The texts before it: two for each of the two heads to its left.
-  std::string page = runner.Run("list.asp", QueryOf(runner.Run("list.asp"), "Sort by this column", 5));
+  std::string page =
+      served.PageText("list.asp", QueryOf(served.PageText("list.asp"), "Sort by this column", 5));
   std::vector<double> weights = WeightsOf(page);
   for (int i = 1; i < 8; ++i) {
-    page = runner.Run("list.asp", QueryOf(page, "Next page"));
+    page = served.PageText("list.asp", QueryOf(page, "Next page"));
     const auto more = WeightsOf(page);
     weights.insert(weights.end(), more.begin(), more.end());
   }

@@ -1,11 +1,13 @@
 // Connections, recordsets, fields and errors as scripts and the library use them.
 #include <fstream>
 
+#include "host-fake/ErrorOf.h"
 #include "host-linux/database/provider/ConnectionString.h"
 #include "tests/database/TestDatabase.h"
 
 namespace {
 
+using hostfake::NumberOf;
 using varnel::Arguments;
 using varnel::Long;
 using varnel::String;
@@ -29,19 +31,18 @@ class Ado : public TestDatabase {};
 // --- Connection
 
 TEST_F(Ado, AnEmptyConnectionTextFails) {
-  EXPECT_EQ(provider_error::kFail, RaisedNumber([&] { Connect(u""); }));
-  EXPECT_EQ(provider_error::kFail, RaisedNumber([&] { Connect(u"Provider=Other;Data Source=x"); }));
-  EXPECT_EQ(provider_error::kFail, RaisedNumber([&] { Connect(u"test.db"); }));
+  EXPECT_EQ(provider_error::kFail, NumberOf([&] { Connect(u""); }));
+  EXPECT_EQ(provider_error::kFail, NumberOf([&] { Connect(u"Provider=Other;Data Source=x"); }));
+  EXPECT_EQ(provider_error::kFail, NumberOf([&] { Connect(u"test.db"); }));
 }
 
 TEST_F(Ado, ReadModeNeitherWritesNorCreates) {
   Run(u"CREATE TABLE t (a INT)");
   EXPECT_EQ(provider_error::kFail,
-            RaisedNumber([&] { Connect(u"Provider=SQLite;Data Source=none.db;Mode=Read"); }));
+            NumberOf([&] { Connect(u"Provider=SQLite;Data Source=none.db;Mode=Read"); }));
   EXPECT_FALSE(std::filesystem::exists(m_folder / "none.db"));
   const auto reader = Connect(u"Provider=SQLite;Data Source=test.db;Mode=Read");
-  EXPECT_EQ(provider_error::kPermission,
-            RaisedNumber([&] { reader->Execute(u"INSERT INTO t VALUES (1)", -1); }));
+  EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(u"INSERT INTO t VALUES (1)", -1); }));
 }
 
 TEST_F(Ado, AMissingFileIsNamed) {
@@ -56,15 +57,15 @@ TEST_F(Ado, AMissingFileIsNamed) {
 TEST_F(Ado, AFileThatIsNoDatabaseFailsAtOpen) {
   std::ofstream(m_folder / "text.db") << std::string(4096, 'x');
   EXPECT_EQ(provider_error::kFail,
-            RaisedNumber([&] { Connect(u"Provider=SQLite;Data Source=text.db;Mode=Read"); }));
+            NumberOf([&] { Connect(u"Provider=SQLite;Data Source=text.db;Mode=Read"); }));
 }
 
 TEST_F(Ado, OneStatementACall) {
   Run(u"CREATE TABLE t (a INT); -- made");
   EXPECT_EQ(provider_error::kSyntax,
-            RaisedNumber([&] { Run(u"INSERT INTO t VALUES (1); INSERT INTO t VALUES (2)"); }));
+            NumberOf([&] { Run(u"INSERT INTO t VALUES (1); INSERT INTO t VALUES (2)"); }));
   EXPECT_EQ("0", Rows(u"SELECT COUNT(*) FROM t"));
-  EXPECT_EQ(provider_error::kNoCommand, RaisedNumber([&] { Run(u"  "); }));
+  EXPECT_EQ(provider_error::kNoCommand, NumberOf([&] { Run(u"  "); }));
 }
 
 TEST_F(Ado, TheIsolationStatementIsTaken) {
@@ -98,13 +99,13 @@ TEST_F(Ado, TransactionsCommitAndRollBack) {
 TEST_F(Ado, AClosedConnectionRefuses) {
   m_connection->Close();
   EXPECT_EQ(0, m_connection->State());
-  EXPECT_EQ(AdoNumber(3704), RaisedNumber([&] { m_connection->Close(); }));
-  EXPECT_EQ(AdoNumber(3704), RaisedNumber([&] { Run(u"SELECT 1"); }));
-  EXPECT_EQ(AdoNumber(3709), RaisedNumber([&] { Query(u"SELECT 1"); }));
+  EXPECT_EQ(AdoNumber(3704), NumberOf([&] { m_connection->Close(); }));
+  EXPECT_EQ(AdoNumber(3704), NumberOf([&] { Run(u"SELECT 1"); }));
+  EXPECT_EQ(AdoNumber(3709), NumberOf([&] { Query(u"SELECT 1"); }));
 }
 
 TEST_F(Ado, OpeningAnOpenConnectionFails) {
-  EXPECT_EQ(AdoNumber(3705), RaisedNumber([&] { m_connection->Open(u"x", u"", u"", -1); }));
+  EXPECT_EQ(AdoNumber(3705), NumberOf([&] { m_connection->Open(u"x", u"", u"", -1); }));
 }
 
 TEST_F(Ado, AReleasedConnectionWaitsForTheNextUserWithoutItsTransaction) {
@@ -130,7 +131,7 @@ TEST_F(Ado, AReplacedFileIsOpenedAnew) {
   m_connection = nullptr;
   std::filesystem::remove(m_folder / "test.db");
   m_connection = Connect(u"Provider=SQLite;Data Source=test.db");
-  EXPECT_EQ(provider_error::kNoTable, RaisedNumber([&] { Run(u"SELECT a FROM t"); }));
+  EXPECT_EQ(provider_error::kNoTable, NumberOf([&] { Run(u"SELECT a FROM t"); }));
 }
 
 TEST_F(Ado, ARunawayStatementTimesOut) {
@@ -139,14 +140,14 @@ TEST_F(Ado, ARunawayStatementTimesOut) {
   MakeDatabase(options);
   const String endless =
       u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT MAX(i) FROM n";
-  EXPECT_EQ(provider_error::kTimeout, RaisedNumber([&] { Run(endless); }));
+  EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { Run(endless); }));
   EXPECT_EQ("1", Rows(u"SELECT 1"));
 }
 
 // --- Errors
 
 TEST_F(Ado, AFailureStandsAmongTheErrors) {
-  EXPECT_EQ(provider_error::kNoTable, RaisedNumber([&] { Run(u"SELECT a FROM nowhere"); }));
+  EXPECT_EQ(provider_error::kNoTable, NumberOf([&] { Run(u"SELECT a FROM nowhere"); }));
   const auto errors = m_connection->Errors();
   ASSERT_EQ(1u, errors.size());
   EXPECT_EQ(provider_error::kNoTable, errors[0].Number);
@@ -159,15 +160,15 @@ TEST_F(Ado, AFailureStandsAmongTheErrors) {
 TEST_F(Ado, ErrorsHaveNumbersByKind) {
   Run(u"CREATE TABLE t (a INT PRIMARY KEY)");
   Run(u"INSERT INTO t VALUES (1)");
-  EXPECT_EQ(provider_error::kSyntax, RaisedNumber([&] { Run(u"SELEC 1"); }));
+  EXPECT_EQ(provider_error::kSyntax, NumberOf([&] { Run(u"SELEC 1"); }));
   EXPECT_EQ(u"42000", m_connection->Errors()[0].SQLState);
-  EXPECT_EQ(provider_error::kIntegrity, RaisedNumber([&] { Run(u"INSERT INTO t VALUES (1)"); }));
+  EXPECT_EQ(provider_error::kIntegrity, NumberOf([&] { Run(u"INSERT INTO t VALUES (1)"); }));
   EXPECT_EQ(u"23000", m_connection->Errors()[0].SQLState);
   EXPECT_EQ(1555, m_connection->Errors()[0].NativeError);
 }
 
 TEST_F(Ado, ScriptsWalkTheErrors) {
-  RaisedNumber([&] { Run(u"SELECT a FROM nowhere"); });
+  NumberOf([&] { Run(u"SELECT a FROM nowhere"); });
   const auto errors = m_connection->ErrorCollection();
   EXPECT_EQ(Variant(Long{1}), errors->Get(u"count"));
   EXPECT_EQ(u"42S02", errors->Item(0)->SQLState());
@@ -175,7 +176,7 @@ TEST_F(Ado, ScriptsWalkTheErrors) {
   Variant error;
   EXPECT_TRUE(walk->Next(error));
   EXPECT_FALSE(walk->Next(error));
-  EXPECT_EQ(AdoNumber(3265), RaisedNumber([&] { errors->Item(1); }));
+  EXPECT_EQ(AdoNumber(3265), NumberOf([&] { errors->Item(1); }));
 }
 
 // --- Recordset
@@ -249,8 +250,8 @@ TEST_F(AdoRows, WalksToTheEnd) {
   EXPECT_FALSE(rs->IsEOF());
   rs->MoveNext();
   EXPECT_TRUE(rs->IsEOF());
-  EXPECT_EQ(AdoNumber(3021), RaisedNumber([&] { rs->MoveNext(); }));
-  EXPECT_EQ(AdoNumber(3021), RaisedNumber([&] { rs->FieldValue(0); }));
+  EXPECT_EQ(AdoNumber(3021), NumberOf([&] { rs->MoveNext(); }));
+  EXPECT_EQ(AdoNumber(3021), NumberOf([&] { rs->FieldValue(0); }));
   rs->MoveFirst();
   EXPECT_EQ(Variant(Long{1}), rs->FieldValue(0));
   rs->MovePrevious();
@@ -264,7 +265,7 @@ TEST_F(AdoRows, AnEmptyResultStandsAtBothEnds) {
   EXPECT_TRUE(rs->IsEOF());
   EXPECT_TRUE(rs->IsBOF());
   EXPECT_EQ(0, rs->RecordCount());
-  EXPECT_EQ(AdoNumber(3021), RaisedNumber([&] { rs->GetRows(); }));
+  EXPECT_EQ(AdoNumber(3021), NumberOf([&] { rs->GetRows(); }));
 }
 
 TEST_F(AdoRows, RecordCountDependsOnTheCursor) {
@@ -318,9 +319,9 @@ TEST_F(AdoRows, FieldsAreFoundByPositionAndName) {
   EXPECT_EQ(u"id", rs->Fields()->Item(Variant(Long{0}))->Name());
   rs->MoveNext();
   EXPECT_TRUE(name->Value().IsNull());
-  EXPECT_EQ(AdoNumber(3265), RaisedNumber([&] { rs->Item(u"none"); }));
-  EXPECT_EQ(AdoNumber(3265), RaisedNumber([&] { rs->Item(Variant(Long{2})); }));
-  EXPECT_EQ(AdoNumber(3251), RaisedNumber([&] { name->SetValue(u"x"); }));
+  EXPECT_EQ(AdoNumber(3265), NumberOf([&] { rs->Item(u"none"); }));
+  EXPECT_EQ(AdoNumber(3265), NumberOf([&] { rs->Item(Variant(Long{2})); }));
+  EXPECT_EQ(AdoNumber(3251), NumberOf([&] { name->SetValue(u"x"); }));
 }
 
 TEST_F(AdoRows, ScriptsUseTheMemberTables) {
@@ -354,10 +355,10 @@ TEST_F(AdoRows, ATextAsConnectionOpensOneOfItsOwn) {
 
 TEST_F(AdoRows, OpenAndClosedRecordsetsRefuseTheOther) {
   const auto rs = Query(u"SELECT id FROM t");
-  EXPECT_EQ(AdoNumber(3705), RaisedNumber([&] { rs->Open(u"SELECT 1", m_connection, -1, -1, -1); }));
+  EXPECT_EQ(AdoNumber(3705), NumberOf([&] { rs->Open(u"SELECT 1", m_connection, -1, -1, -1); }));
   rs->Close();
-  EXPECT_EQ(AdoNumber(3704), RaisedNumber([&] { rs->IsEOF(); }));
-  EXPECT_EQ(AdoNumber(3704), RaisedNumber([&] { rs->Close(); }));
+  EXPECT_EQ(AdoNumber(3704), NumberOf([&] { rs->IsEOF(); }));
+  EXPECT_EQ(AdoNumber(3704), NumberOf([&] { rs->Close(); }));
 }
 
 TEST_F(AdoRows, AStatementWithoutRowsLeavesTheRecordsetClosed) {
@@ -380,7 +381,7 @@ TEST_F(AdoRows, ARecordsetMadeByHandTakesRows) {
   const auto rs = Closed();
   rs->Fields()->Append(u"name", 8, 0, -1);
   rs->Fields()->Append(u"n", 3, 0, -1);
-  EXPECT_EQ(AdoNumber(3367), RaisedNumber([&] { rs->Fields()->Append(u"NAME", 8, 0, -1); }));
+  EXPECT_EQ(AdoNumber(3367), NumberOf([&] { rs->Fields()->Append(u"NAME", 8, 0, -1); }));
   rs->CallWith(u"Open");
   EXPECT_TRUE(rs->IsEOF());
   rs->AddNew();
@@ -394,11 +395,11 @@ TEST_F(AdoRows, ARecordsetMadeByHandTakesRows) {
   rs->MoveNext();
   EXPECT_TRUE(rs->FieldValue(0).IsNull());
   EXPECT_EQ(Variant(Long{12}), rs->FieldValue(1));
-  EXPECT_EQ(AdoNumber(3219), RaisedNumber([&] { rs->Fields()->Append(u"late", 8, 0, -1); }));
+  EXPECT_EQ(AdoNumber(3219), NumberOf([&] { rs->Fields()->Append(u"late", 8, 0, -1); }));
 }
 
 TEST_F(AdoRows, OnlyARecordsetMadeByHandTakesNewRows) {
-  EXPECT_EQ(AdoNumber(3251), RaisedNumber([&] { Query(u"SELECT id FROM t")->AddNew(); }));
+  EXPECT_EQ(AdoNumber(3251), NumberOf([&] { Query(u"SELECT id FROM t")->AddNew(); }));
 }
 
 // --- hooks
@@ -409,7 +410,7 @@ TEST_F(AdoRows, EveryStatementIsTraced) {
   options.onStatement = [&](const hostlinux::SqlTraceEntry& entry) { trace.push_back(entry); };
   MakeDatabase(options);
   Query(u"SELECT TOP 2 id FROM t WHERE id > '1'");
-  RaisedNumber([&] { Run(u"SELEC"); });
+  NumberOf([&] { Run(u"SELEC"); });
   ASSERT_EQ(2u, trace.size());
   EXPECT_EQ(u"SELECT TOP 2 id FROM t WHERE id > '1'", trace[0].sql);
   EXPECT_EQ(u"SELECT id FROM t WHERE id > 1 LIMIT 2", trace[0].sent);

@@ -44,25 +44,24 @@ String Decoded(const String& url) {
   return varnel::FromUtf8(result);
 }
 
-struct WalkOptions {
-  varnel::Integer size = 10;
-  bool counting = false;
-  bool jumping = false;
-};
-
 class DRecordsetWalk : public TestDatabase {
  protected:
-  void UseTable(const RandomTable& table, const std::vector<bool>& ascending, const WalkOptions& options) {
+  void UseTable(const RandomTable& table, const std::vector<bool>& ascending, bool keyNamed) {
     Run(table.CreateSql());
     if (!table.Rows().empty()) Run(table.InsertSql());
-    m_options = options;
     m_query = table.SelectSql() + u" WHERE id > -1000 ORDER BY 1";
     for (std::size_t i = 0; i < table.Columns().size(); ++i) {
       const ModelColumn& column = table.Columns()[i];
       m_sort += column.expression == column.name ? column.name : column.expression + u" AS " + column.name;
       m_sort += ascending[i] ? u"," : u" DESC,";
     }
-    m_sort += ascending.back() ? u"id" : u"id DESC";
+    // A key that isn't named is the last column all the same, and ascends.
+    if (!ascending.back())
+      m_sort += u"id DESC";
+    else if (keyNamed)
+      m_sort += u"id";
+    else
+      m_sort.pop_back();
     for (const RandomTable::Row& row : table.Sorted(ascending))
       m_ids.push_back(static_cast<Long>(*row.back().number));
   }
@@ -75,11 +74,11 @@ class DRecordsetWalk : public TestDatabase {
     const auto page = m_host->Create<Page>(u"Varnel.Page");
     page->OpenDatabaseConnection(u"Live");
     const auto recordset = varnel::CastObject<DRecordset>(page->DRecordset());
-    recordset->SetPageSize(m_options.size);
+    recordset->SetPageSize(m_size);
     recordset->SetDefaultSortFields(m_sort);
-    if (m_options.counting) recordset->SetRecCountON();
+    if (m_counting) recordset->SetRecCountON();
     varnel::Integer width = 5;
-    if (m_options.jumping) recordset->SetPageJump(m_options.jumping, width);
+    if (m_jumping) recordset->SetPageJump(m_jumping, width);
     recordset->OpenRS(m_query, u"id");
     return recordset;
   }
@@ -100,14 +99,15 @@ class DRecordsetWalk : public TestDatabase {
             m_ids.begin() + static_cast<std::ptrdiff_t>(end)};
   }
 
-  std::size_t Size() const { return static_cast<std::size_t>(m_options.size); }
+  std::size_t Size() const { return static_cast<std::size_t>(m_size); }
+  Long Total() const { return static_cast<Long>(m_ids.size()); }
   std::size_t LastBegin() const { return m_ids.empty() ? 0 : (m_ids.size() - 1) / Size() * Size(); }
 
   void ExpectPage(DRecordset& recordset, std::size_t begin, const char* way) {
     ASSERT_EQ(Slice(begin), Ids(recordset)) << way << " at " << begin;
     EXPECT_EQ(static_cast<Long>(begin) + 1, recordset.GetRecordNumberForFirstRecordOnPage()) << way;
-    if (m_options.counting) {
-      EXPECT_EQ(static_cast<Long>(m_ids.size()), recordset.GetTotalNumberOfRecords()) << way;
+    if (m_counting) {
+      EXPECT_EQ(Total(), recordset.GetTotalNumberOfRecords()) << way;
     }
   }
 
@@ -120,6 +120,7 @@ class DRecordsetWalk : public TestDatabase {
       begin += Size();
       ASSERT_NO_FATAL_FAILURE(ExpectPage(*recordset, begin, "next"));
     }
+    EXPECT_EQ(Total(), recordset->GetTotalNumberOfRecords());
     while (begin > 0) {
       recordset = Open(recordset->GetStatePrev());
       begin -= Size();
@@ -131,17 +132,18 @@ class DRecordsetWalk : public TestDatabase {
     if (m_ids.size() <= Size()) return;
     const auto last = Open(Open(u"")->GetStateLast());
     ASSERT_NO_FATAL_FAILURE(ExpectPage(*last, LastBegin(), "last"));
+    ASSERT_NO_FATAL_FAILURE(ExpectPage(*Open(last->GetStatePrev()), LastBegin() - Size(), "before the last"));
     ASSERT_NO_FATAL_FAILURE(ExpectPage(*Open(last->GetStateFirst()), 0, "first"));
   }
 
+  // By page links to every page but the first, in no order.
   void JumpAround(std::mt19937& random) {
-    const std::size_t pages = LastBegin() / Size() + 1;
-    if (pages < 3) return;
+    std::vector<std::size_t> targets;
+    for (std::size_t page = 2; page <= LastBegin() / Size() + 1; ++page) targets.push_back(page);
+    std::shuffle(targets.begin(), targets.end(), random);
     auto recordset = Open(u"");
     std::size_t current = 1;
-    for (int i = 0; i < 6; ++i) {
-      const std::size_t target = std::uniform_int_distribution<std::size_t>(1, pages)(random);
-      if (target == current) continue;
+    for (const std::size_t target : targets) {
       Long position = static_cast<Long>(target) * (target < current ? -1 : 1);
       recordset = Open(Decoded(recordset->GetUrlForPage(position)));
       ASSERT_EQ(Slice((target - 1) * Size()), Ids(*recordset)) << "from page " << current << " to " << target;
@@ -150,7 +152,9 @@ class DRecordsetWalk : public TestDatabase {
     }
   }
 
-  WalkOptions m_options;
+  varnel::Integer m_size = 10;
+  bool m_counting = false;
+  bool m_jumping = false;
   String m_query;
   String m_sort;
   std::vector<Long> m_ids;
@@ -164,23 +168,22 @@ TEST_P(RandomDRecordsetWalk, EveryPageIsASliceOfTheSortedRows) {
   const auto below = [&](std::size_t limit) {
     return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
   };
-  WalkOptions options;
-  options.size = static_cast<varnel::Integer>(below(2) == 0 ? 1 + below(6) : 1 + below(50));
-  options.jumping = below(2) == 0;
-  options.counting = options.jumping || below(2) == 0;
-  const auto size = static_cast<std::size_t>(options.size);
-  const std::size_t counts[] = {0, 1, size, size * 2, size * 3, 1 + below(80)};
-  const RandomTable table(random, std::min<std::size_t>(counts[below(6)], 80));
+  const std::size_t size = below(2) == 0 ? 1 + below(6) : 1 + below(50);
+  m_size = static_cast<varnel::Integer>(size);
+  const std::size_t counts[] = {0, 1, size, size * 2, size * 3, 1 + below(90)};
+  const RandomTable table(random, std::min<std::size_t>(counts[below(6)], 150));
   std::vector<bool> ascending;
   for (std::size_t i = 0; i <= table.Columns().size(); ++i) ascending.push_back(below(2) == 0);
-  UseTable(table, ascending, options);
+  UseTable(table, ascending, below(2) == 0);
   ASSERT_NO_FATAL_FAILURE(WalkBothWays());
-  if (options.counting) {
-    ASSERT_NO_FATAL_FAILURE(LastAndFirst());
-  }
-  if (options.jumping) JumpAround(random);
+  m_counting = true;
+  ASSERT_NO_FATAL_FAILURE(WalkBothWays());
+  ASSERT_NO_FATAL_FAILURE(LastAndFirst());
+  m_jumping = true;
+  ASSERT_NO_FATAL_FAILURE(WalkBothWays());
+  ASSERT_NO_FATAL_FAILURE(JumpAround(random));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomDRecordsetWalk, testing::Range(0u, 100u));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomDRecordsetWalk, testing::Range(0u, 150u));
 
 }  // namespace

@@ -1,7 +1,10 @@
 // The rewritten texts against the engine: what comes back is what the library's server would have given.
+#include "host-fake/ErrorOf.h"
 #include "tests/database/TestDatabase.h"
 
 namespace {
+
+using hostfake::NumberOf;
 
 class SqliteLive : public TestDatabase {
  protected:
@@ -47,8 +50,7 @@ TEST_F(SqliteLive, ANestedUnionRuns) {
 }
 
 TEST_F(SqliteLive, AQueryWithItsOwnTopIsRefused) {
-  EXPECT_EQ(hostlinux::provider_error::kSyntax,
-            RaisedNumber([&] { Rows(u"SELECT TOP 10 TOP 5 id FROM t"); }));
+  EXPECT_EQ(hostlinux::provider_error::kSyntax, NumberOf([&] { Rows(u"SELECT TOP 10 TOP 5 id FROM t"); }));
 }
 
 TEST_F(SqliteLive, KeysOfNumbersComeAsText) {

@@ -8,7 +8,6 @@
 
 #include "host-linux/database/AdoRecordset.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 class TestDatabase : public testing::Test {
  protected:
@@ -64,14 +63,3 @@ class TestDatabase : public testing::Test {
   std::shared_ptr<hostlinux::AdoDatabase> m_database;
   std::shared_ptr<hostlinux::AdoConnection> m_connection;
 };
-
-// The number of the error that `action` raises; 0 if it raises none.
-template <typename Action>
-varnel::Long RaisedNumber(Action action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}

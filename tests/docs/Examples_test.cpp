@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "host-linux/command/NewCommand.h"
-#include "tests/command/PageRunner.h"
+#include "tests/application/ServedSite.h"
 
 namespace {
 
@@ -106,12 +106,12 @@ class Examples : public ::testing::TestWithParam<const char*> {
 };
 
 TEST_P(Examples, DoWhatThePageSays) {
-  hosttest::PageRunner runner(m_site);
+  const hosttest::ServedSite served(m_site);
   int pages = 0;
   for (std::size_t i = 0; i < m_blocks.size(); ++i) {
     if (m_blocks[i].page.empty()) continue;
     ++pages;
-    const std::string output = runner.Run(m_blocks[i].page, m_blocks[i].query);
+    const std::string output = served.PageText(m_blocks[i].page, m_blocks[i].query);
     if (IsOutput(i + 1)) {
       EXPECT_EQ(Condensed(output), Condensed(m_blocks[i + 1].text)) << m_blocks[i].page;
     }

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 namespace varnel {
 namespace {
@@ -22,12 +22,7 @@ std::shared_ptr<DFields> FieldsOf(const std::vector<String>& names) {
 }
 
 ErrInfo ErrorOf(const std::shared_ptr<DFields>& fields, const Variant& key) {
-  try {
-    fields->Item(key);
-  } catch (const Error& error) {
-    return error.Info();
-  }
-  return {};
+  return hostfake::ErrorOf([&] { fields->Item(key); });
 }
 
 Integer IndexOf(const std::shared_ptr<DFields>& fields, const Variant& key) {

@@ -1,7 +1,7 @@
 // Numbers of records and pages: mending, the window of page links, divisions.
 #include <gtest/gtest.h>
 
-#include "varnel/automation/Error.h"
+#include "host-fake/ErrorOf.h"
 #include "varnel/recordset/Arithmetic.h"
 #include "varnel/recordset/PageWindow.h"
 #include "varnel/recordset/ReadMending.h"
@@ -9,15 +9,7 @@
 namespace varnel {
 namespace {
 
-template <typename F>
-Long ErrorNumber(F call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
+using hostfake::NumberOf;
 
 TEST(PageCount, IsRoundedUpTowardsPlusInfinity) {
   EXPECT_EQ(PagesOf(57, 10), 6);
@@ -28,9 +20,9 @@ TEST(PageCount, IsRoundedUpTowardsPlusInfinity) {
 }
 
 TEST(PageCount, APageSizeOfZeroIsADivisionByZero) {
-  EXPECT_EQ(ErrorNumber([] { PagesOf(5, 0); }), 11);
-  EXPECT_EQ(ErrorNumber([] { PagesOf(0, 0); }), 11);
-  EXPECT_EQ(ErrorNumber([] { RestOf(5, 0); }), 11);
+  EXPECT_EQ(NumberOf([] { PagesOf(5, 0); }), 11);
+  EXPECT_EQ(NumberOf([] { PagesOf(0, 0); }), 11);
+  EXPECT_EQ(NumberOf([] { RestOf(5, 0); }), 11);
 }
 
 TEST(PageCount, ARestHasTheSignOfTheTotal) {
@@ -41,7 +33,7 @@ TEST(PageCount, ARestHasTheSignOfTheTotal) {
 }
 
 TEST(PageCount, OnlyTheConversionOfAQuotientOverflows) {
-  EXPECT_EQ(ErrorNumber([] { PagesOf(INT32_MIN, -1); }), 6);
+  EXPECT_EQ(NumberOf([] { PagesOf(INT32_MIN, -1); }), 6);
 }
 
 PersistedState State(Integer navType, Long displayPage, Long left, Long right) {
@@ -93,7 +85,7 @@ TEST(PageWindowMove, AMultipleOfTheWidthGivesALastWindowTwoWider) {
 }
 
 TEST(PageWindowMove, AWidthOfZeroFailsOnTheLastPageOnly) {
-  EXPECT_EQ(ErrorNumber([] { Step(State(3, 1, 0, 0), 12, 0); }), 11);
+  EXPECT_EQ(NumberOf([] { Step(State(3, 1, 0, 0), 12, 0); }), 11);
   EXPECT_EQ(Step(State(0, 1, 0, 0), 12, 0), (PageWindow{1, 0}));
 }
 

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "varnel/automation/Error.h"
+#include "host-fake/ErrorOf.h"
 
 namespace varnel {
 namespace {
@@ -30,12 +30,7 @@ String SqlOf(const Read& read) {
 }
 
 Long ErrorNumber(const Read& read) {
-  try {
-    SqlOf(read);
-  } catch (const Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
+  return hostfake::NumberOf([&] { SqlOf(read); });
 }
 
 const std::vector<Variant> kSmith = {u"Smith", u"42"};

@@ -1,7 +1,7 @@
 // Taking SQL texts apart: words, clauses, count tails, branches, sort columns.
 #include <gtest/gtest.h>
 
-#include "varnel/automation/Error.h"
+#include "host-fake/ErrorOf.h"
 #include "varnel/recordset/CountTail.h"
 #include "varnel/recordset/QueryClauses.h"
 #include "varnel/recordset/SortFields.h"
@@ -17,12 +17,7 @@ Texts Tokens(String sql) { return SplitSqlTokens(sql); }
 QueryClauses Clauses(String sql) { return SplitQueryClauses(sql); }
 
 Long TokenError(String sql) {
-  try {
-    SplitSqlTokens(sql);
-  } catch (const Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
+  return hostfake::NumberOf([&] { SplitSqlTokens(sql); });
 }
 
 TEST(SqlTokens, WordsAndQuotedStringsStandAlone) {

@@ -2,18 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "varnel/automation/Error.h"
+#include "host-fake/ErrorOf.h"
 
 namespace varnel {
 namespace {
 
 Long ErrorNumber(StringView text, bool withJumpPage = false) {
-  try {
-    ParseState(text, withJumpPage);
-  } catch (const Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
+  return hostfake::NumberOf([&] { ParseState(text, withJumpPage); });
 }
 
 PersistedState FirstPage() {

@@ -1,26 +1,13 @@
 #include <gtest/gtest.h>
 
 #include "TableHost.h"
-#include "varnel/automation/Members.h"
+#include "tests/automation/Holder.h"
 
 namespace varnel {
 namespace {
 
 using TableFilling = TableTest;
-
-// An object with a value, as a recordset's field is one.
-class Holder : public Object {
- public:
-  explicit Holder(Variant value) : m_value(std::move(value)) {}
-  const ClassInfo& Class() const override {
-    static const ClassInfo info{u"Holder", {ReadOnly<&Holder::Value>(u"Value").AsDefault()}};
-    return info;
-  }
-  Variant Value() const { return m_value; }
-
- private:
-  Variant m_value;
-};
+using test::Holder;
 
 String TextAt(const Table& table, int row, int col) {
   return ToText(table.Cells().At(row - 1, col - 1).Data);

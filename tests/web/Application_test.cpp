@@ -4,24 +4,16 @@
 
 #include <future>
 
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/Collection.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
 using namespace hostlinux;
+using hostfake::NumberOf;
 using namespace std::chrono_literals;
 using varnel::Long;
 using varnel::Variant;
-
-Long NumberRaisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
 
 class ApplicationTest : public testing::Test {
  protected:
@@ -48,7 +40,7 @@ TEST_F(ApplicationTest, HostsOwnObjectsAreKeptAndThoseOfPagesRefused) {
   m_state->Set(u"I18NMessageManager", messages);
   const auto application = Visit();
   EXPECT_EQ(application->Value(u"I18NMessageManager"), Variant(messages));
-  EXPECT_EQ(NumberRaisedBy([&] { application->Store(u"mine", messages); }), 13);
+  EXPECT_EQ(NumberOf([&] { application->Store(u"mine", messages); }), 13);
 }
 
 TEST_F(ApplicationTest, LockKeepsOthersFromWritingButNotFromReading) {
@@ -58,11 +50,11 @@ TEST_F(ApplicationTest, LockKeepsOthersFromWritingButNotFromReading) {
   owner->Store(u"a", Long{1});
   EXPECT_EQ(other->Value(u"a"), Variant(Long{1}));
   constexpr Long failure = static_cast<Long>(0x80004005);
-  EXPECT_EQ(NumberRaisedBy([&] { other->Store(u"a", Long{2}); }), failure);
-  EXPECT_EQ(NumberRaisedBy([&] { other->Lock(); }), failure);
-  EXPECT_EQ(NumberRaisedBy([&] { other->ContentsObject()->RemoveAll(); }), failure);
+  EXPECT_EQ(NumberOf([&] { other->Store(u"a", Long{2}); }), failure);
+  EXPECT_EQ(NumberOf([&] { other->Lock(); }), failure);
+  EXPECT_EQ(NumberOf([&] { other->ContentsObject()->RemoveAll(); }), failure);
   other->Unlock();
-  EXPECT_EQ(NumberRaisedBy([&] { other->Remove(u"a"); }), failure);
+  EXPECT_EQ(NumberOf([&] { other->Remove(u"a"); }), failure);
   owner->CallWith(u"Unlock");
   other->Store(u"a", Long{2});
   EXPECT_EQ(owner->Value(u"a"), Variant(Long{2}));

@@ -2,24 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
 using namespace hostlinux;
+using hostfake::NumberOf;
 using varnel::Long;
 using varnel::String;
 using varnel::Variant;
-
-Long NumberRaisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
 
 std::shared_ptr<Request> MakeRequest(const std::string& query, const std::string& body = "",
                                      const std::string& type = "application/x-www-form-urlencoded",
@@ -73,8 +65,8 @@ TEST(Request, RepeatedParameterIsOneWhoseValuesAreJoined) {
   EXPECT_EQ(value->Count(), 3);
   EXPECT_EQ(value->Item(Long{2}), Variant(u"2"));
   EXPECT_EQ(Walked(*value), (std::vector<String>{u"1", u"2", u""}));
-  EXPECT_EQ(NumberRaisedBy([&] { value->Item(Long{4}); }), 9);
-  EXPECT_EQ(NumberRaisedBy([&] { value->Item(Long{0}); }), 9);
+  EXPECT_EQ(NumberOf([&] { value->Item(Long{4}); }), 9);
+  EXPECT_EQ(NumberOf([&] { value->Item(Long{0}); }), 9);
 }
 
 TEST(Request, MissingKeyIsEmptyWithoutValues) {
@@ -88,9 +80,9 @@ TEST(Request, MissingKeyIsEmptyWithoutValues) {
 
 TEST(Request, PositionOutsideIsAnError) {
   const auto request = MakeRequest("a=1");
-  EXPECT_EQ(NumberRaisedBy([&] { request->QueryObject()->Item(Long{0}); }), 9);
-  EXPECT_EQ(NumberRaisedBy([&] { request->QueryObject()->Item(2.0); }), 9);
-  EXPECT_EQ(NumberRaisedBy([&] { request->QueryString().Key(2); }), 9);
+  EXPECT_EQ(NumberOf([&] { request->QueryObject()->Item(Long{0}); }), 9);
+  EXPECT_EQ(NumberOf([&] { request->QueryObject()->Item(2.0); }), 9);
+  EXPECT_EQ(NumberOf([&] { request->QueryString().Key(2); }), 9);
 }
 
 TEST(Request, NumberAsTextIsAKey) {
@@ -130,7 +122,7 @@ TEST(Request, BinaryReadGoesOnWhereItStopped) {
   EXPECT_EQ(request->BinaryRead(4), (varnel::Bytes{'a', 'b', 'c', 'd'}));
   EXPECT_EQ(request->BinaryRead(100), (varnel::Bytes{'e', 'f'}));
   EXPECT_TRUE(request->BinaryRead(1).empty());
-  EXPECT_EQ(NumberRaisedBy([&] { request->BinaryRead(-1); }), 5);
+  EXPECT_EQ(NumberOf([&] { request->BinaryRead(-1); }), 5);
   EXPECT_EQ(request->TotalBytes(), 6);
 }
 
@@ -143,7 +135,7 @@ TEST(Request, ScriptGetsAByteArray) {
 TEST(Request, FormThatBinaryReadTookCannotBeAskedFor) {
   const auto request = MakeRequest("a=1", "b=2");
   request->BinaryRead(1);
-  EXPECT_EQ(NumberRaisedBy([&] { request->Form(); }), 5);
+  EXPECT_EQ(NumberOf([&] { request->Form(); }), 5);
   EXPECT_EQ(request->Item(u"b"), Variant());
   EXPECT_EQ(request->Item(u"URL"), Variant(u"/shop/list.asp"));
 }

@@ -2,25 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
 using namespace hostlinux;
+using hostfake::NumberOf;
 using varnel::Long;
 using varnel::Variant;
 
 constexpr Long kFailure = static_cast<Long>(0x80004005);
-
-Long NumberRaisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
 
 class FakeLink : public ClientLink {
  public:
@@ -87,20 +79,20 @@ TEST_F(ResponseTest, CharacterSplitBetweenTwoWritesStaysWhole) {
 TEST_F(ResponseTest, BytesAreWrittenAsTheyAre) {
   Call(u"BinaryWrite", {varnel::BytesPtr(std::make_shared<const varnel::Bytes>(varnel::Bytes{0, 255}))});
   EXPECT_EQ(m_response->Take().body, std::string("\0\xFF", 2));
-  EXPECT_EQ(NumberRaisedBy([&] { Call(u"BinaryWrite", {Variant(u"text")}); }), 13);
+  EXPECT_EQ(NumberOf([&] { Call(u"BinaryWrite", {Variant(u"text")}); }), 13);
 }
 
 TEST_F(ResponseTest, PageThatWritesTooMuchHasFailed) {
   m_response->WriteUtf8(std::string(100, 'a'));
   EXPECT_FALSE(m_response->IsOverfull());
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->Write(u"b"); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { m_response->Write(u"b"); }), kFailure);
   EXPECT_TRUE(m_response->IsOverfull());
 }
 
 TEST_F(ResponseTest, FlushedTextCountsToo) {
   m_response->WriteUtf8(std::string(60, 'a'));
   m_response->Flush();
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->WriteUtf8(std::string(41, 'b')); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { m_response->WriteUtf8(std::string(41, 'b')); }), kFailure);
 }
 
 TEST_F(ResponseTest, ClearThrowsAwayWhatIsNotSent) {
@@ -137,7 +129,7 @@ TEST_F(ResponseTest, StatusIsNumberAndReason) {
   m_response->Put(u"Status", u"404");
   EXPECT_EQ(m_response->Get(u"Status"), Variant(u"404 Not Found"));
   for (const char16_t* bad : {u"", u"OK", u"99", u"100 Continue", u"600 x", u"2000"}) {
-    EXPECT_EQ(NumberRaisedBy([&] { m_response->Put(u"Status", bad); }), 5);
+    EXPECT_EQ(NumberOf([&] { m_response->Put(u"Status", bad); }), 5);
   }
   EXPECT_EQ(m_response->Take().status, 404);
 }
@@ -151,16 +143,16 @@ TEST_F(ResponseTest, TypeAndCharset) {
   EXPECT_EQ(*m_response->Take().headers.Find("Content-Type"), "text/plain; charset=utf-8");
   m_response->Put(u"Charset", u"UTF-8");
   EXPECT_EQ(m_response->Get(u"Charset"), Variant(u"utf-8"));
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->Put(u"Charset", u"iso-8859-1"); }), 5);
+  EXPECT_EQ(NumberOf([&] { m_response->Put(u"Charset", u"iso-8859-1"); }), 5);
 }
 
 TEST_F(ResponseTest, HeadersAreAddedAndForgedOnesRefused) {
   Call(u"AddHeader", {Variant(u"X-A"), Variant(u"1")});
   Call(u"AddHeader", {Variant(u"x-a"), Variant(u"2")});
   Call(u"AddHeader", {Variant(u"Content-Type"), Variant(u"text/plain")});
-  EXPECT_EQ(NumberRaisedBy([&] { Call(u"AddHeader", {Variant(u"X-B"), Variant(u"a\r\nX-C: d")}); }), 5);
-  EXPECT_EQ(NumberRaisedBy([&] { Call(u"AddHeader", {Variant(u"X B"), Variant(u"a")}); }), 5);
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->Put(u"ContentType", u"a\r\nb"); }), 5);
+  EXPECT_EQ(NumberOf([&] { Call(u"AddHeader", {Variant(u"X-B"), Variant(u"a\r\nX-C: d")}); }), 5);
+  EXPECT_EQ(NumberOf([&] { Call(u"AddHeader", {Variant(u"X B"), Variant(u"a")}); }), 5);
+  EXPECT_EQ(NumberOf([&] { m_response->Put(u"ContentType", u"a\r\nb"); }), 5);
   const HttpResponse response = m_response->Take();
   EXPECT_EQ(response.headers.Joined("X-A"), "1, 2");
   EXPECT_EQ(response.headers.Joined("Content-Type"), "text/plain; charset=utf-8");
@@ -184,8 +176,8 @@ TEST_F(ResponseTest, CookiesAreSetByNameInAnyCase) {
   cookies->Item(u"other")->Put(u"Path", u"/");
   EXPECT_EQ(cookies->Item(u"BASKET")->CallDefault({}), Variant(u"3;"));
   EXPECT_EQ(cookies->Get(u"Count"), Variant(Long{2}));
-  EXPECT_EQ(NumberRaisedBy([&] { cookies->Put(u"count", u"x"); }), 438);
-  EXPECT_EQ(NumberRaisedBy([&] { cookies->Put(u"", u"x"); }), 5);
+  EXPECT_EQ(NumberOf([&] { cookies->Put(u"count", u"x"); }), 438);
+  EXPECT_EQ(NumberOf([&] { cookies->Put(u"", u"x"); }), 5);
   std::vector<std::string> lines;
   for (const auto& field : m_response->Take().headers) {
     if (field.name == "Set-Cookie") lines.push_back(field.value);
@@ -207,10 +199,10 @@ TEST_F(ResponseTest, FlushSendsTheHeadOnceAndClosesIt) {
   EXPECT_EQ(m_link.parts[0].status, 404);
   EXPECT_EQ(m_link.parts[0].body, "a");
   EXPECT_EQ(m_link.parts[1].body, "b");
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->Put(u"Status", u"200"); }), kFailure);
-  EXPECT_EQ(NumberRaisedBy([&] { Call(u"Redirect", {Variant(u"/")}); }), kFailure);
-  EXPECT_EQ(NumberRaisedBy([&] { Call(u"AddHeader", {Variant(u"a"), Variant(u"b")}); }), kFailure);
-  EXPECT_EQ(NumberRaisedBy([&] { m_response->Cookies()->Put(u"a", u"b"); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { m_response->Put(u"Status", u"200"); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { Call(u"Redirect", {Variant(u"/")}); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { Call(u"AddHeader", {Variant(u"a"), Variant(u"b")}); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { m_response->Cookies()->Put(u"a", u"b"); }), kFailure);
   const HttpResponse rest = m_response->Take();
   EXPECT_EQ(rest.body, "c");
   EXPECT_TRUE(rest.headers.empty());
@@ -233,7 +225,7 @@ TEST_F(ResponseTest, WithoutAListenerFlushOnlyClosesTheHead) {
   response.Flush();
   response.Write(u"x");
   response.Clear();
-  EXPECT_EQ(NumberRaisedBy([&] { response.SetStatus(u"404"); }), kFailure);
+  EXPECT_EQ(NumberOf([&] { response.SetStatus(u"404"); }), kFailure);
   response.Write(u"cde");
   const HttpResponse whole = response.Take();
   EXPECT_EQ(whole.body, "abcde");

@@ -2,24 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include "host-fake/ErrorOf.h"
 #include "varnel/automation/Collection.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
 using namespace hostlinux;
+using hostfake::NumberOf;
 using varnel::Long;
 using varnel::String;
 using varnel::Variant;
-
-Long NumberRaisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
 
 Server::Options ShopOptions() {
   Server::Options options;
@@ -59,9 +51,9 @@ TEST(Server, PathsOutsideTheSiteAreRefused) {
   Server server(ShopOptions());
   for (const char16_t* path : {u"/", u"/other/a.txt", u"/shopping/a.txt", u"../../a.txt",
                                u"../../../etc/passwd", u"/shop/../a", u"..\\..\\a"}) {
-    EXPECT_EQ(NumberRaisedBy([&] { server.MapPath(path); }), 5);
+    EXPECT_EQ(NumberOf([&] { server.MapPath(path); }), 5);
   }
-  EXPECT_EQ(NumberRaisedBy([&] { server.MapPath(String(u"a\0b", 3)); }), 5);
+  EXPECT_EQ(NumberOf([&] { server.MapPath(String(u"a\0b", 3)); }), 5);
 }
 
 TEST(Server, ComponentsAreMadeByTheHost) {
@@ -72,7 +64,7 @@ TEST(Server, ComponentsAreMadeByTheHost) {
   };
   EXPECT_NE(varnel::CastObject<varnel::Collection>(Server(options).CallWith(u"CreateObject", u"Varnel.Page")),
             nullptr);
-  EXPECT_EQ(NumberRaisedBy([] { Server(ShopOptions()).CreateObject(u"Varnel.Page"); }), 438);
+  EXPECT_EQ(NumberOf([] { Server(ShopOptions()).CreateObject(u"Varnel.Page"); }), 438);
 }
 
 TEST(Server, OtherPagesAreRunByTheirPathBelowThePages) {
@@ -98,7 +90,7 @@ TEST(Server, ScriptTimeoutIsToldToTheHost) {
   server.Put(u"ScriptTimeout", Long{90});
   EXPECT_EQ(told, 90);
   EXPECT_EQ(server.Get(u"ScriptTimeout"), Variant(Long{90}));
-  EXPECT_EQ(NumberRaisedBy([&] { server.Put(u"ScriptTimeout", Long{0}); }), 5);
+  EXPECT_EQ(NumberOf([&] { server.Put(u"ScriptTimeout", Long{0}); }), 5);
 }
 
 }  // namespace

@@ -4,27 +4,19 @@
 
 #include <thread>
 
+#include "host-fake/ErrorOf.h"
 #include "host-linux/web/RequestCollection.h"
 #include "varnel/automation/Collection.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
 using namespace hostlinux;
+using hostfake::NumberOf;
 using namespace std::chrono_literals;
 using varnel::Long;
 using varnel::String;
 using varnel::Variant;
-
-Long NumberRaisedBy(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return error.Info().Number;
-  }
-  return 0;
-}
 
 class SessionTest : public testing::Test {
  protected:
@@ -126,7 +118,7 @@ TEST_F(SessionTest, ContentsIsACollectionOfTheValues) {
   EXPECT_EQ(contents->Get(u"Count"), Variant(Long{3}));
   EXPECT_EQ(contents->Key(2), u"B");
   EXPECT_EQ(contents->Item(Long{3}), Variant(u"2"));
-  EXPECT_EQ(NumberRaisedBy([&] { contents->Item(Long{4}); }), 9);
+  EXPECT_EQ(NumberOf([&] { contents->Item(Long{4}); }), 9);
   std::vector<String> keys;
   const auto walk = contents->Enumerate();
   for (Variant key; walk->Next(key);) keys.push_back(*key.As<String>());
@@ -140,7 +132,7 @@ TEST_F(SessionTest, ContentsIsACollectionOfTheValues) {
 TEST_F(SessionTest, NameOfAMemberIsRefused) {
   const auto contents = Visit()->ContentsObject();
   for (const char16_t* name : {u"Count", u"item", u"KEY", u"Remove", u"RemoveAll"}) {
-    EXPECT_EQ(NumberRaisedBy([&] { contents->Put(name, u"x"); }), 438);
+    EXPECT_EQ(NumberOf([&] { contents->Put(name, u"x"); }), 438);
   }
   EXPECT_EQ(m_store->Count(), 0U);
 }
@@ -148,10 +140,10 @@ TEST_F(SessionTest, NameOfAMemberIsRefused) {
 TEST_F(SessionTest, ObjectsOfThePageAreRefused) {
   const auto session = Visit();
   const auto object = std::make_shared<varnel::Collection>();
-  EXPECT_EQ(NumberRaisedBy([&] { session->Store(u"a", object); }), 13);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"a", object); }), 13);
   auto array = std::make_shared<varnel::Array>();
   array->items = {Variant(Long{1}), Variant(object)};
-  EXPECT_EQ(NumberRaisedBy([&] { session->Store(u"a", array); }), 13);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"a", array); }), 13);
   EXPECT_EQ(session->Value(u"a"), Variant());
   session->Store(u"a", Variant(nullptr));
   EXPECT_EQ(session->Value(u"a"), Variant(nullptr));
@@ -165,11 +157,10 @@ TEST_F(SessionTest, ComponentsThatMayBeKeptAreTakenButNeverTheRequestsOwnObjects
   const auto object = std::make_shared<varnel::Collection>();
   session->Store(u"a", object);
   EXPECT_EQ(session->Value(u"a"), Variant(object));
-  EXPECT_EQ(
-      NumberRaisedBy([&] { session->Store(u"b", std::make_shared<RequestValue>(std::vector<String>())); }),
-      13);
-  EXPECT_EQ(NumberRaisedBy([&] { session->Store(u"b", session->ContentsObject()); }), 13);
-  EXPECT_EQ(NumberRaisedBy([&] { session->Store(u"b", session); }), 13);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"b", std::make_shared<RequestValue>(std::vector<String>())); }),
+            13);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"b", session->ContentsObject()); }), 13);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"b", session); }), 13);
 }
 
 TEST_F(SessionTest, ArraysAreCopiedInAndOut) {
@@ -188,7 +179,7 @@ TEST_F(SessionTest, ArrayThatContainsItselfIsRefused) {
   const auto session = Visit();
   auto array = std::make_shared<varnel::Array>();
   array->items = {Variant(array)};
-  EXPECT_EQ(NumberRaisedBy([&] { session->Store(u"a", array); }), 5);
+  EXPECT_EQ(NumberOf([&] { session->Store(u"a", array); }), 5);
   array->items.clear();
 }
 
@@ -210,7 +201,7 @@ TEST_F(SessionTest, OwnTimeoutCounts) {
   const std::string token = TokenSetBy(*session);
   m_now += 59min;
   EXPECT_EQ(Visit(token)->Timeout(), 60);
-  for (const Long bad : {0, -1, 1441}) EXPECT_EQ(NumberRaisedBy([&] { session->SetTimeout(bad); }), 5);
+  for (const Long bad : {0, -1, 1441}) EXPECT_EQ(NumberOf([&] { session->SetTimeout(bad); }), 5);
 }
 
 TEST_F(SessionTest, LongestIdleIsDroppedFirst) {
@@ -263,13 +254,13 @@ TEST_F(SessionTest, LocaleIsKeptAndThePagesOwnGoesFirst) {
   next->SetPageLCID(1036);
   EXPECT_EQ(next->LCID(), 1036);
   EXPECT_EQ(Visit(TokenSetBy(*session))->LCID(), 1031);
-  EXPECT_EQ(NumberRaisedBy([&] { session->SetLCID(0); }), 5);
+  EXPECT_EQ(NumberOf([&] { session->SetLCID(0); }), 5);
 }
 
 TEST_F(SessionTest, CodePageIsUtf8) {
   const auto session = Visit();
   session->Put(u"CodePage", Long{65001});
-  EXPECT_EQ(NumberRaisedBy([&] { session->Put(u"CodePage", Long{1252}); }), 5);
+  EXPECT_EQ(NumberOf([&] { session->Put(u"CodePage", Long{1252}); }), 5);
 }
 
 TEST_F(SessionTest, ParallelRequestsOfOneSessionGetAndSetAtomically) {

@@ -168,7 +168,8 @@ class Reader {
     return frame.compound >= 0 ? frame.scope >= 0 || frame.hasGroup : frame.hasGroup && m_frames.size() == 1;
   }
 
-  void SetOperator(size_t i) {
+  // The branch before `i` belongs to a compound.
+  void EndBranch(size_t i) {
     if (Top().compound < 0) StartCompound();
     if (Top().scope >= 0) {
       EndScope(i);
@@ -176,18 +177,16 @@ class Reader {
     } else {
       AddGroup();
     }
+  }
+
+  void SetOperator(size_t i) {
+    EndBranch(i);
     Mark(i);
     Top().atBranch = true;
   }
 
   void CompoundOrder(size_t i) {
-    if (Top().compound < 0) StartCompound();
-    if (Top().scope >= 0) {
-      EndScope(i);
-      AddBareBranch();
-    } else {
-      AddGroup();
-    }
+    EndBranch(i);
     Compound().order = SqlSpan{i, i};
     Mark(i);
     Top().atBranch = false;
