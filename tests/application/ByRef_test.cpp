@@ -33,4 +33,39 @@ TEST_F(ByRefTest, CountOfChangedRowsComesBack) {
       "2");
 }
 
+constexpr char kOpenList[] =
+    "<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');"
+    " var rs = page.DRecordset(); rs.OpenRS('SELECT id, name FROM customer', 'id'); %>";
+
+TEST_F(ByRefTest, LibraryFillsARecordsetMadeByThePage) {
+  site.MakeCustomers(3);
+  EXPECT_EQ(Output(std::string(kOpenList) +
+                   "<% var target = new ByRef(Server.CreateObject('ADODB.Recordset'));"
+                   " rs.GetDataAsRecordSet(target); var made = target.value; made.MoveFirst(); %>"
+                   "<%= made.RecordCount %> <%= made('id').Value + 0 === made('id').Value %>"),
+            "3 False");  // every column is a text column
+}
+
+// The library drives the object by name; what the script's own object throws comes back as it was thrown.
+TEST_F(ByRefTest, ErrorOfAScriptObjectComesBackThroughTheLibrary) {
+  site.MakeCustomers(3);
+  EXPECT_EQ(Output(std::string(kOpenList) +
+                   "<% var own = { get Fields() { var e = new Error('No room'); e.number = 1234;"
+                   " e.source = 'MyPage'; e.description = 'No room'; throw e; } };"
+                   " try { rs.GetDataAsRecordSet(own); } catch (e) { %>"
+                   "<%= e.number %>|<%= e.source %>|<%= e.description %><% } %>"),
+            "1234|MyPage|No room");
+}
+
+TEST_F(ByRefTest, LibraryCallsAScriptObjectByName) {
+  site.MakeCustomers(2);
+  EXPECT_EQ(Output(std::string(kOpenList) +
+                   "<% var calls = [];"
+                   " var fields = Object.assign(function (i) { return { set Value(v) { calls.push(v); } }; },"
+                   " { Append: function (name, type) { calls.push(name + ':' + type); } });"
+                   " rs.GetDataAsRecordSet({ Fields: fields, Open: function () { calls.push('open'); },"
+                   " AddNew: function () { calls.push('new'); } }); %><%= calls.slice(0, 5).join(' ') %>"),
+            "id:8 name:8 open new 1");
+}
+
 }  // namespace
