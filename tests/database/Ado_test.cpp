@@ -1,5 +1,7 @@
 // Connections, recordsets, fields and errors as scripts and the library use them.
 #include <fstream>
+#include <future>
+#include <thread>
 
 #include "host-fake/ErrorOf.h"
 #include "host-linux/database/provider/ConnectionString.h"
@@ -66,6 +68,34 @@ TEST_F(Ado, OneStatementACall) {
             NumberOf([&] { Run(u"INSERT INTO t VALUES (1); INSERT INTO t VALUES (2)"); }));
   EXPECT_EQ("0", Rows(u"SELECT COUNT(*) FROM t"));
   EXPECT_EQ(provider_error::kNoCommand, NumberOf([&] { Run(u"  "); }));
+}
+
+TEST_F(Ado, AReaderSeesTheLastCommitWhileAnotherWrites) {
+  Run(u"CREATE TABLE t (a INT)");
+  const auto reader = Connect(u"Provider=SQLite;Data Source=test.db;Mode=Read");
+  m_connection->BeginTrans();
+  Run(u"INSERT INTO t VALUES (1)");
+  const auto count = [&] { return reader->Execute(u"SELECT COUNT(*) FROM t", -1)->FieldValue(0); };
+  EXPECT_EQ(Variant(Long{0}), count());
+  m_connection->CommitTrans();
+  EXPECT_EQ(Variant(Long{1}), count());
+}
+
+TEST_F(Ado, AWriterWaitsForAnotherOne) {
+  Run(u"CREATE TABLE t (a INT)");
+  m_connection->BeginTrans();
+  Run(u"INSERT INTO t VALUES (1)");
+  std::promise<void> begun;
+  std::thread second([&] {
+    const auto writer = Connect(u"Provider=SQLite;Data Source=test.db");
+    begun.set_value();
+    writer->Execute(u"INSERT INTO t VALUES (2)", -1);
+  });
+  begun.get_future().wait();
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  m_connection->CommitTrans();
+  second.join();
+  EXPECT_EQ("2", Rows(u"SELECT COUNT(*) FROM t"));
 }
 
 TEST_F(Ado, TheIsolationStatementIsTaken) {
