@@ -64,6 +64,11 @@ std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
   return AdoDatabase::Make(std::move(options));
 }
 
+// Whoever is developing wants to see a changed style at once.
+std::string FileCaching(const SiteConfiguration& site) {
+  return site.mode == SiteConfiguration::Mode::Development ? "no-cache" : "public, max-age=3600";
+}
+
 HttpResponse Redirection(const std::string& target) {
   HttpResponse response;
   response.status = 302;
@@ -135,7 +140,7 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
     : m_site(std::move(site)),
       m_runtime(runtime),
       m_pages(m_site.PagesFolder()),
-      m_files(m_site.PagesFolder().string()),
+      m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
       m_sessions(MakeSessions(m_site)),
       m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement))) {
@@ -155,8 +160,9 @@ std::optional<std::string> SiteHost::FileOf(const std::string& path) const {
 }
 
 bool SiteHost::IsPage(const std::string& file) const {
-  return file.ends_with(kPageExtension) && !HasHiddenSegment(file) &&
-         std::filesystem::is_regular_file(m_site.PagesFolder() / std::filesystem::u8path(file));
+  if (!file.ends_with(kPageExtension) || HasHiddenSegment(file)) return false;
+  std::error_code unreachable;  // a name longer than any file's, for instance
+  return std::filesystem::is_regular_file(m_site.PagesFolder() / file, unreachable);
 }
 
 std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) const {

@@ -27,6 +27,18 @@ TEST_F(SiteTest, PagesFolderRootAndDefaultPageAreItsOwn) {
   EXPECT_EQ(Get("/shop/").status, 404);
 }
 
+TEST_F(SiteTest, NameLongerThanAnyFilesIsNoPage) {
+  site.Write("pages/index.asp", "here");
+  EXPECT_EQ(Get("/shop/" + std::string(2000, 'a') + ".asp").status, 404);
+  EXPECT_EQ(Get("/shop/").body, "here");
+}
+
+TEST_F(SiteTest, FilesAreNotCachedForWhoeverDevelops) {
+  site.Write("pages/a.css", "a{}");
+  Configure("");
+  EXPECT_EQ(*Get("/shop/a.css").headers.Find("Cache-Control"), "no-cache");
+}
+
 TEST_F(SiteTest, UserReadsHisLanguageAndAnUnknownOneTheSites) {
   site.Write("messages/1031.toml", "SLBGE0015 = \"S\xC3\xA4tze\"\n");
   site.Write("messages/1036.toml", "SLBGE0015 = \"Enregistrements\"\n");
