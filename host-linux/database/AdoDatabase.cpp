@@ -43,6 +43,17 @@ bool HasBreakBesideKeyword(const String& sql) {
   return false;
 }
 
+// The text without what stands in quotes: pages of one list differ in their keys only.
+String WithoutLiterals(const String& sql) {
+  String shape;
+  bool quoted = false;
+  for (const char16_t unit : sql) {
+    if (unit == u'\'') quoted = !quoted;
+    if (!quoted) shape += unit;
+  }
+  return shape;
+}
+
 }  // namespace
 
 SessionLease::SessionLease(std::weak_ptr<AdoDatabase> database, String key, std::unique_ptr<ISession> session)
@@ -138,7 +149,7 @@ void AdoDatabase::WarnOfLineBreaks(const String& sql) {
   if (!m_options.onWarning || !HasBreakBesideKeyword(sql)) return;
   {
     const std::lock_guard lock(m_mutex);
-    if (m_warned.size() >= kMaxWarned || !m_warned.insert(sql).second) return;
+    if (m_warned.size() >= kMaxWarned || !m_warned.insert(WithoutLiterals(sql)).second) return;
   }
   m_options.onWarning(
       u"A line break stands beside a keyword of this SQL text, where only a blank separates words: " + sql);

@@ -457,8 +457,11 @@ TEST_F(AdoRows, ALineBreakBesideAKeywordIsWarnedOfOnce) {
   Rows(u"SELECT id\nFROM t");
   Rows(u"SELECT id\nFROM t");
   Rows(u"SELECT id FROM t WHERE name = 'a\nb' AND\nid = 1");
-  ASSERT_EQ(1u, warnings.size());
+  Rows(u"SELECT name\nFROM t WHERE id > '1'");
+  Rows(u"SELECT name\nFROM t WHERE id > '2'");  // the next page of the same list
+  ASSERT_EQ(2u, warnings.size());
   EXPECT_NE(String::npos, warnings[0].find(u"SELECT id\nFROM t"));
+  EXPECT_NE(String::npos, warnings[1].find(u"SELECT name\nFROM t WHERE id > '1'"));
 }
 
 }  // namespace
