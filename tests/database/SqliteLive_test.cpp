@@ -49,6 +49,13 @@ TEST_F(SqliteLive, ANestedUnionRuns) {
                             u"DESC) ORDER BY id DESC"));
 }
 
+// A visitor's sort can name any function of the engine, and one that makes a gigabyte can't be interrupted.
+TEST_F(SqliteLive, AValueOfMoreThan64MegabytesIsRefused) {
+  EXPECT_EQ("67108864", Rows(u"SELECT length(zeroblob(67108864))"));
+  EXPECT_THROW(Rows(u"SELECT id FROM t ORDER BY randomblob(67108865)"), varnel::Error);
+  EXPECT_THROW(Rows(u"SELECT length(hex(zeroblob(60000000)))"), varnel::Error);
+}
+
 TEST_F(SqliteLive, AQueryWithItsOwnTopIsRefused) {
   EXPECT_EQ(hostlinux::provider_error::kSyntax, NumberOf([&] { Rows(u"SELECT TOP 10 TOP 5 id FROM t"); }));
 }

@@ -106,6 +106,16 @@ TEST(TableCells, ASpanOfZeroCoversNothingAsItGrows) {
   EXPECT_EQ(cells.At(0, 1).Flags, 0);
 }
 
+TEST(TableCells, MoreThanFourMillionCellsAreError7AndNothingGrows) {
+  TableCells cells = Dimensioned();
+  EXPECT_EQ(ErrorOf([&] { cells.Grow(32766, 32766); }).Number, 7);
+  EXPECT_EQ(ErrorOf([&] { cells.Grow(1999, 2000); }).Number, 7);  // 2000 rows, 2010 columns
+  EXPECT_EQ(cells.RowBound(), 19);
+  EXPECT_EQ(cells.ColBound(), 9);
+  cells.Grow(32766, 9);
+  EXPECT_EQ(cells.RowBound(), 32779);
+}
+
 TEST(TableCells, WithoutDimensionsNothingGrows) {
   TableCells cells;
   TableColumns columns;

@@ -37,8 +37,9 @@ class Table : public Object, public ITable {
 
   // Writes a cell at the cursor, or at the next free one of the row, and moves behind it. `iData` is text, a
   // table or a grid; any other object stands for its value, and Null for "&nbsp;". Uses up what the
-  // SetNextCell operations have set. Raises -1 where the cell's span meets a cell that is taken, and 9
-  // outside the table; the positions passed by then stay covered, and the next cell's settings stay.
+  // SetNextCell operations have set. Raises -1 where the cell's span meets a cell that is taken, 9
+  // outside the table, and 7 where rows times columns would be more than 4,000,000; the positions passed by
+  // then stay covered, and the next cell's settings stay.
   void Cell(const Variant& iData);
   // The same at a position; the cursor stays. A row or column of -1 is the cursor's. Raises 9 below 1.
   void CellAt(Integer iRow, Integer iCol, const Variant& iData);

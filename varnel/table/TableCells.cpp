@@ -12,6 +12,9 @@ namespace {
 constexpr int kRowStep = 20;
 constexpr int kColStep = 10;
 
+// Half a gigabyte of cells. One cell at a far position asks for all cells before it.
+constexpr std::size_t kMaxCells = 4'000'000;
+
 // The count after as many steps as it takes to hold `position`.
 int GrownCount(int count, int position, int step) {
   while (count <= position) count += step;
@@ -46,10 +49,13 @@ void TableCells::Cover(const CellRange& range, CellPosition top) {
 
 void TableCells::Grow(int row, int col) {
   if (m_cells.empty()) RaiseRuntimeError(runtime_error::kSubscript);
-  Widen(GrownCount(m_cols, col, kColStep));
-  // Further rows stand behind the block, so the vector's own reserve spares most of the copying.
   const int rows = GrownCount(m_rows, row, kRowStep);
-  m_cells.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(m_cols));
+  const int cols = GrownCount(m_cols, col, kColStep);
+  const std::size_t count = static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
+  if (count > kMaxCells) RaiseRuntimeError(runtime_error::kOutOfMemory, u"too many cells in a table");
+  Widen(cols);
+  // Further rows stand behind the block, so the vector's own reserve spares most of the copying.
+  m_cells.resize(count);
   m_rows = rows;
   FollowBounds();
 }

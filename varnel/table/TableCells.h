@@ -83,7 +83,7 @@ class TableCells {
 
   // Adds 20 rows until there is a row `row`, and 10 columns until there is a column `col`; keeps all cells.
   // Spans to the end then cover up to the new bounds, and what was written there is lost. Raises 9 before
-  // `Dimension`.
+  // `Dimension`, and 7 where that would be more than 4,000,000 cells; nothing has grown then.
   void Grow(int row, int col);
 
  private:

@@ -17,7 +17,11 @@ using varnel::String;
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
 constexpr int kBusyMilliseconds = 5000;
-constexpr int kStepsBetweenLooks = 2000;  // at the clock, while a statement runs
+// Between two looks at the clock, while a statement runs. One step may make a value of the greatest length.
+constexpr int kStepsBetweenLooks = 200;
+// Bytes of a value or a row. A function such as randomblob makes that much in one step, which nothing
+// interrupts.
+constexpr int kMaxValueLength = 64 << 20;
 
 // Stops the statements of a connection that run past a point in time.
 class Deadline {
@@ -65,7 +69,10 @@ void SqliteSession::OpenFile(const std::string& name, int flags) {
   const int result =
       sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
   m_database.reset(database);
-  if (result == SQLITE_OK) return;
+  if (result == SQLITE_OK) {
+    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kMaxValueLength);
+    return;
+  }
   RaiseSqlite(provider_error::kFail,
               u"The database file '" + varnel::FromUtf8(name) + u"' can't be opened: " +
                   varnel::FromUtf8(sqlite3_errmsg(database)) + u".",
