@@ -39,6 +39,8 @@ std::string OneLine(std::string_view text) {
       line += "\\r";
     } else if (c == '\n') {
       line += "\\n";
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      line += '?';  // a NUL or an escape sequence has no business in a log
     } else {
       line += c;
     }
