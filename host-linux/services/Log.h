@@ -17,8 +17,8 @@ void StartLog(const SiteConfiguration& site);
 // Writes what is waiting and ends the log.
 void StopLog();
 
-// One line. Line breaks inside `text` are written as \r and \n, so that an entry stays one line; other control
-// characters as a question mark.
+// One line. Line breaks inside `text` are written as \r and \n, so that an entry stays one line; other
+// control characters as a question mark.
 void WriteLog(LogLevel level, std::string_view text);
 
 // While it lives, lines written on this thread bear `id`.
