@@ -30,8 +30,9 @@ varnel::Variant LanguageOfSession() {
 
 }  // namespace
 
-LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database)
-    : m_site(site), m_database(std::move(database)) {}
+LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
+                             ComponentFactory ownComponents)
+    : m_site(site), m_database(std::move(database)), m_ownComponents(std::move(ownComponents)) {}
 
 std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
 
@@ -42,6 +43,9 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
   if (is(u"ADODB.Recordset")) return std::make_shared<AdoRecordset>(m_database);
   if (is(u"Ostrand.Log")) return std::make_shared<LogComponent>();
   if (is(u"Tolvane.User")) return std::make_shared<UserComponent>(m_site, LanguageOfSession);
+  if (m_ownComponents != nullptr) {
+    if (auto component = m_ownComponents(progID)) return component;
+  }
   throw varnel::Error(
       {kCannotCreate, u"Varnel", u"There is no class '" + varnel::String(progID) + u"' to create", u"", 0});
 }

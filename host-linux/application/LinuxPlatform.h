@@ -10,10 +10,15 @@
 
 namespace hostlinux {
 
+// Makes a component of a program that has some of its own; null for a name that it doesn't know.
+using ComponentFactory = std::function<varnel::ObjectPtr(varnel::StringView progID)>;
+
 class LinuxPlatform : public varnel::host::IPlatform {
  public:
-  // `site` outlives the platform.
-  LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database);
+  // `site` outlives the platform. `ownComponents` may be empty; the library's and the host's classes go
+  // before it.
+  LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
+                ComponentFactory ownComponents = {});
 
   std::shared_ptr<varnel::host::IObjectContext> GetObjectContext() override;
   varnel::ObjectPtr CreateObject(varnel::StringView progID) override;
@@ -25,6 +30,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
  private:
   const SiteConfiguration& m_site;
   std::shared_ptr<AdoDatabase> m_database;
+  ComponentFactory m_ownComponents;
 };
 
 }  // namespace hostlinux

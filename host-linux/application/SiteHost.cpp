@@ -143,7 +143,8 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
       m_sessions(MakeSessions(m_site)),
-      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement))) {
+      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement)),
+                 std::move(options.ownComponents)) {
   const auto locale = FindLocale(m_site.lcid);
   if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
   varnel::SetUserLocale(*locale);

@@ -36,6 +36,8 @@ class SiteHost {
   struct Options {
     // Called for each SQL text that was run; may be left empty.
     std::function<void(const SqlTraceEntry&)> onStatement;
+    // Further classes for Server.CreateObject, of a program that embeds the host; may be left empty.
+    ComponentFactory ownComponents;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises

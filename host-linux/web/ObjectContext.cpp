@@ -44,11 +44,11 @@ ObjectPtr ObjectContext::CreateInstance(StringView progID) {
 
 void ObjectContext::End() {
   while (!m_activated.empty()) {
-    const ObjectPtr object = m_activated.back().lock();
+    const ObjectPtr object = std::move(m_activated.back());
     m_activated.pop_back();
     try {
       if (auto* control = dynamic_cast<IObjectControl*>(object.get())) control->Deactivate();
-    } catch (const varnel::Error&) {
+    } catch (const std::exception&) {
       // The response is made; there is nobody left to tell.
     }
   }

@@ -37,10 +37,11 @@ class ObjectContext : public varnel::host::IObjectContext {
   // other name.
   varnel::ObjectPtr Item(varnel::StringView name) override;
 
-  // Makes a component and activates it. Where the activation raises, the component is released.
+  // Makes a component and activates it. Where the activation raises, the component is released. One that was
+  // activated is held until the end of the request, so that it is deactivated before it goes.
   varnel::ObjectPtr CreateInstance(varnel::StringView progID) override;
 
-  // Ends the request: deactivates the components that are still held, the youngest first, and frees the
+  // Ends the request: deactivates and releases the components, the youngest first, and frees the
   // application's lock. A failing component keeps none of the others. A second call does nothing.
   void End();
 
@@ -49,7 +50,7 @@ class ObjectContext : public varnel::host::IObjectContext {
  private:
   Intrinsics m_intrinsics;
   Factory m_factory;
-  std::vector<std::weak_ptr<varnel::Object>> m_activated;
+  std::vector<varnel::ObjectPtr> m_activated;
 };
 
 // Makes a context the one of this thread while it lives; the one before comes back then.

@@ -44,14 +44,15 @@ SiteConfiguration Configuration(const std::filesystem::path& folder) {
 }  // namespace
 
 struct ServedSite::Parts {
-  explicit Parts(const std::filesystem::path& folder)
-      : host(Configuration(folder), SharedRuntime(), {}),
+  Parts(const std::filesystem::path& folder, ComponentFactory ownComponents)
+      : host(Configuration(folder), SharedRuntime(), {{}, std::move(ownComponents)}),
         server(OptionsOf(host.Site()), HandlersOf(host), ListenAt("127.0.0.1:0")) {}
   SiteHost host;
   HttpServer server;  // ends first: its threads hold engines of the host
 };
 
-ServedSite::ServedSite(const std::filesystem::path& folder) : m_parts(std::make_unique<Parts>(folder)) {}
+ServedSite::ServedSite(const std::filesystem::path& folder, ComponentFactory ownComponents)
+    : m_parts(std::make_unique<Parts>(folder, std::move(ownComponents))) {}
 
 ServedSite::~ServedSite() {
   m_parts = nullptr;
@@ -71,7 +72,7 @@ PageTest::PageTest() = default;
 PageTest::~PageTest() = default;
 
 ServedSite& PageTest::Served() {
-  if (!m_served) m_served = std::make_unique<ServedSite>(site.Folder());
+  if (!m_served) m_served = std::make_unique<ServedSite>(site.Folder(), ownComponents);
   return *m_served;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "host-linux/application/LinuxPlatform.h"
 #include "tests/application/TestSite.h"
 #include "tests/web/TestClient.h"
 
@@ -15,7 +16,8 @@ namespace hosttest {
 class ServedSite {
  public:
   // Reads the site's configuration as it stands; serves on a port of its own until it ends.
-  explicit ServedSite(const std::filesystem::path& folder);
+  // `ownComponents`: classes of the test's own for Server.CreateObject.
+  explicit ServedSite(const std::filesystem::path& folder, hostlinux::ComponentFactory ownComponents = {});
   ~ServedSite();
 
   std::uint16_t Port() const;
@@ -35,6 +37,8 @@ class PageTest : public testing::Test {
 
   // The host, made with the first request: the site is set up before.
   ServedSite& Served();
+  // Classes of the test's own, set before the first request.
+  hostlinux::ComponentFactory ownComponents;
 
   // Over a connection that is kept: the answer to a GET, a POST, or to what is sent byte for byte.
   Answer Get(const std::string& target, const std::string& headers = "");

@@ -80,10 +80,12 @@ TEST_F(ObjectContextTest, FailingComponentKeepsNoOtherFromItsEnd) {
   EXPECT_EQ(m_log, "a+ bad+ bad- a- ");
 }
 
-TEST_F(ObjectContextTest, ContextHoldsNoComponent) {
+TEST_F(ObjectContextTest, ComponentThatNobodyHoldsIsStillDeactivatedBeforeItGoes) {
   const auto context = MakeContext();
   context->CreateInstance(u"a");
-  EXPECT_EQ(m_log, "a+ a~ ");
+  EXPECT_EQ(m_log, "a+ ");
+  context->End();
+  EXPECT_EQ(m_log, "a+ a- a~ ");
 }
 
 TEST_F(ObjectContextTest, GuardMakesItTheThreadsContextAndEndsIt) {
