@@ -6,8 +6,6 @@
 
 namespace {
 
-using testing::HasSubstr;
-
 class ByRefTest : public hosttest::PageTest {};
 
 constexpr char kPageWithJump[] = "<% var page = Server.CreateObject('Varnel.Page'); page.ShowPageJump(7); %>";

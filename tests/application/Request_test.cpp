@@ -7,8 +7,6 @@
 namespace {
 
 using hosttest::Answer;
-using testing::HasSubstr;
-
 class RequestTest : public hosttest::PageTest {};
 
 TEST_F(RequestTest, QueryIsReadByKeyInAnyCaseAndByPosition) {

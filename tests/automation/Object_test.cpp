@@ -183,8 +183,11 @@ TEST(Variant, IsComparedByTypeAndValue) {
 
 TEST(Variant, CopiesShareOneArray) {
   const auto array = std::make_shared<Array>();
-  const Variant first(array);
-  const Variant second = first;
+  Variant second;
+  {
+    const Variant first(array);
+    second = first;
+  }
   array->items.push_back(Long{1});
   EXPECT_EQ((*second.As<ArrayPtr>())->items.size(), 1U);
 }

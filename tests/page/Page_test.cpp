@@ -364,6 +364,7 @@ TEST(PageMembers, StandInTheOrderOfTheInterface) {
   PageHost host;
   const ClassInfo& info = host.NewPage()->Class();
   std::vector<String> names;
+  names.reserve(info.members.size());
   for (const Member& member : info.members) names.push_back(member.name);
   EXPECT_THAT(names, ElementsAre(u"OpenDatabaseConnection", u"SetEndUserStyle", u"DRecordset", u"Table",
                                  u"DGrid", u"Add", u"URLEncode", u"URL", u"I18N", u"SetDGridViaPost",

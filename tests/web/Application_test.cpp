@@ -82,6 +82,7 @@ TEST_F(ApplicationTest, CountingUnderTheLockLosesNothing) {
   m_state = std::make_shared<ApplicationState>(MayKeep(), 20s);
   m_state->Set(u"n", Long{0});
   std::vector<std::future<void>> counters;
+  counters.reserve(4);
   for (int t = 0; t < 4; ++t) {
     counters.push_back(std::async(std::launch::async, [&] {
       for (int i = 0; i < 100; ++i) {

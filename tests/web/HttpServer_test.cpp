@@ -296,7 +296,11 @@ TEST_F(HttpServerTest, IdleConnectionsAreClosedWithoutAWord) {
 
 TEST_F(HttpServerTest, ClientThatTakesNothingIsCut) {
   m_options.writeTimeout = 50ms;
-  Serve([](const HttpRequest&, ClientLink&) { return TextResponse(std::string(40'000'000, 'x')); });
+  Serve([](const HttpRequest&, ClientLink&) {
+    std::string body;
+    body.resize(40'000'000, 'x');
+    return TextResponse(std::move(body));
+  });
   TestClient client(m_server->Port(), 4096);
   client.Send("GET / HTTP/1.1\r\nHost: h\r\n\r\n");
   // Draining waits for responses under way, so it ends in time only because this one is given up.
@@ -528,6 +532,7 @@ TEST_F(HttpServerTest, ResponsesAreToldToTheAccessLog) {
 TEST_F(HttpServerTest, ManyClientsAtOnceGetTheirOwnAnswers) {
   Serve(Echo);
   std::vector<std::future<int>> clients;
+  clients.reserve(8);
   for (int c = 0; c < 8; ++c) {
     clients.push_back(std::async(std::launch::async, [this, c] {
       auto client = Connect();

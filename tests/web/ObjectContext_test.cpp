@@ -12,7 +12,6 @@ namespace {
 using namespace hostlinux;
 using varnel::Long;
 using varnel::ObjectPtr;
-using varnel::Variant;
 
 // Writes what happens to it into a log that the test reads.
 class Component : public varnel::Collection, public varnel::host::IObjectControl {

@@ -266,6 +266,7 @@ TEST_F(SessionTest, CodePageIsUtf8) {
 TEST_F(SessionTest, ParallelRequestsOfOneSessionGetAndSetAtomically) {
   const std::string token = BeginOne();
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       const auto session = Visit(token);
