@@ -4,8 +4,6 @@
 namespace varnel {
 namespace {
 
-using hostfake::NumberOf;
-
 // As a paged list sends them: runs of blanks collapsed.
 const String kColumns =
     u"P.PRODUCTID, P.PROPERTYGROUPID, P.MANUFACTURERID, P.PARTNUMBER, P.PRODUCTDESCRIPTION, P.PRODUCTREMARK, "
