@@ -46,6 +46,13 @@ bool AnyObject(const varnel::Object&) { return true; }
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
 
+// FNV-1a over the folded characters.
+std::size_t ValueStore::HashNoCase::operator()(StringView key) const {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char16_t unit : key) hash = (hash ^ varnel::FoldCase(unit)) * 0x100000001B3U;
+  return hash;
+}
+
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
@@ -56,7 +63,7 @@ Variant ValueStore::Get(StringView key) const {
   Variant value;
   {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_entries.find(varnel::ToLower(key));
+    const auto found = m_entries.find(key);
     if (found == m_entries.end()) return Variant();
     value = found->second.value;
   }
@@ -66,11 +73,8 @@ Variant ValueStore::Get(StringView key) const {
 
 void ValueStore::Set(StringView key, Variant value) {
   const std::lock_guard lock(m_mutex);
-  const auto [found, isNew] = m_entries.try_emplace(varnel::ToLower(key));
-  if (isNew) {
-    found->second.key = key;
-    found->second.order = m_nextOrder++;
-  }
+  auto found = m_entries.find(key);
+  if (found == m_entries.end()) found = m_entries.emplace(String(key), Entry{Variant(), m_nextOrder++}).first;
   // The old value goes with the argument, after the lock: its end may run code of its own.
   std::swap(found->second.value, value);
 }
@@ -78,7 +82,7 @@ void ValueStore::Set(StringView key, Variant value) {
 void ValueStore::Remove(StringView key) {
   decltype(m_entries)::node_type gone;
   const std::lock_guard lock(m_mutex);
-  gone = m_entries.extract(varnel::ToLower(key));
+  if (const auto found = m_entries.find(key); found != m_entries.end()) gone = m_entries.extract(found);
 }
 
 void ValueStore::Clear() {
@@ -91,7 +95,7 @@ std::vector<String> ValueStore::Keys() const {
   std::vector<std::pair<std::size_t, String>> ordered;
   {
     const std::lock_guard lock(m_mutex);
-    for (const auto& [folded, entry] : m_entries) ordered.emplace_back(entry.order, entry.key);
+    for (const auto& [key, entry] : m_entries) ordered.emplace_back(entry.order, key);
   }
   std::sort(ordered.begin(), ordered.end());
   std::vector<String> keys;
