@@ -132,6 +132,9 @@ HttpConnection::HttpConnection(ConnectionOwner& owner, ServerSocket socket)
   Error ignored;
   const auto peer = m_socket.remote_endpoint(ignored);
   if (!ignored) m_remoteAddress = AddressText(peer.data());
+  const auto& proxies = owner.Options().trustedProxies;
+  const std::string name = m_remoteAddress.empty() ? "unix" : m_remoteAddress;
+  m_isProxy = std::find(proxies.begin(), proxies.end(), name) != proxies.end();
   m_localPort = PortOf(m_socket.native_handle());
   const int on = 1;  // refused by local sockets, which need it not
   ::setsockopt(m_socket.native_handle(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -351,6 +354,18 @@ void HttpConnection::FillRequest() {
   for (const auto& field : message.base())
     request.headers.Add(Text(field.name_string()), Text(field.value()));
   m_problem = FillTarget();
+  if (m_isProxy) HearProxy();
+}
+
+// The proxy has appended the address that it saw, behind whatever its client claimed.
+void HttpConnection::HearProxy() {
+  m_request->https = EqualsIgnoreCase(m_request->headers.Joined("X-Forwarded-Proto"), "https");
+  const std::string all = m_request->headers.Joined("X-Forwarded-For");
+  const std::string last = all.substr(all.find_last_of(", ") + 1);
+  std::array<unsigned char, sizeof(in6_addr)> place{};
+  const bool isAddress = ::inet_pton(AF_INET, last.c_str(), place.data()) == 1 ||
+                         ::inet_pton(AF_INET6, last.c_str(), place.data()) == 1;
+  if (isAddress) m_request->remoteAddress = last;
 }
 
 std::string HttpConnection::FillTarget() {
@@ -423,6 +438,9 @@ void HttpConnection::SetFramingHeaders(HttpResponse& response, bool isPart) {
   if (!isPart && !IsBodiless(response.status)) {
     const std::uint64_t length = response.file ? response.file->length : response.body.size();
     response.headers.Set("Content-Length", std::to_string(length));
+  }
+  for (const HeaderList::Field& field : m_owner.Options().headers) {
+    if (!response.headers.Find(field.name)) response.headers.Add(field.name, field.value);
   }
   if (!m_keepAlive) {
     response.headers.Set("Connection", "close");
@@ -544,8 +562,9 @@ void HttpConnection::AfterResponse() {
   const ServerHandlers& handlers = m_owner.Handlers();
   if (handlers.finished) {
     const auto duration = std::chrono::steady_clock::now() - m_begun;
-    handlers.finished({m_request->id, m_request->method, m_request->target, m_remoteAddress, m_status,
-                       m_bodyBytes, std::chrono::duration_cast<std::chrono::microseconds>(duration)});
+    handlers.finished({m_request->id, m_request->method, m_request->target, m_request->remoteAddress,
+                       m_status, m_bodyBytes,
+                       std::chrono::duration_cast<std::chrono::microseconds>(duration)});
   }
   m_file.reset();
   m_headOnly = m_headSent = m_chunked = m_complete = false;

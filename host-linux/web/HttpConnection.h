@@ -116,6 +116,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   // Makes m_request from the parser's head; m_problem is a sentence for the client where it can't.
   void FillRequest();
   std::string FillTarget();
+  void HearProxy();
 
   void Respond(HttpResponse response);
   void SetFramingHeaders(HttpResponse& response, bool isPart);
@@ -145,6 +146,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   bool m_timedOut = false;
 
   std::string m_remoteAddress;
+  bool m_isProxy = false;  // one that is trusted
   std::uint16_t m_localPort = 0;
 
   boost::beast::flat_buffer m_buffer;  // never larger than a head and what is read with it

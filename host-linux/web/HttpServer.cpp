@@ -46,14 +46,14 @@ std::uint64_t RandomStart() {
 class HttpServer::Impl final : public ConnectionOwner {
  public:
   Impl(ServerOptions options, ServerHandlers handlers, UniqueFd listener)
-      : m_options(options),
+      : m_options(std::move(options)),
         m_handlers(std::move(handlers)),
         m_port(PortOf(listener.Get())),
         m_work(m_context.get_executor()),
         m_acceptor(m_context, net::generic::stream_protocol(FamilyOf(listener.Get()), 0), listener.Get()),
         m_accepted(m_context),
         m_pause(m_context),
-        m_threads(options.threads, options.maxQueue) {
+        m_threads(m_options.threads, m_options.maxQueue) {
     (void)listener.Release();  // the acceptor has it now
     Accept();
     m_thread = std::thread([this] { Run(); });
@@ -223,7 +223,7 @@ class HttpServer::Impl final : public ConnectionOwner {
 };
 
 HttpServer::HttpServer(ServerOptions options, ServerHandlers handlers, UniqueFd listener)
-    : m_impl(std::make_unique<Impl>(options, std::move(handlers), std::move(listener))) {}
+    : m_impl(std::make_unique<Impl>(std::move(options), std::move(handlers), std::move(listener))) {}
 
 HttpServer::~HttpServer() = default;
 

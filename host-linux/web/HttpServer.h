@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host-linux/web/HttpMessage.h"
 #include "host-linux/web/UniqueFd.h"
@@ -32,6 +33,10 @@ struct ServerOptions {
   Duration lingerTimeout{2'000};  // how long a closing connection waits for the client's end
   Duration drainGrace{300};       // how long a busy client of a server that ends may send another request
   unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503
+  // Of all responses; a response's own header of that name takes its place.
+  std::vector<HeaderList::Field> headers;
+  // Addresses ("unix" for a local socket) whose X-Forwarded-Proto and X-Forwarded-For tell of the client.
+  std::vector<std::string> trustedProxies;
 };
 
 // What a running page may do with its client before it ends. Used on the page's own thread.
