@@ -19,10 +19,11 @@ class SqliteStatement {
   // Runs it from its beginning and reads at most `maxRecords` rows (0: all). It is reset afterwards, also
   // when it fails.
   StatementResult Run(varnel::Long maxRecords);
+  // The text as it was run.
+  varnel::String Sent() const { return varnel::FromUtf8(m_sql); }
 
   // True if the schema changed since it was prepared, so that SQLite had to do so again.
   bool WasPreparedAgain() const;
-  const std::string& Sql() const { return m_sql; }
   std::vector<ColumnFact> Facts() const;
 
  private:
@@ -31,13 +32,23 @@ class SqliteStatement {
   };
 
   bool Step();
-  void AddRow(RowStore& rows, const std::vector<ColumnKind>& kinds) const;
+  void AddRow(RowStore& rows) const;
   void AddCell(RowStore& rows, int column, ColumnKind kind) const;
-  ResultColumn Column(int column, ColumnKind kind, const varnel::String& declaredType, bool hasRow) const;
+  int TimesPreparedAgain() const;
+  void LearnColumns();
+  void GuessTypes(bool hasRow);
 
   sqlite3* m_database;
   std::string m_sql;
   std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+  bool m_isQuery = false;
+  // What is known of the columns, for results to share; null before the first run.
+  ResultColumns m_columns;
+  std::vector<ColumnKind> m_kinds;
+  int m_learnedAt = 0;  // TimesPreparedAgain at that time
+  // How large the last result was.
+  std::size_t m_lastRows = 0;
+  std::size_t m_lastBytes = 0;
 };
 
 }  // namespace hostlinux
