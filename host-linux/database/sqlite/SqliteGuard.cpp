@@ -71,20 +71,9 @@ bool ChangesSchema(int action) {
   }
 }
 
-// What it makes or sets lives as long as the connection.
+// What it sets lives as long as the connection, as everything in the schema "temp" does.
 bool LastsWithConnection(int action) {
-  switch (action) {
-    case SQLITE_CREATE_TEMP_INDEX:
-    case SQLITE_CREATE_TEMP_TABLE:
-    case SQLITE_CREATE_TEMP_TRIGGER:
-    case SQLITE_CREATE_TEMP_VIEW:
-    case SQLITE_ATTACH:
-    case SQLITE_DETACH:
-    case SQLITE_PRAGMA:
-      return true;
-    default:
-      return false;
-  }
+  return action == SQLITE_ATTACH || action == SQLITE_DETACH || action == SQLITE_PRAGMA;
 }
 
 }  // namespace
@@ -120,7 +109,7 @@ void SqliteGuard::BeginRunning(bool namesQueries) {
   m_running = true;
 }
 
-int SqliteGuard::Decide(void* self, int action, const char* first, const char* second, const char*,
+int SqliteGuard::Decide(void* self, int action, const char* first, const char* second, const char* schema,
                         const char* context) {
   auto& guard = *static_cast<SqliteGuard*>(self);
   if (guard.m_suspended) return SQLITE_OK;
@@ -128,7 +117,7 @@ int SqliteGuard::Decide(void* self, int action, const char* first, const char* s
     guard.Learn(action, first, context);
     return SQLITE_OK;
   }
-  guard.Note(action);
+  guard.Note(action, schema == nullptr ? "" : schema);
   return guard.Allows(action, first, second, context) ? SQLITE_OK : SQLITE_DENY;
 }
 
@@ -138,9 +127,10 @@ void SqliteGuard::Learn(int action, const char* table, const char* context) {
   if (context != nullptr) m_below.insert(Lower(context));
 }
 
-void SqliteGuard::Note(int action) {
-  m_changedSchema = m_changedSchema || ChangesSchema(action);
-  m_leavesTraces = m_leavesTraces || LastsWithConnection(action);
+void SqliteGuard::Note(int action, std::string_view schema) {
+  const bool changes = ChangesSchema(action);
+  m_changedSchema = m_changedSchema || changes;
+  m_leavesTraces = m_leavesTraces || (changes && schema == "temp") || LastsWithConnection(action);
 }
 
 bool SqliteGuard::Allows(int action, const char* first, const char* second, const char* context) {

@@ -45,7 +45,7 @@ class SqliteGuard {
  private:
   static int Decide(void* self, int action, const char* first, const char* second, const char* schema,
                     const char* context);
-  void Note(int action);
+  void Note(int action, std::string_view schema);
   bool Allows(int action, const char* first, const char* second, const char* context);
   bool AllowsRead(const std::string& table, std::string_view column, const char* context) const;
   void Learn(int action, const char* table, const char* context);

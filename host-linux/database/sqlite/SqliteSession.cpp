@@ -166,15 +166,18 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
 }
 
 // What was learned of the schema holds for texts that are rewritten now only if nobody has changed it since.
+// SQLite itself looks when a statement is run, not when one is prepared.
 void SqliteSession::LookAtSchema() {
-  const SuspendedGuard suspended(m_guard);
-  if (m_schemaVersion == nullptr) {
-    m_schemaVersion = std::make_unique<SqliteStatement>(m_database.get(), "PRAGMA schema_version");
+  {
+    const SuspendedGuard suspended(m_guard);
+    if (m_probe == nullptr) {
+      m_probe = std::make_unique<SqliteStatement>(m_database.get(), "SELECT 1 FROM sqlite_schema LIMIT 1");
+    }
+    m_probe->Run(0);
+    if (!m_probe->WasPreparedAgain()) return;
+    m_probe = nullptr;
   }
-  const auto version = m_schemaVersion->Run(0).rows.Value(0, 0);
-  if (version == m_knownSchema) return;
-  if (!m_knownSchema.IsEmpty()) ForgetSchema();
-  m_knownSchema = version;
+  ForgetSchema();
 }
 
 void SqliteSession::ForgetSchema() {

@@ -75,8 +75,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::unique_ptr<sqlite3, Closer> m_database;             // closed before the two above go
   LeastRecentlyUsed<varnel::String, Cached> m_statements;  // by the library's text
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
-  std::unique_ptr<SqliteStatement> m_schemaVersion;
-  varnel::Variant m_knownSchema;
+  std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
   bool m_broken = false;
 };
 
