@@ -8,6 +8,7 @@
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/OperandFinder.h"
 #include "host-linux/database/dialect/SqlStructure.h"
+#include "varnel/automation/String.h"
 
 namespace hostlinux {
 namespace {
@@ -324,5 +325,12 @@ RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts) {
   Rewriter(tokens, facts).Run();
   return {PrintSql(tokens, 0, tokens.size()), false};
 }
+
+EngineStatement SqliteDialect::Translate(std::u16string_view sql) {
+  const RewrittenSql rewritten = RewriteForSqlite(sql, m_facts);
+  return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing};
+}
+
+void SqliteDialect::ForgetSchema() {}
 
 }  // namespace hostlinux

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineStatement.h"
 
 namespace hostlinux {
 
@@ -25,5 +26,20 @@ struct RewrittenSql {
 //   come as text, also those of numbers and dates.
 // - SET TRANSACTION ISOLATION LEVEL is nothing: every SQLite transaction is serializable.
 RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts);
+
+// The rewriting of one connection, with its literals lifted out: texts that differ in values only become one
+// engine text, which is worked out once.
+class SqliteDialect {
+ public:
+  // `facts` outlives the dialect.
+  explicit SqliteDialect(IColumnFacts& facts) : m_facts(facts) {}
+
+  EngineStatement Translate(std::u16string_view sql);
+  // To be called when the schema changed: types of columns are part of what was worked out.
+  void ForgetSchema();
+
+ private:
+  IColumnFacts& m_facts;
+};
 
 }  // namespace hostlinux
