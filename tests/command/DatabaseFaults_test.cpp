@@ -50,7 +50,7 @@ std::string ListPage(const std::string& connection) {
 constexpr char kWritePage[] =
     "<% var c = Server.CreateObject('ADODB.Connection'); c.Open(Request.QueryString('file') == 'disk'"
     " ? 'Provider=SQLite;Data Source=disk/demo.db' : 'Provider=SQLite;Data Source=demo.db');\n"
-    "var n = new ByRef(0); Request.QueryString('sql').Item; var all = "
+    "var n = new ByRef(0); var all = "
     "String(Request.QueryString('sql')).split('|');\n"
     "for (var i = 0; i < all.length; i++) c.Execute(all[i], n); %><%= n.value %>";
 
@@ -106,6 +106,19 @@ class DatabaseFaultsTest : public testing::Test {
   void ServesCustomers(const std::string& names) const { EXPECT_EQ(Get("list.asp").body, names); }
 
   std::filesystem::path Database() const { return m_site.Folder() / "demo.db"; }
+
+  std::string FirstValue(const std::string& file, const char* sql) const {
+    sqlite3* database = nullptr;
+    std::string value;
+    sqlite3_open((m_site.Folder() / file).c_str(), &database);
+    const auto keep = [](void* text, int, char** values, char**) {
+      *static_cast<std::string*>(text) = values[0] == nullptr ? "" : values[0];
+      return 1;
+    };
+    sqlite3_exec(database, sql, keep, &value, nullptr);
+    sqlite3_close(database);
+    return value;
+  }
 
   // A list of the page as a visitor's link asks for it, sorted by `sort`.
   static std::string Sorted(const char16_t* sort, bool next = false) {
@@ -240,13 +253,8 @@ TEST_F(DatabaseFaultsTest, FullDiskKeepsWhatItHas) {
   EXPECT_NE(Write("SELECT 1", "disk").status, 500);
   m_program = nullptr;
   std::filesystem::copy(m_site.Folder() / "disk", m_site.Folder() / "copy");
-  m_site.RunSql(
-      "CREATE TABLE result AS SELECT CASE WHEN (SELECT * FROM pragma_integrity_check) = 'ok' AND"
-      " (SELECT COUNT(*) FROM t WHERE b = 'first') = 1 THEN 1 END AS ok;"
-      "CREATE UNIQUE INDEX one ON result (ok);"
-      "INSERT INTO result SELECT 1 WHERE NOT EXISTS (SELECT ok FROM result WHERE ok = 1);"
-      "DELETE FROM result WHERE ok IS NULL",
-      "copy/demo.db");
+  EXPECT_EQ(FirstValue("copy/demo.db", "PRAGMA integrity_check"), "ok");
+  EXPECT_EQ(FirstValue("copy/demo.db", "SELECT b FROM t WHERE a = 1"), "first");
 }
 
 // --- sorts
@@ -275,15 +283,10 @@ TEST_F(HostileSortTest, SecondStatementIsRefused) {
 
 TEST_F(HostileSortTest, FunctionThatBurnsTimeIsStopped) {
   Start();
-  ExpectFailure(
-      "list.asp?" + Sorted(u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT "
-                           u"MAX(i) FROM n) AS name"),
-      "Query timeout expired");
-  ExpectFailure(
-      "list.asp?" + Sorted(u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT "
-                           u"MAX(i) FROM n) AS name",
-                           true),
-      "Query timeout expired");
+  const auto* endless =
+      u"(WITH RECURSIVE n(i) AS(SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT MAX(i) FROM n)";
+  ExpectFailure("list.asp?" + Sorted(endless), "Query timeout expired");
+  ExpectFailure("list.asp?" + Sorted(endless, true), "Query timeout expired");
 }
 
 TEST_F(HostileSortTest, SubselectReadsNothingBeyondTheListedTables) {

@@ -47,7 +47,10 @@ bool HasWithClause(std::u16string_view sql) {
 
 SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
                              std::chrono::milliseconds timeout)
-    : m_file(file), m_guard(access.tables, access.mode == SqliteMode::Read), m_statements(kMaxStatements) {
+    : m_file(file),
+      m_guard(access.tables, access.mode == SqliteMode::Read),
+      m_statements(kMaxStatements),
+      m_dialect(*this) {
   const bool inMemory = file == ":memory:";
   if (access.mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
     RaiseSqlite(provider_error::kFail,
@@ -106,7 +109,7 @@ void SqliteSession::Execute(const char* sql) {
 StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
   m_timeLimit.Start(limits.timeout);
   try {
-    StatementResult result = RunPrepared(sql, limits);
+    StatementResult result = RunTranslated(sql, limits);
     m_timeLimit.Stop();
     if (m_guard.TakeSchemaChange()) ForgetSchema();
     return result;
@@ -117,34 +120,30 @@ StatementResult SqliteSession::Run(const String& sql, const StatementLimits& lim
   }
 }
 
-StatementResult SqliteSession::RunPrepared(const String& sql, const StatementLimits& limits) {
-  Cached* cached = m_statements.Find(sql);
-  const bool wasCached = cached != nullptr;
-  if (!wasCached) cached = &Prepared(sql);
-  StatementResult result;
-  if (!cached->isNothing) {
-    m_guard.BeginRunning(cached->namesQueries);
-    result = cached->statement->Run(limits.maxRecords);
+StatementResult SqliteSession::RunTranslated(const String& sql, const StatementLimits& limits) {
+  EngineStatement translated = m_dialect.Translate(sql);
+  const bool isKnown = translated.isNothing || m_statements.Find(translated.sql) != nullptr;
+  if (!isKnown && SchemaHasChanged()) translated = m_dialect.Translate(sql);
+  if (translated.isNothing) {
+    StatementResult nothing;
+    nothing.sent = sql;
+    return nothing;
   }
-  if (limits.wantsSent) result.sent = cached->isNothing ? sql : cached->statement->Sent();
+  const Cached& cached = Prepared(translated.sql);
+  const int timesBefore = cached.statement->TimesPreparedAgain();
+  m_guard.BeginRunning(cached.namesQueries);
+  StatementResult result = cached.statement->Run(translated.values, limits);
+  if (cached.statement->TimesPreparedAgain() == timesBefore || !SchemaHasChanged()) return result;
   // Another schema may ask for another text. Only a query is worth running again for that.
-  if (wasCached && !cached->isNothing && cached->statement->WasPreparedAgain()) {
-    ForgetSchema();
-    if (result.affected < 0) return RunPrepared(sql, limits);
-  }
-  return result;
+  return result.affected < 0 ? RunTranslated(sql, limits) : std::move(result);
 }
 
-SqliteSession::Cached& SqliteSession::Prepared(const String& sql) {
-  LookAtSchema();
-  const RewrittenSql rewritten = RewriteForSqlite(sql, *this);
+SqliteSession::Cached& SqliteSession::Prepared(const std::string& sql) {
+  if (Cached* found = m_statements.Find(sql)) return *found;
   Cached cached;
-  cached.isNothing = rewritten.isNothing;
-  if (!cached.isNothing) {
-    cached.namesQueries = m_guard.HasList() && HasWithClause(rewritten.text);
-    m_guard.BeginPreparing(cached.namesQueries);
-    cached.statement = std::make_unique<SqliteStatement>(m_database.get(), varnel::ToUtf8(rewritten.text));
-  }
+  cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
+  m_guard.BeginPreparing(cached.namesQueries);
+  cached.statement = std::make_unique<SqliteStatement>(m_database.get(), sql);
   return m_statements.Add(sql, std::move(cached));
 }
 
@@ -165,24 +164,27 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
   return m_facts.emplace(select, std::move(facts)).first->second;
 }
 
-// What was learned of the schema holds for texts that are rewritten now only if nobody has changed it since.
-// SQLite itself looks when a statement is run, not when one is prepared.
-void SqliteSession::LookAtSchema() {
+// What was learned of the schema holds for a text that is worked out now only if nobody has changed it since.
+// SQLite looks when a statement is run, not when one is prepared; it then prepares it again. True if what was
+// learned has been forgotten.
+bool SqliteSession::SchemaHasChanged() {
   {
     const SuspendedGuard suspended(m_guard);
     if (m_probe == nullptr) {
       m_probe = std::make_unique<SqliteStatement>(m_database.get(), "SELECT 1 FROM sqlite_schema LIMIT 1");
     }
-    m_probe->Run(0);
-    if (!m_probe->WasPreparedAgain()) return;
+    m_probe->Run({}, {});
+    if (m_probe->TimesPreparedAgain() == 0) return false;
     m_probe = nullptr;
   }
   ForgetSchema();
+  return true;
 }
 
 void SqliteSession::ForgetSchema() {
   m_statements.Clear();
   m_facts.clear();
+  m_dialect.ForgetSchema();
   m_guard.LearnViews(m_database.get());
 }
 

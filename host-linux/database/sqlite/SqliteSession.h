@@ -6,7 +6,7 @@
 #include <memory>
 #include <unordered_map>
 
-#include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/provider/LeastRecentlyUsed.h"
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteGuard.h"
@@ -46,9 +46,8 @@ class SqliteSession : public ISession, private IColumnFacts {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
   struct Cached {
-    bool isNothing = false;
-    bool namesQueries = false;                   // has a WITH clause
-    std::unique_ptr<SqliteStatement> statement;  // null for nothing
+    bool namesQueries = false;  // has a WITH clause
+    std::unique_ptr<SqliteStatement> statement;
   };
   struct FileState {
     std::uint64_t device = 0;
@@ -61,9 +60,9 @@ class SqliteSession : public ISession, private IColumnFacts {
   void OpenFile(const std::string& name, int flags);
   void OpenForReading();
   void Execute(const char* sql);
-  Cached& Prepared(const varnel::String& sql);
-  StatementResult RunPrepared(const varnel::String& sql, const StatementLimits& limits);
-  void LookAtSchema();
+  Cached& Prepared(const std::string& sql);
+  StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
+  bool SchemaHasChanged();
   void ForgetSchema();
   void NoteFailure(const varnel::host::ProviderError& error);
   static FileState StateOf(const std::filesystem::path& file);
@@ -72,8 +71,9 @@ class SqliteSession : public ISession, private IColumnFacts {
   FileState m_state;
   SqliteTimeLimit m_timeLimit;
   SqliteGuard m_guard;
-  std::unique_ptr<sqlite3, Closer> m_database;             // closed before the two above go
-  LeastRecentlyUsed<varnel::String, Cached> m_statements;  // by the library's text
+  std::unique_ptr<sqlite3, Closer> m_database;          // closed before the two above go
+  LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
+  SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
   std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
   bool m_broken = false;

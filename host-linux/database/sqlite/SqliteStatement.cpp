@@ -124,8 +124,6 @@ SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
   }
 }
 
-bool SqliteStatement::WasPreparedAgain() const { return TimesPreparedAgain() > 0; }
-
 std::vector<ColumnFact> SqliteStatement::Facts() const {
   std::vector<ColumnFact> facts;
   for (int i = 0; i < sqlite3_column_count(m_statement.get()); ++i) {
@@ -137,12 +135,16 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
   return facts;
 }
 
-StatementResult SqliteStatement::Run(Long maxRecords) {
+StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits) {
   struct Resetter {
     sqlite3_stmt* statement;
-    ~Resetter() { sqlite3_reset(statement); }
+    ~Resetter() {
+      sqlite3_reset(statement);
+      sqlite3_clear_bindings(statement);  // the values go
+    }
   } const resetter{m_statement.get()};
-  const auto limit = static_cast<std::size_t>(maxRecords);
+  const auto limit = static_cast<std::size_t>(limits.maxRecords);
+  Bind(values);
   const int changes = m_isQuery ? 0 : sqlite3_total_changes(m_database);
   bool more = Step();
 
@@ -162,7 +164,33 @@ StatementResult SqliteStatement::Run(Long maxRecords) {
   if (!m_isQuery) {
     result.affected = sqlite3_total_changes(m_database) == changes ? 0 : sqlite3_changes(m_database);
   }
+  if (limits.wantsSent) result.sent = Sent();
   return result;
+}
+
+// The texts are not copied: they stay where they are until the statement is reset.
+void SqliteStatement::Bind(const std::vector<BoundValue>& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const int position = static_cast<int>(i) + 1;
+    int result = SQLITE_OK;
+    if (const auto* number = std::get_if<std::int64_t>(&values[i])) {
+      result = sqlite3_bind_int64(m_statement.get(), position, *number);
+    } else if (const auto* real = std::get_if<double>(&values[i])) {
+      result = sqlite3_bind_double(m_statement.get(), position, *real);
+    } else {
+      const auto& text = std::get<std::string>(values[i]);
+      result = sqlite3_bind_text64(m_statement.get(), position, text.data(), text.size(), SQLITE_STATIC,
+                                   SQLITE_UTF8);
+    }
+    if (result != SQLITE_OK) RaiseSqlite(m_database);
+  }
+}
+
+// The text with the values in their places.
+String SqliteStatement::Sent() const {
+  const std::unique_ptr<char, decltype(&sqlite3_free)> text(sqlite3_expanded_sql(m_statement.get()),
+                                                            &sqlite3_free);
+  return varnel::FromUtf8(text == nullptr ? m_sql : std::string_view(text.get()));
 }
 
 int SqliteStatement::TimesPreparedAgain() const {
