@@ -1,0 +1,226 @@
+// A page of ten rows with six columns, read through the ADO objects and by the bare C API of SQLite: the next
+// page of a sorted list, from 200 places in turn. Both are measured in turns of one run; the ratio of their
+// best turns is what counts, since whatever else the machine does falls on both.
+#include <sqlite3.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+#include "host-linux/database/AdoRecordset.h"
+#include "varnel/recordset/PageQuery.h"
+
+namespace {
+
+using varnel::String;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRows =
+    10'000;                   // all of it fits the engine's cache, so that nothing of the disk hides our part
+constexpr int kPlaces = 200;  // more than a connection keeps statements
+constexpr int kReadsOfATurn = 5 * kPlaces;
+constexpr int kTurns = 60;
+constexpr const char16_t* kConnection = u"Provider=SQLite;Data Source=bench.db;Mode=Read";
+
+class Folder {
+ public:
+  Folder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "varnel-bench-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder for the database");
+    m_path = pattern;
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  ~Folder() { std::filesystem::remove_all(m_path); }
+  const std::filesystem::path& Path() const { return m_path; }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+struct Closer {
+  void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Database = std::unique_ptr<sqlite3, Closer>;
+using Statement = std::unique_ptr<sqlite3_stmt, Closer>;
+
+Database OpenFile(const std::filesystem::path& file) {
+  sqlite3* database = nullptr;
+  if (sqlite3_open(file.c_str(), &database) != SQLITE_OK) throw std::runtime_error(sqlite3_errmsg(database));
+  return Database(database);
+}
+
+void MakeProducts(const std::filesystem::path& file) {
+  const Database database = OpenFile(file);
+  const std::string sql =
+      "PRAGMA journal_mode = WAL; BEGIN;"
+      "CREATE TABLE PRODUCT (PRODUCTID INT NOT NULL PRIMARY KEY, PRODUCTDESCRIPTION VARCHAR(80) NOT NULL "
+      "COLLATE NOCASE, MANUFACTURER VARCHAR(40), PRICE REAL, CREATED DATETIME, STOCK INT);"
+      "INSERT INTO PRODUCT WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+      std::to_string(kRows) +
+      ") SELECT i, printf('%06d Gigabit Network Connection', (i * 7919) % 1000003), 'Manufacturer ' || (i % "
+      "97), "
+      "i * 0.25, datetime('2001-01-01', '+' || (i % 3000) || ' hours'), i % 500 FROM n;"
+      "CREATE INDEX PRODUCT_DESCRIPTION ON PRODUCT (PRODUCTDESCRIPTION, PRODUCTID); COMMIT; ANALYZE;";
+  if (sqlite3_exec(database.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+    throw std::runtime_error(sqlite3_errmsg(database.get()));
+  }
+}
+
+// The texts as the library makes them for a click on "next" at 200 places of the list.
+std::vector<String> PageTexts() {
+  std::vector<String> texts;
+  for (int place = 0; place < kPlaces; ++place) {
+    const int id = 1 + place * (kRows / kPlaces);
+    char description[64];
+    std::snprintf(description, sizeof description, "%06d Gigabit Network Connection", (id * 7919) % 1000003);
+    varnel::PersistedState state;
+    state.NavType = varnel::nav_type::kNext;
+    state.SortFields = u"PRODUCTDESCRIPTION";
+    state.KeyValues = {varnel::FromUtf8(description), varnel::FromUtf8(std::to_string(id))};
+    std::vector<String> branches{
+        u"SELECT PRODUCTID, PRODUCTDESCRIPTION, MANUFACTURER, PRICE, CREATED, STOCK FROM PRODUCT"};
+    texts.push_back(varnel::BuildReadQuery(branches, state, varnel::ParseSortFields(state, u"PRODUCTID"),
+                                           varnel::PageTop{10}));
+  }
+  return texts;
+}
+
+std::shared_ptr<hostlinux::AdoConnection> Connect(const std::shared_ptr<hostlinux::AdoDatabase>& database) {
+  auto connection = std::make_shared<hostlinux::AdoConnection>(database);
+  connection->Open(kConnection, u"", u"", -1);
+  return connection;
+}
+
+// Reads as scripts and the library do; gives the number of values.
+class AdoReader {
+ public:
+  explicit AdoReader(const std::filesystem::path& folder) {
+    hostlinux::AdoOptions options;
+    options.folder = folder;
+    options.statementTimeout = std::chrono::seconds(30);
+    m_database = hostlinux::AdoDatabase::Make(std::move(options));
+    m_connection = Connect(m_database);
+  }
+
+  std::size_t Read(const String& sql) {
+    hostlinux::AdoRecordset recordset(m_database);
+    recordset.Open(sql, m_connection, varnel::host::ado::kOpenStatic, varnel::host::ado::kLockReadOnly, -1);
+    const varnel::Long columns = recordset.FieldCount();
+    std::size_t values = 0;
+    for (; !recordset.IsEOF(); recordset.MoveNext()) {
+      for (varnel::Long column = 0; column < columns; ++column) {
+        values += recordset.FieldValue(column).IsEmpty() ? 0 : 1;
+      }
+    }
+    recordset.Close();
+    return values;
+  }
+
+ private:
+  std::shared_ptr<hostlinux::AdoDatabase> m_database;
+  std::shared_ptr<hostlinux::AdoConnection> m_connection;
+};
+
+// The texts that the engine got for `texts`.
+std::vector<std::string> EngineTexts(const std::filesystem::path& folder, const std::vector<String>& texts) {
+  std::vector<std::string> sent;
+  hostlinux::AdoOptions options;
+  options.folder = folder;
+  options.onStatement = [&](const hostlinux::SqlTraceEntry& entry) {
+    sent.push_back(varnel::ToUtf8(entry.sent));
+  };
+  const auto database = hostlinux::AdoDatabase::Make(std::move(options));
+  const auto connection = Connect(database);
+  for (const String& text : texts) connection->Execute(text, -1);
+  return sent;
+}
+
+// Runs statements that were prepared once, and reads all columns.
+class BareReader {
+ public:
+  BareReader(const std::filesystem::path& folder, const std::vector<std::string>& texts)
+      : m_database(OpenFile(folder / "bench.db")) {
+    for (const std::string& text : texts) {
+      sqlite3_stmt* statement = nullptr;
+      if (sqlite3_prepare_v2(m_database.get(), text.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+        throw std::runtime_error(sqlite3_errmsg(m_database.get()));
+      }
+      m_statements.emplace_back(statement);
+    }
+  }
+
+  std::size_t Read(std::size_t place) {
+    sqlite3_stmt* statement = m_statements[place].get();
+    std::size_t values = 0;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+      for (int column = 0; column < sqlite3_column_count(statement); ++column)
+        values += Value(statement, column);
+    }
+    sqlite3_reset(statement);
+    return values;
+  }
+
+ private:
+  static std::size_t Value(sqlite3_stmt* statement, int column) {
+    switch (sqlite3_column_type(statement, column)) {
+      case SQLITE_INTEGER:
+        return sqlite3_column_int64(statement, column) == std::numeric_limits<sqlite3_int64>::min() ? 0 : 1;
+      case SQLITE_FLOAT:
+        return sqlite3_column_double(statement, column) < -1e300 ? 0 : 1;
+      default:
+        return sqlite3_column_text(statement, column) == nullptr ||
+                       sqlite3_column_bytes(statement, column) < 0
+                   ? 0
+                   : 1;
+    }
+  }
+
+  Database m_database;
+  std::vector<Statement> m_statements;
+};
+
+// Microseconds of one read.
+template <typename Reading>
+double Turn(Reading reading) {
+  const Clock::time_point start = Clock::now();
+  std::size_t values = 0;
+  for (std::size_t i = 0; i < kReadsOfATurn; ++i) values += reading(i % kPlaces);
+  const std::chrono::duration<double, std::micro> time = Clock::now() - start;
+  if (values != std::size_t{60} * kReadsOfATurn) throw std::runtime_error("not every read gave 60 values");
+  return time.count() / kReadsOfATurn;
+}
+
+int Main() {
+  const Folder folder;
+  MakeProducts(folder.Path() / "bench.db");
+  const std::vector<String> texts = PageTexts();
+  AdoReader ado(folder.Path());
+  BareReader bare(folder.Path(), EngineTexts(folder.Path(), texts));
+  double adoBest = std::numeric_limits<double>::max();
+  double bareBest = adoBest;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    adoBest = std::min(adoBest, Turn([&](std::size_t place) { return ado.Read(texts[place]); }));
+    bareBest = std::min(bareBest, Turn([&](std::size_t place) { return bare.Read(place); }));
+  }
+  std::printf("10 rows of 6 columns: ADO %.1f us, bare statement %.1f us, ratio %.2f (at most 2.5)\n",
+              adoBest, bareBest, adoBest / bareBest);
+  return 0;
+}
+
+}  // namespace
+
+int main() {
+  try {
+    return Main();
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "bench_ado: %s\n", problem.what());
+    return 1;
+  }
+}
