@@ -52,7 +52,9 @@ using Statement = std::unique_ptr<sqlite3_stmt, Closer>;
 
 Database OpenFile(const std::filesystem::path& file) {
   sqlite3* database = nullptr;
-  if (sqlite3_open(file.c_str(), &database) != SQLITE_OK) throw std::runtime_error(sqlite3_errmsg(database));
+  if (sqlite3_open_v2(file.c_str(), &database,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK)
+    throw std::runtime_error(sqlite3_errmsg(database));
   return Database(database);
 }
 

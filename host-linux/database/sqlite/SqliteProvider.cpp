@@ -27,10 +27,17 @@ std::vector<std::string> TablesOf(const varnel::String& text) {
   return tables;
 }
 
+// The engine's count of its memory costs a lock of the whole process at each allocation, and nobody reads it.
+// Can only be set before the first use of the engine; where somebody else was first, it stays.
+void SwitchOffStatistics() {
+  [[maybe_unused]] static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 }  // namespace
 
 std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connection,
                                                const OpenOptions& options) {
+  SwitchOffStatistics();
   const varnel::String source = connection.Get(u"Data Source");
   if (source.empty()) {
     RaiseSqlite(provider_error::kFail, u"The connection string names no Data Source.", u"08001");
