@@ -111,34 +111,35 @@ StatementResult SqliteSession::Run(const String& sql, const StatementLimits& lim
 }
 
 StatementResult SqliteSession::RunPrepared(const String& sql, varnel::Long maxRecords) {
-  const bool wasCached = m_statements.contains(sql);
-  const Cached& cached = Prepared(sql);
-  if (cached.isNothing) {
+  const EngineStatement engine = m_dialect.Translate(sql);
+  if (engine.isNothing) {
     StatementResult nothing;
     nothing.sent = sql;
     return nothing;
   }
-  StatementResult result = cached.statement->Run(maxRecords);
-  result.sent = varnel::FromUtf8(cached.statement->Sql());
+  const bool wasCached = m_statements.contains(engine.sql);
+  SqliteStatement& statement = Prepared(engine.sql);
+  StatementResult result = statement.Run(engine.values, maxRecords);
   // Another schema may ask for another text. Only a query is worth running again for that.
-  if (wasCached && cached.statement->WasPreparedAgain()) {
+  if (wasCached && statement.WasPreparedAgain()) {
     ForgetSchema();
     if (result.affected < 0) return RunPrepared(sql, maxRecords);
   }
   return result;
 }
 
-SqliteSession::Cached& SqliteSession::Prepared(const String& sql) {
+SqliteStatement& SqliteSession::Prepared(const std::string& sql) {
   const auto found = m_statements.find(sql);
-  if (found != m_statements.end()) return found->second;
+  if (found != m_statements.end()) return *found->second;
   if (m_statements.size() >= kMaxStatements) m_statements.clear();
-  const RewrittenSql rewritten = RewriteForSqlite(sql, *this);
-  Cached cached;
-  cached.isNothing = rewritten.isNothing;
-  if (!cached.isNothing) {
-    cached.statement = std::make_unique<SqliteStatement>(m_database.get(), varnel::ToUtf8(rewritten.text));
-  }
-  return m_statements.emplace(sql, std::move(cached)).first->second;
+  auto statement = std::make_unique<SqliteStatement>(m_database.get(), sql);
+  return *m_statements.emplace(sql, std::move(statement)).first->second;
+}
+
+bool SqliteSession::HasPartialIndex() {
+  SqliteStatement query(m_database.get(),
+                        "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND sql LIKE '%WHERE%'");
+  return query.Run({}, 1).rows.Rows() > 0;
 }
 
 std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16string& select) {
@@ -157,6 +158,7 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
 }
 
 void SqliteSession::ForgetSchema() {
+  m_dialect.ForgetSchema();
   m_statements.clear();
   m_facts.clear();
 }

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
 
@@ -33,10 +34,6 @@ class SqliteSession : public ISession, private IColumnFacts {
   struct Closer {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
-  struct Cached {
-    bool isNothing = false;
-    std::unique_ptr<SqliteStatement> statement;  // null for nothing
-  };
   struct FileIdentity {
     std::uint64_t device = 0;
     std::uint64_t node = 0;
@@ -44,11 +41,12 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
+  bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
   void Configure(SqliteMode mode);
   void Execute(const char* sql);
-  Cached& Prepared(const varnel::String& sql);
+  SqliteStatement& Prepared(const std::string& sql);
   StatementResult RunPrepared(const varnel::String& sql, varnel::Long maxRecords);
   void ForgetSchema();
   void NoteSideEffects(const varnel::String& sql);
@@ -57,7 +55,8 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::filesystem::path m_file;
   FileIdentity m_identity;
   std::unique_ptr<sqlite3, Closer> m_database;
-  std::unordered_map<varnel::String, Cached> m_statements;  // by the library's text
+  SqliteDialect m_dialect{*this};
+  std::unordered_map<std::string, std::unique_ptr<SqliteStatement>> m_statements;  // by the engine's text
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
   bool m_tainted = false;
 };

@@ -102,8 +102,7 @@ bool ReadStoredDate(std::string_view text, varnel::Date& date) {
 
 }  // namespace
 
-SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
-    : m_database(database), m_sql(sql) {
+SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql) : m_database(database) {
   sqlite3_stmt* statement = nullptr;
   const char* tail = nullptr;
   const int result =
@@ -133,11 +132,37 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
   return facts;
 }
 
-StatementResult SqliteStatement::Run(Long maxRecords) {
+// The values outlive the run.
+void SqliteStatement::Bind(int parameter, const BoundValue& value) {
+  sqlite3_stmt* statement = m_statement.get();
+  int result = SQLITE_OK;
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    result =
+        sqlite3_bind_text64(statement, parameter, text->data(), text->size(), SQLITE_STATIC, SQLITE_UTF8);
+  } else if (const auto* number = std::get_if<double>(&value)) {
+    result = sqlite3_bind_double(statement, parameter, *number);
+  } else {
+    result = sqlite3_bind_int64(statement, parameter, std::get<std::int64_t>(value));
+  }
+  if (result != SQLITE_OK) RaiseSqlite(m_database);
+}
+
+// The text with its values, for people.
+String SqliteStatement::Expanded() const {
+  const std::unique_ptr<char, decltype(&sqlite3_free)> text(sqlite3_expanded_sql(m_statement.get()),
+                                                            &sqlite3_free);
+  return varnel::FromUtf8(text == nullptr ? sqlite3_sql(m_statement.get()) : text.get());
+}
+
+StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, Long maxRecords) {
   struct Resetter {
     sqlite3_stmt* statement;
-    ~Resetter() { sqlite3_reset(statement); }
+    ~Resetter() {
+      sqlite3_reset(statement);
+      sqlite3_clear_bindings(statement);
+    }
   } const resetter{m_statement.get()};
+  for (std::size_t i = 0; i < values.size(); ++i) Bind(static_cast<int>(i) + 1, values[i]);
   const auto limit = static_cast<std::size_t>(maxRecords);
   const int changes = sqlite3_total_changes(m_database);
   bool more = Step();
@@ -151,6 +176,7 @@ StatementResult SqliteStatement::Run(Long maxRecords) {
     result.columns.push_back(Column(static_cast<int>(i), kinds[i], facts[i].declaredType, more));
     result.columns[i].name = facts[i].name;
   }
+  result.sent = Expanded();
   result.rows = RowStore(facts.size());
   for (; more; more = Step()) {
     AddRow(result.rows, kinds);

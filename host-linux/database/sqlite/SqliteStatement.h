@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineStatement.h"
 #include "host-linux/database/provider/Provider.h"
 
 namespace hostlinux {
@@ -16,13 +17,12 @@ class SqliteStatement {
   // than one statement stands in the text.
   SqliteStatement(sqlite3* database, const std::string& sql);
 
-  // Runs it from its beginning and reads at most `maxRecords` rows (0: all). It is reset afterwards, also
-  // when it fails.
-  StatementResult Run(varnel::Long maxRecords);
+  // Runs it from its beginning with the values of its parameters and reads at most `maxRecords` rows (0:
+  // all). It is reset afterwards, also when it fails.
+  StatementResult Run(const std::vector<BoundValue>& values, varnel::Long maxRecords);
 
   // True if the schema changed since it was prepared, so that SQLite had to do so again.
   bool WasPreparedAgain() const;
-  const std::string& Sql() const { return m_sql; }
   std::vector<ColumnFact> Facts() const;
 
  private:
@@ -30,13 +30,14 @@ class SqliteStatement {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
 
+  void Bind(int parameter, const BoundValue& value);
+  varnel::String Expanded() const;
   bool Step();
   void AddRow(RowStore& rows, const std::vector<ColumnKind>& kinds) const;
   void AddCell(RowStore& rows, int column, ColumnKind kind) const;
   ResultColumn Column(int column, ColumnKind kind, const varnel::String& declaredType, bool hasRow) const;
 
   sqlite3* m_database;
-  std::string m_sql;
   std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
 };
 
