@@ -16,6 +16,11 @@ SqliteMode ModeOf(const varnel::String& text, bool readOnly) {
               u"08001");
 }
 
+// For comparisons of the two.
+PageReads ReadsOf(const varnel::String& text) {
+  return varnel::EqualsNoCase(text, u"AsWritten") ? PageReads::AsWritten : PageReads::InArms;
+}
+
 std::vector<std::string> TablesOf(const varnel::String& text) {
   std::vector<std::string> tables;
   for (std::size_t begin = 0; begin <= text.size();) {
@@ -45,7 +50,8 @@ std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connectio
   const std::filesystem::path file(varnel::ToUtf8(source));
   return std::make_unique<SqliteSession>(
       source == u":memory:" ? file : options.folder / file,
-      SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), TablesOf(connection.Get(u"Tables"))},
+      SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), TablesOf(connection.Get(u"Tables")),
+                   ReadsOf(connection.Get(u"PageReads"))},
       options.timeout);
 }
 

@@ -50,7 +50,7 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
     : m_file(file),
       m_guard(access.tables, access.mode == SqliteMode::Read),
       m_statements(kMaxStatements),
-      m_dialect(*this) {
+      m_dialect(*this, access.reads) {
   const bool inMemory = file == ":memory:";
   if (access.mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
     RaiseSqlite(provider_error::kFail,
@@ -162,6 +162,13 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
     if (failure.Error().NativeError != SQLITE_ERROR) return std::nullopt;
   }
   return m_facts.emplace(select, std::move(facts)).first->second;
+}
+
+bool SqliteSession::HasPartialIndex() {
+  const SuspendedGuard suspended(m_guard);
+  SqliteStatement query(m_database.get(),
+                        "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND sql LIKE '%WHERE%' LIMIT 1");
+  return query.Run({}, {}).rows.Rows() > 0;
 }
 
 // What was learned of the schema holds for a text that is worked out now only if nobody has changed it since.

@@ -20,6 +20,7 @@ enum class SqliteMode { Read, ReadWrite, Create };
 struct SqliteAccess {
   SqliteMode mode = SqliteMode::Create;
   std::vector<std::string> tables;  // all that may be touched; none: everything
+  PageReads reads = PageReads::InArms;
 };
 
 class SqliteSession : public ISession, private IColumnFacts {
@@ -56,6 +57,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
+  bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
   void OpenForReading();
