@@ -2,17 +2,18 @@
 // page of a sorted list, from 200 places in turn. Both are measured in turns of one run; the ratio of their
 // best turns is what counts, since whatever else the machine does falls on both.
 #include <sqlite3.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/database/dialect/SqliteDialect.h"
 #include "varnel/recordset/PageQuery.h"
 
 namespace {
@@ -31,7 +32,7 @@ class Folder {
  public:
   Folder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "varnel-bench-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder for the database");
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder for the database");
     m_path = pattern;
   }
   Folder(const Folder&) = delete;
@@ -56,6 +57,14 @@ Database OpenFile(const std::filesystem::path& file) {
                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK)
     throw std::runtime_error(sqlite3_errmsg(database));
   return Database(database);
+}
+
+Statement Prepare(sqlite3* database, const std::string& text) {
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_prepare_v2(database, text.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+    throw std::runtime_error(sqlite3_errmsg(database));
+  }
+  return Statement(statement);
 }
 
 void MakeProducts(const std::filesystem::path& file) {
@@ -130,36 +139,44 @@ class AdoReader {
   std::shared_ptr<hostlinux::AdoConnection> m_connection;
 };
 
-// The texts that the engine got for `texts`.
-std::vector<std::string> EngineTexts(const std::filesystem::path& folder, const std::vector<String>& texts) {
-  std::vector<std::string> sent;
-  hostlinux::AdoOptions options;
-  options.folder = folder;
-  options.onStatement = [&](const hostlinux::SqlTraceEntry& entry) {
-    sent.push_back(varnel::ToUtf8(entry.sent));
-  };
-  const auto database = hostlinux::AdoDatabase::Make(std::move(options));
-  const auto connection = Connect(database);
-  for (const String& text : texts) connection->Execute(text, -1);
-  return sent;
-}
+// What the dialect asks about columns, by the C API.
+class Facts : public hostlinux::IColumnFacts {
+ public:
+  explicit Facts(sqlite3* database) : m_database(database) {}
 
-// Runs statements that were prepared once, and reads all columns.
+  std::optional<std::vector<hostlinux::ColumnFact>> Describe(const std::u16string& select) override {
+    const Statement statement = Prepare(m_database, varnel::ToUtf8(select));
+    std::vector<hostlinux::ColumnFact> facts;
+    for (int i = 0; i < sqlite3_column_count(statement.get()); ++i) {
+      const char* type = sqlite3_column_decltype(statement.get(), i);
+      facts.push_back({varnel::FromUtf8(sqlite3_column_name(statement.get(), i)),
+                       varnel::FromUtf8(type == nullptr ? "" : type)});
+    }
+    return facts;
+  }
+  bool HasPartialIndex() override { return false; }
+
+ private:
+  sqlite3* m_database;
+};
+
+// Runs the one statement that the engine gets for all places, prepared once, and reads all columns.
 class BareReader {
  public:
-  BareReader(const std::filesystem::path& folder, const std::vector<std::string>& texts)
+  BareReader(const std::filesystem::path& folder, const std::vector<String>& texts)
       : m_database(OpenFile(folder / "bench.db")) {
-    for (const std::string& text : texts) {
-      sqlite3_stmt* statement = nullptr;
-      if (sqlite3_prepare_v2(m_database.get(), text.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
-        throw std::runtime_error(sqlite3_errmsg(m_database.get()));
-      }
-      m_statements.emplace_back(statement);
-    }
+    Facts facts(m_database.get());
+    hostlinux::SqliteDialect dialect(facts);
+    for (const String& text : texts) m_places.push_back(dialect.Translate(text));
+    if (m_places.front().sql != m_places.back().sql) throw std::runtime_error("the texts differ");
+    m_statement = Prepare(m_database.get(), m_places.front().sql);
   }
 
   std::size_t Read(std::size_t place) {
-    sqlite3_stmt* statement = m_statements[place].get();
+    sqlite3_stmt* statement = m_statement.get();
+    for (std::size_t i = 0; i < m_places[place].values.size(); ++i) {
+      Bind(statement, static_cast<int>(i) + 1, m_places[place].values[i]);
+    }
     std::size_t values = 0;
     while (sqlite3_step(statement) == SQLITE_ROW) {
       for (int column = 0; column < sqlite3_column_count(statement); ++column)
@@ -170,6 +187,16 @@ class BareReader {
   }
 
  private:
+  static void Bind(sqlite3_stmt* statement, int position, const hostlinux::BoundValue& value) {
+    if (const auto* text = std::get_if<std::string>(&value)) {
+      sqlite3_bind_text(statement, position, text->data(), static_cast<int>(text->size()), SQLITE_STATIC);
+    } else if (const auto* real = std::get_if<double>(&value)) {
+      sqlite3_bind_double(statement, position, *real);
+    } else {
+      sqlite3_bind_int64(statement, position, std::get<std::int64_t>(value));
+    }
+  }
+
   static std::size_t Value(sqlite3_stmt* statement, int column) {
     switch (sqlite3_column_type(statement, column)) {
       case SQLITE_INTEGER:
@@ -185,7 +212,8 @@ class BareReader {
   }
 
   Database m_database;
-  std::vector<Statement> m_statements;
+  std::vector<hostlinux::EngineStatement> m_places;
+  Statement m_statement;
 };
 
 // Microseconds of one read.
@@ -199,15 +227,15 @@ double Turn(Reading reading) {
   return time.count() / kReadsOfATurn;
 }
 
-int Main() {
+int Main(int turns) {
   const Folder folder;
   MakeProducts(folder.Path() / "bench.db");
   const std::vector<String> texts = PageTexts();
   AdoReader ado(folder.Path());
-  BareReader bare(folder.Path(), EngineTexts(folder.Path(), texts));
+  BareReader bare(folder.Path(), texts);
   double adoBest = std::numeric_limits<double>::max();
   double bareBest = adoBest;
-  for (int turn = 0; turn < kTurns; ++turn) {
+  for (int turn = 0; turn < turns; ++turn) {
     adoBest = std::min(adoBest, Turn([&](std::size_t place) { return ado.Read(texts[place]); }));
     bareBest = std::min(bareBest, Turn([&](std::size_t place) { return bare.Read(place); }));
   }
@@ -218,9 +246,10 @@ int Main() {
 
 }  // namespace
 
-int main() {
+// An argument is the number of turns, for a run that counts instructions.
+int main(int count, char** arguments) {
   try {
-    return Main();
+    return Main(count > 1 ? std::max(1, std::atoi(arguments[1])) : kTurns);
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "bench_ado: %s\n", problem.what());
     return 1;
