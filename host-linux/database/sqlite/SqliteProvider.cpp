@@ -14,6 +14,11 @@ SqliteMode ModeOf(const varnel::String& text, bool readOnly) {
               u"08001");
 }
 
+// For comparisons of the two.
+PageReads ReadsOf(const varnel::String& text) {
+  return varnel::EqualsNoCase(text, u"AsWritten") ? PageReads::AsWritten : PageReads::InArms;
+}
+
 }  // namespace
 
 std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connection,
@@ -24,7 +29,8 @@ std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connectio
   }
   const std::filesystem::path file(varnel::ToUtf8(source));
   return std::make_unique<SqliteSession>(source == u":memory:" ? file : folder / file,
-                                         ModeOf(connection.Get(u"Mode"), readOnly));
+                                         ModeOf(connection.Get(u"Mode"), readOnly),
+                                         ReadsOf(connection.Get(u"PageReads")));
 }
 
 }  // namespace hostlinux

@@ -52,7 +52,8 @@ bool IsAnyWord(const SqlToken& token, std::initializer_list<std::u16string_view>
 
 }  // namespace
 
-SqliteSession::SqliteSession(const std::filesystem::path& file, SqliteMode mode) : m_file(file) {
+SqliteSession::SqliteSession(const std::filesystem::path& file, SqliteMode mode, PageReads reads)
+    : m_file(file), m_dialect(*this, reads) {
   const bool inMemory = file == ":memory:";
   if (mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
     RaiseSqlite(provider_error::kFail,

@@ -19,7 +19,7 @@ class SqliteSession : public ISession, private IColumnFacts {
  public:
   // Opens the file; only Create makes one that isn't there. Where it writes, the journal is a write-ahead
   // log, and a locked database is waited for. Raises 0x80004005 with a text that names the file.
-  SqliteSession(const std::filesystem::path& file, SqliteMode mode);
+  SqliteSession(const std::filesystem::path& file, SqliteMode mode, PageReads reads = PageReads::InArms);
 
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
   StatementResult Run(const varnel::String& sql, const StatementLimits& limits) override;
@@ -55,7 +55,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::filesystem::path m_file;
   FileIdentity m_identity;
   std::unique_ptr<sqlite3, Closer> m_database;
-  SqliteDialect m_dialect{*this};
+  SqliteDialect m_dialect;
   std::unordered_map<std::string, std::unique_ptr<SqliteStatement>> m_statements;  // by the engine's text
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
   bool m_tainted = false;
