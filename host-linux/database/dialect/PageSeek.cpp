@@ -274,6 +274,7 @@ class Seeker {
   void Add(std::u16string_view text) {
     std::vector<SqlToken> tokens = LexSql(text);
     tokens.pop_back();
+    for (SqlToken& token : tokens) token.literal = -1;  // none of the library's text
     m_result.insert(m_result.end(), tokens.begin(), tokens.end());
   }
 
