@@ -343,6 +343,7 @@ TEST_F(KilledServerTest, KilledWhileItWritesItHasAllThatItSaidItHad) {
   for (int round = 0; round < 3; ++round) {
     Start();
     std::vector<std::thread> writers;
+    writers.reserve(3);
     for (int i = 0; i < 3; ++i) {
       writers.emplace_back([this, first = (round * 10 + i) * 100'000] { WriteUntilTheEnd(first); });
     }
