@@ -14,7 +14,6 @@ using hostfake::ErrorOf;
 using hostfake::NumberOf;
 using varnel::Long;
 using varnel::String;
-using varnel::Variant;
 namespace provider_error = hostlinux::provider_error;
 
 // --- a list of tables
