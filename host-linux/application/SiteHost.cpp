@@ -13,7 +13,9 @@
 #include "host-linux/web/ObjectContext.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
+#include "varnel/catalog/FavoriteTypes.h"
 #include "varnel/table/TableTypes.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace hostlinux {
 
@@ -24,6 +26,9 @@ constexpr char kPageExtension[] = ".asp";
 std::vector<std::pair<std::string, double>> PublicEnumerations() {
   std::vector<std::pair<std::string, double>> constants;
   for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
     constants.emplace_back(varnel::ToUtf8(name), value);
   }
   return constants;
@@ -111,7 +116,8 @@ Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
   Intrinsics named{{"Request", objects.request},
                    {"Response", objects.response},
                    {"Application", objects.application},
-                   {"Server", objects.server}};
+                   {"Server", objects.server},
+                   {"Utilities", varnel::MakeUtilities()}};
   if (objects.session != nullptr) named.emplace_back("Session", objects.session);
   return named;
 }
