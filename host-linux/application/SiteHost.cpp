@@ -13,7 +13,9 @@
 #include "host-linux/web/ObjectContext.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
+#include "varnel/catalog/FavoriteTypes.h"
 #include "varnel/table/TableTypes.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace hostlinux {
 
@@ -27,6 +29,9 @@ constexpr std::chrono::milliseconds kRecheckInProduction(1000);
 std::vector<std::pair<std::string, double>> PublicEnumerations() {
   std::vector<std::pair<std::string, double>> constants;
   for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
     constants.emplace_back(varnel::ToUtf8(name), value);
   }
   return constants;
@@ -48,6 +53,7 @@ std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site)
 std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
   SessionStore::Options options;
   options.maxSessions = site.server.maxSessions;
+  options.maxBytes = site.server.maxSession;
   options.timeout = site.server.sessionTimeout;
   options.mayKeep = MayOutliveRequest;
   auto sessions = std::make_shared<SessionStore>(options);
@@ -114,7 +120,8 @@ Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
   Intrinsics named{{"Request", objects.request},
                    {"Response", objects.response},
                    {"Application", objects.application},
-                   {"Server", objects.server}};
+                   {"Server", objects.server},
+                   {"Utilities", varnel::MakeUtilities()}};
   if (objects.session != nullptr) named.emplace_back("Session", objects.session);
   return named;
 }
@@ -234,8 +241,12 @@ std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const P
 
 PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
   WriteLog(LogLevel::Error, Describe(failure));
-  const bool development = m_site.mode == SiteConfiguration::Mode::Development;
-  return {ErrorResponse(500, requestId, development ? Describe(failure) : std::string()), std::move(failure)};
+  if (m_site.mode == SiteConfiguration::Mode::Production) {
+    return {ErrorResponse(500, requestId), std::move(failure)};
+  }
+  const std::string source = failure.line > 0 ? m_pages.Read(failure.file).value_or("") : "";
+  return {ErrorResponse(500, requestId, Describe(failure), SourceExcerpt(source, failure.line)),
+          std::move(failure)};
 }
 
 Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {
@@ -294,7 +305,10 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
   if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
-  return FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  // A session that the page began lives on, so its visitor must learn of it.
+  if (const auto& session = context->Objects().session) session->CompleteHead(failed.response);
+  return failed;
 }
 
 }  // namespace hostlinux
