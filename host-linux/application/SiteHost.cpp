@@ -5,6 +5,7 @@
 #include <map>
 
 #include "host-linux/application/AbsentSession.h"
+#include "host-linux/application/FailureText.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
@@ -94,11 +95,6 @@ class ResponseOutput : public PageOutput {
   Response& m_response;
 };
 
-std::string Describe(const ScriptFailure& failure) {
-  return PlaceOf(failure) + failure.message + " (number " + std::to_string(failure.number) +
-         (failure.source.empty() ? "" : ", source " + failure.source) + ")";
-}
-
 // A failure of the inner page is one of the running page.
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
@@ -130,11 +126,6 @@ bool HasHiddenSegment(const std::string& path) {
 }
 
 }  // namespace
-
-std::string PlaceOf(const ScriptFailure& failure) {
-  if (failure.file.empty()) return {};
-  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
-}
 
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),
@@ -214,9 +205,11 @@ std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const P
 }
 
 PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
-  WriteLog(LogLevel::Error, Describe(failure));
-  const bool development = m_site.mode == SiteConfiguration::Mode::Development;
-  return {ErrorResponse(500, requestId, development ? Describe(failure) : std::string()), std::move(failure)};
+  const std::string description = Describe(failure);
+  WriteLog(LogLevel::Error, description);
+  if (m_site.mode != SiteConfiguration::Mode::Development)
+    return {ErrorResponse(500, requestId), std::move(failure)};
+  return {ErrorResponse(500, requestId, description, LinesAround(failure, m_pages)), std::move(failure)};
 }
 
 Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {

@@ -19,9 +19,6 @@
 
 namespace hostlinux {
 
-// "list.asp, line 12: ", or nothing where the file isn't known.
-std::string PlaceOf(const ScriptFailure& failure);
-
 // What became of a page, beside its response.
 struct PageAnswer {
   HttpResponse response;

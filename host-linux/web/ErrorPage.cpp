@@ -57,15 +57,17 @@ std::string EscapeHtml(std::string_view text) {
   return escaped;
 }
 
-HttpResponse ErrorResponse(int status, std::string_view requestId, std::string_view detail) {
+HttpResponse ErrorResponse(int status, std::string_view requestId, std::string_view detail,
+                           std::string_view excerpt) {
   const std::string title = std::to_string(status) + " " + std::string(ReasonOf(status));
-  std::string page = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
-                     title +
-                     "</title>\n<style>body{font:16px/1.5 sans-serif;margin:4em "
-                     "auto;max-width:36em;padding:0 1em;color:#222}"
-                     "h1{font-size:1.4em}small{color:#666}</style>\n</head>\n<body>\n<h1>" +
-                     title + "</h1>\n<p>" + std::string(SentenceOf(status)) + "</p>\n";
+  std::string page =
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" + title +
+      "</title>\n<style>body{font:16px/1.5 sans-serif;margin:4em "
+      "auto;max-width:36em;padding:0 1em;color:#222}"
+      "h1{font-size:1.4em}small{color:#666}pre{overflow-x:auto}</style>\n</head>\n<body>\n<h1>" +
+      title + "</h1>\n<p>" + std::string(SentenceOf(status)) + "</p>\n";
   if (!detail.empty()) page += "<p>" + EscapeHtml(detail) + "</p>\n";
+  if (!excerpt.empty()) page += "<pre>" + EscapeHtml(excerpt) + "</pre>\n";
   if (!requestId.empty()) page += "<p><small>Request " + EscapeHtml(requestId) + "</small></p>\n";
   page += "</body>\n</html>\n";
 

@@ -12,7 +12,8 @@ namespace hostlinux {
 std::string EscapeHtml(std::string_view text);
 
 // A complete response with a small HTML page. `requestId` may be empty (no request was read). `detail` is an
-// additional sentence that the client may know; it is escaped.
-HttpResponse ErrorResponse(int status, std::string_view requestId, std::string_view detail = {});
+// additional sentence that the client may know, `excerpt` lines of a file; both are escaped.
+HttpResponse ErrorResponse(int status, std::string_view requestId, std::string_view detail = {},
+                           std::string_view excerpt = {});
 
 }  // namespace hostlinux
