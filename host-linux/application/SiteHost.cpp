@@ -7,6 +7,7 @@
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
 #include "host-linux/nls/LocaleTable.h"
+#include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/web/Cookies.h"
@@ -121,6 +122,12 @@ ScriptFailure OverfullPage(const std::string& page) {
   return failure;
 }
 
+std::string PagesUrl(const SiteConfiguration& site) {
+  std::error_code unreachable;
+  const auto folder = std::filesystem::weakly_canonical(site.PagesFolder(), unreachable);
+  return "file://" + UrlOfPath((unreachable ? site.PagesFolder() : folder).string()) + "/";
+}
+
 bool HasHiddenSegment(const std::string& path) {
   return path.starts_with(".") || path.find("/.") != std::string::npos;
 }
@@ -130,6 +137,7 @@ bool HasHiddenSegment(const std::string& path) {
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),
       m_runtime(runtime),
+      m_inspection(options.inspection),
       m_pages(m_site.PagesFolder()),
       m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
@@ -188,6 +196,8 @@ ScriptEngine& SiteHost::EngineOfThread() {
     options.siteRoot = m_site.root;
     options.heapBytes = m_site.server.maxHeap;
     options.constants = PublicEnumerations();
+    options.inspection = m_inspection;
+    options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
   }
   return *engine;

@@ -35,6 +35,8 @@ class SiteHost {
     std::function<void(const SqlTraceEntry&)> onStatement;
     // Further classes for Server.CreateObject, of a program that embeds the host; may be left empty.
     ComponentFactory ownComponents;
+    // A debugger may look into the pages by this; null: none. Pages then run on one thread.
+    Inspection* inspection = nullptr;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises
@@ -53,6 +55,9 @@ class SiteHost {
   // Runs the page of a request that was taken apart before. `link` may be null.
   PageAnswer RunPage(PageRequest request, ClientLink* link);
 
+  // Handles what the debugger has sent, on the thread that runs the pages, between two of them.
+  void Inspect() { EngineOfThread().Inspect(); }
+
   const SiteConfiguration& Site() const { return m_site; }
 
  private:
@@ -68,6 +73,7 @@ class SiteHost {
 
   const SiteConfiguration m_site;
   ScriptRuntime& m_runtime;
+  Inspection* const m_inspection;
   DiskPageFiles m_pages;
   StaticFiles m_files;
   std::shared_ptr<ApplicationState> m_application;
