@@ -1,27 +1,12 @@
 #include "host-linux/application/FailureText.h"
 
-#include <algorithm>
 #include <string_view>
-#include <vector>
 
 namespace hostlinux {
 
 namespace {
 
-constexpr int kLinesAround = 3;
-constexpr std::size_t kLongestLine = 200;  // bytes
 constexpr std::size_t kMessageEnd = 1000;  // bytes kept on each side of a text that a page threw
-
-// The lines of `text`, which end as the page parser counts them: LF, CR LF, or a CR that stands alone.
-std::vector<std::string_view> LinesOf(std::string_view text) {
-  std::vector<std::string_view> lines;
-  for (std::size_t at = 0; at <= text.size();) {
-    const std::size_t end = std::min(text.find_first_of("\r\n", at), text.size());
-    lines.push_back(text.substr(at, end - at));
-    at = end + (text.substr(end).starts_with("\r\n") ? 2 : 1);
-  }
-  return lines;
-}
 
 // The further bytes of a character begin with the bits 10.
 bool IsInsideCharacter(char c) { return (c & '\xC0') == '\x80'; }
@@ -41,12 +26,6 @@ std::string CutInside(std::string_view text) {
   return Cut(text, kMessageEnd) + std::string(text.substr(rest));
 }
 
-std::string Numbered(int number, std::string_view line, bool marked) {
-  const std::string digits = std::to_string(number);
-  const std::string indent(digits.size() < 5 ? 5 - digits.size() : 0, ' ');
-  return (marked ? ">" : " ") + indent + digits + "  " + Cut(line, kLongestLine) + "\n";
-}
-
 }  // namespace
 
 std::string PlaceOf(const ScriptFailure& failure) {
@@ -57,21 +36,6 @@ std::string PlaceOf(const ScriptFailure& failure) {
 std::string Describe(const ScriptFailure& failure) {
   return PlaceOf(failure) + CutInside(failure.message) + " (number " + std::to_string(failure.number) +
          (failure.source.empty() ? "" : ", source " + failure.source) + ")";
-}
-
-std::string LinesAround(const ScriptFailure& failure, const PageFiles& files) {
-  if (failure.file.empty() || failure.line < 1) return {};
-  const auto text = files.Read(failure.file);
-  if (!text) return {};
-  const std::vector<std::string_view> lines = LinesOf(*text);
-  const int last = static_cast<int>(lines.size());
-  if (failure.line > last) return {};
-  std::string around;
-  for (int number = std::max(1, failure.line - kLinesAround);
-       number <= std::min(last, failure.line + kLinesAround); ++number) {
-    around += Numbered(number, lines[static_cast<std::size_t>(number) - 1], number == failure.line);
-  }
-  return around;
 }
 
 }  // namespace hostlinux

@@ -244,7 +244,8 @@ class Checker {
 
   // Opened for reading only, since looking a site over must not make a database.
   void CheckConnection(AdoDatabase& database, const std::string& key, const varnel::Variant& value) {
-    if (!value.IsText() || varnel::ToText(value).empty()) return AddToKey(key, key + " is no connection string");
+    if (!value.IsText() || varnel::ToText(value).empty())
+      return AddToKey(key, key + " is no connection string");
     const varnel::String text = varnel::ToText(value);
     try {
       const auto lease = database.Lease(text, true);

@@ -81,27 +81,6 @@ TEST_F(PageFaultsTest, ThrownGiantIsCutToASentence) {
   EXPECT_LT(Fault("<% throw 'x'.repeat(10000000); %>").size(), 10000U);
 }
 
-// --- What is shown
-
-TEST_F(PageFaultsTest, LinesAroundTheErrorAreShown) {
-  EXPECT_THAT(FaultPage("one\ntwo\r\nthree\n<b>four</b>\n<% five(); %>\nsix\nseven\neight\nnine\n"),
-              HasSubstr("<pre>     2  two\n     3  three\n"
-                        "     4  &lt;b&gt;four&lt;/b&gt;\n"
-                        "&gt;    5  &lt;% five(); %&gt;\n"
-                        "     6  six\n     7  seven\n     8  eight\n</pre>"));
-}
-
-TEST_F(PageFaultsTest, LinesOfAnIncludeAreShownForItsError) {
-  site.WritePage("a.inc", "\n<% broken) %>");
-  EXPECT_THAT(FaultPage("<!--#include file=\"a.inc\"-->"),
-              HasSubstr("<pre>     1  \n&gt;    2  &lt;% broken) %&gt;\n</pre>"));
-}
-
-TEST_F(PageFaultsTest, LongLinesAreCutBetweenCharacters) {
-  const std::string page = FaultPage("<% nothing(); %>" + std::string(183, 'x') + "\xC3\xA9y");
-  EXPECT_THAT(page, HasSubstr("%&gt;" + std::string(183, 'x') + "...\n</pre>"));
-}
-
 TEST_F(PageFaultsTest, ProductionShowsTheIdOnly) {
   Configure("", "production");
   EXPECT_THAT(FaultPage("\n<% throw new Error('the secret'); %>"),
