@@ -15,7 +15,6 @@ namespace provider_error = hostlinux::provider_error;
 using RecordsetPtr = std::shared_ptr<hostlinux::AdoRecordset>;
 
 constexpr Long kNotAllowed = static_cast<Long>(0x800A0C93);  // 3219
-constexpr Long kNoCurrent = static_cast<Long>(0x800A0BCD);   // 3021
 
 class RowsOnDemand : public TestDatabase {
  protected:
