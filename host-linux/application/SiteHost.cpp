@@ -5,7 +5,9 @@
 #include <map>
 
 #include "host-linux/application/AbsentSession.h"
+#include "host-linux/application/FailureText.h"
 #include "host-linux/nls/LocaleTable.h"
+#include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/web/Cookies.h"
@@ -103,11 +105,6 @@ class ResponseOutput : public PageOutput {
   Response& m_response;
 };
 
-std::string Describe(const ScriptFailure& failure) {
-  return PlaceOf(failure) + failure.message + " (number " + std::to_string(failure.number) +
-         (failure.source.empty() ? "" : ", source " + failure.source) + ")";
-}
-
 // A failure of the inner page is one of the running page.
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
@@ -135,20 +132,22 @@ ScriptFailure OverfullPage(const std::string& page) {
   return failure;
 }
 
+std::string PagesUrl(const SiteConfiguration& site) {
+  std::error_code unreachable;
+  const auto folder = std::filesystem::weakly_canonical(site.PagesFolder(), unreachable);
+  return "file://" + UrlOfPath((unreachable ? site.PagesFolder() : folder).string()) + "/";
+}
+
 bool HasHiddenSegment(const std::string& path) {
   return path.starts_with(".") || path.find("/.") != std::string::npos;
 }
 
 }  // namespace
 
-std::string PlaceOf(const ScriptFailure& failure) {
-  if (failure.file.empty()) return {};
-  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
-}
-
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),
       m_runtime(runtime),
+      m_inspection(options.inspection),
       m_pages(m_site.PagesFolder()),
       m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
@@ -223,6 +222,8 @@ ScriptEngine& SiteHost::EngineOfThread() {
     options.heapBytes = m_site.server.maxHeap;
     if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
+    options.inspection = m_inspection;
+    options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
   }
   return *engine;

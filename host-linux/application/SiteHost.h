@@ -22,9 +22,6 @@
 
 namespace hostlinux {
 
-// "list.asp, line 12: ", or nothing where the file isn't known.
-std::string PlaceOf(const ScriptFailure& failure);
-
 // What became of a page, beside its response.
 struct PageAnswer {
   HttpResponse response;
@@ -41,6 +38,8 @@ class SiteHost {
     std::function<void(const SqlTraceEntry&)> onStatement;
     // Further classes for Server.CreateObject, of a program that embeds the host; may be left empty.
     ComponentFactory ownComponents;
+    // A debugger may look into the pages by this; null: none. Pages then run on one thread.
+    Inspection* inspection = nullptr;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises
@@ -58,6 +57,9 @@ class SiteHost {
 
   // Runs the page of a request that was taken apart before. `link` may be null.
   PageAnswer RunPage(PageRequest request, ClientLink* link);
+
+  // Handles what the debugger has sent, on the thread that runs the pages, between two of them.
+  void Inspect() { EngineOfThread().Inspect(); }
 
   const SiteConfiguration& Site() const { return m_site; }
 
@@ -85,6 +87,7 @@ class SiteHost {
 
   const SiteConfiguration m_site;
   ScriptRuntime& m_runtime;
+  Inspection* const m_inspection;
   DiskPageFiles m_pages;
   StaticFiles m_files;
   std::shared_ptr<ApplicationState> m_application;

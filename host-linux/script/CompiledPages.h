@@ -6,6 +6,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,9 +30,14 @@ struct PagePosition {
 
 class CompiledPages {
  public:
-  // A page that was found unchanged is taken as it is for `recheck`, without a look at its files.
-  CompiledPages(const PageFiles& files, std::string siteRoot, std::chrono::milliseconds recheck)
-      : m_files(files), m_siteRoot(std::move(siteRoot)), m_recheck(recheck) {}
+  // A page that was found unchanged is taken as it is for `recheck`, without a look at its files. With a
+  // `pagesUrl`, pages are compiled for a debugger, which finds their files below that address.
+  CompiledPages(const PageFiles& files, std::string siteRoot, std::chrono::milliseconds recheck,
+                std::string pagesUrl)
+      : m_files(files),
+        m_siteRoot(std::move(siteRoot)),
+        m_recheck(recheck),
+        m_pagesUrl(std::move(pagesUrl)) {}
 
   // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
   // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.
@@ -44,15 +50,22 @@ class CompiledPages {
   // Where line `generated` of the script named `script` comes from; an empty file where that is no page.
   PagePosition Locate(const std::string& script, int generated) const;
 
+  // The address by which a debugger knows the script named `script`: that of the page's file, or one of its
+  // own where a source map leads from there to the files.
+  std::string UrlOf(const std::string& script) const;
+
   void Clear();
 
  private:
   bool IsCurrent(CompiledPage& page) const;
   std::unique_ptr<CompiledPage> Parse(const std::string& page) const;
+  std::string MapFor(const std::string& page, const PageScript& script);
 
   const PageFiles& m_files;
   std::string m_siteRoot;
   std::chrono::milliseconds m_recheck;
+  std::string m_pagesUrl;          // empty: there is no debugger
+  std::set<std::string> m_mapped;  // pages whose script has a source map
   std::map<std::string, std::unique_ptr<CompiledPage>> m_pages;
   std::vector<std::unique_ptr<CompiledPage>> m_replaced;
   std::unique_ptr<CompiledPage> m_failed;  // the page whose compilation failed last, for its lines

@@ -150,6 +150,7 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
        {"max_heap", BytesInto(server.maxHeap)},
        {"max_waiting", BytesInto(server.maxWaiting)},
        {"script_timeout", TimeInto(server.scriptTimeout)},
+       {"stuck_timeout", TimeInto(server.stuckTimeout)},
        {"statement_timeout", TimeInto(server.statementTimeout)},
        {"header_timeout", TimeInto(server.headerTimeout)},
        {"body_timeout", TimeInto(server.bodyTimeout)},

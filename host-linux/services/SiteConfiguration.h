@@ -35,6 +35,7 @@ struct SiteConfiguration {
     std::size_t maxHeap = 256 << 20;   // bytes of one script thread's heap
     std::size_t maxWaiting = 1000;     // requests that wait for a script thread
     std::chrono::milliseconds scriptTimeout{30000};
+    std::chrono::milliseconds stuckTimeout{30000};      // past that, before the process is replaced
     std::chrono::milliseconds statementTimeout{30000};  // caps CommandTimeout
     std::chrono::milliseconds headerTimeout{10000};
     std::chrono::milliseconds bodyTimeout{30000};
