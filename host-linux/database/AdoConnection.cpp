@@ -146,7 +146,7 @@ void AdoConnection::RollbackTrans() {
 StatementResult AdoConnection::Run(const String& sql, Long maxRecords, std::size_t batchRows) {
   ISession& session = Session();
   StatementResult result =
-      Guarded([&] { return m_database->Run(session, sql, maxRecords, batchRows, m_commandTimeout); });
+      Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout, batchRows); });
   if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);
   return result;
 }

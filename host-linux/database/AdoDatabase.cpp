@@ -154,7 +154,7 @@ std::size_t AdoDatabase::WaitingSessions() const {
 }
 
 StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
-                                 std::size_t batchRows, varnel::Long timeoutSeconds) {
+                                 varnel::Long timeoutSeconds, std::size_t batchRows) {
   WarnOfLineBreaks(sql);
   StatementLimits limits{maxRecords, batchRows, Timeout(timeoutSeconds)};
   if (m_trace == nullptr) return session.Run(sql, limits);

@@ -60,7 +60,7 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   // Runs a text within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
   // and reports it to the hooks.
   StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
-                      std::size_t batchRows, varnel::Long timeoutSeconds);
+                      varnel::Long timeoutSeconds, std::size_t batchRows = 0);
 
   // Sessions that wait, of all threads.
   std::size_t WaitingSessions() const;
