@@ -54,9 +54,12 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   std::shared_ptr<AdoErrors> ErrorCollection() { return m_errors; }
 
   bool IsOpen() const { return m_lease != nullptr; }
-  // Runs a text for a recordset. Raises 3709 on a closed connection; a provider's error goes among `Errors`
-  // and is raised.
-  StatementResult Run(const varnel::String& sql, varnel::Long maxRecords);
+  static constexpr std::size_t kAllRows = 0;
+  static constexpr std::size_t kBatchRows = 256;
+  // Runs a text for a recordset, and reads its first batch of rows. Raises 3709 on a closed connection; a
+  // provider's error goes among `Errors` and is raised, also one of a later batch. The result may outlive the
+  // connection.
+  StatementResult Run(const varnel::String& sql, varnel::Long maxRecords, std::size_t batchRows = kBatchRows);
 
  private:
   ISession& Session();

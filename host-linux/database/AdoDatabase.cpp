@@ -68,6 +68,10 @@ SessionLease::~SessionLease() {
   }
 }
 
+AdoDatabase::AdoDatabase(AdoOptions options)
+    : m_options(std::move(options)),
+      m_trace(m_options.onStatement ? std::make_shared<SqlTrace>(m_options.onStatement) : nullptr) {}
+
 std::shared_ptr<AdoDatabase> AdoDatabase::Make(AdoOptions options) {
   return std::shared_ptr<AdoDatabase>(new AdoDatabase(std::move(options)));
 }
@@ -150,24 +154,12 @@ std::size_t AdoDatabase::WaitingSessions() const {
 }
 
 StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
-                                 varnel::Long timeoutSeconds) {
+                                 varnel::Long timeoutSeconds, std::size_t batchRows) {
   WarnOfLineBreaks(sql);
-  StatementLimits limits{maxRecords, Timeout(timeoutSeconds)};
-  if (!m_options.onStatement) return session.Run(sql, limits);
+  StatementLimits limits{maxRecords, batchRows, Timeout(timeoutSeconds)};
+  if (m_trace == nullptr) return session.Run(sql, limits);
   limits.wantsSent = true;
-  const Clock::time_point start = Clock::now();
-  const auto report = [&](const StatementResult& result) {
-    const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-    m_options.onStatement(SqlTraceEntry{sql, result.sent, result.rows.Rows(), time});
-  };
-  try {
-    StatementResult result = session.Run(sql, limits);
-    report(result);
-    return result;
-  } catch (const ProviderFailure&) {
-    report(StatementResult());
-    throw;
-  }
+  return SqlTrace::Run(m_trace, session, sql, limits);
 }
 
 std::chrono::milliseconds AdoDatabase::Timeout(varnel::Long seconds) const {

@@ -1,5 +1,7 @@
-// ADODB.Recordset. All rows that the statement returns are read when it is opened, so nothing is left
-// standing in the database, and a detached recordset works on.
+// ADODB.Recordset. Rows are read in batches: the first when it is opened, the others when they are needed, by
+// the member that needs them. Up to the last one the statement stands open in the database, as long as the
+// recordset is open. A forward-only recordset lets go of the rows that it has left behind, all others keep
+// theirs. A client-side one with MaxRecords is read whole at once.
 #pragma once
 
 #include "host-linux/database/AdoConnection.h"
@@ -10,6 +12,9 @@ namespace hostlinux {
 class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
  public:
   explicit AdoRecordset(std::shared_ptr<AdoDatabase> database);
+  AdoRecordset(const AdoRecordset&) = delete;
+  AdoRecordset& operator=(const AdoRecordset&) = delete;
+  ~AdoRecordset() override { m_rowset->EndReading(); }
   const varnel::ClassInfo& Class() const override;
 
   // 0 forward only, 1 keyset, 2 dynamic, 3 static.
@@ -37,12 +42,15 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   void OpenWith(const varnel::Variant& source, const varnel::Variant& connection, varnel::Long cursorType,
                 varnel::Long lockType, varnel::Long options);
   // Takes over what a statement returned.
-  void TakeResult(StatementResult result, std::shared_ptr<AdoConnection> connection);
+  void TakeResult(const varnel::String& sql, StatementResult result,
+                  std::shared_ptr<AdoConnection> connection);
 
   varnel::Variant ActiveConnection();
+  // All rows are read before an open recordset changes its connection.
   void SetActiveConnection(const varnel::Variant& connection);
   std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override { return m_connection; }
-  void DetachConnection() override { m_connection = nullptr; }
+  // Rows that are counted are counted now; they go on being read when they are needed.
+  void DetachConnection() override;
 
   bool IsEOF() const override;
   bool IsBOF();
@@ -58,10 +66,14 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   // end.
   varnel::Variant GetRowArrays(varnel::Long count);
   void MoveNext() override;
+  // 3219 in a forward-only recordset.
   void MovePrevious();
+  // A forward-only recordset that has let go of its first rows runs its statement again; 3219 where it has no
+  // open connection any more.
   void MoveFirst();
   void MoveLast();
-  // Exact for keyset, static, client-side and made recordsets, else -1.
+  // Exact for keyset, static, client-side and made recordsets, else -1. Where rows are still to be read, the
+  // engine counts; it reads them only where it can't count without.
   varnel::Long RecordCount() const override;
   // A made recordset loses its rows and keeps no fields. Raises 3704 when closed.
   void Close() override;
@@ -75,6 +87,11 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   void RequireCurrent() const;
   void RequireMade() const;
   void Replace(Rowset rowset);
+  bool IsForwardOnly() const;
+  bool IsCounted() const;
+  // All rows at once where that isn't much: a client-side recordset with MaxRecords.
+  StatementResult RunSource(AdoConnection& connection) const;
+  void RunAgain();
   const ResultColumn& Column(varnel::Long position) const;
   std::shared_ptr<AdoConnection> ConnectionFrom(const varnel::Variant& value);
 

@@ -23,6 +23,15 @@ void RowStore::AddBytes(Kind kind, std::string_view bytes) {
   m_bytes += bytes;
 }
 
+void RowStore::Append(const RowStore& more) {
+  const std::size_t shift = m_bytes.size();
+  for (Cell cell : more.m_cells) {
+    if (cell.kind == Kind::Text || cell.kind == Kind::Blob) cell.value += shift;
+    m_cells.push_back(cell);
+  }
+  m_bytes += more.m_bytes;
+}
+
 Variant RowStore::Value(std::size_t column, std::size_t row) const {
   const Cell& cell = m_cells[row * m_columns + column];
   switch (cell.kind) {

@@ -26,6 +26,9 @@ class RowStore {
   void AddText(std::string_view utf8) { AddBytes(Kind::Text, utf8); }
   void AddBlob(std::string_view bytes) { AddBytes(Kind::Blob, bytes); }
 
+  // The rows of `more`, which has as many columns, behind these.
+  void Append(const RowStore& more);
+
   std::size_t Columns() const { return m_columns; }
   std::size_t Rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
   // Of all texts and blobs together.

@@ -8,6 +8,7 @@
 #include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteFunctions.h"
+#include "varnel/automation/Convert.h"
 
 namespace hostlinux {
 namespace {
@@ -35,6 +36,19 @@ std::string AddressOf(const std::filesystem::path& path) {
     }
   }
   return address;
+}
+
+// The text that counts what `sql` gives; none where two runs of it may differ.
+std::optional<std::string> CountingText(const std::string& sql, varnel::Long maxRecords) {
+  const std::vector<SqlToken> tokens = LexSql(varnel::FromUtf8(sql));
+  std::size_t end = 0;
+  for (; tokens[end].kind != SqlTokenKind::End && tokens[end].kind != SqlTokenKind::Semicolon; ++end) {
+    if (IsWord(tokens[end], u"RANDOM") || IsWord(tokens[end], u"RANDOMBLOB")) return std::nullopt;
+  }
+  // A line of its own closes it, behind a comment too.
+  const std::string query = varnel::ToUtf8(PrintSql(tokens, 0, end)) + "\n";
+  if (maxRecords == 0) return "SELECT COUNT(*) FROM (" + query + ")";
+  return "SELECT COUNT(*) FROM (SELECT * FROM (" + query + ") LIMIT " + std::to_string(maxRecords) + ")";
 }
 
 bool HasWithClause(std::u16string_view sql) {
@@ -106,18 +120,25 @@ void SqliteSession::Execute(const char* sql) {
     RaiseSqlite(m_database.get());
 }
 
-StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
-  m_timeLimit.Start(limits.timeout);
+template <typename Action>
+auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
+  struct Stopper {
+    SqliteTimeLimit& limit;
+    ~Stopper() { limit.Stop(); }
+  } const stopper{m_timeLimit};
+  m_timeLimit.Start(timeout);
   try {
-    StatementResult result = RunTranslated(sql, limits);
-    m_timeLimit.Stop();
-    if (m_guard.TakeSchemaChange()) ForgetSchema();
-    return result;
+    return action();
   } catch (const ProviderFailure& failure) {
-    m_timeLimit.Stop();
     NoteFailure(failure.Error());
     throw;
   }
+}
+
+StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
+  StatementResult result = Within(limits.timeout, [&] { return RunTranslated(sql, limits); });
+  if (m_guard.TakeSchemaChange()) ForgetSchema();
+  return result;
 }
 
 StatementResult SqliteSession::RunTranslated(const String& sql, const StatementLimits& limits) {
@@ -129,22 +150,66 @@ StatementResult SqliteSession::RunTranslated(const String& sql, const StatementL
     nothing.sent = sql;
     return nothing;
   }
-  const Cached& cached = Prepared(translated.sql);
+  const Cached cached = Prepared(translated.sql);
+  if (!cached.statement->IsQuery() && !m_readers.empty()) {
+    FinishReaders();
+    m_timeLimit.Start(limits.timeout);
+  }
   const int timesBefore = cached.statement->TimesPreparedAgain();
   m_guard.BeginRunning(cached.namesQueries);
   StatementResult result = cached.statement->Run(translated.values, limits);
+  if (cached.statement->IsRunning()) {
+    result.rest =
+        std::make_unique<SqliteReader>(*this, cached.statement, std::move(translated.values), limits);
+  }
   if (cached.statement->TimesPreparedAgain() == timesBefore || !SchemaHasChanged()) return result;
   // Another schema may ask for another text. Only a query is worth running again for that.
-  return result.affected < 0 ? RunTranslated(sql, limits) : std::move(result);
+  if (result.affected >= 0) return result;
+  result.rest = nullptr;
+  return RunTranslated(sql, limits);
 }
 
-SqliteSession::Cached& SqliteSession::Prepared(const std::string& sql) {
-  if (Cached* found = m_statements.Find(sql)) return *found;
+// One that a reader is busy with isn't run a second time: another one is, once.
+SqliteSession::Cached SqliteSession::Prepared(const std::string& sql) {
+  const Cached* found = m_statements.Find(sql);
+  if (found != nullptr && !found->statement->IsRunning()) return *found;
   Cached cached;
   cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
   m_guard.BeginPreparing(cached.namesQueries);
-  cached.statement = std::make_unique<SqliteStatement>(m_database.get(), sql);
-  return m_statements.Add(sql, std::move(cached));
+  cached.statement = std::make_shared<SqliteStatement>(m_database.get(), sql);
+  if (found == nullptr) m_statements.Add(sql, cached);
+  return cached;
+}
+
+std::optional<SqliteSession::Cached> SqliteSession::PreparedIfPossible(const std::string& sql) {
+  try {
+    return Prepared(sql);
+  } catch (const ProviderFailure&) {
+    return std::nullopt;
+  }
+}
+
+void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, const StatementLimits& limits) {
+  Within(limits.timeout, [&] { statement.ReadBatch(rows, limits.batchRows); });
+}
+
+std::optional<RowCount> SqliteSession::CountRows(const SqliteStatement& statement,
+                                                 const std::vector<BoundValue>& values,
+                                                 const StatementLimits& limits) {
+  const std::optional<std::string> sql = CountingText(statement.Sql(), limits.maxRecords);
+  if (!sql) return std::nullopt;
+  return Within(limits.timeout, [&]() -> std::optional<RowCount> {
+    const std::optional<Cached> cached = PreparedIfPossible(*sql);
+    if (!cached) return std::nullopt;
+    m_guard.BeginRunning(cached->namesQueries);
+    const StatementLimits all{0, 0, limits.timeout, limits.wantsSent};
+    const StatementResult result = cached->statement->Run(values, all);
+    return RowCount{varnel::ToLong(result.rows.Value(0, 0)), result.sent};
+  });
+}
+
+void SqliteSession::FinishReaders() {
+  while (!m_readers.empty()) m_readers.back()->ReadAhead();
 }
 
 std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16string& select) {
@@ -212,11 +277,23 @@ void SqliteSession::NoteFailure(const varnel::host::ProviderError& error) {
   }
 }
 
-void SqliteSession::Begin() { Execute("BEGIN"); }
-void SqliteSession::Commit() { Execute("COMMIT"); }
-void SqliteSession::Rollback() { Execute("ROLLBACK"); }
+void SqliteSession::Begin() {
+  FinishReaders();
+  Execute("BEGIN");
+}
+
+void SqliteSession::Commit() {
+  FinishReaders();
+  Execute("COMMIT");
+}
+
+void SqliteSession::Rollback() {
+  FinishReaders();
+  Execute("ROLLBACK");
+}
 
 bool SqliteSession::Recycle() {
+  FinishReaders();
   if (sqlite3_get_autocommit(m_database.get()) == 0 &&
       sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
     return false;

@@ -10,6 +10,7 @@
 #include "host-linux/database/provider/LeastRecentlyUsed.h"
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteGuard.h"
+#include "host-linux/database/sqlite/SqliteReader.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
 #include "host-linux/database/sqlite/SqliteTimeLimit.h"
 
@@ -30,6 +31,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   // text that names the file.
   SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
                 std::chrono::milliseconds timeout);
+  ~SqliteSession() override { FinishReaders(); }
 
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
   StatementResult Run(const varnel::String& sql, const StatementLimits& limits) override;
@@ -42,13 +44,21 @@ class SqliteSession : public ISession, private IColumnFacts {
   // False where another file has taken the place of the opened one, or it was cut.
   bool IsCurrent() override;
 
+  // For SqliteReader: the next batch of a running statement, within the limits.
+  void ReadOn(SqliteStatement& statement, RowStore& rows, const StatementLimits& limits);
+  // The number of rows that `statement` gives with these values; none where its text can't be counted.
+  std::optional<RowCount> CountRows(const SqliteStatement& statement, const std::vector<BoundValue>& values,
+                                    const StatementLimits& limits);
+  void AddReader(SqliteReader& reader) { m_readers.push_back(&reader); }
+  void RemoveReader(const SqliteReader& reader) { std::erase(m_readers, &reader); }
+
  private:
   struct Closer {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
   struct Cached {
     bool namesQueries = false;  // has a WITH clause
-    std::unique_ptr<SqliteStatement> statement;
+    std::shared_ptr<SqliteStatement> statement;
   };
   struct FileState {
     std::uint64_t device = 0;
@@ -62,7 +72,13 @@ class SqliteSession : public ISession, private IColumnFacts {
   void OpenFile(const std::string& name, int flags);
   void OpenForReading();
   void Execute(const char* sql);
-  Cached& Prepared(const std::string& sql);
+  // Calls `action` within the time limit, and notes its failure.
+  template <typename Action>
+  auto Within(std::chrono::milliseconds timeout, Action action);
+  Cached Prepared(const std::string& sql);
+  std::optional<Cached> PreparedIfPossible(const std::string& sql);
+  // Nothing runs any more then.
+  void FinishReaders();
   StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
   bool SchemaHasChanged();
   void ForgetSchema();
@@ -78,6 +94,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
   std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
+  std::vector<SqliteReader*> m_readers;      // whose statements are running
   bool m_broken = false;
 };
 

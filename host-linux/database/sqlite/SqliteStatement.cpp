@@ -13,6 +13,9 @@ namespace {
 // Room for a result of the last one's size is made at once, within these bounds.
 constexpr std::size_t kMostReservedRows = 1000;
 constexpr std::size_t kMostReservedBytes = 64 << 10;
+// Of the texts and blobs of a batch; the last row may go beyond.
+constexpr std::size_t kMostBatchBytes = 1 << 20;
+constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 
 using varnel::Integer;
 using varnel::Long;
@@ -24,6 +27,14 @@ bool HoldsStatement(std::string_view sql) {
     return token.kind != SqlTokenKind::End && token.kind != SqlTokenKind::Comment &&
            token.kind != SqlTokenKind::Semicolon;
   });
+}
+
+bool BeginsLikeQuery(const std::string& sql) {
+  for (const SqlToken& token : LexSql(varnel::FromUtf8(sql))) {
+    if (token.kind == SqlTokenKind::Comment) continue;
+    return IsWord(token, u"SELECT") || IsWord(token, u"WITH") || IsWord(token, u"VALUES");
+  }
+  return false;
 }
 
 // The first number in parentheses of a declared type: 50 of VARCHAR(50).
@@ -117,7 +128,8 @@ SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
   if (statement == nullptr) {
     RaiseSqlite(provider_error::kNoCommand, u"There is no statement in the text.", u"42000");
   }
-  m_isQuery = sqlite3_stmt_readonly(statement) != 0;
+  m_readsOnly = sqlite3_stmt_readonly(statement) != 0;
+  m_isQuery = m_readsOnly && sqlite3_column_count(statement) > 0 && BeginsLikeQuery(sql);
   const std::string_view rest(tail, static_cast<std::size_t>(sql.data() + sql.size() - tail));
   if (!rest.empty() && HoldsStatement(rest)) {
     RaiseSqlite(provider_error::kSyntax, u"Only one statement can be run in one call.", u"42000");
@@ -136,36 +148,60 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
 }
 
 StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits) {
-  struct Resetter {
-    sqlite3_stmt* statement;
-    ~Resetter() {
-      sqlite3_reset(statement);
-      sqlite3_clear_bindings(statement);  // the values go
+  struct Ender {
+    SqliteStatement& statement;
+    bool keepsRunning = false;
+    ~Ender() {
+      if (!keepsRunning) statement.End();
     }
-  } const resetter{m_statement.get()};
-  const auto limit = static_cast<std::size_t>(limits.maxRecords);
+  } ender{*this};
+  m_left = limits.maxRecords == 0 ? kUnlimited : static_cast<std::size_t>(limits.maxRecords);
   Bind(values);
-  const int changes = m_isQuery ? 0 : sqlite3_total_changes(m_database);
-  bool more = Step();
+  const int changes = m_readsOnly ? 0 : sqlite3_total_changes(m_database);
+  m_onRow = Step();
 
   // The columns are only looked at now: the first step may have prepared the statement again.
   if (m_columns == nullptr || m_learnedAt != TimesPreparedAgain()) LearnColumns();
-  GuessTypes(more);
+  GuessTypes(m_onRow);
   StatementResult result;
   if (!m_kinds.empty()) result.columns = m_columns;
   result.rows = RowStore(m_kinds.size());
   result.rows.Reserve(m_lastRows, m_lastBytes);
-  for (; more; more = Step()) {
-    AddRow(result.rows);
-    if (limit != 0 && result.rows.Rows() == limit) break;
-  }
+  const bool inBatches = m_isQuery && limits.batchRows != 0;
+  ReadRows(result.rows, inBatches ? limits.batchRows : kUnlimited, inBatches ? kMostBatchBytes : kUnlimited);
   m_lastRows = std::min(result.rows.Rows(), kMostReservedRows);
   m_lastBytes = std::min(result.rows.Bytes(), kMostReservedBytes);
-  if (!m_isQuery) {
+  if (!m_readsOnly) {
     result.affected = sqlite3_total_changes(m_database) == changes ? 0 : sqlite3_changes(m_database);
   }
   if (limits.wantsSent) result.sent = Sent();
+  ender.keepsRunning = m_onRow;
   return result;
+}
+
+void SqliteStatement::ReadRows(RowStore& rows, std::size_t most, std::size_t mostBytes) {
+  const std::size_t bytesBefore = rows.Bytes();
+  for (std::size_t count = 0; m_onRow && count < most && rows.Bytes() - bytesBefore < mostBytes; ++count) {
+    AddRow(rows);
+    --m_left;
+    m_onRow = m_left != 0 && Step();
+  }
+}
+
+void SqliteStatement::ReadBatch(RowStore& rows, std::size_t most) {
+  try {
+    ReadRows(rows, most, kMostBatchBytes);
+  } catch (...) {
+    End();
+    throw;
+  }
+  if (!m_onRow) End();
+}
+
+void SqliteStatement::End() {
+  m_onRow = false;
+  sqlite3_reset(m_statement.get());
+  sqlite3_clear_bindings(m_statement.get());  // the values go
 }
 
 // The texts are not copied: they stay where they are until the statement is reset.

@@ -18,8 +18,19 @@ class SqliteStatement {
   SqliteStatement(sqlite3* database, const std::string& sql);
 
   // Runs it from its beginning, with its parameters bound to `values`, and reads at most `limits.maxRecords`
-  // rows; somebody else looks at the time. It is reset afterwards, also when it fails.
+  // rows; somebody else looks at the time. It is reset afterwards, also when it fails. A query that has more
+  // rows than `limits.batchRows` is left running instead: `values` must stay then until it ends.
   StatementResult Run(const std::vector<BoundValue>& values, const StatementLimits& limits);
+  bool IsRunning() const { return m_onRow; }
+  // Adds at most `most` rows, and not many more than a batch's bytes, to `rows`. After the last row, and when
+  // it fails, it is reset; what was added before a failure stays.
+  void ReadBatch(RowStore& rows, std::size_t most);
+  void End();
+
+  // Reads only, gives rows, and may be a part of another query.
+  bool IsQuery() const { return m_isQuery; }
+  std::size_t Columns() const { return m_kinds.size(); }
+  const std::string& Sql() const { return m_sql; }
 
   // How often SQLite had to prepare it again: the schema changed, or a value asked for another plan.
   int TimesPreparedAgain() const;
@@ -31,6 +42,7 @@ class SqliteStatement {
   };
 
   bool Step();
+  void ReadRows(RowStore& rows, std::size_t most, std::size_t mostBytes);
   void AddRow(RowStore& rows) const;
   void AddCell(RowStore& rows, int column, ColumnKind kind) const;
   void Bind(const std::vector<BoundValue>& values);
@@ -41,7 +53,10 @@ class SqliteStatement {
   sqlite3* m_database;
   std::string m_sql;
   std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+  bool m_readsOnly = false;
   bool m_isQuery = false;
+  bool m_onRow = false;    // it runs, and stands on a row that wasn't read yet
+  std::size_t m_left = 0;  // rows that it may still give, that one among them
   // What is known of the columns, for results to share; null before the first run.
   ResultColumns m_columns;
   std::vector<ColumnKind> m_kinds;
