@@ -248,7 +248,7 @@ class Checker {
       return AddToKey(key, key + " is no connection string");
     const varnel::String text = varnel::ToText(value);
     try {
-      const auto lease = database.Lease(text, true);
+      const auto lease = database.Lease(text, true, 0);
       database.Run(lease->Session(), u"SELECT 1 AS one", 1, 0);
       CheckTables(key, ConnectionString(text));
     } catch (const std::exception& error) {
