@@ -16,6 +16,9 @@ using varnel::StringView;
 
 namespace {
 
+// Of the marks in a short text: it then needs memory once.
+constexpr std::size_t kRoomForNames = 24;
+
 bool IsLetterOrDigit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
@@ -50,24 +53,26 @@ const Function& Required(const Function& function, StringView member) {
 }  // namespace
 
 String UrlEncodeText(StringView text) {
-  String encoded;
-  encoded.reserve(text.size() * 2);
-  for (const char c : varnel::ToUtf8(text)) {
+  const std::string bytes = varnel::ToUtf8(text);
+  String encoded(3 * bytes.size(), u'\0');
+  auto end = encoded.begin();
+  for (const char c : bytes) {
     const auto byte = static_cast<unsigned char>(c);
-    if (IsLetterOrDigit(c)) {
-      encoded += static_cast<char16_t>(byte);
-    } else if (c == ' ') {
-      encoded += u'+';
+    if (IsLetterOrDigit(c) || c == ' ') {
+      *end++ = c == ' ' ? u'+' : static_cast<char16_t>(byte);
     } else {
-      encoded += {u'%', u"0123456789ABCDEF"[byte >> 4], u"0123456789ABCDEF"[byte & 15]};
+      *end++ = u'%';
+      *end++ = u"0123456789ABCDEF"[byte >> 4];
+      *end++ = u"0123456789ABCDEF"[byte & 15];
     }
   }
+  encoded.erase(end, encoded.end());
   return encoded;
 }
 
 String HtmlEncodeText(StringView text) {
   String encoded;
-  encoded.reserve(text.size() + text.size() / 8);
+  encoded.reserve(text.size() + text.size() / 8 + kRoomForNames);
   std::size_t start = 0;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const StringView name = NameOfMark(text[at]);

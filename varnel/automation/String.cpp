@@ -138,8 +138,11 @@ void AppendAscii(String& target, std::string_view ascii) {
 
 void AppendDecimal(String& target, std::int64_t value) {
   std::array<char, 20> digits;  // the longest is -9223372036854775808
+  std::array<char16_t, digits.size()> units;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  AppendAscii(target, {digits.data(), end});
+  const auto count = static_cast<std::size_t>(end - digits.data());
+  std::copy_n(digits.data(), count, units.data());
+  target.append(units.data(), count);
 }
 
 String DecimalText(std::int64_t value) {

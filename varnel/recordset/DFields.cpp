@@ -16,9 +16,9 @@ StringView LookupKey(StringView name) {
 }
 
 // Positions count from 0 here and from 1 in the collection.
-Variant CollectionKey(const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>()) return LookupKey(*name);
-  return ToDouble(indexOrKey) + 1;
+Variant ItemOf(const Collection& fields, const Variant& indexOrKey) {
+  if (const String* name = indexOrKey.As<String>()) return fields.ItemOf(LookupKey(*name));
+  return fields.Item(ToDouble(indexOrKey) + 1);
 }
 
 String UnderlyingText(const ErrInfo& error) {
@@ -47,8 +47,9 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    return CastObject<DField>(Required(m_Fields).Item(
-        iIndexOrKey.IsText() ? CollectionKey(iIndexOrKey) : CollectionKey(ToPlain(iIndexOrKey))));
+    const Collection& fields = Required(m_Fields);
+    return CastObject<DField>(iIndexOrKey.IsText() ? ItemOf(fields, iIndexOrKey)
+                                                   : ItemOf(fields, ToPlain(iIndexOrKey)));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }
