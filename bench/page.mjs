@@ -4,7 +4,7 @@ import path from 'node:path';
 import { build, freePort, idleEffect, interleaved, listSite, machine, memory, nextPageUrl, start, startVarnel, table, threads } from './servers.mjs';
 
 const rounds = Number(process.argv[2] ?? 5);
-const seconds = Number(process.argv[3] ?? 5);
+const seconds = Number(process.argv[3] ?? 4);
 const port = await freePort();
 const site = listSite(port);
 const varnel = await startVarnel(site, port);
