@@ -23,19 +23,19 @@ bool IsLetterOrDigit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
-// The name of a character that can't stand for itself in HTML; empty for any other.
-StringView NameOfMark(char16_t unit) {
-  switch (unit) {
+// A character that can't stand for itself in HTML.
+bool IsMark(char16_t unit) { return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"'; }
+
+StringView NameOfMark(char16_t mark) {
+  switch (mark) {
     case u'&':
       return u"&amp;";
     case u'<':
       return u"&lt;";
     case u'>':
       return u"&gt;";
-    case u'"':
-      return u"&quot;";
     default:
-      return {};
+      return u"&quot;";
   }
 }
 
@@ -71,16 +71,16 @@ String UrlEncodeText(StringView text) {
 }
 
 String HtmlEncodeText(StringView text) {
+  auto mark = std::find_if(text.begin(), text.end(), IsMark);
+  if (mark == text.end()) return String(text);
   String encoded;
   encoded.reserve(text.size() + text.size() / 8 + kRoomForNames);
-  std::size_t start = 0;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const StringView name = NameOfMark(text[at]);
-    if (name.empty()) continue;
-    encoded.append(text.substr(start, at - start)).append(name);
-    start = at + 1;
+  auto start = text.begin();
+  for (; mark != text.end(); mark = std::find_if(start, text.end(), IsMark)) {
+    encoded.append(start, mark).append(NameOfMark(*mark));
+    start = mark + 1;
   }
-  return encoded.append(text.substr(start));
+  return encoded.append(start, text.end());
 }
 
 const ClassInfo& Server::Class() const {
