@@ -263,9 +263,9 @@ void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
   if (call.IsConstructCall()) return RefuseConstruction(call);
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
-    const varnel::ObjectPtr object = Unwrap(call.Holder());
+    varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
-    const varnel::Variant result = object->CallDefault(arguments.Values());
+    const varnel::Variant result = object.CallDefault(arguments.Values());
     arguments.StoreBack();
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });

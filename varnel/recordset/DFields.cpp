@@ -16,9 +16,10 @@ StringView LookupKey(StringView name) {
 }
 
 // Positions count from 0 here and from 1 in the collection.
-Variant ItemOf(const Collection& fields, const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>()) return fields.ItemOf(LookupKey(*name));
-  return fields.Item(ToDouble(indexOrKey) + 1);
+std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
+  if (const String* name = indexOrKey.As<String>())
+    return CastObject<DField>(fields.ItemOf(LookupKey(*name)));
+  return CastObject<DField>(fields.Item(ToDouble(indexOrKey) + 1));
 }
 
 String UnderlyingText(const ErrInfo& error) {
@@ -48,8 +49,7 @@ std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
     const Collection& fields = Required(m_Fields);
-    return CastObject<DField>(iIndexOrKey.IsText() ? ItemOf(fields, iIndexOrKey)
-                                                   : ItemOf(fields, ToPlain(iIndexOrKey)));
+    return iIndexOrKey.IsText() ? FieldOf(fields, iIndexOrKey) : FieldOf(fields, ToPlain(iIndexOrKey));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }
