@@ -4,7 +4,7 @@ import path from 'node:path';
 import { build, freePort, idleEffect, interleaved, listSite, machine, memory, nextPageUrl, start, startVarnel, table, threads } from './servers.mjs';
 
 const rounds = Number(process.argv[2] ?? 5);
-const seconds = Number(process.argv[3] ?? 5);
+const seconds = Number(process.argv[3] ?? 4);
 const port = await freePort();
 const site = listSite(port);
 const varnel = await startVarnel(site, port);
@@ -23,6 +23,6 @@ console.log(table([
     result.name, result.rate.toFixed(0), result.cpu.toFixed(0), result.p99.toFixed(1), memory(child.pid).toFixed(0), (result.rate / baseline.rate).toFixed(2)])
 ]));
 if (page.failed + baseline.failed > 0) throw new Error('some requests failed');
-console.log(`rate with 5,000 idle connections: ${(await idleEffect(url, 5000, 2, seconds)).toFixed(2)} of that without`);
+console.log(`rate with 5,000 idle connections: ${(await idleEffect(url, 5000, 3, seconds)).toFixed(2)} of that without`);
 console.log(`list page ${(page.rate / baseline.rate).toFixed(2)} of the bare program's rate (to be reached: 0.5)`);
 process.exit(0);

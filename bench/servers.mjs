@@ -162,7 +162,11 @@ export async function idleConnections(url, count) {
   for (let made = 0; made < count; made += 50) {
     await Promise.all(Array.from({ length: Math.min(50, count - made) }, () => new Promise((resolve, reject) => {
       const socket = net.connect(Number(port), hostname, () => socket.write(request));
-      socket.once('data', () => { sockets.push(socket); resolve(); });
+      socket.once('data', (data) => {
+        if (!data.toString('latin1').startsWith('HTTP/1.1 200')) return reject(new Error('an idle connection was refused'));
+        sockets.push(socket);
+        resolve();
+      });
       socket.on('error', reject);
       socket.resume();
     })));
@@ -177,6 +181,7 @@ export async function idleEffect(url, count, rounds, seconds) {
     rates.without.push((await load(url, seconds)).rate);
     const idle = await idleConnections(url, count);
     rates.with.push((await load(url, seconds)).rate);
+    if (idle.some((socket) => socket.closed || socket.readableEnded)) throw new Error('an idle connection was closed');
     for (const socket of idle) socket.destroy();
     await sleep(500);
   }

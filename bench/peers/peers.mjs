@@ -9,10 +9,15 @@ const rounds = Number(process.argv[2] ?? 3);
 const seconds = Number(process.argv[3] ?? 5);
 const folder = path.join(root, 'bench/peers');
 
-if (!existsSync(path.join(folder, 'node_modules/better-sqlite3'))) {
-  const installed = spawnSync('npm', ['ci', '--no-fund', '--no-audit'], { cwd: folder, stdio: 'inherit' });
-  if (installed.status !== 0) throw new Error('better-sqlite3 could not be installed');
+// Where npm is told to run no scripts of packages, the module's own code is built by a call of its own.
+function npm(...args) {
+  const done = spawnSync('npm', [...args, '--no-fund', '--no-audit', '--foreground-scripts'], { cwd: folder, stdio: 'inherit' });
+  if (done.status !== 0) throw new Error(`npm ${args.join(' ')} has failed`);
 }
+const built = path.join(folder, 'node_modules/better-sqlite3/build/Release/better_sqlite3.node');
+if (!existsSync(built)) npm('ci');
+if (!existsSync(built)) npm('rebuild', 'better-sqlite3', '--build-from-source', '--ignore-scripts=false');
+if (!existsSync(built)) throw new Error('better-sqlite3 could not be built');
 
 const port = await freePort();
 const site = listSite(port);

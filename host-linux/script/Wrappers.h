@@ -11,6 +11,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "host-linux/script/AddressMap.h"
 #include "varnel/automation/Object.h"
 
 namespace hostlinux {
@@ -70,7 +71,7 @@ class Wrappers {
   ScriptCore& m_core;
   std::deque<Slot> m_slots;
   std::size_t m_used = 0;
-  std::unordered_map<const varnel::Object*, Slot*> m_slotOf;
+  AddressMap<Slot> m_slotOf;
   std::unordered_map<const varnel::ClassInfo*, std::unique_ptr<ClassBinding>> m_classes;
   bool m_building = false;
 };

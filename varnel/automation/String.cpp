@@ -138,8 +138,11 @@ void AppendAscii(String& target, std::string_view ascii) {
 
 void AppendDecimal(String& target, std::int64_t value) {
   std::array<char, 20> digits;  // the longest is -9223372036854775808
+  std::array<char16_t, digits.size()> units;
   const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  AppendAscii(target, {digits.data(), end});
+  const auto count = static_cast<std::size_t>(end - digits.data());
+  std::copy_n(digits.data(), count, units.data());
+  target.append(units.data(), count);
 }
 
 String DecimalText(std::int64_t value) {
@@ -219,12 +222,19 @@ void AppendBytes(std::string& target, char32_t code) {
   }
 }
 
-// How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go.
+// How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go. They are
+// looked at in blocks, whose units are judged together.
 template <typename Text>
 std::size_t AsciiLength(const Text& text, std::size_t from) {
+  constexpr std::size_t kBlock = 16;
+  using Unit = std::make_unsigned_t<typename Text::value_type>;
   std::size_t end = from;
-  while (end < text.size() && static_cast<std::make_unsigned_t<typename Text::value_type>>(text[end]) < 0x80)
-    ++end;
+  for (; end + kBlock <= text.size(); end += kBlock) {
+    Unit bits = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
+    if (bits >= 0x80) break;
+  }
+  while (end < text.size() && static_cast<Unit>(text[end]) < 0x80) ++end;
   return end - from;
 }
 

@@ -16,9 +16,10 @@ StringView LookupKey(StringView name) {
 }
 
 // Positions count from 0 here and from 1 in the collection.
-Variant CollectionKey(const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>()) return LookupKey(*name);
-  return ToDouble(indexOrKey) + 1;
+std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
+  if (const String* name = indexOrKey.As<String>())
+    return CastObject<DField>(fields.ItemOf(LookupKey(*name)));
+  return CastObject<DField>(fields.Item(ToDouble(indexOrKey) + 1));
 }
 
 String UnderlyingText(const ErrInfo& error) {
@@ -47,8 +48,8 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    return CastObject<DField>(Required(m_Fields).Item(
-        iIndexOrKey.IsText() ? CollectionKey(iIndexOrKey) : CollectionKey(ToPlain(iIndexOrKey))));
+    const Collection& fields = Required(m_Fields);
+    return iIndexOrKey.IsText() ? FieldOf(fields, iIndexOrKey) : FieldOf(fields, ToPlain(iIndexOrKey));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

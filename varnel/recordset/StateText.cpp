@@ -12,6 +12,7 @@ namespace varnel {
 namespace {
 
 constexpr std::size_t kLengthWidth = 3;
+constexpr std::size_t kTypicalLength = 200;
 constexpr std::size_t kLastPosition = std::numeric_limits<Integer>::max();
 
 void AppendNumber(String& target, std::int64_t value) {
@@ -164,6 +165,7 @@ String DecodeChars(StringView iBody) {
 
 String SerializeState(const PersistedState& iState) {
   String text;
+  text.reserve(kTypicalLength);
   AppendNumber(text, iState.NavType);
   AppendNumber(text, iState.TotalRecords);
   AppendNumber(text, iState.FirstRecord);

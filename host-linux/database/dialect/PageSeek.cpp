@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host-linux/database/dialect/KeyLiteral.h"
 #include "host-linux/database/dialect/KeysetPredicate.h"
 #include "host-linux/database/dialect/SelectNames.h"
 
@@ -17,9 +18,10 @@ struct Seek {
   SqlSpan span;       // the SELECT
   SqlSpan condition;  // of the keys
   std::vector<PageKey> keys;
-  size_t limit = 0;        // the token of the number of rows
-  std::u16string order;    // of the arms together, by position
-  std::u16string inOrder;  // to be added to each arm; empty where it has an ORDER BY of its own
+  size_t limit = 0;          // the token of the number of rows
+  std::u16string order;      // of the arms together, by position
+  std::u16string inOrder;    // to be added to each arm; empty where it has an ORDER BY of its own
+  std::vector<RowPart> row;  // what each key is compared as in a row value; empty: in arms
 };
 
 // The condition of an arm, piece by piece.
@@ -62,6 +64,17 @@ std::u16string LowestOf(const Columns& column) {
   return kind == ColumnKind::Text ? u" >= ''" : u" >= -9e999";
 }
 
+// What a key is compared as in a row value: None where only a comparison of its own is right, or where no
+// index may be met. SQLite doesn't look a row up by a name of its number, which only an INTEGER can be.
+RowPart PartOf(const ColumnFact& column, std::u16string_view literal) {
+  if (UpperAscii(column.declaredType) == u"INTEGER") return RowPart::None;
+  const LiteralTraits traits = TraitsOf(TextValue(literal));
+  const ColumnKind kind = KindOfDeclaredType(column.declaredType);
+  if (kind == ColumnKind::Text) return RowPart::Text;
+  const bool isWhole = kind == ColumnKind::Integer && traits.isNumeral && traits.isInteger;
+  return isWhole ? RowPart::Number : RowPart::None;
+}
+
 class Seeker {
  public:
   Seeker(Tokens tokens, IColumnFacts& facts)
@@ -90,11 +103,16 @@ class Seeker {
     const std::optional<SelectTop> top = FindTop(m_tokens, scope);
     const SqlSpan where = scope.Clause(SqlClause::Where);
     if (!top || where.IsEmpty() || !IsPlain(scope)) return;
-    Seek seek{{scope.begin, scope.end}, ConditionIn(where), {}, top->number, {}, {}};
+    Seek seek{{scope.begin, scope.end}, ConditionIn(where), {}, top->number, {}, {}, {}};
     std::optional<std::vector<PageKey>> keys =
         ReadKeysetPredicate(m_tokens, m_structure.partner, seek.condition);
     if (!keys || ArmsOf(scope, *keys).size() < 2) return;
     seek.keys = std::move(*keys);
+    seek.row = RowOf(scope, seek.keys);
+    if (!seek.row.empty()) {
+      m_seeks.push_back(std::move(seek));
+      return;
+    }
     if (Order(index, top->span.end, seek)) m_seeks.push_back(std::move(seek));
   }
 
@@ -131,6 +149,36 @@ class Seeker {
     };
     const auto count = static_cast<size_t>(std::count_if(m_seeks.begin(), m_seeks.end(), isOf));
     if (count != compound.branches.size()) std::erase_if(m_seeks, isOf);
+  }
+
+  // --- row values
+
+  // Empty where the keys can't be compared as one row.
+  std::vector<RowPart> RowOf(const SqlScope& scope, const std::vector<PageKey>& keys) const {
+    const bool upward = std::all_of(keys.begin(), keys.end(),
+                                    [](const PageKey& key) { return key.ascending && !key.IsNull(); });
+    if (!upward || !IsOneTable(scope) || scope.Clause(SqlClause::Order).IsEmpty()) return {};
+    std::vector<RowPart> row;
+    for (const PageKey& key : keys) {
+      const auto facts = FactsOf(scope, key);
+      if (!facts || facts->size() != 1 || m_tokens[key.literal].kind != SqlTokenKind::Text) return {};
+      row.push_back(PartOf(facts->front(), m_tokens[key.literal].text));
+      if (row.back() == RowPart::None) return {};
+    }
+    return row;
+  }
+
+  // FROM and a name, perhaps with another one behind it.
+  bool IsOneTable(const SqlScope& scope) const {
+    const SqlSpan from = scope.Clause(SqlClause::From);
+    return from.end - from.begin <= 4 && std::all_of(At(from.begin), At(from.end), [](const SqlToken& token) {
+             return token.kind == SqlTokenKind::Word || token.kind == SqlTokenKind::QuotedName;
+           });
+  }
+
+  std::optional<Columns> FactsOf(const SqlScope& scope, const PageKey& key) const {
+    const std::u16string column = PrintSql(m_tokens, key.expression.begin, key.expression.end, true);
+    return m_facts.Describe(Prefix() + u"SELECT " + column + Print(scope.Clause(SqlClause::From)));
   }
 
   // --- the order
@@ -260,9 +308,7 @@ class Seeker {
   }
 
   std::u16string NotNullText(const SqlScope& scope, const PageKey& key) const {
-    const std::u16string column = PrintSql(m_tokens, key.expression.begin, key.expression.end, true);
-    const auto facts =
-        m_facts.Describe(Prefix() + u"SELECT " + column + Print(scope.Clause(SqlClause::From)));
+    const auto facts = FactsOf(scope, key);
     const std::u16string lowest = facts ? LowestOf(*facts) : std::u16string();
     return lowest.empty() ? u" is not null" : lowest;
   }
@@ -278,7 +324,33 @@ class Seeker {
     m_result.insert(m_result.end(), tokens.begin(), tokens.end());
   }
 
-  void Write(const Seek& seek) {
+  void Write(const Seek& seek) { seek.row.empty() ? WriteArms(seek) : WriteRow(seek); }
+
+  void WriteRow(const Seek& seek) {
+    Copy({seek.span.begin, seek.condition.begin});
+    Add(u" (");
+    for (size_t i = 0; i < seek.keys.size(); ++i) {
+      if (i > 0) Add(u",");
+      WritePart(seek.keys[i].expression, i);
+    }
+    Add(u") > (");
+    for (size_t i = 0; i < seek.keys.size(); ++i) {
+      if (i > 0) Add(u",");
+      WritePart({seek.keys[i].literal, seek.keys[i].literal + 1}, i);
+      m_result.back().isKey = true;
+      m_result.back().rowPart = seek.row[i];
+    }
+    Add(u")");
+    Copy({seek.condition.end, seek.span.end});
+  }
+
+  void WritePart(SqlSpan span, size_t i) {
+    const size_t begin = m_result.size();
+    Copy(span);
+    m_result[begin].gap = i == 0 ? u"" : u" ";
+  }
+
+  void WriteArms(const Seek& seek) {
     const SqlScope* scope = nullptr;
     for (const SqlScope& each : m_structure.scopes) {
       if (each.begin == seek.span.begin) scope = &each;

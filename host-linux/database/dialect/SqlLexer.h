@@ -26,6 +26,9 @@ enum class SqlTokenKind {
   End     // behind the last token: its gap holds the blanks at the end
 };
 
+// A literal within a row value, which is compared without a look at its column, and as what.
+enum class RowPart { None, Text, Number };
+
 // A token. The fields below the line are for rewriting: a dropped token prints nothing, not even its gap.
 struct SqlToken {
   SqlTokenKind kind = SqlTokenKind::End;
@@ -37,7 +40,8 @@ struct SqlToken {
   std::u16string after;   // printed behind the text
   int literal = -1;       // which of the text's literals it is, counted from 0; -1 for anything else
   bool isKey = false;     // the value of a page's key
-  bool lifted = false;    // a parameter stands for its value
+  RowPart rowPart = RowPart::None;
+  bool lifted = false;  // a parameter stands for its value
 };
 
 // Where a token lies in its text: blanks from `gap` to `begin`, the token from there to `end`.

@@ -196,6 +196,11 @@ class Rewriter {
   // --- comparisons
 
   void RewriteComparison(size_t literal) {
+    if (const RowPart part = m_tokens[literal].rowPart; part != RowPart::None) {
+      m_tokens[literal].text =
+          Write(literal, part == RowPart::Number ? LiteralForm::Number : LiteralForm::Text);
+      return;
+    }
     const SqlTokenKind kind = m_tokens[literal].kind;
     const bool isText = kind == SqlTokenKind::Text;
     if ((!isText && (kind != SqlTokenKind::Number || !MayLift(literal))) || m_tokens[literal].dropped) return;
