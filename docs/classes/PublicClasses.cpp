@@ -4,6 +4,7 @@
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace classdocs {
 
@@ -47,6 +48,7 @@ std::vector<PublicClass> PublicClasses() {
           {"DField", std::make_shared<varnel::DField>()},
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
+          {"Utilities", varnel::MakeUtilities()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

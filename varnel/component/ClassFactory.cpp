@@ -7,6 +7,7 @@
 #include "varnel/page/Page.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/table/Table.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace varnel {
 
@@ -22,6 +23,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.Table", MakeTable},
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
+    CreatableClass{u"Varnel.Utilities", MakeUtilities},
 };
 
 }  // namespace
