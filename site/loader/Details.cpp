@@ -140,7 +140,7 @@ std::vector<PropertyValue> PropertiesOf(const Catalogue& catalogue, const Produc
 }
 
 const std::vector<std::string>& IconFiles() {
-  static const std::vector<std::string> files = {"IconDevice.png", "IconBoard.png"};
+  static const std::vector<std::string> files = {"IconDevice.svg", "IconBoard.svg"};
   return files;
 }
 

@@ -84,7 +84,7 @@ TEST_F(DatabaseWriter, WritesWhatAProductSheetShows) {
       (Texts{"Bus|USB", "Vendor id|046d", "Device id|c077", "Class|other devices"}));
   EXPECT_EQ(Rows("SELECT ICONFILENAME, FILENAME FROM ATTACHEDFILE A JOIN ICON I ON I.ICONID = A.ICONID WHERE "
                  "PRODUCTID = 3"),
-            Texts{"IconDevice.png|https://usb-ids.gowdy.us/read/UD/046d/c077"});
+            Texts{"IconDevice.svg|https://usb-ids.gowdy.us/read/UD/046d/c077"});
   EXPECT_EQ(Rows("SELECT COUNT(*), COUNT(PRICEEXPIRYDATE) FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = 3"),
             Texts{"6|4"});
   EXPECT_EQ(
