@@ -3,6 +3,7 @@
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/web/ObjectContext.h"
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/utilities/Utilities.h"
 
@@ -49,6 +50,7 @@ std::vector<PublicClass> PublicClasses() {
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
           {"Utilities", varnel::MakeUtilities()},
+          {"CatalogQuery", varnel::MakeCatalogQuery()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

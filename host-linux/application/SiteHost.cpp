@@ -13,6 +13,7 @@
 #include "host-linux/web/ObjectContext.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
+#include "varnel/catalog/FavoriteTypes.h"
 #include "varnel/table/TableTypes.h"
 #include "varnel/utilities/Utilities.h"
 
@@ -25,6 +26,9 @@ constexpr char kPageExtension[] = ".asp";
 std::vector<std::pair<std::string, double>> PublicEnumerations() {
   std::vector<std::pair<std::string, double>> constants;
   for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
     constants.emplace_back(varnel::ToUtf8(name), value);
   }
   return constants;

@@ -41,6 +41,7 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
 
   varnel::Variant ActiveConnection();
   void SetActiveConnection(const varnel::Variant& connection);
+  std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override { return m_connection; }
   void DetachConnection() override { m_connection = nullptr; }
 
   bool IsEOF() const override;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/Page.h"
 #include "varnel/recordset/DRecordset.h"
@@ -24,6 +25,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
+    CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
 };
 
 }  // namespace
