@@ -13,8 +13,7 @@ var name = named.length > 0 ? named[0].CATEGORYNAME : "";
 
 function productGrid(rs) {
   return catalogueGrid(page, rs, name, [
-    { title: page.I18N("ShopMark"), width: 6, align: AlignCenter,
-      cell: (row) => starButton(page, row("PRODUCTID").Value, row("PRODUCTDESCRIPTION").Value, row("PRESENT").Value === 1) },
+    starColumn(page, (row) => row("PRESENT").Value === 1),
     { title: page.I18N("ShopName"), sort: "P.PRODUCTDESCRIPTION", width: 58, cell: (row) => productLink(page, row) },
     { title: page.I18N("ShopPartNumber"), sort: "P.PARTNUMBER", width: 24, cell: (row) => encode(row("PARTNUMBER").Value) },
     { title: page.I18N("ShopPlace"), sort: "PBC.SEQUENCE", width: 12, align: AlignRight, cell: (row) => formatCount(row("SEQUENCE").Value) }

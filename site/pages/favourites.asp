@@ -24,8 +24,7 @@ function option(current, value, text) {
 
 function productGrid(rs) {
   return catalogueGrid(page, rs, page.I18N("ShopFavourites"), [
-    { title: page.I18N("ShopMark"), width: 6, align: AlignCenter,
-      cell: (row) => starButton(page, row("PRODUCTID").Value, row("PRODUCTDESCRIPTION").Value, true) },
+    starColumn(page, () => true),
     { title: page.I18N("ShopName"), sort: "P.PRODUCTDESCRIPTION", width: 64, cell: (row) => productLink(page, row) },
     { title: page.I18N("ShopPartNumber"), sort: "P.PARTNUMBER", width: 30, cell: (row) => encode(row("PARTNUMBER").Value) }
   ]);
@@ -34,7 +33,7 @@ function productGrid(rs) {
 wantPageNumbers(page);
 var rs = folder < 0 ? catalog.GetFavoriteProducts(page, "", 20, user, today(), "-1", kind) :
   catalog.GetFavoriteProductsEx(page, "", 20, user, today(), "-1", kind, folder);
-var note = String(Request.QueryString("note"));
+var note = textParameter(Request.QueryString, "note");
 %><!DOCTYPE html>
 <html lang="<%= htmlLanguage() %>">
 <head>

@@ -6,7 +6,7 @@
 <%
 var page = Server.CreateObject("Varnel.Page");
 var catalog = Server.CreateObject("Varnel.CatalogQuery");
-var search = String(Request.QueryString("search")).trim().slice(0, 60);
+var search = textParameter(Request.QueryString, "search");
 var chosen = numberParameter(Request.QueryString, "catalog");
 var catalogues = rowsOfQuery("SELECT CATALOGID, CATALOGNAME FROM CATALOG ORDER BY CATALOGID", ["CATALOGID", "CATALOGNAME"]);
 

@@ -9,7 +9,7 @@ var catalog = Server.CreateObject("Varnel.CatalogQuery");
 var supplier = numberParameter(Request.QueryString, "supplier");
 var named = rowsOfQuery("SELECT MANUFACTURERNAME FROM MANUFACTURER WHERE MANUFACTURERID = " + supplier, ["MANUFACTURERNAME"]);
 var name = named.length > 0 ? named[0].MANUFACTURERNAME : "";
-var search = String(Request.QueryString("search")).trim().slice(0, 60);
+var search = textParameter(Request.QueryString, "search");
 
 // The field is joined into the query as it stands: only these are.
 var fields = { name: "PRODUCTDESCRIPTION", number: "BUYFROMPARTNUMBER" };
