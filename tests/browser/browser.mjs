@@ -15,8 +15,8 @@ export async function openBrowser() {
   const troubles = [];
   return {
     troubles,
-    async newPage(width, height) {
-      const page = await browser.newPage({ viewport: { width, height } });
+    async newPage(width, height, options = {}) {
+      const page = await browser.newPage({ viewport: { width, height }, ...options });
       page.on("pageerror", (error) => troubles.push(String(error)));
       page.on("response", (response) => {
         if (response.status() >= 400) troubles.push(`${response.status()} ${response.url()}`);
