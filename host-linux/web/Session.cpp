@@ -30,6 +30,7 @@ const ClassInfo& Session::Class() const {
                                   varnel::Method<&S::ValueOf>(u"Value").AsDefault(),
                                   varnel::ReadOnly<&S::ContentsObject>(u"Contents"),
                                   varnel::ReadOnly<&S::SessionID>(u"SessionID"),
+                                  varnel::ReadOnly<&S::FormToken>(u"FormToken"),
                                   varnel::Property<&S::LCID, &S::SetLCID>(u"LCID"),
                                   varnel::Property<&S::CodePage, &S::SetCodePage>(u"CodePage"),
                                   varnel::Property<&S::Timeout, &S::SetTimeout>(u"Timeout"),
@@ -45,6 +46,8 @@ SessionState& Session::Begun() {
   }
   return *m_state;
 }
+
+varnel::String Session::FormToken() { return varnel::FromUtf8(Begun().formToken); }
 
 Variant Session::ValueOf(const Variant& key) { return ContentsObject()->Item(key); }
 

@@ -30,19 +30,19 @@ if (Request.Form.Count === 0) rs.SetState("");
 rs.OpenRS(productQuery(), "PRODUCTID");
 fillGrid(grid, rs, columns);
 %><!DOCTYPE html>
-<html lang="en">
+<html lang="<%= htmlLanguage() %>">
 <head>
 <%= documentHead(page, "Products in a form") %>
 </head>
 <body>
 <%= siteHeader(page, "products-form.asp") %>
-<main>
+<main id="content">
 <form name="products" method="post" action="<%= encode(page.URL("products-form.asp")) %>">
 <div class="<%= gridClass(rs) %>">
 <% page.Add(grid); %>
 </div>
 </form>
 </main>
-<%= siteFooter() %>
+<%= siteFooter(page, "products-form.asp") %>
 </body>
 </html>

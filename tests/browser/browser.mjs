@@ -16,8 +16,8 @@ export async function openBrowser() {
   const troubles = [];
   return {
     troubles,
-    async newPage(width, height) {
-      const page = await browser.newPage({ viewport: { width, height } });
+    async newPage(width, height, options = {}) {
+      const page = await browser.newPage({ viewport: { width, height }, ...options });
       page.on("pageerror", (error) => troubles.push(String(error)));
       page.on("console", (message) => {
         if (message.text().includes("Content Security Policy")) troubles.push(message.text());
