@@ -10,9 +10,11 @@ namespace {
 
 class PageSeek : public testing::Test {
  protected:
+  // The id may be the row's number, so that no read is a row value.
   PageSeek() {
-    m_facts.types = {{u"id", u"INT"}, {u"name", u"VARCHAR(50)"}, {u"price", u"REAL"}, {u"day", u"DATETIME"}};
-    m_facts.columns = {{u"id", u"INT"}, {u"name", u"VARCHAR(50)"}};
+    m_facts.types = {
+        {u"id", u"INTEGER"}, {u"name", u"VARCHAR(50)"}, {u"price", u"REAL"}, {u"day", u"DATETIME"}};
+    m_facts.columns = {{u"id", u"INTEGER"}, {u"name", u"VARCHAR(50)"}};
   }
 
   std::string InArms(std::u16string_view sql) {
