@@ -34,6 +34,7 @@ class FakeHost : public varnel::host::IPlatform {
   FakeDatabase& Database() { return *m_database; }
   FakeLog& Log() { return *m_log; }
   FakeUser& User() { return *m_user; }
+  FakeConfiguration& Configuration() { return *m_configuration; }
   FakeMessageManager& MessageManager() { return *m_messageManager; }
   // Puts the message manager into the Application, where pages look for it. Not done at first.
   void InstallMessageManager();
@@ -81,6 +82,7 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeLog> m_log;
   std::shared_ptr<FakeUser> m_user;
   std::shared_ptr<FakeMessageManager> m_messageManager;
+  std::shared_ptr<FakeConfiguration> m_configuration;
   std::shared_ptr<FakeContext> m_context;
   std::map<String, std::function<ObjectPtr()>> m_factories;  // by folded ProgID
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID

@@ -3,7 +3,9 @@
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/web/ObjectContext.h"
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace classdocs {
 
@@ -47,6 +49,8 @@ std::vector<PublicClass> PublicClasses() {
           {"DField", std::make_shared<varnel::DField>()},
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
+          {"Utilities", varnel::MakeUtilities()},
+          {"CatalogQuery", varnel::MakeCatalogQuery()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

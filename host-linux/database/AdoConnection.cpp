@@ -68,23 +68,28 @@ void AdoConnection::SetConnectionText(const String& text) {
 void AdoConnection::Open(const String& connectionString, const String&, const String&, Long) {
   if (IsOpen()) RaiseAdo(AdoFailure::IsOpen, u"Connection");
   const String& text = connectionString.empty() ? m_connectionString : connectionString;
-  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead); });
+  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead, m_connectionTimeout); });
   m_connectionString = text;
 }
 
 std::shared_ptr<varnel::host::IRecordset> AdoConnection::Execute(const String& sql, Long) {
   Long affected = 0;
-  return ExecuteCounting(sql, affected);
+  return RunCounting(sql, affected);
+}
+
+std::shared_ptr<varnel::host::IRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& o_affected,
+                                                                         Long) {
+  return RunCounting(sql, o_affected);
 }
 
 std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Variant& affected, Long) {
   Long count = 0;
-  std::shared_ptr<AdoRecordset> recordset = ExecuteCounting(sql, count);
+  std::shared_ptr<AdoRecordset> recordset = RunCounting(sql, count);
   affected = Variant(count);
   return recordset;
 }
 
-std::shared_ptr<AdoRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& affected) {
+std::shared_ptr<AdoRecordset> AdoConnection::RunCounting(const String& sql, Long& affected) {
   StatementResult result = Run(sql, 0);
   affected = result.affected;
   auto recordset = std::make_shared<AdoRecordset>(m_database);

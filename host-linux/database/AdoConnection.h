@@ -36,6 +36,9 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   void Open(const varnel::String& connectionString, const varnel::String& user,
             const varnel::String& password, varnel::Long options) override;
   std::shared_ptr<varnel::host::IRecordset> Execute(const varnel::String& sql, varnel::Long options) override;
+  std::shared_ptr<varnel::host::IRecordset> ExecuteCounting(const varnel::String& sql,
+                                                            varnel::Long& o_affected,
+                                                            varnel::Long options) override;
   // As above; `affected` is the number of rows that the statement changed, -1 for a query.
   std::shared_ptr<AdoRecordset> ExecuteText(const varnel::String& sql, varnel::Variant& affected,
                                             varnel::Long options);
@@ -60,7 +63,7 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   // Calls `action`; a ProviderFailure of it becomes the connection's errors and a raised error.
   template <typename Action>
   auto Guarded(Action action);
-  std::shared_ptr<AdoRecordset> ExecuteCounting(const varnel::String& sql, varnel::Long& affected);
+  std::shared_ptr<AdoRecordset> RunCounting(const varnel::String& sql, varnel::Long& affected);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<SessionLease> m_lease;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/Page.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/table/Table.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace varnel {
 
@@ -22,6 +24,8 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.Table", MakeTable},
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
+    CreatableClass{u"Varnel.Utilities", MakeUtilities},
+    CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
 };
 
 }  // namespace
