@@ -29,7 +29,7 @@ const LocaleFacts* FactsFor(Long lcid, std::uint32_t flags) {
   const LocaleFacts* facts = CachedLocale(lcid);
   const bool ownSettings = (flags & varnel::host::kLocaleNoUserOverride) == 0;
   const LocaleFacts& user = varnel::UserLocale();
-  return facts != nullptr && ownSettings && facts->lcid == user.lcid && lcid == user.lcid ? &user : facts;
+  return facts != nullptr && ownSettings && lcid == user.lcid ? &user : facts;
 }
 
 // Writes `text` and its NUL, where there is room for both.
@@ -74,18 +74,20 @@ NumberShape ShapeOf(const LocaleFacts& facts) {
   return shape;
 }
 
+bool IsSeparator(const std::optional<String>& text) { return text && text->size() <= kMaxSeparator; }
+
 // Empty for a format that the platform doesn't take.
 std::optional<NumberShape> ShapeOf(const NumberFormat& format) {
   const auto within = [](Long value, Long last) { return value >= 0 && value <= last; };
   if (!within(format.NumDigits, kMaxDigits) || !within(format.LeadingZero, 1)) return std::nullopt;
   if (!within(format.NegativeOrder, 4) || format.Grouping < 0) return std::nullopt;
-  if (std::max(format.lpDecimalSep.size(), format.lpThousandSep.size()) > kMaxSeparator) return std::nullopt;
+  if (!IsSeparator(format.lpDecimalSep) || !IsSeparator(format.lpThousandSep)) return std::nullopt;
   NumberShape shape;
   shape.digits = format.NumDigits;
   shape.leadingZero = format.LeadingZero == 1;
   SetGroupsByNumber(shape, format.Grouping);
-  shape.decimal = format.lpDecimalSep;
-  shape.thousand = format.lpThousandSep;
+  shape.decimal = *format.lpDecimalSep;
+  shape.thousand = *format.lpThousandSep;
   shape.negativeOrder = format.NegativeOrder;
   return shape;
 }

@@ -3,6 +3,7 @@
 // it was.
 #pragma once
 
+#include <optional>
 #include <span>
 
 #include "varnel/automation/String.h"
@@ -38,12 +39,12 @@ struct SystemTime {
 };
 
 struct NumberFormat {
-  Long NumDigits = 0;    // 0 to 9
-  Long LeadingZero = 0;  // 0 or 1
-  Long Grouping = 0;     // the sizes as decimal digits: 3, 32
-  String lpDecimalSep;   // up to 3 characters
-  String lpThousandSep;
-  Long NegativeOrder = 0;  // 0 "(1)", 1 "-1", 2 "- 1", 3 "1-", 4 "1 -"
+  Long NumDigits = 0;                   // 0 to 9
+  Long LeadingZero = 0;                 // 0 or 1
+  Long Grouping = 0;                    // the sizes as decimal digits: 3, 32
+  std::optional<String> lpDecimalSep;   // up to 3 characters; the call fails without one
+  std::optional<String> lpThousandSep;  // the same
+  Long NegativeOrder = 0;               // 0 "(1)", 1 "-1", 2 "- 1", 3 "1-", 4 "1 -"
 };
 
 class ILocale {
