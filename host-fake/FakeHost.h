@@ -11,6 +11,7 @@
 
 #include "host-fake/FakeDatabase.h"
 #include "host-fake/FakeIntrinsics.h"
+#include "host-fake/FakeLocale.h"
 #include "host-fake/FakeServices.h"
 #include "varnel/host/Platform.h"
 
@@ -36,6 +37,9 @@ class FakeHost : public varnel::host::IPlatform {
   FakeUser& User() { return *m_user; }
   FakeConfiguration& Configuration() { return *m_configuration; }
   FakeMessageManager& MessageManager() { return *m_messageManager; }
+  FakeLocale& LocaleAnswers() { return *m_locale; }
+  // Locale calls in place of the fake ones.
+  void UseLocale(std::shared_ptr<varnel::host::ILocale> locale) { m_usedLocale = std::move(locale); }
   // Puts the message manager into the Application, where pages look for it. Not done at first.
   void InstallMessageManager();
 
@@ -64,6 +68,7 @@ class FakeHost : public varnel::host::IPlatform {
   ObjectPtr CreateObject(StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::ILocale& Locale() override { return *m_usedLocale; }
   bool EnterLog() override;
   void LeaveLog() override { m_logging = false; }
 
@@ -83,6 +88,8 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeUser> m_user;
   std::shared_ptr<FakeMessageManager> m_messageManager;
   std::shared_ptr<FakeConfiguration> m_configuration;
+  std::shared_ptr<FakeLocale> m_locale;
+  std::shared_ptr<varnel::host::ILocale> m_usedLocale;
   std::shared_ptr<FakeContext> m_context;
   std::map<String, std::function<ObjectPtr()>> m_factories;  // by folded ProgID
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID

@@ -5,6 +5,7 @@
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/locale/DataFunctions.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace classdocs {
@@ -51,6 +52,7 @@ std::vector<PublicClass> PublicClasses() {
           {"Table", varnel::MakeTable()},
           {"Utilities", varnel::MakeUtilities()},
           {"CatalogQuery", varnel::MakeCatalogQuery()},
+          {"DataFunctions", varnel::MakeDataFunctions()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

@@ -33,7 +33,10 @@ varnel::Variant LanguageOfSession() {
 
 LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
                              ComponentFactory ownComponents)
-    : m_site(site), m_database(std::move(database)), m_ownComponents(std::move(ownComponents)) {}
+    : m_site(site),
+      m_database(std::move(database)),
+      m_ownComponents(std::move(ownComponents)),
+      m_locale(site.codePage) {}
 
 std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
 

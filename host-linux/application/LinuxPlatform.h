@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "host-linux/database/AdoDatabase.h"
+#include "host-linux/nls/LocaleCalls.h"
 #include "host-linux/services/SiteConfiguration.h"
 #include "varnel/host/Platform.h"
 
@@ -24,6 +25,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   varnel::ObjectPtr CreateObject(varnel::StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::ILocale& Locale() override { return m_locale; }
   bool EnterLog() override;
   void LeaveLog() override;
 
@@ -31,6 +33,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   const SiteConfiguration& m_site;
   std::shared_ptr<AdoDatabase> m_database;
   ComponentFactory m_ownComponents;
+  LocaleCalls m_locale;
 };
 
 }  // namespace hostlinux
