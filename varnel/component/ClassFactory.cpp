@@ -5,6 +5,7 @@
 
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/Page.h"
+#include "varnel/page/PageUtil.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/table/Table.h"
 
@@ -19,6 +20,7 @@ struct CreatableClass {
 
 constexpr std::array kClasses{
     CreatableClass{u"Varnel.Page", [] { return ObjectPtr(std::make_shared<Page>()); }},
+    CreatableClass{u"Varnel.PageUtil", [] { return ObjectPtr(std::make_shared<PageUtil>()); }},
     CreatableClass{u"Varnel.Table", MakeTable},
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
