@@ -14,6 +14,7 @@
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
 #include "varnel/table/TableTypes.h"
+#include "varnel/utilities/Utilities.h"
 
 namespace hostlinux {
 
@@ -111,7 +112,8 @@ Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
   Intrinsics named{{"Request", objects.request},
                    {"Response", objects.response},
                    {"Application", objects.application},
-                   {"Server", objects.server}};
+                   {"Server", objects.server},
+                   {"Utilities", varnel::MakeUtilities()}};
   if (objects.session != nullptr) named.emplace_back("Session", objects.session);
   return named;
 }

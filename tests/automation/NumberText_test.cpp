@@ -41,6 +41,47 @@ TEST(NumberText, OfWhatIsNoNumberOverflows) {
   EXPECT_EQ(NumberOf([] { NumberText(-std::numeric_limits<double>::infinity()); }), 6);
 }
 
+TEST(SignedNumberText, HasAPlaceForTheSign) {
+  EXPECT_EQ(SignedNumberText(1.5), u" 1.5");
+  EXPECT_EQ(SignedNumberText(-1.5), u"-1.5");
+  EXPECT_EQ(SignedNumberText(255), u" 255");
+  EXPECT_EQ(SignedNumberText(0), u" 0");
+  EXPECT_EQ(SignedNumberText(-0.0), u" 0");
+}
+
+TEST(SignedNumberText, HasAPointAndNoDigitBeforeItBelowOne) {
+  const UserLocaleIs locale(German());
+  EXPECT_EQ(SignedNumberText(0.5), u" .5");
+  EXPECT_EQ(SignedNumberText(-0.5), u"-.5");
+  EXPECT_EQ(SignedNumberText(1.0 / 3), u" .333333333333333");
+  EXPECT_EQ(SignedNumberText(0.1 + 0.2), u" .3");
+  EXPECT_EQ(SignedNumberText(12345.678), u" 12345.678");
+}
+
+TEST(SignedNumberText, HasAnExponentFromTheSixteenthDigitOn) {
+  EXPECT_EQ(SignedNumberText(999999999999999), u" 999999999999999");
+  EXPECT_EQ(SignedNumberText(1e14), u" 100000000000000");
+  EXPECT_EQ(SignedNumberText(1e15), u" 1E+15");
+  EXPECT_EQ(SignedNumberText(1234567890123456), u" 1.23456789012346E+15");
+  EXPECT_EQ(SignedNumberText(9999999999999996), u" 1E+16");
+  EXPECT_EQ(SignedNumberText(-1e20), u"-1E+20");
+  EXPECT_EQ(SignedNumberText(std::numeric_limits<double>::max()), u" 1.79769313486232E+308");
+}
+
+TEST(SignedNumberText, HasAnExponentWhereFifteenDecimalsDontDo) {
+  EXPECT_EQ(SignedNumberText(1e-5), u" .00001");
+  EXPECT_EQ(SignedNumberText(1.5e-5), u" .000015");
+  EXPECT_EQ(SignedNumberText(1e-15), u" .000000000000001");
+  EXPECT_EQ(SignedNumberText(1e-16), u" 1E-16");
+  EXPECT_EQ(SignedNumberText(0.1 / 3), u" 3.33333333333333E-02");
+  EXPECT_EQ(SignedNumberText(0.000123456789012345), u" 1.23456789012345E-04");
+  EXPECT_EQ(SignedNumberText(std::numeric_limits<double>::denorm_min()), u" 4.94065645841247E-324");
+}
+
+TEST(SignedNumberText, OfWhatIsNoNumberOverflows) {
+  EXPECT_EQ(NumberOf([] { SignedNumberText(std::nan("")); }), 6);
+}
+
 TEST(ParseNumber, ReadsSignsBlanksAndExponents) {
   EXPECT_EQ(ParseNumber(u"12"), 12);
   EXPECT_EQ(ParseNumber(u"  -12.5  "), -12.5);

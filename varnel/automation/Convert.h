@@ -35,6 +35,10 @@ ObjectPtr ToObject(const Variant& value);
 // Number and date texts alone.
 String NumberText(double value);
 String DateText(Date value);
+// A number with a place for its sign, a blank or "-", whatever the locale: "." without a digit before it
+// below 1 (" .5"), up to 15 significant digits, and an exponent from 1E+15 on and where more than 15 decimals
+// would be needed. Raises 6 for what is no number.
+String SignedNumberText(double value);
 double ParseNumber(StringView text);  // 13, 6
 Date ParseDate(StringView text);      // 13
 

@@ -13,6 +13,8 @@ namespace varnel {
 
 namespace {
 
+constexpr int kMostDigits = 15;
+
 // Up to 15 significant digits without trailing zeros, and the power of ten of the first one.
 struct Significand {
   std::string digits;
@@ -38,6 +40,30 @@ std::string PlainDecimal(const Significand& number) {
   if (pointAt >= count) return digits + std::string(static_cast<std::size_t>(pointAt - count), '0');
   const auto at = static_cast<std::size_t>(pointAt);
   return digits.substr(0, at) + "." + digits.substr(at);
+}
+
+// The same without a digit in front of a leading point.
+std::string WithoutLeadingZero(const std::string& plain) {
+  return plain.starts_with("0.") ? plain.substr(1) : plain;
+}
+
+// One digit, the others behind the point, and a power of ten of at least two digits.
+std::string WithExponent(const Significand& number) {
+  const auto& digits = number.digits;
+  const std::string power = std::to_string(std::abs(number.exponent));
+  return digits.substr(0, 1) + (digits.size() > 1 ? "." + digits.substr(1) : "") + "E" +
+         (number.exponent < 0 ? "-" : "+") + (power.size() < 2 ? "0" : "") + power;
+}
+
+// Plain decimal while 15 digits before the point and 15 behind it are enough.
+std::string ShortDecimal(const Significand& number) {
+  const int decimals = static_cast<int>(number.digits.size()) - 1 - number.exponent;
+  const bool plain = number.exponent < kMostDigits && decimals <= kMostDigits;
+  return plain ? WithoutLeadingZero(PlainDecimal(number)) : WithExponent(number);
+}
+
+void RequireNumber(double value) {
+  if (std::isnan(value) || std::isinf(value)) RaiseRuntimeError(runtime_error::kOverflow);
 }
 
 bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
@@ -159,10 +185,17 @@ class NumberReader {
 }  // namespace
 
 String NumberText(double value) {
-  if (std::isnan(value) || std::isinf(value)) RaiseRuntimeError(runtime_error::kOverflow);
+  RequireNumber(value);
   if (value == 0) return u"0";
   const std::string plain = (value < 0 ? "-" : "") + PlainDecimal(SignificandOf(std::fabs(value)));
   return String(plain.begin(), plain.end());
+}
+
+String SignedNumberText(double value) {
+  RequireNumber(value);
+  if (value == 0) return u" 0";
+  const std::string text = (value < 0 ? "-" : " ") + ShortDecimal(SignificandOf(std::fabs(value)));
+  return String(text.begin(), text.end());
 }
 
 double ParseNumber(StringView text) { return NumberReader(text).Read(); }
