@@ -18,6 +18,7 @@ FakeHost::FakeHost()
       m_log(std::make_shared<FakeLog>(m_trace)),
       m_user(std::make_shared<FakeUser>(m_trace)),
       m_messageManager(std::make_shared<FakeMessageManager>(m_trace)),
+      m_files(m_trace),
       m_context(std::make_shared<FakeContext>(*this)),
       m_items{{u"server", m_server},
               {u"session", m_session},

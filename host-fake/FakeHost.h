@@ -10,6 +10,7 @@
 #include <map>
 
 #include "host-fake/FakeDatabase.h"
+#include "host-fake/FakeFiles.h"
 #include "host-fake/FakeIntrinsics.h"
 #include "host-fake/FakeServices.h"
 #include "varnel/host/Platform.h"
@@ -35,6 +36,8 @@ class FakeHost : public varnel::host::IPlatform {
   FakeLog& Log() { return *m_log; }
   FakeUser& User() { return *m_user; }
   FakeMessageManager& MessageManager() { return *m_messageManager; }
+  FakeFileSystem& Files() { return m_files; }
+  FakeCodePages& Pages() { return m_codePages; }
   // Puts the message manager into the Application, where pages look for it. Not done at first.
   void InstallMessageManager();
 
@@ -63,6 +66,8 @@ class FakeHost : public varnel::host::IPlatform {
   ObjectPtr CreateObject(StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::IFileSystem& FileSystem() override { return m_files; }
+  varnel::host::ICodePages& CodePages() override { return m_codePages; }
   bool EnterLog() override;
   void LeaveLog() override { m_logging = false; }
 
@@ -81,6 +86,8 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeLog> m_log;
   std::shared_ptr<FakeUser> m_user;
   std::shared_ptr<FakeMessageManager> m_messageManager;
+  FakeFileSystem m_files;
+  FakeCodePages m_codePages;
   std::shared_ptr<FakeContext> m_context;
   std::map<String, std::function<ObjectPtr()>> m_factories;  // by folded ProgID
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID

@@ -5,6 +5,7 @@
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/PageUtil.h"
+#include "varnel/utilities/Upload.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace classdocs {
@@ -51,6 +52,7 @@ std::vector<PublicClass> PublicClasses() {
           {"DField", std::make_shared<varnel::DField>()},
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
+          {"Upload", varnel::MakeUpload()},
           {"Utilities", varnel::MakeUtilities()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},

@@ -32,7 +32,11 @@ varnel::Variant LanguageOfSession() {
 
 LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
                              ComponentFactory ownComponents)
-    : m_site(site), m_database(std::move(database)), m_ownComponents(std::move(ownComponents)) {}
+    : m_site(site),
+      m_database(std::move(database)),
+      m_ownComponents(std::move(ownComponents)),
+      m_files({site.folder, site.fileRoots, site.PagesFolder()}),
+      m_codePages(site.codePage) {}
 
 std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
 

@@ -5,7 +5,9 @@
 #include <memory>
 
 #include "host-linux/database/AdoDatabase.h"
+#include "host-linux/nls/CodePages.h"
 #include "host-linux/services/SiteConfiguration.h"
+#include "host-linux/services/SiteFiles.h"
 #include "varnel/host/Platform.h"
 
 namespace hostlinux {
@@ -24,6 +26,8 @@ class LinuxPlatform : public varnel::host::IPlatform {
   varnel::ObjectPtr CreateObject(varnel::StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::IFileSystem& FileSystem() override { return m_files; }
+  varnel::host::ICodePages& CodePages() override { return m_codePages; }
   bool EnterLog() override;
   void LeaveLog() override;
 
@@ -31,6 +35,8 @@ class LinuxPlatform : public varnel::host::IPlatform {
   const SiteConfiguration& m_site;
   std::shared_ptr<AdoDatabase> m_database;
   ComponentFactory m_ownComponents;
+  SiteFiles m_files;
+  hostlinux::CodePages m_codePages;
 };
 
 }  // namespace hostlinux

@@ -8,6 +8,7 @@
 #include "varnel/page/PageUtil.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/table/Table.h"
+#include "varnel/utilities/Upload.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace varnel {
@@ -25,6 +26,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.Table", MakeTable},
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
+    CreatableClass{u"Varnel.Upload", MakeUpload},
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
 };
 

@@ -143,16 +143,22 @@ void Table::AppendRows(String& ioHTML) const {
   const auto cols = static_cast<std::size_t>(m_iLastCol + 1);
   ioHTML.reserve(ioHTML.size() + rows * (cols + 1) * kTypicalCellLength);
   for (int row = 0; row <= m_iLastRow; ++row) {
-    ioHTML += u"<tr>";
-    for (int col = 0; col <= m_iLastCol; ++col) {
-      const TableCell& cell = m_aCells.At(row, col);
-      const String text = BuildCell(row, col, cell, m_aColumns.At(col));
-      if (text.empty()) continue;
-      ioHTML += text;
-      ioHTML += BuildCellClose(cell);
-    }
+    AppendRow(ioHTML, row);
+    // A table that is written directly goes on in its last row.
+    if (m_bDirectMode && row == m_iLastRow) break;
     ioHTML += u"</tr>";
     ioHTML += kCrLf;
+  }
+}
+
+void Table::AppendRow(String& ioHTML, int iRow) const {
+  ioHTML += u"<tr>";
+  for (int col = 0; col <= m_iLastCol; ++col) {
+    const TableCell& cell = m_aCells.At(iRow, col);
+    const String text = BuildCell(iRow, col, cell, m_aColumns.At(col));
+    if (text.empty()) continue;
+    ioHTML += text;
+    ioHTML += BuildCellClose(cell);
   }
 }
 
