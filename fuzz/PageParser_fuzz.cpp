@@ -1,10 +1,12 @@
-// Page files from outside: taken apart and written as a function, with a line map that fits.
+// Page files from outside: taken apart and written as a function, with a line map that fits; for a debugger
+// too.
 #include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <string>
 
 #include "host-linux/script/PageCompiler.h"
+#include "host-linux/script/SourceMap.h"
 
 namespace {
 
@@ -53,7 +55,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
       Require(text.find(piece.text) != std::string::npos);
       Require(piece.line >= 1 && piece.line <= 1 + hostlinux::CountLineEnds(text));
     }
-    const hostlinux::PageScript script = hostlinux::CompilePage(std::move(page));
+    const auto kept = hostlinux::CompilePage(page, hostlinux::PageLayout::KeepLines);
+    Require(kept.lines.size() == CountScriptLines(kept.source));
+    hostlinux::SourceMapUrl(kept, files, "file:///");
+    const auto script = hostlinux::CompilePage(std::move(page));
     Require(script.lines.size() == CountScriptLines(script.source));
   } catch (const hostlinux::PageError& error) {
     Require(files.files.contains(error.File()));

@@ -27,7 +27,6 @@ constexpr Long kNoSuchField = 3265;
 constexpr Long kClosed = 3704;
 constexpr Long kOpen = 3705;
 constexpr Long kConnectionClosed = 3709;
-constexpr Long kKeysetCursor = 1;
 
 [[noreturn]] void Raise(Long number, StringView description) {
   throw varnel::Error(Failure(number, description));
@@ -130,9 +129,16 @@ FakeAnswer FakeConnection::Run(const String& sql) {
 }
 
 std::shared_ptr<varnel::host::IRecordset> FakeConnection::Execute(const String& sql, Long options) {
+  Long affected = 0;
+  return ExecuteCounting(sql, affected, options);
+}
+
+std::shared_ptr<varnel::host::IRecordset> FakeConnection::ExecuteCounting(const String& sql, Long& o_affected,
+                                                                          Long options) {
   Tell(u"Execute " + sql + u" (" + DecimalText(options) + u")");
   if (!m_open) Raise(kClosed, u"The connection is closed");
   FakeAnswer answer = Run(sql);
+  o_affected = answer.affected;
   const auto recordset = std::make_shared<FakeRecordset>(m_database);
   recordset->m_connection = varnel::SharedFrom(*this);
   recordset->Take(std::move(answer));
@@ -214,6 +220,11 @@ void FakeRecordset::Take(FakeAnswer answer) {
   for (auto& row : rows) row.resize(m_answer.columns.size(), varnel::Null());
 }
 
+std::shared_ptr<varnel::host::IConnection> FakeRecordset::GetActiveConnection() const {
+  Tell(u"ActiveConnection");
+  return m_connection;
+}
+
 void FakeRecordset::DetachConnection() {
   Tell(u"ActiveConnection Nothing");
   m_connection = nullptr;
@@ -290,7 +301,7 @@ void FakeRecordset::MoveNext() {
 Long FakeRecordset::RecordCount() const {
   RequireOpen();
   const bool counted = m_cursorLocation == ado::kUseClient || m_cursorType == ado::kOpenStatic ||
-                       m_cursorType == kKeysetCursor;
+                       m_cursorType == ado::kOpenKeyset;
   return counted ? static_cast<Long>(m_answer.rows.size()) : -1;
 }
 

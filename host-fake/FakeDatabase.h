@@ -28,6 +28,7 @@ struct FakeAnswer {
   std::vector<std::vector<varnel::Variant>> rows;
   Fault error;
   std::vector<varnel::host::ProviderError> providerErrors;
+  varnel::Long affected = -1;  // rows that the statement changed
 };
 
 class FakeConnection;
@@ -111,6 +112,9 @@ class FakeConnection : public varnel::Object, public varnel::host::IConnection {
             const varnel::String& password, varnel::Long options) override;
   // 3704 if it is closed.
   std::shared_ptr<varnel::host::IRecordset> Execute(const varnel::String& sql, varnel::Long options) override;
+  std::shared_ptr<varnel::host::IRecordset> ExecuteCounting(const varnel::String& sql,
+                                                            varnel::Long& o_affected,
+                                                            varnel::Long options) override;
   void Close() override;
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors; }
 
@@ -150,6 +154,7 @@ class FakeRecordset : public varnel::Object, public varnel::host::IRecordset {
   // 3705 if the recordset is open, 3709 if the connection isn't.
   void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
+  std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override;
   void DetachConnection() override;
   // From here on 3704 while the recordset is closed; 3021 where a row is needed and there is none.
   bool IsEOF() const override;

@@ -18,6 +18,7 @@ FakeHost::FakeHost()
       m_log(std::make_shared<FakeLog>(m_trace)),
       m_user(std::make_shared<FakeUser>(m_trace)),
       m_messageManager(std::make_shared<FakeMessageManager>(m_trace)),
+      m_configuration(std::make_shared<FakeConfiguration>(m_trace)),
       m_files(m_trace),
       m_context(std::make_shared<FakeContext>(*this)),
       m_items{{u"server", m_server},
@@ -27,6 +28,7 @@ FakeHost::FakeHost()
               {u"request", m_request}} {
   Register(u"Ostrand.Log", [log = m_log] { return log; });
   Register(u"Tolvane.User", [user = m_user] { return user; });
+  Register(u"Ostrand.Configuration", [configuration = m_configuration] { return configuration; });
   varnel::host::SetPlatform(this);
 }
 

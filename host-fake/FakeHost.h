@@ -35,6 +35,7 @@ class FakeHost : public varnel::host::IPlatform {
   FakeDatabase& Database() { return *m_database; }
   FakeLog& Log() { return *m_log; }
   FakeUser& User() { return *m_user; }
+  FakeConfiguration& Configuration() { return *m_configuration; }
   FakeMessageManager& MessageManager() { return *m_messageManager; }
   FakeFileSystem& Files() { return m_files; }
   FakeCodePages& Pages() { return m_codePages; }
@@ -86,6 +87,7 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeLog> m_log;
   std::shared_ptr<FakeUser> m_user;
   std::shared_ptr<FakeMessageManager> m_messageManager;
+  std::shared_ptr<FakeConfiguration> m_configuration;
   FakeFileSystem m_files;
   FakeCodePages m_codePages;
   std::shared_ptr<FakeContext> m_context;

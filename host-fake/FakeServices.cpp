@@ -62,4 +62,31 @@ Variant FakeUser::LanguageID() {
   return m_languageID;
 }
 
+const ClassInfo& FakeConfiguration::Class() const {
+  using C = FakeConfiguration;
+  static const ClassInfo info{
+      u"Configuration",
+      {
+          Method<&C::PrepareConfiguration>(u"PrepareConfiguration"),
+          Method<&C::GetConfigurationConnectionString>(u"GetConfigurationConnectionString"),
+      }};
+  return info;
+}
+
+void FakeConfiguration::SetConnectionString(varnel::StringView section, varnel::StringView text) {
+  m_texts[String(section)] = text;
+}
+
+void FakeConfiguration::PrepareConfiguration(Long& ioValue) {
+  m_trace->Add(u"Configuration", u"PrepareConfiguration " + varnel::DecimalText(ioValue));
+  RaiseIf(m_prepareFault);
+}
+
+String FakeConfiguration::GetConfigurationConnectionString(const String& section) {
+  m_trace->Add(u"Configuration", u"GetConfigurationConnectionString " + section);
+  RaiseIf(m_getFault);
+  const auto found = m_texts.find(section);
+  return found == m_texts.end() ? String() : found->second;
+}
+
 }  // namespace hostfake

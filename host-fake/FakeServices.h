@@ -1,4 +1,4 @@
-// The sibling components of a site, in memory: log, message manager, user.
+// The sibling components of a site, in memory: log, message manager, user, configuration.
 #pragma once
 
 #include <functional>
@@ -76,6 +76,28 @@ class FakeUser : public varnel::Object {
   TracePtr m_trace;
   varnel::Variant m_languageID = varnel::Long{1033};
   Fault m_fault;
+};
+
+// "Ostrand.Configuration". One object stands for all that are created; the host's trace shows each creation.
+class FakeConfiguration : public varnel::Object {
+ public:
+  explicit FakeConfiguration(TracePtr trace) : m_trace(std::move(trace)) {}
+  const varnel::ClassInfo& Class() const override;
+
+  void SetConnectionString(varnel::StringView section, varnel::StringView text);
+  // Every further call of that operation fails.
+  void FailPrepare(varnel::ErrInfo failure) { m_prepareFault = std::move(failure); }
+  void FailGet(varnel::ErrInfo failure) { m_getFault = std::move(failure); }
+
+  void PrepareConfiguration(varnel::Long& ioValue);
+  // Empty for a section that isn't set.
+  varnel::String GetConfigurationConnectionString(const varnel::String& section);
+
+ private:
+  TracePtr m_trace;
+  std::map<varnel::String, varnel::String> m_texts;
+  Fault m_prepareFault;
+  Fault m_getFault;
 };
 
 }  // namespace hostfake

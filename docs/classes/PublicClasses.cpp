@@ -3,6 +3,7 @@
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/web/ObjectContext.h"
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/PageUtil.h"
 #include "varnel/utilities/Upload.h"
@@ -54,6 +55,7 @@ std::vector<PublicClass> PublicClasses() {
           {"Table", varnel::MakeTable()},
           {"Upload", varnel::MakeUpload()},
           {"Utilities", varnel::MakeUtilities()},
+          {"CatalogQuery", varnel::MakeCatalogQuery()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

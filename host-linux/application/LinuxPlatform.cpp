@@ -5,6 +5,7 @@
 
 #include "host-linux/database/AdoConnection.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/services/ConfigurationComponent.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/UserComponent.h"
 #include "host-linux/web/ObjectContext.h"
@@ -46,6 +47,7 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
   if (is(u"ADODB.Connection")) return std::make_shared<AdoConnection>(m_database);
   if (is(u"ADODB.Recordset")) return std::make_shared<AdoRecordset>(m_database);
   if (is(u"Ostrand.Log")) return std::make_shared<LogComponent>();
+  if (is(u"Ostrand.Configuration")) return std::make_shared<ConfigurationComponent>(m_site);
   if (is(u"Tolvane.User")) return std::make_shared<UserComponent>(m_site, LanguageOfSession);
   if (m_ownComponents != nullptr) {
     if (auto component = m_ownComponents(progID)) return component;

@@ -5,7 +5,9 @@
 #include <map>
 
 #include "host-linux/application/AbsentSession.h"
+#include "host-linux/application/FailureText.h"
 #include "host-linux/nls/LocaleTable.h"
+#include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/web/Cookies.h"
@@ -13,6 +15,7 @@
 #include "host-linux/web/ObjectContext.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
+#include "varnel/catalog/FavoriteTypes.h"
 #include "varnel/table/TableTypes.h"
 #include "varnel/utilities/Utilities.h"
 
@@ -22,9 +25,15 @@ namespace {
 
 constexpr char kPageExtension[] = ".asp";
 
+// A changed page may wait so long before it is seen; whoever is developing sees it at once.
+constexpr std::chrono::milliseconds kRecheckInProduction(1000);
+
 std::vector<std::pair<std::string, double>> PublicEnumerations() {
   std::vector<std::pair<std::string, double>> constants;
   for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
     constants.emplace_back(varnel::ToUtf8(name), value);
   }
   return constants;
@@ -46,6 +55,7 @@ std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site)
 std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
   SessionStore::Options options;
   options.maxSessions = site.server.maxSessions;
+  options.maxBytes = site.server.maxSession;
   options.timeout = site.server.sessionTimeout;
   options.mayKeep = MayOutliveRequest;
   auto sessions = std::make_shared<SessionStore>(options);
@@ -95,11 +105,6 @@ class ResponseOutput : public PageOutput {
   Response& m_response;
 };
 
-std::string Describe(const ScriptFailure& failure) {
-  return PlaceOf(failure) + failure.message + " (number " + std::to_string(failure.number) +
-         (failure.source.empty() ? "" : ", source " + failure.source) + ")";
-}
-
 // A failure of the inner page is one of the running page.
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
@@ -127,20 +132,22 @@ ScriptFailure OverfullPage(const std::string& page) {
   return failure;
 }
 
+std::string PagesUrl(const SiteConfiguration& site) {
+  std::error_code unreachable;
+  const auto folder = std::filesystem::weakly_canonical(site.PagesFolder(), unreachable);
+  return "file://" + UrlOfPath((unreachable ? site.PagesFolder() : folder).string()) + "/";
+}
+
 bool HasHiddenSegment(const std::string& path) {
   return path.starts_with(".") || path.find("/.") != std::string::npos;
 }
 
 }  // namespace
 
-std::string PlaceOf(const ScriptFailure& failure) {
-  if (failure.file.empty()) return {};
-  return failure.file + (failure.line > 0 ? ", line " + std::to_string(failure.line) : std::string()) + ": ";
-}
-
 SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options options)
     : m_site(std::move(site)),
       m_runtime(runtime),
+      m_inspection(options.inspection),
       m_pages(m_site.PagesFolder()),
       m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
@@ -164,8 +171,23 @@ std::optional<std::string> SiteHost::FileOf(const std::string& path) const {
 
 bool SiteHost::IsPage(const std::string& file) const {
   if (!file.ends_with(kPageExtension) || HasHiddenSegment(file)) return false;
+  if (m_knownPages.Holds(file)) return true;
   std::error_code unreachable;  // a name longer than any file's, for instance
-  return std::filesystem::is_regular_file(m_site.PagesFolder() / file, unreachable);
+  if (!std::filesystem::is_regular_file(m_site.PagesFolder() / file, unreachable)) return false;
+  if (m_site.mode == SiteConfiguration::Mode::Production) m_knownPages.Add(file);
+  return true;
+}
+
+bool SiteHost::KnownPages::Holds(const std::string& file) const {
+  const std::lock_guard lock(m_mutex);
+  const auto found = m_seen.find(file);
+  return found != m_seen.end() && std::chrono::steady_clock::now() - found->second < kRecheckInProduction;
+}
+
+// Names of pages that are there: there are only so many of them.
+void SiteHost::KnownPages::Add(const std::string& file) {
+  const std::lock_guard lock(m_mutex);
+  m_seen[file] = std::chrono::steady_clock::now();
 }
 
 std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) const {
@@ -198,7 +220,10 @@ ScriptEngine& SiteHost::EngineOfThread() {
     ScriptEngine::Options options;
     options.siteRoot = m_site.root;
     options.heapBytes = m_site.server.maxHeap;
+    if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
+    options.inspection = m_inspection;
+    options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
   }
   return *engine;
@@ -217,8 +242,12 @@ std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const P
 
 PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
   WriteLog(LogLevel::Error, Describe(failure));
-  const bool development = m_site.mode == SiteConfiguration::Mode::Development;
-  return {ErrorResponse(500, requestId, development ? Describe(failure) : std::string()), std::move(failure)};
+  if (m_site.mode == SiteConfiguration::Mode::Production) {
+    return {ErrorResponse(500, requestId), std::move(failure)};
+  }
+  const std::string source = failure.line > 0 ? m_pages.Read(failure.file).value_or("") : "";
+  return {ErrorResponse(500, requestId, Describe(failure), SourceExcerpt(source, failure.line)),
+          std::move(failure)};
 }
 
 Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {
@@ -277,7 +306,10 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
   if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
-  return FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  // A session that the page began lives on, so its visitor must learn of it.
+  if (const auto& session = context->Objects().session) session->CompleteHead(failed.response);
+  return failed;
 }
 
 }  // namespace hostlinux

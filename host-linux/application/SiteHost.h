@@ -1,10 +1,13 @@
 // One site, put together: answers its requests.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoDatabase.h"
@@ -18,9 +21,6 @@
 #include "host-linux/web/StaticFiles.h"
 
 namespace hostlinux {
-
-// "list.asp, line 12: ", or nothing where the file isn't known.
-std::string PlaceOf(const ScriptFailure& failure);
 
 // What became of a page, beside its response.
 struct PageAnswer {
@@ -38,6 +38,8 @@ class SiteHost {
     std::function<void(const SqlTraceEntry&)> onStatement;
     // Further classes for Server.CreateObject, of a program that embeds the host; may be left empty.
     ComponentFactory ownComponents;
+    // A debugger may look into the pages by this; null: none. Pages then run on one thread.
+    Inspection* inspection = nullptr;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises
@@ -56,9 +58,23 @@ class SiteHost {
   // Runs the page of a request that was taken apart before. `link` may be null.
   PageAnswer RunPage(PageRequest request, ClientLink* link);
 
+  // Handles what the debugger has sent, on the thread that runs the pages, between two of them.
+  void Inspect() { EngineOfThread().Inspect(); }
+
   const SiteConfiguration& Site() const { return m_site; }
 
  private:
+  // Pages whose file was seen less than a moment ago; empty in development mode. Safe from all threads.
+  class KnownPages {
+   public:
+    bool Holds(const std::string& file) const;
+    void Add(const std::string& file);
+
+   private:
+    mutable std::mutex m_mutex;
+    std::unordered_map<std::string, std::chrono::steady_clock::time_point> m_seen;
+  };
+
   // The file below the pages folder that a path of the site names; nothing for a path outside of the site.
   std::optional<std::string> FileOf(const std::string& path) const;
   bool IsPage(const std::string& file) const;
@@ -71,11 +87,13 @@ class SiteHost {
 
   const SiteConfiguration m_site;
   ScriptRuntime& m_runtime;
+  Inspection* const m_inspection;
   DiskPageFiles m_pages;
   StaticFiles m_files;
   std::shared_ptr<ApplicationState> m_application;
   std::shared_ptr<SessionStore> m_sessions;
   LinuxPlatform m_platform;
+  mutable KnownPages m_knownPages;
 };
 
 }  // namespace hostlinux

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "host-linux/application/FailureText.h"
 #include "host-linux/application/SiteHost.h"
 #include "host-linux/command/SqlTraceFile.h"
 #include "host-linux/services/Log.h"

@@ -6,9 +6,9 @@ class App;
 
 namespace hostlinux {
 
-// `varnel serve [SITE] [--listen HOST:PORT]`: serves a site until SIGTERM. A small parent process owns the
-// listening socket and starts its worker again if it ends; SIGHUP reads the configuration again. `status`
-// gets the program's exit status.
+// `varnel serve [SITE] [--listen HOST:PORT] [--inspect[=PORT]]`: serves a site until SIGTERM. A small parent
+// process owns the listening socket and starts its worker again if it ends; SIGHUP reads the configuration
+// again. `status` gets the program's exit status.
 void AddServeCommand(CLI::App& app, int& status);
 
 }  // namespace hostlinux

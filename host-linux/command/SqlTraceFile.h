@@ -9,9 +9,6 @@
 
 namespace hostlinux {
 
-// A text as a JSON string, with its quotes.
-std::string JsonText(varnel::StringView text);
-
 class SqlTraceFile {
  public:
   // Replaces the file. Raises std::runtime_error where it can't be written.

@@ -16,7 +16,44 @@ using varnel::String;
 using varnel::Variant;
 
 namespace {
+
 constexpr Long kModeRead = 1;
+
+// Calls `action`; a ProviderFailure of it is kept in `errors` and raised.
+template <typename Action>
+auto RaisingInto(AdoErrors& errors, Action action) {
+  try {
+    return action();
+  } catch (const ProviderFailure& failure) {
+    const varnel::host::ProviderError& error = failure.Error();
+    errors.Set({error});
+    varnel::ErrInfo info;
+    info.Number = error.Number;
+    info.Source = error.Source;
+    info.Description = error.Description;
+    throw varnel::Error(info);
+  }
+}
+
+// What fails while a script reads on is raised like what fails while it opens.
+class RaisingReader : public IRowReader {
+ public:
+  RaisingReader(std::unique_ptr<IRowReader> reader, std::shared_ptr<AdoErrors> errors)
+      : m_reader(std::move(reader)), m_errors(std::move(errors)) {}
+
+  bool HasMore() const override { return m_reader->HasMore(); }
+  RowStore Read() override {
+    return RaisingInto(*m_errors, [&] { return m_reader->Read(); });
+  }
+  std::optional<RowCount> Count() override {
+    return RaisingInto(*m_errors, [&] { return m_reader->Count(); });
+  }
+
+ private:
+  std::unique_ptr<IRowReader> m_reader;
+  std::shared_ptr<AdoErrors> m_errors;
+};
+
 }  // namespace
 
 AdoConnection::AdoConnection(std::shared_ptr<AdoDatabase> database)
@@ -47,17 +84,7 @@ const ClassInfo& AdoConnection::Class() const {
 
 template <typename Action>
 auto AdoConnection::Guarded(Action action) {
-  try {
-    return action();
-  } catch (const ProviderFailure& failure) {
-    const varnel::host::ProviderError& error = failure.Error();
-    m_errors->Set({error});
-    varnel::ErrInfo info;
-    info.Number = error.Number;
-    info.Source = error.Source;
-    info.Description = error.Description;
-    throw varnel::Error(info);
-  }
+  return RaisingInto(*m_errors, action);
 }
 
 void AdoConnection::SetConnectionText(const String& text) {
@@ -68,28 +95,33 @@ void AdoConnection::SetConnectionText(const String& text) {
 void AdoConnection::Open(const String& connectionString, const String&, const String&, Long) {
   if (IsOpen()) RaiseAdo(AdoFailure::IsOpen, u"Connection");
   const String& text = connectionString.empty() ? m_connectionString : connectionString;
-  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead); });
+  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead, m_connectionTimeout); });
   m_connectionString = text;
 }
 
 std::shared_ptr<varnel::host::IRecordset> AdoConnection::Execute(const String& sql, Long) {
   Long affected = 0;
-  return ExecuteCounting(sql, affected);
+  return RunCounting(sql, affected);
+}
+
+std::shared_ptr<varnel::host::IRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& o_affected,
+                                                                         Long) {
+  return RunCounting(sql, o_affected);
 }
 
 std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Variant& affected, Long) {
   Long count = 0;
-  std::shared_ptr<AdoRecordset> recordset = ExecuteCounting(sql, count);
+  std::shared_ptr<AdoRecordset> recordset = RunCounting(sql, count);
   affected = Variant(count);
   return recordset;
 }
 
-std::shared_ptr<AdoRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& affected) {
+std::shared_ptr<AdoRecordset> AdoConnection::RunCounting(const String& sql, Long& affected) {
   StatementResult result = Run(sql, 0);
   affected = result.affected;
   auto recordset = std::make_shared<AdoRecordset>(m_database);
   recordset->SetCursorLocation(m_cursorLocation);
-  recordset->TakeResult(std::move(result), SharedFrom(*this));
+  recordset->TakeResult(sql, std::move(result), SharedFrom(*this));
   return recordset;
 }
 
@@ -111,9 +143,12 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
-StatementResult AdoConnection::Run(const String& sql, Long maxRecords) {
+StatementResult AdoConnection::Run(const String& sql, Long maxRecords, std::size_t batchRows) {
   ISession& session = Session();
-  return Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout); });
+  StatementResult result =
+      Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout, batchRows); });
+  if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);
+  return result;
 }
 
 ISession& AdoConnection::Session() {

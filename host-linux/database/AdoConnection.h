@@ -36,6 +36,9 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   void Open(const varnel::String& connectionString, const varnel::String& user,
             const varnel::String& password, varnel::Long options) override;
   std::shared_ptr<varnel::host::IRecordset> Execute(const varnel::String& sql, varnel::Long options) override;
+  std::shared_ptr<varnel::host::IRecordset> ExecuteCounting(const varnel::String& sql,
+                                                            varnel::Long& o_affected,
+                                                            varnel::Long options) override;
   // As above; `affected` is the number of rows that the statement changed, -1 for a query.
   std::shared_ptr<AdoRecordset> ExecuteText(const varnel::String& sql, varnel::Variant& affected,
                                             varnel::Long options);
@@ -51,16 +54,19 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   std::shared_ptr<AdoErrors> ErrorCollection() { return m_errors; }
 
   bool IsOpen() const { return m_lease != nullptr; }
-  // Runs a text for a recordset. Raises 3709 on a closed connection; a provider's error goes among `Errors`
-  // and is raised.
-  StatementResult Run(const varnel::String& sql, varnel::Long maxRecords);
+  static constexpr std::size_t kAllRows = 0;
+  static constexpr std::size_t kBatchRows = 256;
+  // Runs a text for a recordset, and reads its first batch of rows. Raises 3709 on a closed connection; a
+  // provider's error goes among `Errors` and is raised, also one of a later batch. The result may outlive the
+  // connection.
+  StatementResult Run(const varnel::String& sql, varnel::Long maxRecords, std::size_t batchRows = kBatchRows);
 
  private:
   ISession& Session();
   // Calls `action`; a ProviderFailure of it becomes the connection's errors and a raised error.
   template <typename Action>
   auto Guarded(Action action);
-  std::shared_ptr<AdoRecordset> ExecuteCounting(const varnel::String& sql, varnel::Long& affected);
+  std::shared_ptr<AdoRecordset> RunCounting(const varnel::String& sql, varnel::Long& affected);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<SessionLease> m_lease;

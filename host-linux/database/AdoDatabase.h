@@ -11,24 +11,17 @@
 #include <thread>
 #include <unordered_set>
 
+#include "host-linux/database/SqlTrace.h"
 #include "host-linux/database/provider/Provider.h"
 
 namespace hostlinux {
-
-// One SQL text that was run.
-struct SqlTraceEntry {
-  varnel::String sql;   // as it was handed over
-  varnel::String sent;  // as the engine got it; empty if it got nothing
-  std::size_t rows = 0;
-  std::chrono::microseconds time{0};
-};
 
 // The hooks are called on the thread that runs the statement.
 struct AdoOptions {
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
   std::function<void(const SqlTraceEntry&)>
-      onStatement;  // also for one that failed, with 0 rows; may be empty
+      onStatement;  // also for one that failed; may be empty. See SqlTrace.
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty
 };
 
@@ -37,7 +30,8 @@ class AdoDatabase;
 // A session in use. Its last owner gives it back.
 class SessionLease {
  public:
-  SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session);
+  SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session,
+               std::thread::id taker);
   SessionLease(const SessionLease&) = delete;
   SessionLease& operator=(const SessionLease&) = delete;
   ~SessionLease();
@@ -48,20 +42,25 @@ class SessionLease {
   std::weak_ptr<AdoDatabase> m_database;
   varnel::String m_key;
   std::unique_ptr<ISession> m_session;
+  std::thread::id m_taker;
 };
 
 // Made once by the wiring and shared; safe on any thread. A session goes back to the thread that gives it
-// back, so that a thread finds its own again.
+// back, so that a thread finds its own again. A thread may have 100 sessions in use at once, and 8 wait for
+// its next request.
 class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
  public:
   static std::shared_ptr<AdoDatabase> Make(AdoOptions options);
 
-  // A session for the connection string, waiting or new. Raises ProviderFailure.
-  std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly);
+  // A session for the connection string, waiting or new; opening one takes `timeoutSeconds` at most (0: only
+  // the cap). Raises ProviderFailure, also where too many are in use.
+  std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly,
+                                      varnel::Long timeoutSeconds);
 
-  // Runs a text within the limits (`timeoutSeconds` 0: only the cap) and reports it to the hooks.
+  // Runs a text within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
+  // and reports it to the hooks.
   StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
-                      varnel::Long timeoutSeconds);
+                      varnel::Long timeoutSeconds, std::size_t batchRows = 0);
 
   // Sessions that wait, of all threads.
   std::size_t WaitingSessions() const;
@@ -72,17 +71,25 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
     varnel::String key;
     std::unique_ptr<ISession> session;
   };
+  struct ThreadSessions {
+    std::list<Waiting> waiting;  // the last used one first
+    std::size_t inUse = 0;
+  };
 
-  explicit AdoDatabase(AdoOptions options) : m_options(std::move(options)) {}
+  explicit AdoDatabase(AdoOptions options);
+  void CountTaken();
+  void CountGivenBack(std::thread::id taker);
   void GiveBack(const varnel::String& key, std::unique_ptr<ISession> session);
   std::unique_ptr<ISession> TakeWaiting(const varnel::String& key);
-  std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly) const;
+  std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly,
+                                        varnel::Long timeoutSeconds) const;
   std::chrono::milliseconds Timeout(varnel::Long seconds) const;
   void WarnOfLineBreaks(const varnel::String& sql);
 
   const AdoOptions m_options;
-  mutable std::mutex m_mutex;  // guards the two below
-  std::map<std::thread::id, std::list<Waiting>> m_waiting;
+  const std::shared_ptr<SqlTrace> m_trace;  // null without a hook
+  mutable std::mutex m_mutex;               // guards the two below
+  std::map<std::thread::id, ThreadSessions> m_threads;
   std::unordered_set<varnel::String> m_warned;
 };
 

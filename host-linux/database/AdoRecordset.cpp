@@ -66,8 +66,14 @@ const ClassInfo& AdoRecordset::Class() const {
 }
 
 void AdoRecordset::Replace(Rowset rowset) {
+  if (m_rowset != nullptr) m_rowset->EndReading();
   m_rowset = std::make_shared<Rowset>(std::move(rowset));
-  m_fields = std::make_shared<AdoFields>(m_rowset);
+  m_fields = nullptr;
+}
+
+std::shared_ptr<AdoFields> AdoRecordset::Fields() {
+  if (m_fields == nullptr) m_fields = std::make_shared<AdoFields>(m_rowset);
+  return m_fields;
 }
 
 void AdoRecordset::Require(bool open) const {
@@ -95,7 +101,12 @@ void AdoRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::I
   if (cursorType != ado::kUnspecified) m_cursorType = cursorType;
   if (lockType != ado::kUnspecified) m_lockType = lockType;
   m_source = sql;
-  TakeResult(own->Run(sql, m_maxRecords), own);
+  TakeResult(sql, RunSource(*own), own);
+}
+
+StatementResult AdoRecordset::RunSource(AdoConnection& connection) const {
+  const bool atOnce = m_cursorLocation == ado::kUseClient && m_maxRecords != 0;
+  return connection.Run(m_source, m_maxRecords, atOnce ? AdoConnection::kAllRows : AdoConnection::kBatchRows);
 }
 
 void AdoRecordset::OpenWith(const Variant& source, const Variant& connection, Long cursorType, Long lockType,
@@ -108,16 +119,25 @@ void AdoRecordset::OpenWith(const Variant& source, const Variant& connection, Lo
   Open(m_source, m_connection, cursorType, lockType, options);
 }
 
-void AdoRecordset::TakeResult(StatementResult result, std::shared_ptr<AdoConnection> connection) {
+void AdoRecordset::TakeResult(const String& sql, StatementResult result,
+                              std::shared_ptr<AdoConnection> connection) {
   if (m_cursorLocation == ado::kUseClient) m_cursorType = ado::kOpenStatic;
-  Replace(Rowset::OfResult(std::move(result)));
+  m_source = sql;
+  Replace(Rowset::OfResult(std::move(result), IsForwardOnly() ? PassedRows::LetGo : PassedRows::Kept));
   m_connection = std::move(connection);
 }
 
 Variant AdoRecordset::ActiveConnection() { return varnel::ObjectPtr(m_connection); }
 
 void AdoRecordset::SetActiveConnection(const Variant& connection) {
-  m_connection = ConnectionFrom(connection);
+  std::shared_ptr<AdoConnection> next = ConnectionFrom(connection);
+  if (next != m_connection) m_rowset->ReadAll();
+  m_connection = std::move(next);
+}
+
+void AdoRecordset::DetachConnection() {
+  if (IsCounted()) m_rowset->Count();
+  m_connection = nullptr;
 }
 
 std::shared_ptr<AdoConnection> AdoRecordset::ConnectionFrom(const Variant& value) {
@@ -161,6 +181,7 @@ Variant AdoRecordset::FieldValue(Long position) const {
 varnel::host::RowBlock AdoRecordset::GetRows() {
   RequireCurrent();
   const std::size_t first = m_rowset->Position();
+  m_rowset->ReadAll();
   varnel::host::RowBlock block(m_rowset->Columns().size(), m_rowset->Rows() - first);
   for (std::size_t row = 0; row < block.Rows(); ++row) {
     for (std::size_t column = 0; column < block.Columns(); ++column) {
@@ -174,6 +195,11 @@ varnel::host::RowBlock AdoRecordset::GetRows() {
 Variant AdoRecordset::GetRowArrays(Long count) {
   RequireCurrent();
   const std::size_t first = m_rowset->Position();
+  if (count < 0) {
+    m_rowset->ReadAll();
+  } else {
+    m_rowset->ReadThrough(first + static_cast<std::size_t>(count));
+  }
   const std::size_t left = m_rowset->Rows() - first;
   const std::size_t rows = count < 0 ? left : std::min(left, static_cast<std::size_t>(count));
   const auto columns = std::make_shared<varnel::Array>();
@@ -196,6 +222,7 @@ void AdoRecordset::MoveNext() {
 void AdoRecordset::MovePrevious() {
   Require(true);
   if (m_rowset->IsBOF()) RaiseAdo(AdoFailure::NoCurrentRecord, kClass);
+  if (IsForwardOnly()) RaiseAdo(AdoFailure::NotAllowed, kClass);
   if (m_rowset->Position() == 0) return m_rowset->MoveBeforeFirst();
   m_rowset->MoveTo(m_rowset->Position() - 1);
 }
@@ -203,20 +230,36 @@ void AdoRecordset::MovePrevious() {
 void AdoRecordset::MoveFirst() {
   Require(true);
   if (m_rowset->Rows() == 0) RaiseAdo(AdoFailure::NoCurrentRecord, kClass);
+  if (m_rowset->HasLetGo()) return RunAgain();
   m_rowset->MoveTo(0);
+}
+
+// The fields that a script holds show the new rows too.
+void AdoRecordset::RunAgain() {
+  if (m_connection == nullptr || !m_connection->IsOpen()) RaiseAdo(AdoFailure::NotAllowed, kClass);
+  Rowset again = Rowset::OfResult(RunSource(*m_connection), PassedRows::LetGo);
+  if (again.Columns().size() != m_rowset->Columns().size()) RaiseAdo(AdoFailure::NotAllowed, kClass);
+  *m_rowset = std::move(again);
 }
 
 void AdoRecordset::MoveLast() {
   Require(true);
   if (m_rowset->Rows() == 0) RaiseAdo(AdoFailure::NoCurrentRecord, kClass);
-  m_rowset->MoveTo(m_rowset->Rows() - 1);
+  m_rowset->MoveToLast();
+}
+
+bool AdoRecordset::IsForwardOnly() const {
+  return !m_rowset->IsMade() && m_cursorType == ado::kOpenForwardOnly;
+}
+
+bool AdoRecordset::IsCounted() const {
+  return m_rowset->IsMade() || m_cursorLocation == ado::kUseClient || m_cursorType == kOpenKeyset ||
+         m_cursorType == ado::kOpenStatic;
 }
 
 Long AdoRecordset::RecordCount() const {
   Require(true);
-  const bool counted = m_rowset->IsMade() || m_cursorLocation == ado::kUseClient ||
-                       m_cursorType == kOpenKeyset || m_cursorType == ado::kOpenStatic;
-  return counted ? static_cast<Long>(m_rowset->Rows()) : -1;
+  return IsCounted() ? static_cast<Long>(m_rowset->Count()) : -1;
 }
 
 void AdoRecordset::Close() {

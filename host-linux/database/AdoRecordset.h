@@ -1,5 +1,7 @@
-// ADODB.Recordset. All rows that the statement returns are read when it is opened, so nothing is left
-// standing in the database, and a detached recordset works on.
+// ADODB.Recordset. Rows are read in batches: the first when it is opened, the others when they are needed, by
+// the member that needs them. Up to the last one the statement stands open in the database, as long as the
+// recordset is open. A forward-only recordset lets go of the rows that it has left behind, all others keep
+// theirs. A client-side one with MaxRecords is read whole at once.
 #pragma once
 
 #include "host-linux/database/AdoConnection.h"
@@ -10,6 +12,9 @@ namespace hostlinux {
 class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
  public:
   explicit AdoRecordset(std::shared_ptr<AdoDatabase> database);
+  AdoRecordset(const AdoRecordset&) = delete;
+  AdoRecordset& operator=(const AdoRecordset&) = delete;
+  ~AdoRecordset() override { m_rowset->EndReading(); }
   const varnel::ClassInfo& Class() const override;
 
   // 0 forward only, 1 keyset, 2 dynamic, 3 static.
@@ -37,11 +42,15 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   void OpenWith(const varnel::Variant& source, const varnel::Variant& connection, varnel::Long cursorType,
                 varnel::Long lockType, varnel::Long options);
   // Takes over what a statement returned.
-  void TakeResult(StatementResult result, std::shared_ptr<AdoConnection> connection);
+  void TakeResult(const varnel::String& sql, StatementResult result,
+                  std::shared_ptr<AdoConnection> connection);
 
   varnel::Variant ActiveConnection();
+  // All rows are read before an open recordset changes its connection.
   void SetActiveConnection(const varnel::Variant& connection);
-  void DetachConnection() override { m_connection = nullptr; }
+  std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override { return m_connection; }
+  // Rows that are counted are counted now; they go on being read when they are needed.
+  void DetachConnection() override;
 
   bool IsEOF() const override;
   bool IsBOF();
@@ -49,18 +58,22 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   varnel::String FieldName(varnel::Long position) const override;
   varnel::Integer FieldType(varnel::Long position) const override;
   varnel::Variant FieldValue(varnel::Long position) const override;
-  std::shared_ptr<AdoFields> Fields() { return m_fields; }
-  std::shared_ptr<AdoField> Item(const varnel::Variant& key) { return m_fields->Item(key); }
+  std::shared_ptr<AdoFields> Fields();
+  std::shared_ptr<AdoField> Item(const varnel::Variant& key) { return Fields()->Item(key); }
 
   varnel::host::RowBlock GetRows() override;
   // An array of columns, each an array of its values, of at most `count` rows (-1: all). Raises 3021 at the
   // end.
   varnel::Variant GetRowArrays(varnel::Long count);
   void MoveNext() override;
+  // 3219 in a forward-only recordset.
   void MovePrevious();
+  // A forward-only recordset that has let go of its first rows runs its statement again; 3219 where it has no
+  // open connection any more.
   void MoveFirst();
   void MoveLast();
-  // Exact for keyset, static, client-side and made recordsets, else -1.
+  // Exact for keyset, static, client-side and made recordsets, else -1. Where rows are still to be read, the
+  // engine counts; it reads them only where it can't count without.
   varnel::Long RecordCount() const override;
   // A made recordset loses its rows and keeps no fields. Raises 3704 when closed.
   void Close() override;
@@ -74,13 +87,18 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   void RequireCurrent() const;
   void RequireMade() const;
   void Replace(Rowset rowset);
+  bool IsForwardOnly() const;
+  bool IsCounted() const;
+  // All rows at once where that isn't much: a client-side recordset with MaxRecords.
+  StatementResult RunSource(AdoConnection& connection) const;
+  void RunAgain();
   const ResultColumn& Column(varnel::Long position) const;
   std::shared_ptr<AdoConnection> ConnectionFrom(const varnel::Variant& value);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<AdoConnection> m_connection;
   std::shared_ptr<Rowset> m_rowset;
-  std::shared_ptr<AdoFields> m_fields;
+  std::shared_ptr<AdoFields> m_fields;  // of m_rowset; made when first asked for
   varnel::String m_source;
   varnel::Long m_cursorType = varnel::host::ado::kOpenForwardOnly;
   varnel::Long m_cursorLocation = varnel::host::ado::kUseServer;

@@ -30,11 +30,13 @@ Variant ConvertTo(varnel::Integer type, const Variant& value) {
 
 }  // namespace
 
-Rowset Rowset::OfResult(StatementResult result) {
+Rowset Rowset::OfResult(StatementResult result, PassedRows passed) {
   Rowset rowset;
-  rowset.m_columns = std::move(result.columns);
+  rowset.m_shared = std::move(result.columns);
   rowset.m_rows = std::move(result.rows);
-  rowset.m_open = !rowset.m_columns.empty();
+  rowset.m_rest = std::move(result.rest);
+  rowset.m_passed = passed;
+  rowset.m_open = rowset.m_shared != nullptr;
   return rowset;
 }
 
@@ -43,13 +45,50 @@ void Rowset::OpenMade() {
   m_made = true;
 }
 
+std::size_t Rowset::Count() {
+  if (m_count) return *m_count;
+  if (HasMore()) {
+    if (const std::optional<RowCount> counted = m_rest->Count()) {
+      m_count = static_cast<std::size_t>(counted->rows);
+      return *m_count;
+    }
+    ReadAll();
+  }
+  return Rows();
+}
+
+void Rowset::ReadNext(PassedRows passed) {
+  RowStore next = m_rest->Read();
+  if (passed == PassedRows::Kept) {
+    m_rows.Append(next);
+  } else {
+    m_first += m_rows.Rows();
+    m_rows = std::move(next);
+  }
+  if (!m_rest->HasMore()) m_rest = nullptr;
+}
+
+void Rowset::ReadThrough(std::size_t position) {
+  while (position >= Rows() && HasMore()) ReadNext(PassedRows::Kept);
+}
+
+void Rowset::ReadAll() {
+  while (HasMore()) ReadNext(PassedRows::Kept);
+}
+
+void Rowset::MoveToLast() {
+  while (HasMore()) ReadNext(m_passed);
+  MoveTo(Rows() - 1);
+}
+
 void Rowset::MoveTo(std::size_t position) {
+  while (position >= Rows() && HasMore()) ReadNext(m_passed);
   m_position = position;
   m_beforeFirst = false;
 }
 
 Variant Rowset::ValueAt(std::size_t column, std::size_t row) const {
-  return m_made ? m_madeRows[row][column] : m_rows.Value(column, row);
+  return m_made ? m_madeRows[row][column] : m_rows.Value(column, row - m_first);
 }
 
 void Rowset::AddRow() {

@@ -9,7 +9,7 @@
 namespace hostlinux {
 
 CallArguments::CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call)
-    : m_core(core), m_values(Place(static_cast<std::size_t>(call.Length()))) {
+    : m_core(core) {
   try {
     Convert(call);
   } catch (...) {
@@ -22,23 +22,26 @@ CallArguments::~CallArguments() {
   if (m_many.empty()) std::destroy(m_values.begin(), m_values.end());
 }
 
-varnel::Arguments CallArguments::Place(std::size_t count) {
-  if (count > kFew) {
-    m_many.resize(count);
-    return m_many;
-  }
+void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  const auto count = static_cast<std::size_t>(call.Length());
+  if (count > kFew) m_many.resize(count);
   auto* first = reinterpret_cast<varnel::Variant*>(m_few);
-  std::uninitialized_value_construct_n(first, count);
-  return {first, count};
+  for (std::size_t i = 0; i < count; ++i) {
+    const v8::Local<v8::Value> given = call[static_cast<int>(i)];
+    if (count > kFew) {
+      m_many[i] = ToVariant(m_core, given, &m_arrays);
+      m_values = varnel::Arguments(m_many.data(), i + 1);
+    } else {
+      new (first + i) varnel::Variant(ToVariant(m_core, given, &m_arrays));
+      m_values = varnel::Arguments(first, i + 1);
+    }
+    Note(i, given);
+  }
 }
 
-void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
-  for (std::size_t i = 0; i < m_values.size(); ++i) {
-    const v8::Local<v8::Value> given = call[static_cast<int>(i)];
-    m_values[i] = ToVariant(m_core, given, &m_arrays);
-    if (given->IsObject() && HasTag(given.As<v8::Object>(), byRefTag))
-      m_references.push_back({i, given.As<v8::Object>(), m_values[i]});
-  }
+void CallArguments::Note(std::size_t position, v8::Local<v8::Value> given) {
+  if (!given->IsObject() || !HasTag(given.As<v8::Object>(), byRefTag)) return;
+  m_references.push_back({position, given.As<v8::Object>(), m_values[position]});
 }
 
 void CallArguments::StoreBack() {

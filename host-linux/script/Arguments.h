@@ -31,8 +31,8 @@ class CallArguments {
     varnel::Variant before;
   };
 
-  varnel::Arguments Place(std::size_t count);
   void Convert(const v8::FunctionCallbackInfo<v8::Value>& call);
+  void Note(std::size_t position, v8::Local<v8::Value> given);
 
   // Most calls need no memory of their own, and pay for the values only that they have.
   static constexpr std::size_t kFew = 8;

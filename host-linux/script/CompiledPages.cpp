@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host-linux/script/SourceMap.h"
 #include "host-linux/script/V8Text.h"
 
 namespace hostlinux {
@@ -28,16 +29,19 @@ class StampingFiles final : public PageFiles {
 };
 
 v8::MaybeLocal<v8::Function> CompileBody(v8::Local<v8::Context> context, const std::string& name,
-                                         const std::string& body,
+                                         const std::string& body, const std::string& map,
                                          const std::vector<std::string>& parameters) {
   v8::Isolate* isolate = context->GetIsolate();
   v8::Local<v8::String> scriptName;
   v8::Local<v8::String> text;
-  if (!ToV8(isolate, name).ToLocal(&scriptName) || !ToV8(isolate, body).ToLocal(&text)) return {};
+  v8::Local<v8::String> mapUrl;
+  if (!ToV8(isolate, name).ToLocal(&scriptName) || !ToV8(isolate, body).ToLocal(&text) ||
+      !ToV8(isolate, map).ToLocal(&mapUrl))
+    return {};
   std::vector<v8::Local<v8::String>> names;
   names.reserve(parameters.size());
   for (const std::string& parameter : parameters) names.push_back(Name(isolate, parameter));
-  v8::ScriptOrigin origin(isolate, scriptName);
+  v8::ScriptOrigin origin(isolate, scriptName, 0, 0, false, -1, mapUrl);
   v8::ScriptCompiler::Source source(text, origin);
   return v8::ScriptCompiler::CompileFunctionInContext(context, &source, names.size(), names.data(), 0,
                                                       nullptr);
@@ -45,7 +49,10 @@ v8::MaybeLocal<v8::Function> CompileBody(v8::Local<v8::Context> context, const s
 
 }  // namespace
 
-bool CompiledPages::IsCurrent(const CompiledPage& page) const {
+bool CompiledPages::IsCurrent(CompiledPage& page) const {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - page.checked < m_recheck) return true;
+  page.checked = now;
   return std::all_of(page.stamps.begin(), page.stamps.end(),
                      [this](const auto& stamp) { return m_files.Stamp(stamp.first) == stamp.second; });
 }
@@ -53,7 +60,9 @@ bool CompiledPages::IsCurrent(const CompiledPage& page) const {
 std::unique_ptr<CompiledPage> CompiledPages::Parse(const std::string& page) const {
   const StampingFiles files(m_files);
   auto compiled = std::make_unique<CompiledPage>();
-  compiled->script = CompilePage(ParsePage(page, files, m_siteRoot));
+  compiled->checked = std::chrono::steady_clock::now();
+  compiled->script = CompilePage(ParsePage(page, files, m_siteRoot),
+                                 m_pagesUrl.empty() ? PageLayout::Plain : PageLayout::KeepLines);
   compiled->stamps = files.Stamps();
   return compiled;
 }
@@ -65,8 +74,9 @@ CompiledPage& CompiledPages::Get(v8::Local<v8::Context> context, const std::stri
 
   auto compiled = Parse(page);
   m_failed.reset();
+  const std::string map = MapFor(page, compiled->script);
   v8::Local<v8::Function> function;
-  if (!CompileBody(context, page, compiled->script.source, parameters).ToLocal(&function)) {
+  if (!CompileBody(context, page, compiled->script.source, map, parameters).ToLocal(&function)) {
     m_failed = std::move(compiled);
     throw PendingException();
   }
@@ -75,6 +85,19 @@ CompiledPage& CompiledPages::Get(v8::Local<v8::Context> context, const std::stri
   if (place) m_replaced.push_back(std::move(place));
   place = std::move(compiled);
   return *place;
+}
+
+std::string CompiledPages::MapFor(const std::string& page, const PageScript& script) {
+  if (m_pagesUrl.empty()) return {};
+  m_mapped.erase(page);
+  if (KeepsItsLines(script)) return {};
+  m_mapped.insert(page);
+  return SourceMapUrl(script, m_files, m_pagesUrl);
+}
+
+std::string CompiledPages::UrlOf(const std::string& script) const {
+  if (m_pagesUrl.empty() || script.starts_with("varnel:")) return script;
+  return (m_mapped.contains(script) ? "varnel:///" : m_pagesUrl) + UrlOfPath(script);
 }
 
 PagePosition CompiledPages::Locate(const std::string& script, int generated) const {

@@ -3,8 +3,10 @@
 
 #include <v8.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +18,7 @@ namespace hostlinux {
 struct CompiledPage {
   PageScript script;
   std::vector<std::pair<std::string, FileStamp>> stamps;  // of the page and its includes, as read
+  std::chrono::steady_clock::time_point checked;          // when the stamps were last compared
   v8::Global<v8::Function> function;
   v8::Global<v8::Function> writeText;  // writes the page's texts by index
 };
@@ -27,8 +30,14 @@ struct PagePosition {
 
 class CompiledPages {
  public:
-  CompiledPages(const PageFiles& files, std::string siteRoot)
-      : m_files(files), m_siteRoot(std::move(siteRoot)) {}
+  // A page that was found unchanged is taken as it is for `recheck`, without a look at its files. With a
+  // `pagesUrl`, pages are compiled for a debugger, which finds their files below that address.
+  CompiledPages(const PageFiles& files, std::string siteRoot, std::chrono::milliseconds recheck,
+                std::string pagesUrl)
+      : m_files(files),
+        m_siteRoot(std::move(siteRoot)),
+        m_recheck(recheck),
+        m_pagesUrl(std::move(pagesUrl)) {}
 
   // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
   // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.
@@ -41,14 +50,22 @@ class CompiledPages {
   // Where line `generated` of the script named `script` comes from; an empty file where that is no page.
   PagePosition Locate(const std::string& script, int generated) const;
 
+  // The address by which a debugger knows the script named `script`: that of the page's file, or one of its
+  // own where a source map leads from there to the files.
+  std::string UrlOf(const std::string& script) const;
+
   void Clear();
 
  private:
-  bool IsCurrent(const CompiledPage& page) const;
+  bool IsCurrent(CompiledPage& page) const;
   std::unique_ptr<CompiledPage> Parse(const std::string& page) const;
+  std::string MapFor(const std::string& page, const PageScript& script);
 
   const PageFiles& m_files;
   std::string m_siteRoot;
+  std::chrono::milliseconds m_recheck;
+  std::string m_pagesUrl;          // empty: there is no debugger
+  std::set<std::string> m_mapped;  // pages whose script has a source map
   std::map<std::string, std::unique_ptr<CompiledPage>> m_pages;
   std::vector<std::unique_ptr<CompiledPage>> m_replaced;
   std::unique_ptr<CompiledPage> m_failed;  // the page whose compilation failed last, for its lines

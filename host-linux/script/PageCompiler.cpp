@@ -13,9 +13,16 @@ bool IsScriptOnlyLineEnd(std::string_view text, std::size_t at) {
   return sequence == "\xE2\x80\xA8" || sequence == "\xE2\x80\xA9";
 }
 
+// Code behind which the line can't go on: what may be a comment up to its end.
+bool MayEndInComment(std::string_view code) {
+  const std::string_view line = code.substr(code.find_last_of("\r\n") + 1);
+  return line.find("//") != std::string_view::npos || line.find("<!--") != std::string_view::npos ||
+         line.find("-->") != std::string_view::npos;
+}
+
 class Generator {
  public:
-  explicit Generator(ParsedPage page) : m_page(std::move(page)) {}
+  Generator(ParsedPage page, PageLayout layout) : m_page(std::move(page)), m_layout(layout) {}
 
   PageScript Run() {
     m_script.lines.push_back({0, 1});
@@ -49,6 +56,10 @@ class Generator {
     m_script.source += kWriteTextName;
     m_script.source += "(" + std::to_string(m_script.texts.size()) + ");";
     m_script.texts.push_back(piece.text);
+    m_closed = true;
+    const int lastLine = piece.line + CountLineEnds(piece.text);
+    const bool within = piece.file == 0 && !m_hasCode && LineCount() <= lastLine;
+    if (m_layout == PageLayout::KeepLines && within) m_script.lines.back() = {0, LineCount()};
   }
 
   // A block begins on a line of its own: a comment at the end of the one before it ends there, and a
@@ -65,8 +76,10 @@ class Generator {
     m_script.source += kWriteValueName;
     m_script.source += "((";
     AddCode(piece);
+    m_closed = !MayEndInComment(piece.text);
     BeginLine({piece.file, piece.line + CountLineEnds(piece.text)});
     m_script.source += "));";
+    m_closed = true;
   }
 
   void AddCode(const PagePiece& piece) {
@@ -82,9 +95,28 @@ class Generator {
       }
     }
     m_script.source += text;
+    m_closed = false;
+    m_hasCode = true;
   }
 
   void BeginLine(SourceLine place) {
+    if (m_layout == PageLayout::Plain) return EndLine(place);
+    const bool ahead = place.file != 0 || LineCount() > place.line;
+    if (ahead || LineCount() == place.line) {
+      if (m_closed && (!m_hasCode || m_script.lines.back() == place)) {
+        m_script.lines.back() = place;
+      } else {
+        EndLine(place);
+      }
+      return;
+    }
+    while (LineCount() < place.line) EndLine({0, LineCount() + 1});
+  }
+
+  int LineCount() const { return static_cast<int>(m_script.lines.size()); }
+
+  void EndLine(SourceLine place) {
+    m_hasCode = false;
     // A CR at the end of the last piece and this LF make one line end together.
     if (m_script.source.back() == '\r') {
       m_script.lines.back() = place;
@@ -96,7 +128,10 @@ class Generator {
 
   ParsedPage m_page;
   PageScript m_script;
+  const PageLayout m_layout;
   bool m_afterText = false;
+  bool m_closed = true;    // behind a statement of ours: the line may go on
+  bool m_hasCode = false;  // the line holds some of the page's own
 };
 
 }  // namespace
@@ -106,6 +141,8 @@ const SourceLine& PageScript::Locate(int generated) const {
   return lines[static_cast<std::size_t>(std::clamp(generated - 1, 0, last))];
 }
 
-PageScript CompilePage(ParsedPage page) { return Generator(std::move(page)).Run(); }
+PageScript CompilePage(ParsedPage page, PageLayout layout) {
+  return Generator(std::move(page), layout).Run();
+}
 
 }  // namespace hostlinux

@@ -29,7 +29,12 @@ struct PageScript {
   const SourceLine& Locate(int generated) const;
 };
 
+enum class PageLayout {
+  Plain,     // each piece begins a line
+  KeepLines  // each line stands, where that can be done, on the line of the page that it comes from
+};
+
 // Statements of several blocks make one text, so that a block may open a brace that a later one closes.
-PageScript CompilePage(ParsedPage page);
+PageScript CompilePage(ParsedPage page, PageLayout layout = PageLayout::Plain);
 
 }  // namespace hostlinux

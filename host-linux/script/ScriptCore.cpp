@@ -9,6 +9,7 @@
 #include "host-linux/script/CountingAllocator.h"
 #include "host-linux/script/Realm.h"
 #include "host-linux/script/ScriptErrors.h"
+#include "host-linux/script/ScriptInspector.h"
 #include "host-linux/script/V8Text.h"
 #include "host-linux/script/Values.h"
 #include "varnel/automation/Error.h"
@@ -40,7 +41,9 @@ std::uintptr_t StackLimit() {
 }  // namespace
 
 ScriptCore::ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options)
-    : m_runtime(runtime), m_options(std::move(options)), m_pages(files, m_options.siteRoot) {
+    : m_runtime(runtime),
+      m_options(std::move(options)),
+      m_pages(files, m_options.siteRoot, m_options.recheck, m_options.inspection ? m_options.pagesUrl : "") {
   m_parameters = {kWriteTextName, kWriteValueName};
   m_parameters.insert(m_parameters.end(), m_options.intrinsics.begin(), m_options.intrinsics.end());
   MakeIsolate();
@@ -49,12 +52,15 @@ ScriptCore::ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEng
   m_wrappers = std::make_unique<Wrappers>(*this);
   m_helpers = std::make_unique<Helpers>(*this);
   m_context.Reset(m_isolate, MakeRealm(m_isolate, [this](auto context) { PopulateRealm(context); }));
+  if (m_options.inspection)
+    m_inspector = std::make_unique<ScriptInspector>(*this, *m_options.inspection, Context());
 }
 
 ScriptCore::~ScriptCore() {
   {
     const v8::Isolate::Scope isolateScope(m_isolate);
     const v8::HandleScope handles(m_isolate);
+    m_inspector.reset();
     m_scriptObjects.ReleaseAll();
     m_wrappers.reset();
     m_helpers.reset();
@@ -172,7 +178,7 @@ PageResult ScriptCore::RunPage(const std::string& page, const Intrinsics& intrin
   const v8::Isolate::Scope isolateScope(m_isolate);
   const v8::HandleScope handles(m_isolate);
   const v8::Context::Scope scope(Context());
-  Request request{intrinsics, output, page, Watchdog::Clock::now(), {}, {}};
+  Request request{intrinsics, output, page, Watchdog::Clock::now(), {}, {}, {}, {}};
   m_request = &request;
   Arm(timeLimit);
   PageResult result = RunGuarded(page);
@@ -252,6 +258,7 @@ PageResult ScriptCore::Settled(PageResult result, const std::string& page) const
 // --- Limits
 
 void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
+  m_request->timeLimit = timeLimit;
   const auto limit = m_request->start + timeLimit;
   m_request->limit = m_runtime.Dog().Arm(limit, [this] {
     m_timedOut = true;
@@ -272,6 +279,24 @@ void ScriptCore::SetTimeLimit(std::chrono::milliseconds timeLimit) {
   if (m_request == nullptr) return;
   Disarm();
   Arm(timeLimit);
+}
+
+void ScriptCore::HoldTimeLimit() {
+  if (m_request == nullptr) return;
+  Disarm();
+  m_request->held = Watchdog::Clock::now();
+}
+
+void ScriptCore::ResumeTimeLimit() {
+  if (m_request == nullptr) return;
+  m_request->start += Watchdog::Clock::now() - m_request->held;
+  Arm(m_request->timeLimit);
+}
+
+void ScriptCore::Inspect() {
+  const v8::Isolate::Scope isolateScope(m_isolate);
+  const v8::HandleScope handles(m_isolate);
+  if (m_inspector) m_inspector->Handle();
 }
 
 // The engine looks for a termination at calls and loops of the script only.

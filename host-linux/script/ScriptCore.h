@@ -16,6 +16,8 @@
 
 namespace hostlinux {
 
+class ScriptInspector;
+
 class ScriptCore {
  public:
   ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options);
@@ -30,6 +32,7 @@ class ScriptCore {
                      std::chrono::milliseconds timeLimit);
   PageResult RunInner(const std::string& page);
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
+  void Inspect();
   void EndPage() { m_ended = m_request != nullptr; }
 
   v8::Isolate* Isolate() const { return m_isolate; }
@@ -43,6 +46,10 @@ class ScriptCore {
   // Makes the termination take hold now, not at the script's next loop or call.
   void StopNow();
 
+  // While a debugger holds the page, no time counts.
+  void HoldTimeLimit();
+  void ResumeTimeLimit();
+
   // Memory for a script's buffer, counted like that of its own. Raises 7.
   std::unique_ptr<v8::BackingStore> NewBuffer(std::size_t size);
 
@@ -52,6 +59,8 @@ class ScriptCore {
     PageOutput& output;
     const std::string& page;
     Watchdog::Clock::time_point start;
+    Watchdog::Clock::time_point held{};  // when a debugger stopped it
+    std::chrono::milliseconds timeLimit{0};
     Watchdog::Ticket limit;
     Watchdog::Ticket stuck;
   };
@@ -87,6 +96,7 @@ class ScriptCore {
   CompiledPages m_pages;
   std::unique_ptr<Wrappers> m_wrappers;
   std::unique_ptr<Helpers> m_helpers;
+  std::unique_ptr<ScriptInspector> m_inspector;  // null without a debugger
   ScriptObjects m_scriptObjects;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> m_rejections;
   Request* m_request = nullptr;  // null between requests

@@ -24,6 +24,8 @@ PageResult ScriptEngine::RunInner(const std::string& page) { return m_core->RunI
 
 void ScriptEngine::SetTimeLimit(std::chrono::milliseconds timeLimit) { m_core->SetTimeLimit(timeLimit); }
 
+void ScriptEngine::Inspect() { m_core->Inspect(); }
+
 void ScriptEngine::EndPage() { m_core->EndPage(); }
 
 }  // namespace hostlinux

@@ -18,6 +18,7 @@
 
 namespace hostlinux {
 
+class Inspection;
 class ScriptCore;
 
 // Where a page's own text goes. Both operations may raise a varnel::Error.
@@ -66,11 +67,15 @@ class ScriptEngine {
     std::string siteRoot;                                   // may stand before virtual includes: "/shop"
     std::size_t heapBytes = 256 * 1024 * 1024;              // of a script's objects and texts
     std::size_t bufferBytes = 64 * 1024 * 1024;             // of its ArrayBuffers, all together
+    std::chrono::milliseconds recheck{0};                   // between two looks at whether a page has changed
     std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.
     std::vector<std::string> intrinsics = {"Request", "Response",    "Session",
                                            "Server",  "Application", "Utilities"};
+    // A debugger may look into the pages by this; null: none. It outlives the engine.
+    Inspection* inspection = nullptr;
+    std::string pagesUrl;  // where the debugger finds the pages' files: "file:///srv/shop/pages/"
   };
 
   // To be made, used and destroyed on one thread. `runtime` and `files` outlive it.
@@ -94,6 +99,9 @@ class ScriptEngine {
 
   // The running page's limit, counted from its start.
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
+
+  // Handles what the debugger has sent; between pages, as a running page looks itself.
+  void Inspect();
 
   // Ends the running page as soon as the call that the script made returns or throws. Scripts can't catch it.
   void EndPage();

@@ -109,6 +109,21 @@ std::string FrameText(ScriptCore& core, v8::Local<v8::Context> context, v8::Loca
   return "\n    at " + ToUtf8(isolate, function.As<v8::String>()) + " (" + position + ")";
 }
 
+v8::MaybeLocal<v8::String> StackText(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
+                                     v8::Local<v8::Array> sites) {
+  v8::Isolate* isolate = context->GetIsolate();
+  ScriptCore& core = ScriptCore::Of(isolate);
+  v8::Local<v8::String> head;
+  if (!error->ToString(context).ToLocal(&head)) return {};
+  std::string text = ToUtf8(isolate, head);
+  for (std::uint32_t i = 0; i < sites->Length(); ++i) {
+    v8::Local<v8::Value> site;
+    if (!sites->Get(context, i).ToLocal(&site)) return {};
+    if (site->IsObject()) text += FrameText(core, context, site.As<v8::Object>());
+  }
+  return ToV8(isolate, text);
+}
+
 }  // namespace
 
 void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info) {
@@ -171,21 +186,15 @@ ScriptFailure FailureOf(const PageError& error) {
   return failure;
 }
 
+// The engine dies of a callback that gives nothing without an exception of its own, and near the stack's end
+// each step may fail: without its text the stack is empty. A termination goes on behind the trap.
 v8::MaybeLocal<v8::Value> PrepareStack(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
                                        v8::Local<v8::Array> sites) {
   v8::Isolate* isolate = context->GetIsolate();
-  ScriptCore& core = ScriptCore::Of(isolate);
-  v8::Local<v8::String> head;
-  if (!error->ToString(context).ToLocal(&head)) return {};
-  std::string text = ToUtf8(isolate, head);
-  for (std::uint32_t i = 0; i < sites->Length(); ++i) {
-    v8::Local<v8::Value> site;
-    if (!sites->Get(context, i).ToLocal(&site)) return {};
-    if (site->IsObject()) text += FrameText(core, context, site.As<v8::Object>());
-  }
-  v8::Local<v8::String> result;
-  if (!ToV8(isolate, text).ToLocal(&result)) return {};
-  return result;
+  const v8::TryCatch trap(isolate);
+  const v8::Local<v8::String> stack = StackText(context, error, sites).FromMaybe(v8::String::Empty(isolate));
+  if (trap.HasTerminated()) isolate->TerminateExecution();
+  return stack;
 }
 
 }  // namespace hostlinux

@@ -120,10 +120,15 @@ const varnel::ObjectPtr& Wrappers::Unwrap(v8::Local<v8::Object> wrapper) {
   return slot->object;
 }
 
+v8::Local<v8::Object> Wrappers::Known(const varnel::Object& object) const {
+  const Slot* slot = m_slotOf.Find(&object);
+  if (slot == nullptr) return {};
+  return slot->wrapper.Get(m_core.Isolate());
+}
+
 v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
   v8::Isolate* isolate = m_core.Isolate();
-  const auto known = m_slotOf.find(object.get());
-  if (known != m_slotOf.end()) return known->second->wrapper.Get(isolate);
+  if (const auto known = Known(*object); !known.IsEmpty()) return known;
 
   const ClassBinding& binding = Bind(object->Class());
   const v8::Local<v8::Object> wrapper =
@@ -135,13 +140,13 @@ v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
   wrapper->SetAlignedPointerInInternalField(kFieldData, &slot);
   wrapper->SetInternalField(kFieldGeneration, v8::Integer::NewFromUnsigned(isolate, slot.generation));
   SetTag(wrapper, wrapperTag);
-  m_slotOf.emplace(object.get(), &slot);
+  m_slotOf.Add(object.get(), &slot);
   return wrapper;
 }
 
 // An object's end may run code of the library, which must not find half-released neighbours in the map.
 void Wrappers::ReleaseAll() {
-  m_slotOf.clear();
+  m_slotOf.Clear();
   while (m_used > 0) {
     Slot& slot = m_slots[--m_used];
     slot.wrapper.Reset();
@@ -272,10 +277,10 @@ void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
   if (call.IsConstructCall()) return RefuseConstruction(call);
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
-    const varnel::ObjectPtr object = Unwrap(call.Holder());
+    varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
     const varnel::Variant result =
-        CallAndStoreBack(arguments, [&](varnel::Arguments values) { return object->CallDefault(values); });
+        CallAndStoreBack(arguments, [&](varnel::Arguments values) { return object.CallDefault(values); });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });
 }

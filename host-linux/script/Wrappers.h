@@ -11,6 +11,7 @@
 #include <memory>
 #include <unordered_map>
 
+#include "host-linux/script/AddressMap.h"
 #include "varnel/automation/Object.h"
 
 namespace hostlinux {
@@ -25,6 +26,8 @@ class Wrappers {
   // The script's object for `object`, the same each time within a request. A script's own object, handed
   // out and coming back, is not for here.
   v8::Local<v8::Object> Wrap(const varnel::ObjectPtr& object);
+  // The same where it was made already; empty where not.
+  v8::Local<v8::Object> Known(const varnel::Object& object) const;
 
   static bool IsWrapper(v8::Local<v8::Value> value);
   // The object behind a wrapper. Raises 91 where its request is over.
@@ -68,7 +71,7 @@ class Wrappers {
   ScriptCore& m_core;
   std::deque<Slot> m_slots;
   std::size_t m_used = 0;
-  std::unordered_map<const varnel::Object*, Slot*> m_slotOf;
+  AddressMap<Slot> m_slotOf;
   std::unordered_map<const varnel::ClassInfo*, std::unique_ptr<ClassBinding>> m_classes;
   bool m_building = false;
 };

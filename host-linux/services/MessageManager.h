@@ -18,6 +18,9 @@ class MessageManager : public varnel::Object {
 
   const varnel::ClassInfo& Class() const override;
 
+  // All texts by language.
+  const std::map<varnel::String, Texts>& Languages() const { return m_languages; }
+
   // The text of `key` in `language` (such as "1033"). Raises 80004005 (hexadecimal) where there is none.
   varnel::String getMessage(const varnel::String& key, const varnel::String& language) const;
 

@@ -30,6 +30,7 @@ const ClassInfo& Session::Class() const {
                                   varnel::Method<&S::ValueOf>(u"Value").AsDefault(),
                                   varnel::ReadOnly<&S::ContentsObject>(u"Contents"),
                                   varnel::ReadOnly<&S::SessionID>(u"SessionID"),
+                                  varnel::ReadOnly<&S::FormToken>(u"FormToken"),
                                   varnel::Property<&S::LCID, &S::SetLCID>(u"LCID"),
                                   varnel::Property<&S::CodePage, &S::SetCodePage>(u"CodePage"),
                                   varnel::Property<&S::Timeout, &S::SetTimeout>(u"Timeout"),
@@ -46,6 +47,8 @@ SessionState& Session::Begun() {
   return *m_state;
 }
 
+varnel::String Session::FormToken() { return varnel::FromUtf8(Begun().formToken); }
+
 Variant Session::ValueOf(const Variant& key) { return ContentsObject()->Item(key); }
 
 std::shared_ptr<Contents> Session::ContentsObject() {
@@ -54,7 +57,7 @@ std::shared_ptr<Contents> Session::ContentsObject() {
 
 void Session::Store(StringView key, const Variant& value) {
   Variant kept = KeptValue(value, m_store->KeepRule());
-  Begun().values.Set(key, std::move(kept));
+  Begun().values.Set(key, std::move(kept), m_store->MaxBytes());
 }
 
 Long Session::LCID() {

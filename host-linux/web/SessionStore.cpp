@@ -86,6 +86,7 @@ std::shared_ptr<SessionState> SessionStore::Find(const std::string& token) {
 std::shared_ptr<SessionState> SessionStore::Begin() {
   Entries dropped;
   std::string token = RandomToken();
+  std::string formToken = RandomToken();
   const std::lock_guard lock(m_mutex);
   const auto now = m_options.now();
   DropExpired(now, dropped);
@@ -93,7 +94,7 @@ std::shared_ptr<SessionState> SessionStore::Begin() {
     m_byToken.erase(m_entries.front().state->token);
     dropped.splice(dropped.end(), m_entries, m_entries.begin());
   }
-  auto state = std::make_shared<SessionState>(std::move(token), NextId(m_lastId), m_initial);
+  auto state = std::make_shared<SessionState>(std::move(token), std::move(formToken), NextId(m_lastId), m_initial);
   m_entries.push_back({state, now});
   m_byToken.emplace(state->token, std::prev(m_entries.end()));
   return state;

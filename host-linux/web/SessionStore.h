@@ -15,10 +15,16 @@
 namespace hostlinux {
 
 struct SessionState {
-  SessionState(std::string secretToken, varnel::Long publicId, const ValueStore& initial)
-      : token(std::move(secretToken)), id(publicId), values(initial) {}
+  SessionState(std::string secretToken, std::string secretFormToken, varnel::Long publicId,
+               const ValueStore& initial)
+      : token(std::move(secretToken)),
+        formToken(std::move(secretFormToken)),
+        id(publicId),
+        values(initial) {}
 
   const std::string token;  // the cookie's value: 32 hexadecimal digits that nobody can guess
+  // Another such text, for the forms of this session's pages. It is no key to the session.
+  const std::string formToken;
   const varnel::Long id;    // what pages see as SessionID; no other living session has it
   ValueStore values;
   std::atomic<varnel::Long> lcid = 0;     // 0: the site's
@@ -33,6 +39,7 @@ class SessionStore {
 
   struct Options {
     std::size_t maxSessions = 100'000;
+    std::size_t maxBytes = 1 << 20;  // of the values of one session
     std::chrono::minutes timeout{20};
     std::function<Clock::time_point()> now = [] { return Clock::now(); };
     MayKeep mayKeep;  // which objects scripts may store
@@ -52,6 +59,7 @@ class SessionStore {
   std::size_t Count();
 
   const MayKeep& KeepRule() const { return m_options.mayKeep; }
+  std::size_t MaxBytes() const { return m_options.maxBytes; }
   std::chrono::minutes Timeout() const { return m_options.timeout; }
 
  private:

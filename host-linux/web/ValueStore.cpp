@@ -40,23 +40,42 @@ Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
   return copy;
 }
 
+// About the memory that a value takes.
+std::size_t BytesOf(const Variant& value) {
+  std::size_t bytes = sizeof(Variant);
+  if (const String* text = value.As<String>()) bytes += text->size() * sizeof(char16_t);
+  if (const varnel::BytesPtr* data = value.As<varnel::BytesPtr>(); data && *data) bytes += (*data)->size();
+  if (const ArrayPtr* array = value.As<ArrayPtr>(); array && *array) {
+    for (const Variant& item : (*array)->items) bytes += BytesOf(item);
+  }
+  return bytes;
+}
+
 bool AnyObject(const varnel::Object&) { return true; }
 
 }  // namespace
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
 
+// FNV-1a over the folded characters.
+std::size_t ValueStore::HashNoCase::operator()(StringView key) const {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char16_t unit : key) hash = (hash ^ varnel::FoldCase(unit)) * 0x100000001B3U;
+  return hash;
+}
+
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
   m_nextOrder = other.m_nextOrder;
+  m_bytes = other.m_bytes;
 }
 
 Variant ValueStore::Get(StringView key) const {
   Variant value;
   {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_entries.find(varnel::ToLower(key));
+    const auto found = m_entries.find(key);
     if (found == m_entries.end()) return Variant();
     value = found->second.value;
   }
@@ -64,13 +83,20 @@ Variant ValueStore::Get(StringView key) const {
   return value.Is<ArrayPtr>() ? KeptValue(value, AnyObject) : value;
 }
 
-void ValueStore::Set(StringView key, Variant value) {
+void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
+  const std::size_t bytes = BytesOf(value) + sizeof(Entry) + 2 * key.size() * sizeof(char16_t);
   const std::lock_guard lock(m_mutex);
-  const auto [found, isNew] = m_entries.try_emplace(varnel::ToLower(key));
-  if (isNew) {
-    found->second.key = key;
+  auto found = m_entries.find(key);
+  const std::size_t others = m_bytes - (found == m_entries.end() ? 0 : found->second.bytes);
+  if (bytes > maxBytes || others > maxBytes - bytes) {
+    RaiseRuntimeError(varnel::runtime_error::kOutOfMemory, u"the values take more than may be kept");
+  }
+  if (found == m_entries.end()) {
+    found = m_entries.try_emplace(String(key)).first;
     found->second.order = m_nextOrder++;
   }
+  found->second.bytes = bytes;
+  m_bytes = others + bytes;
   // The old value goes with the argument, after the lock: its end may run code of its own.
   std::swap(found->second.value, value);
 }
@@ -78,20 +104,24 @@ void ValueStore::Set(StringView key, Variant value) {
 void ValueStore::Remove(StringView key) {
   decltype(m_entries)::node_type gone;
   const std::lock_guard lock(m_mutex);
-  gone = m_entries.extract(varnel::ToLower(key));
+  const auto found = m_entries.find(key);
+  if (found == m_entries.end()) return;
+  m_bytes -= found->second.bytes;
+  gone = m_entries.extract(found);
 }
 
 void ValueStore::Clear() {
   decltype(m_entries) gone;
   const std::lock_guard lock(m_mutex);
   gone.swap(m_entries);
+  m_bytes = 0;
 }
 
 std::vector<String> ValueStore::Keys() const {
   std::vector<std::pair<std::size_t, String>> ordered;
   {
     const std::lock_guard lock(m_mutex);
-    for (const auto& [folded, entry] : m_entries) ordered.emplace_back(entry.order, entry.key);
+    for (const auto& [key, entry] : m_entries) ordered.emplace_back(entry.order, key);
   }
   std::sort(ordered.begin(), ordered.end());
   std::vector<String> keys;

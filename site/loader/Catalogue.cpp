@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "site/loader/Utf8Text.h"
@@ -29,14 +31,35 @@ std::string MakerName(const BusList& list, const IdsVendor& vendor) {
   return vendor.name.empty() ? list.bus + " " + vendor.id : CutToCharacters(vendor.name, kNameLimit);
 }
 
+bool IsDigitOrLetter(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z'); }
+
+// "A1" of "Controller (rev A1)" or "Controller rev A1"; the case of letters is lost.
+std::string RevisionOf(const std::string& name) {
+  constexpr std::string_view kMark = "rev ";
+  const std::string folded = FoldCase(name);
+  const std::size_t mark = folded.find(kMark);
+  if (mark == std::string::npos || (mark > 0 && IsDigitOrLetter(folded[mark - 1]))) return "";
+  std::size_t end = mark + kMark.size();
+  while (end < folded.size() && (IsDigitOrLetter(folded[end]) || folded[end] == '.')) ++end;
+  return folded.substr(mark + kMark.size(), end - mark - kMark.size());
+}
+
+bool IsWithdrawn(const std::string& name) {
+  const std::vector<std::string> words = WordsOf(name);
+  return std::find(words.begin(), words.end(), "invalid") != words.end() ||
+         std::find(words.begin(), words.end(), "obsolete") != words.end();
+}
+
 class Builder {
  public:
   Builder(const std::vector<BusList>& lists, const Keywords& keywords)
       : m_lists(lists), m_keywords(keywords) {}
 
-  Catalogue Build() {
+  Catalogue Build(std::size_t wanted) {
     NumberManufacturers();
     for (const BusList& list : m_lists) AddBus(list);
+    AddCopies(wanted);
+    TellNamesApart();
     NumberCategories();
     SequenceProducts();
     return std::move(m_catalogue);
@@ -84,31 +107,78 @@ class Builder {
   }
 
   void AddDevice(int maker, const IdsVendor& vendor, const IdsDevice& device) {
-    const std::string partNumber = vendor.id + ":" + device.id;
     const Guess guess = GuessKind(device.name);
-    AddProduct(maker, partNumber, device.id, device.name, guess);
+    Product product;
+    product.manufacturerId = maker;
+    product.supplierId = maker;
+    product.numbers = {vendor.id, device.id, "", "", static_cast<int>(device.boards.size())};
+    product.partNumber = vendor.id + ":" + device.id;
+    product.makersNumber = device.id;
+    AddProduct(product, device.name, guess);
     for (const IdsBoard& board : device.boards) {
       const auto subvendor = m_subvendors.find(board.subvendor);
-      AddProduct(subvendor == m_subvendors.end() ? maker : subvendor->second,
-                 partNumber + "/" + board.subvendor + ":" + board.subdevice, board.subdevice, board.name,
-                 GuessBoardKind(board.name, guess));
+      Product onBoard;
+      onBoard.manufacturerId = subvendor == m_subvendors.end() ? maker : subvendor->second;
+      onBoard.supplierId = maker;
+      onBoard.numbers = {vendor.id, device.id, board.subvendor, board.subdevice, 0};
+      onBoard.partNumber = product.partNumber + "/" + board.subvendor + ":" + board.subdevice;
+      onBoard.makersNumber = board.subdevice;
+      AddProduct(onBoard, board.name, GuessBoardKind(board.name, guess));
     }
   }
 
-  void AddProduct(int maker, const std::string& partNumber, const std::string& makersNumber,
-                  const std::string& name, const Guess& guess) {
-    Product product;
-    product.id = static_cast<int>(m_catalogue.products.size()) + 1;
+  void AddProduct(Product product, const std::string& name, const Guess& guess) {
     product.catalogId = static_cast<int>(m_catalogue.buses.size());
-    product.manufacturerId = maker;
-    product.partNumber = partNumber;
-    product.makersNumber = makersNumber;
-    product.name = name.empty() ? partNumber : CutToCharacters(name, kNameLimit);
+    product.listedName = name.empty() ? product.partNumber : CutToCharacters(name, kNameLimit);
+    product.orderNumber = UniqueOrderNumber(m_catalogue.buses.back() + " " + product.partNumber);
+    product.revision = RevisionOf(name);
+    product.withdrawn = IsWithdrawn(name);
     product.remark = guess.remark;
     product.date = m_date;
-    const std::size_t kind = guess.kind.value_or(m_keywords.Kinds().size());
-    m_products[{product.catalogId, kind}].push_back(static_cast<std::size_t>(product.id) - 1);
+    Append(std::move(product), guess.kind.value_or(m_keywords.Kinds().size()));
+  }
+
+  void Append(Product product, std::size_t kind) {
+    product.id = static_cast<int>(m_catalogue.products.size()) + 1;
+    if (!product.withdrawn)
+      m_products[{product.catalogId, kind}].push_back(static_cast<std::size_t>(product.id) - 1);
+    m_kinds.push_back(kind);
     m_catalogue.products.push_back(std::move(product));
+  }
+
+  // A list may name a board twice under one device.
+  std::string UniqueOrderNumber(const std::string& number) {
+    const int count = ++m_orderNumbers[FoldCase(number)];
+    return count == 1 ? number : number + " #" + std::to_string(count);
+  }
+
+  void AddCopies(std::size_t wanted) {
+    std::vector<Product>& products = m_catalogue.products;
+    const std::size_t listed = products.size();
+    if (listed == 0) return;
+    while (products.size() < wanted) {
+      const std::size_t original = products.size() % listed;
+      Product copy = products[original];
+      copy.copy = static_cast<int>(products.size() / listed);
+      const std::string mark = "-" + std::to_string(copy.copy);
+      copy.partNumber += mark;
+      copy.orderNumber += mark;
+      Append(std::move(copy), m_kinds[original]);
+    }
+  }
+
+  void TellNamesApart() {
+    std::unordered_map<std::string, int> uses;
+    for (const Product& product : m_catalogue.products) ++uses[FoldCase(product.listedName)];
+    std::unordered_set<std::string> taken;
+    for (Product& product : m_catalogue.products) {
+      product.name = product.listedName;
+      if (uses[FoldCase(product.listedName)] > 1) product.name += " [" + product.partNumber + "]";
+      if (!taken.insert(FoldCase(product.name)).second) {
+        product.name = product.listedName + " [" + product.orderNumber + "]";
+        taken.insert(FoldCase(product.name));
+      }
+    }
   }
 
   // Only categories that hold products are made.
@@ -146,12 +216,15 @@ class Builder {
   std::string m_date;
   // Positions of the products by catalogue and kind; "other" is the kind behind the last.
   std::map<std::pair<int, std::size_t>, std::vector<std::size_t>> m_products;
+  // The kind of each product, and how often an order number was asked for.
+  std::vector<std::size_t> m_kinds;
+  std::unordered_map<std::string, int> m_orderNumbers;
 };
 
 }  // namespace
 
-Catalogue BuildCatalogue(const std::vector<BusList>& lists, const Keywords& keywords) {
-  return Builder(lists, keywords).Build();
+Catalogue BuildCatalogue(const std::vector<BusList>& lists, const Keywords& keywords, std::size_t wanted) {
+  return Builder(lists, keywords).Build(wanted);
 }
 
 }  // namespace shop

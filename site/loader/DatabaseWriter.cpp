@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "site/loader/BuiltIn.h"
+#include "site/loader/Details.h"
 
 namespace shop {
 namespace {
@@ -42,6 +43,11 @@ class Connection {
   std::unique_ptr<sqlite3, CloseConnection> m_handle;
 };
 
+// Goes in as NULL where it is empty.
+struct TextOrNull {
+  std::string_view text;
+};
+
 // One INSERT, run once a row.
 class Insert {
  public:
@@ -72,12 +78,18 @@ class Insert {
                        m_sql);
   }
 
+  void Bind(int position, TextOrNull value) {
+    if (!value.text.empty()) return Bind(position, value.text);
+    m_connection.Check(sqlite3_bind_null(m_handle.get(), position), m_sql);
+  }
+
   Connection& m_connection;
   const char* m_sql;
   std::unique_ptr<sqlite3_stmt, FinalizeStatement> m_handle;
 };
 
-constexpr char kUnitCode[] = "PCE";
+constexpr char kDeviceUnit[] = "PCE";
+constexpr char kBoardUnit[] = "BRD";
 
 void WriteManufacturers(Connection& connection, const Catalogue& catalogue) {
   Insert insert(
@@ -99,24 +111,96 @@ void WriteCategories(Connection& connection, const Catalogue& catalogue) {
   }
 }
 
+void WriteUnits(Connection& connection) {
+  Insert insert(connection, "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES (?, ?)");
+  insert.Row(kDeviceUnit, "Piece");
+  insert.Row(kBoardUnit, "Board");
+}
+
+void WriteProperties(Connection& connection) {
+  Insert property(connection, "INSERT INTO PROPERTY (PROPERTYID, PROPERTYNAME, DATATYPE) VALUES (?, ?, ?)");
+  for (const PropertyFacts& each : AllProperties())
+    property.Row(static_cast<int>(each.id), each.name, each.dataType);
+
+  Insert entry(connection,
+               "INSERT INTO PROPSBYPROPGROUP (PROPERTYGROUPID, PROPERTYID, SHOWINPRODUCTSHEET, SEQUENCE) "
+               "VALUES (?, ?, ?, ?)");
+  for (const GroupEntry& each : PropertiesOfGroups())
+    entry.Row(static_cast<int>(each.group), static_cast<int>(each.property), each.inSheet ? 1 : 0,
+              each.sequence);
+}
+
+void WriteIcons(Connection& connection) {
+  Insert insert(connection, "INSERT INTO ICON (ICONID, ICONFILENAME) VALUES (?, ?)");
+  int id = 0;
+  for (const std::string& file : IconFiles()) insert.Row(++id, file);
+}
+
 void WriteProducts(Connection& connection, const Catalogue& catalogue) {
   Insert insert(
       connection,
-      "INSERT INTO PRODUCT (PRODUCTID, MANUFACTURERID, NUMBER, UNITCODE, BUSINESSPARTNERID, "
-      "PRODUCTDESCRIPTION, "
-      "PRODUCTREMARK, PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTEFFECTIVITYDATE, CLASSIFICATION, DATEUPDATED, "
-      "MFRPARTNUMBER, CLASSCODE, SUPPLIERCATALOGID) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+      "INSERT INTO PRODUCT (PRODUCTID, PROPERTYGROUPID, MANUFACTURERID, NUMBER, UNITCODE, BUSINESSPARTNERID, "
+      "PRODUCTDESCRIPTION, PRODUCTREMARK, PARTNUMBER, BUYFROMPARTNUMBER, PRODUCTEFFECTIVITYDATE, "
+      "PRODUCTEXPIRYDATE, CLASSIFICATION, DATEUPDATED, STOCKITEM, MFRPARTNUMBER, CLASSCODE, VERSION, "
+      "SUPPLIERCATALOGID) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
   Insert place(connection,
                "INSERT INTO PRODUCTSBYCATEGORY (CATEGORYID, PRODUCTID, SEQUENCE) VALUES (?, ?, ?)");
   for (const Product& product : catalogue.products) {
     const std::string number = std::to_string(product.id);
-    const std::string& category = catalogue.categories[static_cast<std::size_t>(product.categoryId) - 1].name;
     const std::string& bus = catalogue.buses[static_cast<std::size_t>(product.catalogId) - 1];
-    insert.Row(product.id, product.manufacturerId, number, kUnitCode, product.catalogId, product.name,
-               product.remark, product.partNumber, product.partNumber, product.date, category, product.date,
-               product.makersNumber, bus, product.catalogId);
-    place.Row(product.categoryId, product.id, product.sequence);
+    const std::string category =
+        product.categoryId == 0 ? bus + " withdrawn devices"
+                                : catalogue.categories[static_cast<std::size_t>(product.categoryId) - 1].name;
+    insert.Row(product.id, static_cast<int>(GroupOf(product)), product.manufacturerId, number,
+               product.numbers.IsBoard() ? kBoardUnit : kDeviceUnit, product.supplierId, product.name,
+               product.remark, product.partNumber, product.orderNumber, product.date,
+               TextOrNull{product.withdrawn ? product.date : ""}, category, product.date,
+               product.numbers.boards > 0 ? 0 : 1, product.makersNumber, bus, TextOrNull{product.revision},
+               product.catalogId);
+    if (product.categoryId != 0) place.Row(product.categoryId, product.id, product.sequence);
   }
+}
+
+void WriteDetails(Connection& connection, const Catalogue& catalogue) {
+  Insert property(connection,
+                  "INSERT INTO PRODUCTPROPVALUE (PRODUCTID, PROPERTYID, PROPERTYVALUE) VALUES (?, ?, ?)");
+  Insert file(connection,
+              "INSERT INTO ATTACHEDFILE (ATTACHEDFILEID, PRODUCTID, ICONID, FILENAME, DESCRIPTION) "
+              "VALUES (?, ?, ?, ?, ?)");
+  Insert price(
+      connection,
+      "INSERT INTO CATALOGPRODUCTPRICE (PRODUCTID, GROUPBY, PRICEEFFECTIVEDATE, PRICEEXPIRYDATE, PRICE, "
+      "CURRENCYCODE) VALUES (?, ?, ?, ?, ? / 100.0, 'EUR')");
+  int fileId = 0;
+  for (const Product& product : catalogue.products) {
+    for (const PropertyValue& each : PropertiesOf(catalogue, product))
+      property.Row(product.id, static_cast<int>(each.property), each.value);
+    for (const Attachment& each : AttachmentsOf(catalogue, product))
+      file.Row(++fileId, product.id, each.icon, each.url, each.description);
+    for (const Price& each : PricesOf(product))
+      price.Row(product.id, each.group, each.from, TextOrNull{each.until}, each.amount);
+  }
+}
+
+void WriteAlternatives(Connection& connection, const Catalogue& catalogue) {
+  Insert insert(
+      connection,
+      "INSERT INTO ALTERNATIVEPRODUCTS (ORIGINALPRODUCT, ALTERNATIVEPRODUCT, SEQUENCE) VALUES (?, ?, ?)");
+  int sequence = 0;
+  int original = 0;
+  for (const auto& [product, alternative] : AlternativesOf(catalogue)) {
+    sequence = product == original ? sequence + 1 : 1;
+    original = product;
+    insert.Row(product, alternative, sequence);
+  }
+}
+
+void WriteFavourites(Connection& connection, const Catalogue& catalogue) {
+  Insert insert(connection,
+                "INSERT INTO FAVORITES (USERID, PRODUCTID, PRESENT, FOLDERID, WAREHOUSEFAVORITE) "
+                "VALUES (?, ?, ?, ?, ?)");
+  for (const Favourite& each : DemoFavourites(catalogue))
+    insert.Row(each.user, each.productId, each.present ? 1 : 0, each.folder, each.warehouse ? 1 : 0);
 }
 
 void Fill(const std::filesystem::path& path, const Catalogue& catalogue) {
@@ -126,10 +210,15 @@ void Fill(const std::filesystem::path& path, const Catalogue& catalogue) {
   connection.Execute("PRAGMA synchronous = OFF");
   connection.Execute("BEGIN");
   connection.Execute(kTablesSql);
-  Insert(connection, "INSERT INTO UNIT (UNITCODE, UNITDESCRIPTION) VALUES (?, ?)").Row(kUnitCode, "Piece");
+  WriteUnits(connection);
   WriteManufacturers(connection, catalogue);
   WriteCategories(connection, catalogue);
+  WriteProperties(connection);
+  WriteIcons(connection);
   WriteProducts(connection, catalogue);
+  WriteDetails(connection, catalogue);
+  WriteAlternatives(connection, catalogue);
+  WriteFavourites(connection, catalogue);
   connection.Execute(kIndexesSql);
   connection.Execute("COMMIT");
   connection.Execute("ANALYZE");

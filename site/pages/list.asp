@@ -15,13 +15,13 @@ rs.SetRecCountON();
 rs.SetPageJump(true, 10);
 rs.OpenRS(productQuery(), "PRODUCTID");
 %><!DOCTYPE html>
-<html lang="en">
+<html lang="<%= htmlLanguage() %>">
 <head>
 <%= documentHead(page, "Products") %>
 </head>
 <body>
 <%= siteHeader(page, "list.asp") %>
-<main>
+<main id="content">
 <div class="bar">
 <h1>Products</h1>
 <p class="counter"><%= counterText(page, rs) %></p>
@@ -32,6 +32,6 @@ rs.OpenRS(productQuery(), "PRODUCTID");
 </div>
 <%= pageNumbers(rs) %>
 </main>
-<%= siteFooter() %>
+<%= siteFooter(page, "list.asp") %>
 </body>
 </html>

@@ -4,6 +4,10 @@
 <!--#include file="includes/products.inc"-->
 <!--#include file="includes/grid.inc"-->
 <%
+// The page numbers of a grid in a form are script links, so this page must allow scripts in its own text.
+Response.AddHeader("Content-Security-Policy", "default-src 'self'; script-src 'self' 'unsafe-inline'; style-src 'self'; " +
+  "img-src 'self' data:; object-src 'none'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'");
+
 var page = Server.CreateObject("Varnel.Page");
 page.OpenDatabaseConnection("QuenbyConnection");
 page.SetDGridViaPost();
@@ -26,19 +30,19 @@ if (Request.Form.Count === 0) rs.SetState("");
 rs.OpenRS(productQuery(), "PRODUCTID");
 fillGrid(grid, rs, columns);
 %><!DOCTYPE html>
-<html lang="en">
+<html lang="<%= htmlLanguage() %>">
 <head>
 <%= documentHead(page, "Products in a form") %>
 </head>
 <body>
 <%= siteHeader(page, "products-form.asp") %>
-<main>
+<main id="content">
 <form name="products" method="post" action="<%= encode(page.URL("products-form.asp")) %>">
 <div class="<%= gridClass(rs) %>">
 <% page.Add(grid); %>
 </div>
 </form>
 </main>
-<%= siteFooter() %>
+<%= siteFooter(page, "products-form.asp") %>
 </body>
 </html>

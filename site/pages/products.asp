@@ -20,17 +20,17 @@ grid.ShowAlternateColors();
 rs.OpenRS(productQuery(), "PRODUCTID");
 fillGrid(grid, rs, columns);
 %><!DOCTYPE html>
-<html lang="en">
+<html lang="<%= htmlLanguage() %>">
 <head>
 <%= documentHead(page, "Products") %>
 </head>
 <body>
 <%= siteHeader(page, "products.asp") %>
-<main>
+<main id="content">
 <div class="<%= gridClass(rs) %>">
 <% page.Add(grid); %>
 </div>
 </main>
-<%= siteFooter() %>
+<%= siteFooter(page, "products.asp") %>
 </body>
 </html>

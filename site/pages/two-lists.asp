@@ -31,7 +31,7 @@ var products = openList("Products",
     { title: "Category", field: "CLASSIFICATION", sort: "CLASSIFICATION, PRODUCTDESCRIPTION", width: 30 }
   ]);
 %><!DOCTYPE html>
-<html lang="en">
+<html lang="<%= htmlLanguage() %>">
 <head>
 <%= documentHead(page, "Manufacturers and products") %>
 </head>
@@ -45,6 +45,6 @@ var products = openList("Products",
 <% page.Add(products); %>
 </div>
 </main>
-<%= siteFooter() %>
+<%= siteFooter(page, "two-lists.asp") %>
 </body>
 </html>

@@ -1,7 +1,7 @@
 // A shop of our own for a test: a copy of the site with freshly loaded data, served on a free port.
 import { execFile, execFileSync, spawn } from "node:child_process";
 import { once } from "node:events";
-import { cpSync, mkdtempSync, rmSync } from "node:fs";
+import { copyFileSync, cpSync, existsSync, mkdtempSync, renameSync, rmSync, statSync } from "node:fs";
 import { connect, createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { dirname, join, resolve } from "node:path";
@@ -45,6 +45,18 @@ async function stop(server, folder) {
   rmSync(folder, { recursive: true, force: true });
 }
 
+// The full database is loaded once for all test files: again where the loader is newer. Files run side by side, so it is
+// made under a name of our own first.
+async function loadedDatabase() {
+  const loader = join(programs, "varnel-shop-load");
+  const database = join(programs, "browser-test-shop.db");
+  if (existsSync(database) && statSync(loader).mtimeMs < statSync(database).mtimeMs) return database;
+  const ours = `${database}.${process.pid}`;
+  await run(loader, [ours]);
+  renameSync(ours, database);
+  return database;
+}
+
 // With `empty`, the shop has no products.
 export async function openShop({ empty = false } = {}) {
   const folder = mkdtempSync(join(tmpdir(), "varnel-shop-"));
@@ -54,8 +66,11 @@ export async function openShop({ empty = false } = {}) {
   let words = "";
   try {
     cpSync(join(repository, "site"), site, { recursive: true, filter: (path) => !path.includes("shop.db") });
-    const lists = empty ? ["--pci", "/dev/null", "--usb", "/dev/null"] : [];
-    await run(join(programs, "varnel-shop-load"), [database, ...lists]);
+    if (empty) {
+      await run(join(programs, "varnel-shop-load"), [database, "--pci", "/dev/null", "--usb", "/dev/null"]);
+    } else {
+      copyFileSync(await loadedDatabase(), database);
+    }
 
     const port = await freePort();
     server = spawn(join(programs, "varnel"), ["serve", site, "--listen", `127.0.0.1:${port}`]);

@@ -63,13 +63,15 @@ Ran RunVarnel(const std::vector<std::string>& arguments) {
   return ran;
 }
 
-ServingProgram::ServingProgram(const std::filesystem::path& site) {
+ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
   ::posix_spawn_file_actions_adddup2(&actions, ends[1], 2);
-  m_pid = Start({"serve", site.string(), "--listen", "127.0.0.1:0"}, actions);
+  std::vector<std::string> arguments = {"serve", site.string(), "--listen", "127.0.0.1:0"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  m_pid = Start(arguments, actions);
   ::close(ends[1]);
   m_error = ends[0];
   const std::string mark = "http://127.0.0.1:";

@@ -22,7 +22,7 @@ Ran RunVarnel(const std::vector<std::string>& arguments);
 class ServingProgram {
  public:
   // Returns once it listens, or has ended.
-  explicit ServingProgram(const std::filesystem::path& site);
+  explicit ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options = {});
   ~ServingProgram();
   ServingProgram(const ServingProgram&) = delete;
   ServingProgram& operator=(const ServingProgram&) = delete;

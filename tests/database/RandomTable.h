@@ -110,7 +110,7 @@ class RandomTable {
     };
     switch (flavour) {
       case ColumnFlavour::Integer:
-        return plain(u"INTEGER");
+        return plain(u"INT");
       case ColumnFlavour::Real:
         return plain(u"REAL");
       case ColumnFlavour::Numeric:

@@ -62,7 +62,7 @@ TEST_F(DatabaseWriter, WritesProductsWithTheirMakersAndCategories) {
            "UNITDESCRIPTION FROM PRODUCT P JOIN MANUFACTURER M ON M.MANUFACTURERID = P.MANUFACTURERID "
            "JOIN UNIT U ON U.UNITCODE = P.UNITCODE ORDER BY 1"),
       (Texts{"1|8086:1533|Ethernet|Intel|PCI network adapters|2023-04-10 20:08:02|Piece",
-             "2|8086:1533/8086:0001|Caf\xC3\xA9 'x'|Intel|PCI network adapters|2023-04-10 20:08:02|Piece",
+             "2|8086:1533/8086:0001|Caf\xC3\xA9 'x'|Intel|PCI network adapters|2023-04-10 20:08:02|Board",
              "3|046d:c077|Mouse|Logitech|USB other devices|2000-01-01 00:00:00|Piece"}));
 }
 
@@ -74,6 +74,22 @@ TEST_F(DatabaseWriter, EveryProductStandsOnANodeOfItsBus) {
            "PBC "
            "ON PBC.CATEGORYID = N.CATEGORYID ORDER BY NODEID, SEQUENCE"),
       (Texts{"PCI|PCI network adapters|2|1", "PCI|PCI network adapters|1|2", "USB|USB other devices|3|1"}));
+}
+
+TEST_F(DatabaseWriter, WritesWhatAProductSheetShows) {
+  WriteDatabase(Small(), Path());
+  EXPECT_EQ(
+      Rows("SELECT PROPERTYNAME, PROPERTYVALUE FROM PRODUCTPROPVALUE V JOIN PROPERTY P ON P.PROPERTYID = "
+           "V.PROPERTYID WHERE PRODUCTID = 3 ORDER BY V.PROPERTYID"),
+      (Texts{"Bus|USB", "Vendor id|046d", "Device id|c077", "Class|other devices"}));
+  EXPECT_EQ(Rows("SELECT ICONFILENAME, FILENAME FROM ATTACHEDFILE A JOIN ICON I ON I.ICONID = A.ICONID WHERE "
+                 "PRODUCTID = 3"),
+            Texts{"IconDevice.svg|https://usb-ids.gowdy.us/read/UD/046d/c077"});
+  EXPECT_EQ(Rows("SELECT COUNT(*), COUNT(PRICEEXPIRYDATE) FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = 3"),
+            Texts{"6|4"});
+  EXPECT_EQ(
+      Rows("SELECT typeof(PRICE), PRICE * 100 = CAST(PRICE * 100 AS INT) FROM CATALOGPRODUCTPRICE LIMIT 1"),
+      Texts{"real|1"});
 }
 
 // Enough rows that sorting them would be dearer than walking an index.

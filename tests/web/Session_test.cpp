@@ -66,6 +66,16 @@ TEST_F(SessionTest, ReadingBeginsNoSession) {
   EXPECT_EQ(m_store->Count(), 0U);
 }
 
+TEST_F(SessionTest, TheFormTokenIsTheSessionsOwnAndNotItsCookie) {
+  const auto session = Visit();
+  const String formToken = session->FormToken();
+  const std::string cookie = TokenSetBy(*session);
+  EXPECT_EQ(formToken.size(), 32U);
+  EXPECT_NE(varnel::ToUtf8(formToken), cookie);
+  EXPECT_EQ(Visit(cookie)->FormToken(), formToken);
+  EXPECT_NE(Visit()->FormToken(), formToken);
+}
+
 TEST_F(SessionTest, FirstWriteBeginsOneAndSetsItsCookie) {
   const auto session = Visit();
   session->ContentsObject()->Put(u"Basket", Long{3});

@@ -41,7 +41,7 @@ std::unique_ptr<Enumeration> Collection::Enumerate() {
 void Collection::Add(const Variant& item, const Variant& key) {
   Entry entry{item, std::nullopt};
   if (!key.IsMissing()) {
-    entry.key = ToLower(ToText(key));
+    entry.key = ToText(key);
     if (!m_positions.emplace(*entry.key, m_entries.size()).second)
       RaiseRuntimeError(runtime_error::kKeyTaken);
   }
@@ -49,6 +49,8 @@ void Collection::Add(const Variant& item, const Variant& key) {
 }
 
 Variant Collection::Item(const Variant& indexOrKey) const { return m_entries[PositionOf(indexOrKey)].item; }
+
+const Variant& Collection::ItemOf(StringView key) const { return m_entries[PositionOfKey(key)].item; }
 
 Long Collection::Count() const { return static_cast<Long>(m_entries.size()); }
 
@@ -60,13 +62,22 @@ void Collection::Remove(const Variant& indexOrKey) {
   }
 }
 
+// FNV-1a over the folded characters.
+std::size_t Collection::HashNoCase::operator()(StringView key) const {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char16_t unit : key) hash = (hash ^ FoldCase(unit)) * 0x100000001B3U;
+  return hash;
+}
+
+std::size_t Collection::PositionOfKey(StringView key) const {
+  const auto found = m_positions.find(key);
+  if (found == m_positions.end())
+    RaiseRuntimeError(runtime_error::kInvalidArgument, u"the collection has no such key");
+  return found->second;
+}
+
 std::size_t Collection::PositionOf(const Variant& indexOrKey) const {
-  if (const String* key = indexOrKey.As<String>()) {
-    const auto found = m_positions.find(ToLower(*key));
-    if (found == m_positions.end())
-      RaiseRuntimeError(runtime_error::kInvalidArgument, u"the collection has no such key");
-    return found->second;
-  }
+  if (const String* key = indexOrKey.As<String>()) return PositionOfKey(*key);
   const Long position = ToLong(indexOrKey);
   if (position < 1 || position > Count()) RaiseRuntimeError(runtime_error::kSubscript);
   return static_cast<std::size_t>(position - 1);

@@ -20,6 +20,8 @@ class Collection : public Object {
   // The item with that key (text) or at that position (anything else). Raises 5 for a missing key, 9 for a
   // position outside.
   Variant Item(const Variant& indexOrKey) const;
+  // The item with that key; raises 5 as `Item`. It stays where it is until the collection changes.
+  const Variant& ItemOf(StringView key) const;
   Long Count() const;
   // Takes the item out. Raises as `Item`.
   void Remove(const Variant& indexOrKey);
@@ -27,13 +29,23 @@ class Collection : public Object {
  private:
   struct Entry {
     Variant item;
-    std::optional<String> key;  // folded to lower case
+    std::optional<String> key;
+  };
+  // Keys are compared as they are asked for: no folded copy of one is made.
+  struct HashNoCase {
+    using is_transparent = void;
+    std::size_t operator()(StringView key) const;
+  };
+  struct EqualNoCase {
+    using is_transparent = void;
+    bool operator()(StringView left, StringView right) const { return EqualsNoCase(left, right); }
   };
 
   std::size_t PositionOf(const Variant& indexOrKey) const;
+  std::size_t PositionOfKey(StringView key) const;
 
   std::vector<Entry> m_entries;
-  std::unordered_map<String, std::size_t> m_positions;  // of folded keys
+  std::unordered_map<String, std::size_t, HashNoCase, EqualNoCase> m_positions;
 };
 
 }  // namespace varnel

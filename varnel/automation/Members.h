@@ -70,6 +70,24 @@ struct ByValue {
   void Store(Variant&) {}
 };
 
+// What is only looked at isn't copied: the argument outlives the call.
+struct ByConstVariant {
+  const Variant* value;
+  explicit ByConstVariant(Variant& from) : value(&from) {}
+  const Variant& Pass() { return *value; }
+  void Store(Variant&) {}
+};
+
+struct ByConstText {
+  const String* given;
+  String converted;
+  explicit ByConstText(Variant& from) : given(from.As<String>()) {
+    if (given == nullptr) converted = ToText(from);
+  }
+  const String& Pass() { return given == nullptr ? converted : *given; }
+  void Store(Variant&) {}
+};
+
 template <typename T>
 struct ByReference {
   T value;
@@ -97,8 +115,20 @@ inline constexpr bool isByReference =
     std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
 
 template <typename A>
-using ArgumentOf = std::conditional_t<isByReference<A>, ByReference<std::remove_cvref_t<A>>,
-                                      ByValue<std::remove_cvref_t<A>>>;
+struct ArgumentFor {
+  using Type = std::conditional_t<isByReference<A>, ByReference<std::remove_cvref_t<A>>,
+                                  ByValue<std::remove_cvref_t<A>>>;
+};
+template <>
+struct ArgumentFor<const Variant&> {
+  using Type = ByConstVariant;
+};
+template <>
+struct ArgumentFor<const String&> {
+  using Type = ByConstText;
+};
+template <typename A>
+using ArgumentOf = typename ArgumentFor<A>::Type;
 
 // The argument at position `I` as a parameter of type `A` takes it.
 template <typename A, std::size_t I>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/page/Page.h"
 #include "varnel/page/PageUtil.h"
@@ -28,6 +29,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
     CreatableClass{u"Varnel.Upload", MakeUpload},
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
+    CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
 };
 
 }  // namespace

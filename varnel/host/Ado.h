@@ -13,11 +13,13 @@ namespace ado {
 inline constexpr Integer kTypeTimeStamp = 135;  // Field.Type of a date with time
 inline constexpr Long kUnspecified = -1;        // cursor type, lock type, options
 inline constexpr Long kOpenForwardOnly = 0;
+inline constexpr Long kOpenKeyset = 1;
 inline constexpr Long kOpenStatic = 3;
 inline constexpr Long kUseServer = 2;
 inline constexpr Long kUseClient = 3;
 inline constexpr Long kLockReadOnly = 1;
 inline constexpr Long kReadCommitted = 4096;
+inline constexpr Long kCommandText = 1;  // options: the source is a statement
 }  // namespace ado
 
 // One error of the database provider.
@@ -61,6 +63,8 @@ class IConnection {
                     Long options) = 0;
   // Runs one statement. The recordset is closed where the statement returns no rows.
   virtual std::shared_ptr<IRecordset> Execute(const String& sql, Long options) = 0;
+  // The same; `o_affected` becomes the number of rows that the statement changed, -1 for a query.
+  virtual std::shared_ptr<IRecordset> ExecuteCounting(const String& sql, Long& o_affected, Long options) = 0;
   virtual void Close() = 0;
   // The provider's errors of the last failed operation.
   virtual std::vector<ProviderError> Errors() const = 0;
@@ -80,6 +84,8 @@ class IRecordset {
   // Runs `sql` on an open connection; -1 leaves a property as it was set.
   virtual void Open(const String& sql, const std::shared_ptr<IConnection>& connection, Long cursorType,
                     Long lockType, Long options) = 0;
+  // The connection of the rows: null where the recordset is detached or was never opened.
+  virtual std::shared_ptr<IConnection> GetActiveConnection() const = 0;
   // ActiveConnection = Nothing: the rows stay, the connection is free.
   virtual void DetachConnection() = 0;
   virtual bool IsEOF() const = 0;

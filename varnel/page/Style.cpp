@@ -9,13 +9,34 @@ namespace {
 
 thread_local bool m_bEndUserStyle = false;
 
-String TextOf(host::IApplication& iApplication, const String& iKey) {
-  return ToText(iApplication.Value(iKey));
-}
+String TextOf(host::IApplication& iApplication, StringView iKey) { return ToText(iApplication.Value(iKey)); }
 
-Integer NumberOf(host::IApplication& iApplication, const String& iKey) {
-  return StyleToInteger(TextOf(iApplication, iKey));
-}
+// Reads keys that begin alike; one text serves them all.
+class StyleReader {
+ public:
+  StyleReader(host::IApplication& iApplication, StringView iPrefix)
+      : m_application(iApplication), m_key(iPrefix), m_prefixLength(iPrefix.size()) {}
+
+  String Text(StringView iName, StringView iPart = {}) {
+    m_key.resize(m_prefixLength);
+    m_key.append(iName).append(iPart);
+    return TextOf(m_application, m_key);
+  }
+  Integer Number(StringView iName) { return StyleToInteger(Text(iName)); }
+  FontInfo Font(StringView iName) {
+    FontInfo font;
+    font.Face = Text(iName);
+    font.Weight = Text(iName, u"Weight");
+    font.Size = Text(iName, u"Size");
+    font.Color = Text(iName, u"Color");
+    return font;
+  }
+
+ private:
+  host::IApplication& m_application;
+  String m_key;
+  std::size_t m_prefixLength;
+};
 
 bool IsBold(const FontInfo& iFont) { return EqualsNoCase(iFont.Weight, u"Bold"); }
 
@@ -27,22 +48,22 @@ bool IsEndUserMode() { return m_bEndUserStyle; }
 
 TableStyle LoadTableStyle(host::IApplication& iApplication) {
   const bool endUser = IsEndUserMode();
-  const String prefix = endUser ? u"EndUserTable" : u"Table";
+  StyleReader reader(iApplication, endUser ? u"EndUserTable" : u"Table");
   TableStyle style;
-  style.BorderWidth = NumberOf(iApplication, prefix + u"BorderWidth");
+  style.BorderWidth = reader.Number(u"BorderWidth");
   // The background goes through the conversion for numbers, which is why a colour is kept as "0".
-  if (!endUser) style.BgColor = DecimalText(NumberOf(iApplication, prefix + u"BgColor"));
-  style.CellPadding = NumberOf(iApplication, prefix + u"CellPadding");
-  style.CellSpacing = NumberOf(iApplication, prefix + u"CellSpacing");
-  style.TitleFont = LoadFont(iApplication, prefix + u"TitleFont");
-  style.TitleBgColor = TextOf(iApplication, prefix + u"TitleBgColor");
-  style.TitleBorderWidth = NumberOf(iApplication, prefix + u"TitleBorderWidth");
-  style.HeadingFont = LoadFont(iApplication, prefix + u"HeadingFont");
-  style.HeadingBgColor = TextOf(iApplication, prefix + u"HeadingBgColor");
-  style.RowFont = LoadFont(iApplication, prefix + u"RowFont");
-  style.RowBgColor = TextOf(iApplication, prefix + u"RowBgColor");
-  style.RowBgColor2 = TextOf(iApplication, prefix + u"RowBgColor2");
-  style.RowBorderColor = TextOf(iApplication, prefix + u"RowBorderColor");
+  if (!endUser) style.BgColor = DecimalText(reader.Number(u"BgColor"));
+  style.CellPadding = reader.Number(u"CellPadding");
+  style.CellSpacing = reader.Number(u"CellSpacing");
+  style.TitleFont = reader.Font(u"TitleFont");
+  style.TitleBgColor = reader.Text(u"TitleBgColor");
+  style.TitleBorderWidth = reader.Number(u"TitleBorderWidth");
+  style.HeadingFont = reader.Font(u"HeadingFont");
+  style.HeadingBgColor = reader.Text(u"HeadingBgColor");
+  style.RowFont = reader.Font(u"RowFont");
+  style.RowBgColor = reader.Text(u"RowBgColor");
+  style.RowBgColor2 = reader.Text(u"RowBgColor2");
+  style.RowBorderColor = reader.Text(u"RowBorderColor");
   return style;
 }
 
@@ -74,12 +95,7 @@ GridStyle LoadGridStyle(host::IApplication& iApplication) {
 }
 
 FontInfo LoadFont(host::IApplication& iApplication, const String& iKey) {
-  FontInfo font;
-  font.Face = TextOf(iApplication, iKey);
-  font.Weight = TextOf(iApplication, iKey + u"Weight");
-  font.Size = TextOf(iApplication, iKey + u"Size");
-  font.Color = TextOf(iApplication, iKey + u"Color");
-  return font;
+  return StyleReader(iApplication, iKey).Font({});
 }
 
 Integer StyleToInteger(const String& iValue) {
@@ -91,26 +107,42 @@ Integer StyleToInteger(const String& iValue) {
   }
 }
 
+void AppendStyleAttr(String& ioText, StringView iName, StringView iValue) {
+  if (iValue.empty()) return;
+  ioText += u' ';
+  ioText += iName;
+  ioText += u"=\"";
+  ioText += iValue;
+  ioText += u'"';
+}
+
 String StyleAttr(StringView iName, const String& iValue) {
-  if (iValue.empty()) return {};
-  return u" " + String(iName) + u"=\"" + iValue + u"\"";
+  String text;
+  AppendStyleAttr(text, iName, iValue);
+  return text;
 }
 
 String StyleIntAttr(StringView iName, Integer iValue) {
   return iValue == -1 ? String() : StyleAttr(iName, DecimalText(iValue));
 }
 
+void AppendFontOpenTag(String& ioText, const FontInfo& iFont) {
+  if (iFont.Face.empty()) return;
+  ioText += u"<font";
+  AppendStyleAttr(ioText, u"face", iFont.Face);
+  AppendStyleAttr(ioText, u"size", iFont.Size);
+  AppendStyleAttr(ioText, u"color", iFont.Color);
+  ioText += u'>';
+  if (IsBold(iFont)) ioText += u"<b>";
+}
+
 String FontOpenTag(const FontInfo& iFont) {
-  if (iFont.Face.empty()) return {};
-  String tag = u"<font face=\"" + iFont.Face + u"\"";
-  if (!iFont.Size.empty()) tag += u" size=\"" + iFont.Size + u"\"";
-  if (!iFont.Color.empty()) tag += u" color=\"" + iFont.Color + u"\"";
-  tag += u">";
-  if (IsBold(iFont)) tag += u"<b>";
+  String tag;
+  AppendFontOpenTag(tag, iFont);
   return tag;
 }
 
-String FontCloseTag(const FontInfo& iFont) {
+StringView FontCloseTag(const FontInfo& iFont) {
   if (iFont.Face.empty()) return {};
   return IsBold(iFont) ? u"</b></font>" : u"</font>";
 }

@@ -9,17 +9,17 @@ namespace varnel {
 namespace {
 
 // The last dotted piece; brackets go only if they stand around the whole. The empty text has no piece.
-String LookupKey(String name) {
+StringView LookupKey(StringView name) {
   if (name.starts_with(u'[') && name.ends_with(u']')) name = name.substr(1, name.size() - 2);
-  const std::vector<String> pieces = Split(name, u".");
-  if (pieces.empty()) RaiseRuntimeError(runtime_error::kSubscript);
-  return pieces.back();
+  if (name.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  return name.substr(name.rfind(u'.') + 1);
 }
 
 // Positions count from 0 here and from 1 in the collection.
-Variant CollectionKey(const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>()) return LookupKey(*name);
-  return ToDouble(indexOrKey) + 1;
+std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
+  if (const String* name = indexOrKey.As<String>())
+    return CastObject<DField>(fields.ItemOf(LookupKey(*name)));
+  return CastObject<DField>(fields.Item(ToDouble(indexOrKey) + 1));
 }
 
 String UnderlyingText(const ErrInfo& error) {
@@ -48,7 +48,8 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    return CastObject<DField>(Required(m_Fields).Item(CollectionKey(ToPlain(iIndexOrKey))));
+    const Collection& fields = Required(m_Fields);
+    return iIndexOrKey.IsText() ? FieldOf(fields, iIndexOrKey) : FieldOf(fields, ToPlain(iIndexOrKey));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

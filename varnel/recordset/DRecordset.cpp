@@ -108,7 +108,7 @@ void DRecordset::Initialize(const std::shared_ptr<Page>& iPage, Integer iRecords
   m_bPageState = false;
   m_bDoubleTop = false;
   m_oFields = nullptr;
-  m_cFields = nullptr;
+  m_vFields.clear();
   m_vRows = host::RowBlock();
   m_iLastRow = -1;
   m_iCurrentRow = 0;
@@ -174,10 +174,9 @@ void DRecordset::MoveNext() {
 void DRecordset::MoveFirst() { m_iCurrentRow = 0; }
 
 void DRecordset::LoadRow(Integer iRow) {
-  const Long count = Required(m_cFields).Count();
-  for (Long k = 0; k < count; ++k) {
-    CastObject<DField>(m_cFields->Item(Long{k + 1}))->Value = BufferedValue(k, iRow);
-  }
+  if (m_oFields == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
+  Long k = 0;
+  for (const std::shared_ptr<DField>& field : m_vFields) field->Value = BufferedValue(k++, iRow);
 }
 
 const Variant& DRecordset::BufferedValue(Long iColumn, Long iRow) const {
@@ -194,10 +193,10 @@ void DRecordset::GetDataAsRecordSet(Variant& oRecordset) {
     return;
   }
   Object& target = Driven(ToObject(oRecordset));
-  const Long count = Required(m_cFields).Count();
-  for (Long k = 0; k < count; ++k) {
-    const String& name = CastObject<DField>(m_cFields->Item(Long{k + 1}))->Name;
-    Driven(ToObject(target.Get(u"Fields"))).CallWith(u"Append", name, kAdBSTR);
+  if (m_oFields == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
+  const auto count = static_cast<Long>(m_vFields.size());
+  for (const std::shared_ptr<DField>& field : m_vFields) {
+    Driven(ToObject(target.Get(u"Fields"))).CallWith(u"Append", field->Name, kAdBSTR);
   }
   target.CallWith(u"Open");
   for (Long row = 0; row <= m_iLastRow; ++row) {

@@ -163,7 +163,7 @@ class DRecordset : public Object, public IDRecordset {
   bool m_bPageState = false;  // SetPageState has run
   bool m_bDoubleTop = false;  // this read used the nested form
   std::shared_ptr<DFields> m_oFields;
-  std::shared_ptr<Collection> m_cFields;
+  std::vector<std::shared_ptr<DField>> m_vFields;  // the same, in column order
   host::RowBlock m_vRows;
   Integer m_iLastRow = 0;
   Integer m_iCurrentRow = 0;

@@ -112,17 +112,19 @@ void DRecordset::TakeRows(host::IRecordset& ioRecordset) {
 }
 
 void DRecordset::MakeFields(const host::IRecordset& iRecordset) {
-  m_cFields = std::make_shared<Collection>();
+  auto collection = std::make_shared<Collection>();
+  m_vFields.clear();
   const Long count = iRecordset.FieldCount();
   for (Long position = 0; position < count; ++position) {
     const auto field = std::make_shared<DField>();
     field->Name = iRecordset.FieldName(position);
     field->Hidden_Data_Index_ = WrapInteger(position);
     field->Type_ = iRecordset.FieldType(position);
-    AddFieldToCollection(*m_cFields, field, field->Name);
+    AddFieldToCollection(*collection, field, field->Name);
+    m_vFields.push_back(field);
   }
   m_oFields = std::make_shared<DFields>();
-  m_oFields->Initialize(m_cFields);
+  m_oFields->Initialize(collection);
 }
 
 // A last page counts back from the total; any other raises a total that is too low.

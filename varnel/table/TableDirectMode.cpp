@@ -13,7 +13,10 @@ void Table::Deprecated_TableCellBegin() {
 
 // The cursor has moved on: the tag closes by the look of the position behind the cell.
 void Table::Deprecated_TableCellEnd() {
-  WriteDirect(u"Cell End", BuildCellClose(m_aCells.At(m_iCurRow - 1, m_iCurCol - 1)));
+  const TableCell& cell = m_aCells.At(m_iCurRow - 1, m_iCurCol - 1);
+  String close;
+  if (!cell.IsHidden()) AppendCellClose(close, cell);
+  WriteDirect(u"Cell End", close);
 }
 
 void Table::EnterDirectMode() {
@@ -41,12 +44,14 @@ void Table::WriteDirect(StringView iName, const String& iText) {
 void Table::WriteCellDirect(CellPosition iPosition) {
   if (iPosition.col == 0) WriteDirect(u"Row Begin", u"<tr>");
   const TableCell& cell = m_aCells.At(iPosition.row, iPosition.col);
-  const String text = BuildCell(iPosition.row, iPosition.col, cell, m_aColumns.At(iPosition.col));
-  if (text.empty()) return;
+  if (cell.IsHidden()) return;
+  String text;
+  AppendCell(text, iPosition.row, iPosition.col);
   if ((cell.Flags & CellDirectBegin) != 0) {
     WriteDirect(u"Cell Begin", text);
   } else {
-    WriteDirect(u"Cell", text + BuildCellClose(cell));
+    AppendCellClose(text, cell);
+    WriteDirect(u"Cell", text);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include "host-linux/command/CheckCommand.h"
 #include "host-linux/command/NewCommand.h"
 #include "host-linux/command/RunCommand.h"
 #include "host-linux/command/ServeCommand.h"
@@ -12,6 +13,7 @@ int main(int argc, char** argv) {
   hostlinux::AddServeCommand(app, status);
   hostlinux::AddRunCommand(app, status);
   hostlinux::AddNewCommand(app, status);
+  hostlinux::AddCheckCommand(app, status);
   hostlinux::AddStateCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;

@@ -6,6 +6,7 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,37 +61,70 @@ struct ResultColumn {
   varnel::Long size = 0;  // declared length of a text, 0 for none
 };
 
+// Shared by all results of a statement.
+using ResultColumns = std::shared_ptr<const std::vector<ResultColumn>>;
+
+struct RowCount {
+  varnel::Long rows = 0;
+  varnel::String sent;  // the counting text as the engine got it, where it was asked for
+};
+
+// A query that has more rows to give. It runs until its last row is read or the reader goes. Everything
+// raises ProviderFailure.
+class IRowReader {
+ public:
+  virtual ~IRowReader() = default;
+  virtual bool HasMore() const = 0;
+  // The next batch: one row at least. Only while there are more; a failure is raised where its row would be,
+  // and again each time.
+  virtual RowStore Read() = 0;
+  // The number of all rows, with those that were read before, without reading them; none where the engine
+  // can't tell it so.
+  virtual std::optional<RowCount> Count() = 0;
+};
+
 struct StatementResult {
-  std::vector<ResultColumn> columns;  // none for a statement that returns no rows
-  RowStore rows;
-  varnel::Long affected = -1;  // rows that it changed; -1 for a query
-  varnel::String sent;         // the text as the engine got it
+  ResultColumns columns;             // null for a statement that returns no rows
+  RowStore rows;                     // all of them, or the first batch
+  std::unique_ptr<IRowReader> rest;  // the others; null where there are none
+  varnel::Long affected = -1;        // rows that it changed; -1 for a query
+  varnel::String sent;               // the text as the engine got it, where it was asked for
 };
 
 struct StatementLimits {
   varnel::Long maxRecords = 0;           // 0: all of them
-  std::chrono::milliseconds timeout{0};  // 0: none
+  std::size_t batchRows = 0;             // of a query, read at once; 0: all of them
+  std::chrono::milliseconds timeout{0};  // of each call: the run, a batch, a count; 0: none
+  bool wantsSent = false;                // tell the text that the engine got
+};
+
+struct OpenOptions {
+  std::filesystem::path folder;          // where relative file names begin
+  bool readOnly = false;                 // may also come from the connection string
+  std::chrono::milliseconds timeout{0};  // for opening; 0: none
 };
 
 // One connection to an engine. Used by one thread at a time. Everything raises ProviderFailure.
 class ISession {
  public:
   virtual ~ISession() = default;
-  // Runs one statement, handed over in the library's SQL, and reads its rows.
+  // Runs one statement, handed over in the library's SQL, and reads its rows, or the first batch. Its result
+  // may outlive the session: what a query has still to give is read into memory before the session does
+  // anything but reading, is recycled or goes.
   virtual StatementResult Run(const varnel::String& sql, const StatementLimits& limits) = 0;
   virtual void Begin() = 0;
   virtual void Commit() = 0;
   virtual void Rollback() = 0;
   // Undoes what a user of the session may have left: true if another one may have it then.
   virtual bool Recycle() = 0;
+  // True if what it was opened on is still there, and the same: asked before it gets its next user.
+  virtual bool IsCurrent() = 0;
 };
 
 class IProvider {
  public:
   virtual ~IProvider() = default;
-  // `folder` is where relative file names begin. `readOnly` may also come from the connection string.
-  virtual std::unique_ptr<ISession> Open(const ConnectionString& connection,
-                                         const std::filesystem::path& folder, bool readOnly) = 0;
+  virtual std::unique_ptr<ISession> Open(const ConnectionString& connection, const OpenOptions& options) = 0;
 };
 
 }  // namespace hostlinux

@@ -6,6 +6,11 @@ namespace hostlinux {
 
 using varnel::Variant;
 
+void RowStore::Reserve(std::size_t rows, std::size_t bytes) {
+  m_cells.reserve(rows * m_columns);
+  m_bytes.reserve(bytes);
+}
+
 void RowStore::AddDouble(double value) { Add(Kind::Double, std::bit_cast<std::uint64_t>(value), 0); }
 void RowStore::AddDate(varnel::Date value) { Add(Kind::Date, std::bit_cast<std::uint64_t>(value.days), 0); }
 
@@ -16,6 +21,15 @@ void RowStore::Add(Kind kind, std::uint64_t value, std::size_t length) {
 void RowStore::AddBytes(Kind kind, std::string_view bytes) {
   Add(kind, m_bytes.size(), bytes.size());
   m_bytes += bytes;
+}
+
+void RowStore::Append(const RowStore& more) {
+  const std::size_t shift = m_bytes.size();
+  for (Cell cell : more.m_cells) {
+    if (cell.kind == Kind::Text || cell.kind == Kind::Blob) cell.value += shift;
+    m_cells.push_back(cell);
+  }
+  m_bytes += more.m_bytes;
 }
 
 Variant RowStore::Value(std::size_t column, std::size_t row) const {

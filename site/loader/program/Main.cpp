@@ -1,5 +1,7 @@
 // varnel-shop-load: the lists of PCI and USB devices to the shop's database.
 
+#include <charconv>
+#include <cstddef>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -20,7 +23,8 @@
 
 namespace {
 
-constexpr char kUsage[] = "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE]\n";
+constexpr char kUsage[] =
+    "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n";
 
 struct Options {
   std::filesystem::path database;
@@ -28,7 +32,19 @@ struct Options {
   std::filesystem::path usb = "/usr/share/misc/usb.ids";
   // Empty: the table that is compiled in.
   std::filesystem::path keywords;
+  // How many products there shall be at least; 0 for those of the lists alone.
+  std::size_t products = 0;
 };
+
+// Ten million products are some gigabytes; beyond that a slip of the hand is likelier than a wish.
+constexpr std::size_t kMostProducts = 10'000'000;
+
+std::optional<std::size_t> ReadCount(std::string_view text) {
+  std::size_t count = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+  if (error != std::errc() || end != text.data() + text.size() || count > kMostProducts) return std::nullopt;
+  return count;
+}
 
 std::filesystem::path* PathOption(Options& options, std::string_view name) {
   if (name == "--pci") return &options.pci;
@@ -43,6 +59,11 @@ std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {
     if (std::filesystem::path* option = PathOption(options, arguments[i])) {
       if (++i == arguments.size()) return std::nullopt;
       *option = arguments[i];
+    } else if (arguments[i] == "--products") {
+      if (++i == arguments.size()) return std::nullopt;
+      const std::optional<std::size_t> count = ReadCount(arguments[i]);
+      if (!count) return std::nullopt;
+      options.products = *count;
     } else if (options.database.empty() && !arguments[i].starts_with("-")) {
       options.database = arguments[i];
     } else {
@@ -64,7 +85,7 @@ void Load(const Options& options) {
       shop::Keywords::Parse(options.keywords.empty() ? shop::kKeywordsTsv : ReadFile(options.keywords));
   const shop::Catalogue catalogue = shop::BuildCatalogue(
       {{"PCI", shop::ParseIds(ReadFile(options.pci))}, {"USB", shop::ParseIds(ReadFile(options.usb))}},
-      keywords);
+      keywords, options.products);
   shop::WriteDatabase(catalogue, options.database);
   std::cout << options.database.string() << ": " << catalogue.products.size() << " products of "
             << catalogue.manufacturers.size() << " manufacturers in " << catalogue.categories.size()

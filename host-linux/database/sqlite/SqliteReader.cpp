@@ -1,0 +1,59 @@
+#include "host-linux/database/sqlite/SqliteReader.h"
+
+#include <utility>
+
+#include "host-linux/database/sqlite/SqliteSession.h"
+
+namespace hostlinux {
+
+SqliteReader::SqliteReader(SqliteSession& session, std::shared_ptr<SqliteStatement> statement,
+                           std::vector<BoundValue> values, const StatementLimits& limits)
+    : m_session(&session),
+      m_statement(std::move(statement)),
+      m_values(std::move(values)),
+      m_limits(limits),
+      m_ahead(m_statement->Columns()) {
+  session.AddReader(*this);
+}
+
+SqliteReader::~SqliteReader() {
+  if (m_session != nullptr) LetGo();
+}
+
+bool SqliteReader::HasMore() const {
+  return m_session != nullptr || m_ahead.Rows() > 0 || m_failure != nullptr;
+}
+
+RowStore SqliteReader::Read() {
+  if (m_session != nullptr) ReadOn(m_ahead);
+  if (m_ahead.Rows() == 0) std::rethrow_exception(m_failure);
+  return std::exchange(m_ahead, RowStore(m_ahead.Columns()));
+}
+
+// The rows before a failure are the script's; it meets the failure where the next row would be.
+void SqliteReader::ReadOn(RowStore& rows) {
+  try {
+    m_session->ReadOn(*m_statement, rows, m_limits);
+  } catch (...) {
+    m_failure = std::current_exception();
+  }
+  if (!m_statement->IsRunning()) LetGo();
+}
+
+std::optional<RowCount> SqliteReader::Count() {
+  if (m_session == nullptr) return std::nullopt;
+  return m_session->CountRows(*m_statement, m_values, m_limits);
+}
+
+void SqliteReader::ReadAhead() noexcept {
+  while (m_session != nullptr) ReadOn(m_ahead);
+}
+
+void SqliteReader::LetGo() {
+  m_statement->End();
+  m_statement = nullptr;
+  m_session->RemoveReader(*this);
+  m_session = nullptr;
+}
+
+}  // namespace hostlinux
