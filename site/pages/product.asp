@@ -40,7 +40,7 @@ function facts() {
     [page.I18N("ShopManufacturer"), encode(product.MANUFACTURERNAME)],
     [page.I18N("ShopSupplier"), supplierLink()],
     [page.I18N("ShopUnit"), encode(product.UNITDESCRIPTION)],
-    [page.I18N("ShopSince"), dateText(product.PRODUCTEFFECTIVITYDATE)],
+    [page.I18N("ShopSince"), encode(formatDay(product.PRODUCTEFFECTIVITYDATE))],
     [page.I18N("ShopRemark"), encode(product.PRODUCTREMARK)]
   ].filter((fact) => fact[1] !== "");
 }
