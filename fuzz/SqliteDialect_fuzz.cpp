@@ -20,6 +20,7 @@ class AnyFacts : public hostlinux::IColumnFacts {
     if (select.size() % 3 == 0) return std::nullopt;
     return std::vector<ColumnFact>{{u"a", kTypes[select.size() % 7]}};
   }
+  bool HasPartialIndex() override { return false; }
 };
 
 }  // namespace

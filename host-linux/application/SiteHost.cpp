@@ -50,6 +50,7 @@ std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site)
 std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
   SessionStore::Options options;
   options.maxSessions = site.server.maxSessions;
+  options.maxBytes = site.server.maxSession;
   options.timeout = site.server.sessionTimeout;
   options.mayKeep = MayOutliveRequest;
   auto sessions = std::make_shared<SessionStore>(options);
@@ -221,8 +222,12 @@ std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const P
 
 PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
   WriteLog(LogLevel::Error, Describe(failure));
-  const bool development = m_site.mode == SiteConfiguration::Mode::Development;
-  return {ErrorResponse(500, requestId, development ? Describe(failure) : std::string()), std::move(failure)};
+  if (m_site.mode == SiteConfiguration::Mode::Production) {
+    return {ErrorResponse(500, requestId), std::move(failure)};
+  }
+  const std::string source = failure.line > 0 ? m_pages.Read(failure.file).value_or("") : "";
+  return {ErrorResponse(500, requestId, Describe(failure), SourceExcerpt(source, failure.line)),
+          std::move(failure)};
 }
 
 Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {
@@ -281,7 +286,10 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
   if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
-  return FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  // A session that the page began lives on, so its visitor must learn of it.
+  if (const auto& session = context->Objects().session) session->CompleteHead(failed.response);
+  return failed;
 }
 
 }  // namespace hostlinux

@@ -1,9 +1,9 @@
 #include "host-linux/command/ServeCommand.h"
 
-#include <unistd.h>
+#include <sys/resource.h>
 
 #include <CLI/CLI.hpp>
-#include <csignal>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -30,16 +30,36 @@ unsigned ThreadsOf(const SiteConfiguration& site) {
   return std::max(2U, std::thread::hardware_concurrency());
 }
 
+// Lets the process have a descriptor for each connection, and one for what it may read from, or as many
+// connections as the system grants.
+std::size_t ConnectionsFor(std::size_t wanted) {
+  constexpr rlim_t Others = 512;  // databases, files, the log
+  rlimit files{};
+  if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return wanted;
+  const rlim_t needed = std::min<rlim_t>(files.rlim_max, wanted * 2 + Others);
+  if (files.rlim_cur < needed) {
+    files.rlim_cur = needed;
+    ::setrlimit(RLIMIT_NOFILE, &files);
+  }
+  const rlim_t granted = files.rlim_cur > Others * 2 ? files.rlim_cur - Others : files.rlim_cur / 2;
+  return std::min<std::size_t>(wanted, granted);
+}
+
 ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
   ServerOptions options;
   options.threads = ThreadsOf(site);
   options.maxQueue = site.server.maxWaiting;
   options.maxHead = static_cast<std::uint32_t>(site.server.maxHeader);
+  options.maxTarget = site.server.maxUrl;
   options.maxBody = site.server.maxBody;
+  options.maxBodies = site.server.maxBodies;
+  options.maxConnections = ConnectionsFor(site.server.maxConnections);
   options.idleTimeout = site.server.idleTimeout;
   options.headTimeout = site.server.headerTimeout;
   options.bodyTimeout = site.server.bodyTimeout;
   options.writeTimeout = site.server.writeTimeout;
+  for (const auto& [name, value] : site.headers) options.headers.push_back({name, value});
+  options.trustedProxies = site.server.trustedProxies;
   return options;
 }
 
@@ -60,10 +80,10 @@ ServerHandlers HandlersOf(SiteHost& host) {
   return handlers;
 }
 
-// A page that can't be stopped takes its process with it; the parent starts another one.
+// A page that can't be stopped takes its process with it, once another one serves.
 void ReplaceProcess(const std::string& page) {
-  WriteLog(LogLevel::Error, page + " can't be stopped: this worker takes no more connections and ends");
-  ::kill(::getpid(), SIGTERM);
+  WriteLog(LogLevel::Error, page + " can't be stopped: another worker takes this one's place");
+  AskForReplacement();
 }
 
 int Serve(const ServeOptions& serve, int listenFd, const std::function<void()>& ready) {
@@ -78,8 +98,9 @@ int Serve(const ServeOptions& serve, int listenFd, const std::function<void()>& 
     ready();
     WriteLog(LogLevel::Info,
              "Serving " + site.root + "/ with " + std::to_string(ThreadsOf(site)) + " script threads");
-    WaitForStop();
-    if (!server.Drain(site.server.drainTimeout)) {
+    const bool last = WaitForStop() == Stop::End;
+    const auto backlog = last ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers;
+    if (!server.Drain(site.server.drainTimeout, backlog)) {
       WriteLog(LogLevel::Warning, "Some requests were cut: they didn't end in time");
       StopLog();
       std::_Exit(1);  // a page that never ends would be waited for without end
@@ -102,7 +123,7 @@ int Worker(const ServeOptions& serve, int listenFd, const std::function<void()>&
 int RunServe(const ServeOptions& serve) {
   try {
     const SiteConfiguration site = LoadSiteConfiguration(serve.site);
-    const UniqueFd listener = ListenAt(serve.listen.empty() ? site.server.listen : serve.listen);
+    UniqueFd listener = ListenAt(serve.listen.empty() ? site.server.listen : serve.listen);
     const std::string host = serve.listen.empty() ? site.server.listen : serve.listen;
     const std::string address =
         host.substr(0, host.rfind(':')) + ":" + std::to_string(PortOf(listener.Get()));
@@ -111,9 +132,10 @@ int RunServe(const ServeOptions& serve) {
     SupervisorOptions options;
     options.drainLimit = site.server.drainTimeout + std::chrono::seconds(5);
     options.log = [](const std::string& text) { std::fprintf(stderr, "varnel: %s\n", text.c_str()); };
-    return Supervise(options, listener.Get(), [&serve](int listenFd, const std::function<void()>& ready) {
-      return Worker(serve, listenFd, ready);
-    });
+    return Supervise(options, std::move(listener),
+                     [&serve](int listenFd, const std::function<void()>& ready) {
+                       return Worker(serve, listenFd, ready);
+                     });
   } catch (const std::exception& error) {
     std::fprintf(stderr, "varnel: %s\n", error.what());
     return 1;

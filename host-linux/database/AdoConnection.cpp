@@ -68,7 +68,7 @@ void AdoConnection::SetConnectionText(const String& text) {
 void AdoConnection::Open(const String& connectionString, const String&, const String&, Long) {
   if (IsOpen()) RaiseAdo(AdoFailure::IsOpen, u"Connection");
   const String& text = connectionString.empty() ? m_connectionString : connectionString;
-  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead); });
+  m_lease = Guarded([&] { return m_database->Lease(text, m_mode == kModeRead, m_connectionTimeout); });
   m_connectionString = text;
 }
 

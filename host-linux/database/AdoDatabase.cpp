@@ -13,6 +13,7 @@ using varnel::String;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMaxWaiting = 8;  // sessions of one thread
+constexpr std::size_t kMaxInUse = 100;  // by one thread, and so by one request
 constexpr std::size_t kMaxWarned = 1000;
 
 std::unique_ptr<IProvider> MakeProvider(const ConnectionString& connection) {
@@ -56,11 +57,13 @@ String WithoutLiterals(const String& sql) {
 
 }  // namespace
 
-SessionLease::SessionLease(std::weak_ptr<AdoDatabase> database, String key, std::unique_ptr<ISession> session)
-    : m_database(std::move(database)), m_key(std::move(key)), m_session(std::move(session)) {}
+SessionLease::SessionLease(std::weak_ptr<AdoDatabase> database, String key, std::unique_ptr<ISession> session,
+                           std::thread::id taker)
+    : m_database(std::move(database)), m_key(std::move(key)), m_session(std::move(session)), m_taker(taker) {}
 
 SessionLease::~SessionLease() {
   if (const std::shared_ptr<AdoDatabase> database = m_database.lock()) {
+    database->CountGivenBack(m_taker);
     database->GiveBack(m_key, std::move(m_session));
   }
 }
@@ -69,20 +72,46 @@ std::shared_ptr<AdoDatabase> AdoDatabase::Make(AdoOptions options) {
   return std::shared_ptr<AdoDatabase>(new AdoDatabase(std::move(options)));
 }
 
-std::shared_ptr<SessionLease> AdoDatabase::Lease(const String& connectionString, bool readOnly) {
-  const String key = connectionString + (readOnly ? u"\nread" : u"");
-  std::unique_ptr<ISession> session = TakeWaiting(key);
-  if (session == nullptr) session = OpenSession(connectionString, readOnly);
-  return std::make_shared<SessionLease>(weak_from_this(), key, std::move(session));
+std::shared_ptr<SessionLease> AdoDatabase::Lease(const String& connectionString, bool readOnly,
+                                                 varnel::Long timeoutSeconds) {
+  CountTaken();
+  try {
+    const String key = connectionString + (readOnly ? u"\nread" : u"");
+    std::unique_ptr<ISession> session = TakeWaiting(key);
+    if (session == nullptr) session = OpenSession(connectionString, readOnly, timeoutSeconds);
+    return std::make_shared<SessionLease>(weak_from_this(), key, std::move(session),
+                                          std::this_thread::get_id());
+  } catch (...) {
+    CountGivenBack(std::this_thread::get_id());
+    throw;
+  }
 }
 
-std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionString, bool readOnly) const {
+// A page that opens connections in a loop ends itself, not the process's files.
+void AdoDatabase::CountTaken() {
+  const std::lock_guard lock(m_mutex);
+  std::size_t& inUse = m_threads[std::this_thread::get_id()].inUse;
+  if (inUse >= kMaxInUse) {
+    throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
+                           u"Too many connections are open at once in one request.", 0, u"08004"});
+  }
+  ++inUse;
+}
+
+void AdoDatabase::CountGivenBack(std::thread::id taker) {
+  const std::lock_guard lock(m_mutex);
+  --m_threads[taker].inUse;
+}
+
+std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionString, bool readOnly,
+                                                   varnel::Long timeoutSeconds) const {
   const ConnectionString connection(connectionString);
   if (connection.IsEmpty()) {
     throw ProviderFailure(
         {provider_error::kFail, u"Varnel.Database", u"The connection string is empty.", 0, u"08001"});
   }
-  return MakeProvider(connection)->Open(connection, m_options.folder, readOnly);
+  return MakeProvider(connection)
+      ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds)});
 }
 
 // A session whose file was replaced while it waited is dropped, and the next one looked at.
@@ -91,14 +120,14 @@ std::unique_ptr<ISession> AdoDatabase::TakeWaiting(const String& key) {
     std::unique_ptr<ISession> session;
     {
       const std::lock_guard lock(m_mutex);
-      std::list<Waiting>& waiting = m_waiting[std::this_thread::get_id()];
+      std::list<Waiting>& waiting = m_threads[std::this_thread::get_id()].waiting;
       const auto found = std::find_if(waiting.begin(), waiting.end(),
                                       [&](const Waiting& entry) { return entry.key == key; });
       if (found == waiting.end()) return nullptr;
       session = std::move(found->session);
       waiting.erase(found);
     }
-    if (session->Recycle()) return session;
+    if (session->IsCurrent()) return session;
   }
 }
 
@@ -106,7 +135,7 @@ void AdoDatabase::GiveBack(const String& key, std::unique_ptr<ISession> session)
   if (!session->Recycle()) return;
   std::unique_ptr<ISession> oldest;  // closed outside the lock
   const std::lock_guard lock(m_mutex);
-  std::list<Waiting>& waiting = m_waiting[std::this_thread::get_id()];
+  std::list<Waiting>& waiting = m_threads[std::this_thread::get_id()].waiting;
   waiting.push_front(Waiting{key, std::move(session)});
   if (waiting.size() <= kMaxWaiting) return;
   oldest = std::move(waiting.back().session);
@@ -116,21 +145,23 @@ void AdoDatabase::GiveBack(const String& key, std::unique_ptr<ISession> session)
 std::size_t AdoDatabase::WaitingSessions() const {
   const std::lock_guard lock(m_mutex);
   std::size_t count = 0;
-  for (const auto& [thread, waiting] : m_waiting) count += waiting.size();
+  for (const auto& [thread, sessions] : m_threads) count += sessions.waiting.size();
   return count;
 }
 
 StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
                                  varnel::Long timeoutSeconds) {
   WarnOfLineBreaks(sql);
+  StatementLimits limits{maxRecords, Timeout(timeoutSeconds)};
+  if (!m_options.onStatement) return session.Run(sql, limits);
+  limits.wantsSent = true;
   const Clock::time_point start = Clock::now();
   const auto report = [&](const StatementResult& result) {
-    if (!m_options.onStatement) return;
     const auto time = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
     m_options.onStatement(SqlTraceEntry{sql, result.sent, result.rows.Rows(), time});
   };
   try {
-    StatementResult result = session.Run(sql, StatementLimits{maxRecords, Timeout(timeoutSeconds)});
+    StatementResult result = session.Run(sql, limits);
     report(result);
     return result;
   } catch (const ProviderFailure&) {

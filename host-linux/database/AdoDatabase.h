@@ -37,7 +37,8 @@ class AdoDatabase;
 // A session in use. Its last owner gives it back.
 class SessionLease {
  public:
-  SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session);
+  SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session,
+               std::thread::id taker);
   SessionLease(const SessionLease&) = delete;
   SessionLease& operator=(const SessionLease&) = delete;
   ~SessionLease();
@@ -48,16 +49,20 @@ class SessionLease {
   std::weak_ptr<AdoDatabase> m_database;
   varnel::String m_key;
   std::unique_ptr<ISession> m_session;
+  std::thread::id m_taker;
 };
 
 // Made once by the wiring and shared; safe on any thread. A session goes back to the thread that gives it
-// back, so that a thread finds its own again.
+// back, so that a thread finds its own again. A thread may have 100 sessions in use at once, and 8 wait for
+// its next request.
 class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
  public:
   static std::shared_ptr<AdoDatabase> Make(AdoOptions options);
 
-  // A session for the connection string, waiting or new. Raises ProviderFailure.
-  std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly);
+  // A session for the connection string, waiting or new; opening one takes `timeoutSeconds` at most (0: only
+  // the cap). Raises ProviderFailure, also where too many are in use.
+  std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly,
+                                      varnel::Long timeoutSeconds);
 
   // Runs a text within the limits (`timeoutSeconds` 0: only the cap) and reports it to the hooks.
   StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
@@ -72,17 +77,24 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
     varnel::String key;
     std::unique_ptr<ISession> session;
   };
+  struct ThreadSessions {
+    std::list<Waiting> waiting;  // the last used one first
+    std::size_t inUse = 0;
+  };
 
   explicit AdoDatabase(AdoOptions options) : m_options(std::move(options)) {}
+  void CountTaken();
+  void CountGivenBack(std::thread::id taker);
   void GiveBack(const varnel::String& key, std::unique_ptr<ISession> session);
   std::unique_ptr<ISession> TakeWaiting(const varnel::String& key);
-  std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly) const;
+  std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly,
+                                        varnel::Long timeoutSeconds) const;
   std::chrono::milliseconds Timeout(varnel::Long seconds) const;
   void WarnOfLineBreaks(const varnel::String& sql);
 
   const AdoOptions m_options;
   mutable std::mutex m_mutex;  // guards the two below
-  std::map<std::thread::id, std::list<Waiting>> m_waiting;
+  std::map<std::thread::id, ThreadSessions> m_threads;
   std::unordered_set<varnel::String> m_warned;
 };
 

@@ -67,7 +67,12 @@ const ClassInfo& AdoRecordset::Class() const {
 
 void AdoRecordset::Replace(Rowset rowset) {
   m_rowset = std::make_shared<Rowset>(std::move(rowset));
-  m_fields = std::make_shared<AdoFields>(m_rowset);
+  m_fields = nullptr;
+}
+
+std::shared_ptr<AdoFields> AdoRecordset::Fields() {
+  if (m_fields == nullptr) m_fields = std::make_shared<AdoFields>(m_rowset);
+  return m_fields;
 }
 
 void AdoRecordset::Require(bool open) const {

@@ -50,8 +50,8 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   varnel::String FieldName(varnel::Long position) const override;
   varnel::Integer FieldType(varnel::Long position) const override;
   varnel::Variant FieldValue(varnel::Long position) const override;
-  std::shared_ptr<AdoFields> Fields() { return m_fields; }
-  std::shared_ptr<AdoField> Item(const varnel::Variant& key) { return m_fields->Item(key); }
+  std::shared_ptr<AdoFields> Fields();
+  std::shared_ptr<AdoField> Item(const varnel::Variant& key) { return Fields()->Item(key); }
 
   varnel::host::RowBlock GetRows() override;
   // An array of columns, each an array of its values, of at most `count` rows (-1: all). Raises 3021 at the
@@ -81,7 +81,7 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<AdoConnection> m_connection;
   std::shared_ptr<Rowset> m_rowset;
-  std::shared_ptr<AdoFields> m_fields;
+  std::shared_ptr<AdoFields> m_fields;  // of m_rowset; made when first asked for
   varnel::String m_source;
   varnel::Long m_cursorType = varnel::host::ado::kOpenForwardOnly;
   varnel::Long m_cursorLocation = varnel::host::ado::kUseServer;

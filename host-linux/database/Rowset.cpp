@@ -32,9 +32,9 @@ Variant ConvertTo(varnel::Integer type, const Variant& value) {
 
 Rowset Rowset::OfResult(StatementResult result) {
   Rowset rowset;
-  rowset.m_columns = std::move(result.columns);
+  rowset.m_shared = std::move(result.columns);
   rowset.m_rows = std::move(result.rows);
-  rowset.m_open = !rowset.m_columns.empty();
+  rowset.m_open = rowset.m_shared != nullptr;
   return rowset;
 }
 

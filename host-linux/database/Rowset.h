@@ -17,7 +17,7 @@ class Rowset {
 
   bool IsOpen() const { return m_open; }
   bool IsMade() const { return m_made; }
-  const std::vector<ResultColumn>& Columns() const { return m_columns; }
+  const std::vector<ResultColumn>& Columns() const { return m_shared != nullptr ? *m_shared : m_columns; }
   // Only before the rowset is open.
   void AppendColumn(ResultColumn column) { m_columns.push_back(std::move(column)); }
   void OpenMade();
@@ -40,7 +40,8 @@ class Rowset {
   void SetValue(std::size_t column, const varnel::Variant& value);
 
  private:
-  std::vector<ResultColumn> m_columns;
+  ResultColumns m_shared;               // of a statement's result
+  std::vector<ResultColumn> m_columns;  // of rows made by hand
   RowStore m_rows;
   std::vector<std::vector<varnel::Variant>> m_madeRows;
   std::size_t m_position = 0;

@@ -132,32 +132,56 @@ void ReadSite(const toml::table& table, SiteConfiguration& site) {
 }
 
 void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
-  ReadSection(table, "server",
-              {{"listen", TextInto(server.listen)},
-               {"threads",
-                [&](const toml::node& node, const std::string& key) {
-                  server.threads = static_cast<int>(ReadNumber(node, key, 1, 256));
-                }},
-               {"max_body", BytesInto(server.maxBody)},
-               {"max_header", BytesInto(server.maxHeader)},
-               {"max_response_buffer", BytesInto(server.maxResponseBuffer)},
-               {"max_sessions", BytesInto(server.maxSessions)},
-               {"max_heap", BytesInto(server.maxHeap)},
-               {"max_waiting", BytesInto(server.maxWaiting)},
-               {"script_timeout", TimeInto(server.scriptTimeout)},
-               {"statement_timeout", TimeInto(server.statementTimeout)},
-               {"header_timeout", TimeInto(server.headerTimeout)},
-               {"body_timeout", TimeInto(server.bodyTimeout)},
-               {"idle_timeout", TimeInto(server.idleTimeout)},
-               {"write_timeout", TimeInto(server.writeTimeout)},
-               {"drain_timeout", TimeInto(server.drainTimeout)},
-               {"session_timeout",
-                [&](const toml::node& node, const std::string& key) {
-                  server.sessionTimeout = std::chrono::minutes(ReadNumber(node, key, 1, 1440));
-                }},
-               {"refuse_parameters", [&](const toml::node& node, const std::string& key) {
-                  server.refuseParameters = ReadTexts(node, key);
-                }}});
+  ReadSection(
+      table, "server",
+      {{"listen", TextInto(server.listen)},
+       {"threads",
+        [&](const toml::node& node, const std::string& key) {
+          server.threads = static_cast<int>(ReadNumber(node, key, 1, 256));
+        }},
+       {"max_body", BytesInto(server.maxBody)},
+       {"max_bodies", BytesInto(server.maxBodies)},
+       {"max_header", BytesInto(server.maxHeader)},
+       {"max_url", BytesInto(server.maxUrl)},
+       {"max_connections", BytesInto(server.maxConnections)},
+       {"max_response_buffer", BytesInto(server.maxResponseBuffer)},
+       {"max_sessions", BytesInto(server.maxSessions)},
+       {"max_session", BytesInto(server.maxSession)},
+       {"max_heap", BytesInto(server.maxHeap)},
+       {"max_waiting", BytesInto(server.maxWaiting)},
+       {"script_timeout", TimeInto(server.scriptTimeout)},
+       {"statement_timeout", TimeInto(server.statementTimeout)},
+       {"header_timeout", TimeInto(server.headerTimeout)},
+       {"body_timeout", TimeInto(server.bodyTimeout)},
+       {"idle_timeout", TimeInto(server.idleTimeout)},
+       {"write_timeout", TimeInto(server.writeTimeout)},
+       {"drain_timeout", TimeInto(server.drainTimeout)},
+       {"session_timeout",
+        [&](const toml::node& node, const std::string& key) {
+          server.sessionTimeout = std::chrono::minutes(ReadNumber(node, key, 1, 1440));
+        }},
+       {"refuse_parameters", [&](const toml::node& node,
+                                 const std::string& key) { server.refuseParameters = ReadTexts(node, key); }},
+       {"trusted_proxies", [&](const toml::node& node, const std::string& key) {
+          server.trustedProxies = ReadTexts(node, key);
+        }}});
+}
+
+bool IsHeaderText(const std::string& text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
+}
+
+void ReadHeaders(const toml::table& table, SiteConfiguration& site) {
+  for (const auto& [key, node] : table) {
+    const std::string name(key.str());
+    const std::string value = ReadText(node, name);
+    const bool isName = !name.empty() && name.find_first_not_of(
+                                             "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                             "abcdefghijklmnopqrstuvwxyz") == std::string::npos;
+    if (!isName || !IsHeaderText(value)) Fail(node, name + " can't be a header");
+    site.headers.emplace_back(name, value);
+  }
 }
 
 void ReadUsers(const toml::table& table, SiteConfiguration& site) {
@@ -194,8 +218,8 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
     return node == nullptr ? nullptr : node->as_table();
   };
-  static const std::vector<std::string> kSections = {"site",          "server", "application", "session",
-                                                     "configuration", "users",  "log"};
+  static const std::vector<std::string> kSections = {"site",    "server",        "headers", "application",
+                                                     "session", "configuration", "users",   "log"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -203,6 +227,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   // [site] first: users without a language take the site's.
   if (const auto* table = section("site")) ReadSite(*table, site);
   if (const auto* table = section("server")) ReadServer(*table, site.server);
+  if (const auto* table = section("headers")) ReadHeaders(*table, site);
   if (const auto* table = section("application")) site.application = ReadValues(*table);
   if (const auto* table = section("session")) site.session = ReadValues(*table);
   if (const auto* table = section("configuration")) site.configuration = ReadValues(*table);

@@ -6,6 +6,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "varnel/automation/Variant.h"
@@ -22,13 +23,17 @@ struct SiteConfiguration {
 
   struct Server {
     std::string listen = "127.0.0.1:8080";
-    int threads = 0;                           // script threads; 0: one for each processor
-    std::size_t maxBody = 8 << 20;             // bytes of a request's body
-    std::size_t maxHeader = 16 << 10;          // bytes of a request's head
+    int threads = 0;                    // script threads; 0: one for each processor
+    std::size_t maxBody = 8 << 20;      // bytes of a request's body
+    std::size_t maxBodies = 256 << 20;  // bytes of all requests' bodies together
+    std::size_t maxHeader = 16 << 10;   // bytes of a request's head
+    std::size_t maxUrl = 8 << 10;       // bytes of a request's address
+    std::size_t maxConnections = 10000;
     std::size_t maxResponseBuffer = 64 << 20;  // bytes of a page
     std::size_t maxSessions = 100000;
-    std::size_t maxHeap = 256 << 20;  // bytes of one script thread's heap
-    std::size_t maxWaiting = 1000;    // requests that wait for a script thread
+    std::size_t maxSession = 1 << 20;  // bytes of one session's values
+    std::size_t maxHeap = 256 << 20;   // bytes of one script thread's heap
+    std::size_t maxWaiting = 1000;     // requests that wait for a script thread
     std::chrono::milliseconds scriptTimeout{30000};
     std::chrono::milliseconds statementTimeout{30000};  // caps CommandTimeout
     std::chrono::milliseconds headerTimeout{10000};
@@ -38,6 +43,7 @@ struct SiteConfiguration {
     std::chrono::milliseconds drainTimeout{30000};
     std::chrono::minutes sessionTimeout{20};
     std::vector<std::string> refuseParameters = {"URL"};  // answered with 400
+    std::vector<std::string> trustedProxies;              // addresses; "unix" for a local socket
   };
 
   struct User {
@@ -61,9 +67,10 @@ struct SiteConfiguration {
   int codePage = 1252;
   Mode mode = Mode::Production;
   Server server;
-  Values application;    // Application values
-  Values session;        // values that a new session starts with
-  Values configuration;  // connection strings by section
+  Values application;                                        // Application values
+  Values session;                                            // values that a new session starts with
+  std::vector<std::pair<std::string, std::string>> headers;  // of all responses
+  Values configuration;                                      // connection strings by section
   std::map<std::string, User> users;
   Log log;
 

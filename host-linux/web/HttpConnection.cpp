@@ -12,7 +12,6 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/error.hpp>
-#include <boost/beast/http/read.hpp>
 #include <cstdio>
 #include <vector>
 
@@ -32,6 +31,10 @@ namespace {
 // Each slice of a response gets the whole write timeout, so that only a client that stands still is cut.
 constexpr std::size_t SliceSize = 64 * 1024;
 constexpr std::size_t MaxSlicePieces = 16;
+
+// Read at once.
+constexpr std::size_t HeadReadSize = 4 * 1024;
+constexpr std::size_t BodyReadSize = 64 * 1024;
 
 std::string Text(beast::string_view view) { return std::string(view.data(), view.size()); }
 
@@ -54,6 +57,22 @@ bool IsHostText(std::string_view host) {
     const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
     return alphanumeric || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
   });
+}
+
+// "3, 3" is a list, which others may take for the first or the last of its lengths.
+bool IsNumber(beast::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// No line of a head may end in a bare line feed or go on in the next line: what stands before this server may
+// read such a head in another way.
+bool HasCleanLines(std::string_view head) {
+  if (!head.empty() && (head.front() == ' ' || head.front() == '\t')) return false;
+  for (std::size_t at = head.find('\n'); at != std::string_view::npos; at = head.find('\n', at + 1)) {
+    if (at == 0 || head[at - 1] != '\r') return false;
+    if (at + 1 < head.size() && (head[at + 1] == ' ' || head[at + 1] == '\t')) return false;
+  }
+  return true;
 }
 
 // "shop.example:8080" and "[::1]:8080" without the port.
@@ -105,10 +124,17 @@ auto Guarded(const ServerHandlers& handlers, const std::string& id, Work work) -
 }  // namespace
 
 HttpConnection::HttpConnection(ConnectionOwner& owner, ServerSocket socket)
-    : m_owner(owner), m_socket(std::move(socket)), m_timer(owner.Context()) {
+    : m_owner(owner),
+      m_socket(std::move(socket)),
+      m_timer(owner.Context()),
+      m_buffer(owner.Options().maxHead + BodyReadSize),
+      m_charge(owner.BodyBytes()) {
   Error ignored;
   const auto peer = m_socket.remote_endpoint(ignored);
   if (!ignored) m_remoteAddress = AddressText(peer.data());
+  const auto& proxies = owner.Options().trustedProxies;
+  const std::string name = m_remoteAddress.empty() ? "unix" : m_remoteAddress;
+  m_isProxy = std::find(proxies.begin(), proxies.end(), name) != proxies.end();
   m_localPort = PortOf(m_socket.native_handle());
   const int on = 1;  // refused by local sockets, which need it not
   ::setsockopt(m_socket.native_handle(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -137,44 +163,129 @@ void HttpConnection::Disarm() {
 
 void HttpConnection::ReadRequest() {
   m_request.reset();
+  m_problem.clear();
+  m_charge.Reset();
   m_parser.emplace();
   m_parser->header_limit(m_owner.Options().maxHead);
   m_parser->body_limit(m_owner.Options().maxBody);
   if (m_buffer.size() > 0) return ReadHead();
   m_step = Step::Idle;
-  Arm(m_owner.Options().idleTimeout);
+  m_idleSince = std::chrono::steady_clock::now();
+  Arm(IdleLimit());
   // Waiting for readability only: an idle connection holds no buffer.
   m_buffer.shrink_to_fit();
   m_socket.async_wait(ServerSocket::wait_read, [self = shared_from_this()](Error error) {
-    if (error) return self->Close();
+    if (self->m_step != Step::Idle) return;
+    if (error) return self->EndIdle();
     self->ReadHead();
   });
+}
+
+// A client of a server that ends may not know it yet and send one more request at once.
+std::chrono::milliseconds HttpConnection::IdleLimit() const {
+  const ServerOptions& options = m_owner.Options();
+  return m_owner.IsDraining() ? std::min(options.drainGrace, options.idleTimeout) : options.idleTimeout;
 }
 
 void HttpConnection::ReadHead() {
   m_step = Step::Reading;
   m_begun = std::chrono::steady_clock::now();
   Arm(m_owner.Options().headTimeout);
-  http::async_read_header(m_socket, m_buffer, *m_parser,
-                          [self = shared_from_this()](Error error, std::size_t) { self->OnHead(error); });
+  if (m_buffer.size() > 0) return Parse();
+  ReadMore();
 }
 
-void HttpConnection::OnHead(Error error) {
+// The limit was armed for the whole head or the whole body, so that a trickle of bytes doesn't prolong it.
+void HttpConnection::ReadMore() {
+  const std::size_t room = m_buffer.max_size() - m_buffer.size();
+  const std::size_t wanted = m_parser->is_header_done() ? BodyReadSize : HeadReadSize;
+  if (room == 0) return Refuse(400);  // a chunk's line or trailer without end
+  m_socket.async_read_some(
+      m_buffer.prepare(std::min(room, wanted)),
+      [self = shared_from_this()](Error error, std::size_t bytes) { self->OnBytes(error, bytes); });
+}
+
+void HttpConnection::OnBytes(Error error, std::size_t bytes) {
+  if (m_closed) return;
+  if (error == net::error::eof) return OnClientEnd();
   if (error) return OnReadFailure(error);
+  m_buffer.commit(bytes);
+  Parse();
+}
+
+void HttpConnection::Parse() {
+  if (!m_parser->is_header_done() && !ParseHead()) return;
+  if (!m_parser->is_done() && !ParseBody()) return;
+  Dispatch();
+}
+
+// False where the request has been refused, or must go on being read, which has begun then.
+bool HttpConnection::ParseHead() {
+  while (!m_parser->is_header_done()) {
+    Error error;
+    const auto bytes = m_buffer.data();
+    const std::size_t taken = m_parser->put(bytes, error);
+    const bool clean = HasCleanLines({static_cast<const char*>(bytes.data()), taken});
+    m_buffer.consume(taken);
+    if (clean && !error) continue;
+    if (!clean) {
+      Refuse(400);
+    } else if (error == http::error::need_more) {
+      ReadMore();
+    } else {
+      OnReadFailure(error);
+    }
+    return false;
+  }
   m_keepAlive = m_parser->get().keep_alive();
-  const int problem = HeadProblem();
-  if (problem != 0) return Refuse(problem);
-  if (m_parser->is_done()) return Dispatch();
+  if (const int problem = HeadProblem()) {
+    Refuse(problem);
+    return false;
+  }
+  // Before the body is read: what stands behind a chunked body must not pass for a head.
+  FillRequest();
+  if (m_parser->is_done()) return true;
+  m_parser->eager(true);
+  Arm(m_owner.Options().bodyTimeout);
   const bool waits = beast::iequals(m_parser->get()[http::field::expect], "100-continue");
-  if (waits && m_parser->get().version() == 11) return ContinueThenReadBody();
-  ReadBody();
+  if (!waits || m_parser->get().version() != 11) return true;
+  ContinueThenReadBody();
+  return false;
+}
+
+bool HttpConnection::ParseBody() {
+  while (m_buffer.size() > 0 && !m_parser->is_done()) {
+    Error error;
+    const std::size_t taken = m_parser->put(m_buffer.data(), error);
+    m_buffer.consume(taken);
+    if (error == http::error::need_more) break;
+    if (error) {
+      OnReadFailure(error);
+      return false;
+    }
+  }
+  if (!ChargeBody()) return false;
+  if (m_parser->is_done()) return true;
+  ReadMore();
+  return false;
+}
+
+// Counts what has come, not what was announced: an announcement costs nothing.
+bool HttpConnection::ChargeBody() {
+  const std::uint64_t all = m_charge.GrowTo(m_parser->get().body().size());
+  if (all <= m_owner.Options().maxBodies) return true;
+  m_charge.Reset();
+  RefuseForNow();
+  return false;
 }
 
 // What the parser lets pass and this server doesn't; 0 where all is well.
 int HttpConnection::HeadProblem() const {
   const auto& message = m_parser->get();
   const bool hasCoding = message.count(http::field::transfer_encoding) > 0;
-  if (hasCoding && message.count(http::field::content_length) > 0) return 400;
+  const std::size_t lengths = message.count(http::field::content_length);
+  if (lengths > (hasCoding ? 0U : 1U)) return 400;
+  if (lengths > 0 && !IsNumber(message[http::field::content_length])) return 400;
   if (hasCoding && message.version() < 11) return 400;
   if (hasCoding && !beast::iequals(message[http::field::transfer_encoding], "chunked")) return 501;
   const std::size_t hosts = message.count(http::field::host);
@@ -182,6 +293,7 @@ int HttpConnection::HeadProblem() const {
   if (!IsHostText(Text(message[http::field::host]))) return 400;
   const http::verb method = message.method();
   if (method == http::verb::connect || method == http::verb::trace) return 501;
+  if (message.target().size() > m_owner.Options().maxTarget) return 414;
   return 0;
 }
 
@@ -190,19 +302,8 @@ void HttpConnection::ContinueThenReadBody() {
   net::async_write(m_socket, net::buffer(Continue.data(), Continue.size()),
                    [self = shared_from_this()](Error error, std::size_t) {
                      if (error) return self->Close();
-                     self->ReadBody();
+                     self->Parse();
                    });
-}
-
-void HttpConnection::ReadBody() {
-  Arm(m_owner.Options().bodyTimeout);
-  http::async_read(m_socket, m_buffer, *m_parser,
-                   [self = shared_from_this()](Error error, std::size_t) { self->OnBody(error); });
-}
-
-void HttpConnection::OnBody(Error error) {
-  if (error) return OnReadFailure(error);
-  Dispatch();
 }
 
 void HttpConnection::OnReadFailure(Error error) {
@@ -210,10 +311,16 @@ void HttpConnection::OnReadFailure(Error error) {
   if (m_timedOut) return Refuse(408);
   if (error == http::error::header_limit || error == http::error::buffer_overflow) return Refuse(431);
   if (error == http::error::body_limit) return Refuse(413);
-  if (error == http::error::end_of_stream || error == http::error::partial_message) return Close();
   if (error == http::error::bad_version) return Refuse(505);
   if (error.category() == http::make_error_code(http::error::bad_method).category()) return Refuse(400);
   Close();
+}
+
+// Half a request gets an answer: the client may still listen.
+void HttpConnection::OnClientEnd() {
+  const bool begun = m_parser->got_some() || m_buffer.size() > 0;
+  if (!begun) return Close();
+  Refuse(400);
 }
 
 // Answers a request that couldn't be read; where its end lies is unknown, so the connection ends too.
@@ -227,10 +334,15 @@ void HttpConnection::Refuse(int status, std::string_view detail) {
   Respond(ErrorResponse(status, m_request->id, detail));
 }
 
+void HttpConnection::RefuseForNow() {
+  m_keepAlive = false;
+  Respond(Busy());
+}
+
 // ---- Running
 
-std::string HttpConnection::FillRequest() {
-  auto message = m_parser->release();
+void HttpConnection::FillRequest() {
+  const auto& message = m_parser->get();
   m_request = std::make_shared<HttpRequest>();
   HttpRequest& request = *m_request;
   request.id = m_owner.NextRequestId();
@@ -241,8 +353,23 @@ std::string HttpConnection::FillRequest() {
   request.version = message.version() == 10 ? "HTTP/1.0" : "HTTP/1.1";
   for (const auto& field : message.base())
     request.headers.Add(Text(field.name_string()), Text(field.value()));
-  request.body = std::move(message.body());
+  m_problem = FillTarget();
+  if (m_isProxy) HearProxy();
+}
 
+// The proxy has appended the address that it saw, behind whatever its client claimed.
+void HttpConnection::HearProxy() {
+  m_request->https = EqualsIgnoreCase(m_request->headers.Joined("X-Forwarded-Proto"), "https");
+  const std::string all = m_request->headers.Joined("X-Forwarded-For");
+  const std::string last = all.substr(all.find_last_of(", ") + 1);
+  std::array<unsigned char, sizeof(in6_addr)> place{};
+  const bool isAddress = ::inet_pton(AF_INET, last.c_str(), place.data()) == 1 ||
+                         ::inet_pton(AF_INET6, last.c_str(), place.data()) == 1;
+  if (isAddress) m_request->remoteAddress = last;
+}
+
+std::string HttpConnection::FillTarget() {
+  HttpRequest& request = *m_request;
   UrlTarget target = ParseTarget(request.target);
   if (!target.error.empty()) return target.error;
   if (!IsHostText(target.host)) return "The host of the request's address is ill-formed.";
@@ -256,10 +383,10 @@ std::string HttpConnection::FillRequest() {
 void HttpConnection::Dispatch() {
   Disarm();
   m_step = Step::Running;
-  const std::string problem = FillRequest();
+  m_request->body = std::move(m_parser->get().body());
   m_headOnly = m_request->method == "HEAD";
   // The request was read to its end, so the connection can go on.
-  if (!problem.empty()) return Respond(ErrorResponse(400, m_request->id, problem));
+  if (!m_problem.empty()) return Respond(ErrorResponse(400, m_request->id, m_problem));
   const ServerHandlers& handlers = m_owner.Handlers();
   if (handlers.quick) {
     std::optional<HttpResponse> answer = Guarded(
@@ -278,10 +405,13 @@ void HttpConnection::StartPage() {
     net::post(self->m_owner.Context(),
               [self, response = std::move(response)]() mutable { self->TakeResponse(std::move(response)); });
   };
-  if (m_owner.Threads().TryPost(std::move(work))) return;
+  if (!m_owner.Threads().TryPost(std::move(work))) Respond(Busy());
+}
+
+HttpResponse HttpConnection::Busy() const {
   HttpResponse busy = ErrorResponse(503, m_request->id);
   busy.headers.Set("Retry-After", std::to_string(m_owner.Options().retryAfter));
-  Respond(std::move(busy));
+  return busy;
 }
 
 bool HttpConnection::IsConnected() const {
@@ -308,6 +438,9 @@ void HttpConnection::SetFramingHeaders(HttpResponse& response, bool isPart) {
   if (!isPart && !IsBodiless(response.status)) {
     const std::uint64_t length = response.file ? response.file->length : response.body.size();
     response.headers.Set("Content-Length", std::to_string(length));
+  }
+  for (const HeaderList::Field& field : m_owner.Options().headers) {
+    if (!response.headers.Find(field.name)) response.headers.Add(field.name, field.value);
   }
   if (!m_keepAlive) {
     response.headers.Set("Connection", "close");
@@ -429,14 +562,16 @@ void HttpConnection::AfterResponse() {
   const ServerHandlers& handlers = m_owner.Handlers();
   if (handlers.finished) {
     const auto duration = std::chrono::steady_clock::now() - m_begun;
-    handlers.finished({m_request->id, m_request->method, m_request->target, m_remoteAddress, m_status,
-                       m_bodyBytes, std::chrono::duration_cast<std::chrono::microseconds>(duration)});
+    handlers.finished({m_request->id, m_request->method, m_request->target, m_request->remoteAddress,
+                       m_status, m_bodyBytes,
+                       std::chrono::duration_cast<std::chrono::microseconds>(duration)});
   }
   m_file.reset();
   m_headOnly = m_headSent = m_chunked = m_complete = false;
   m_bodyBytes = 0;
   m_servedOne = true;
-  if (!m_keepAlive || m_owner.IsDraining()) return Linger();
+  // Whoever was told that the connection stays may be sending already, also while the server ends.
+  if (!m_keepAlive) return Linger(m_owner.Options().lingerTimeout);
   ReadRequest();
 }
 
@@ -444,13 +579,13 @@ void HttpConnection::AfterResponse() {
 
 // Closing while the client still sends would reset the connection and lose the response on its way; so the
 // sending side is closed first, and what still comes is thrown away for a while.
-void HttpConnection::Linger() {
+void HttpConnection::Linger(std::chrono::milliseconds limit) {
   m_step = Step::Closing;
   Error error;
   m_socket.shutdown(ServerSocket::shutdown_send, error);
   if (error) return Close();
   m_scratch.resize(16 * 1024);
-  Arm(m_owner.Options().lingerTimeout);
+  Arm(limit);
   Discard();
 }
 
@@ -463,11 +598,25 @@ void HttpConnection::Discard() {
 
 void HttpConnection::BeginDrain() {
   if (m_step != Step::Idle) return;
+  const ServerOptions& options = m_owner.Options();
+  const auto idle = std::chrono::steady_clock::now() - m_idleSince;
+  // The first request of a fresh connection may be on its way, and the next one of a busy client.
+  const auto grace = m_servedOne ? options.drainGrace : options.lingerTimeout;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(grace - idle);
+  if (left.count() > 0) return Arm(std::min(left, options.idleTimeout));
   Error ignored;
-  if (m_socket.available(ignored) > 0) return;
-  // The first request of a fresh connection may be on its way.
-  if (!m_servedOne) return Arm(m_owner.Options().lingerTimeout);
+  if (m_socket.available(ignored) == 0) Close();
+}
+
+void HttpConnection::EndIdle() {
+  // What comes at the last moment is thrown away rather than answered with a reset.
+  if (m_owner.IsDraining() && !m_closed) return Linger(m_owner.Options().drainGrace);
   Close();
+}
+
+std::optional<std::chrono::steady_clock::time_point> HttpConnection::IdleSince() const {
+  if (m_step != Step::Idle) return std::nullopt;
+  return m_idleSince;
 }
 
 void HttpConnection::Close() {

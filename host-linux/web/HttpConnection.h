@@ -15,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/ScriptThreads.h"
@@ -36,7 +37,33 @@ class ConnectionOwner {
   virtual ScriptThreads& Threads() = 0;
   virtual bool IsDraining() const = 0;
   virtual std::string NextRequestId() = 0;
+  // The bytes of all requests' bodies that are held now.
+  virtual std::atomic<std::uint64_t>& BodyBytes() = 0;
   virtual void Remove(const std::shared_ptr<HttpConnection>& connection) = 0;
+};
+
+// One request's part of the bytes that all bodies may take; gives them back at its end.
+class BodyCharge {
+ public:
+  explicit BodyCharge(std::atomic<std::uint64_t>& total) : m_total(total) {}
+  ~BodyCharge() { Reset(); }
+  BodyCharge(const BodyCharge&) = delete;
+  BodyCharge& operator=(const BodyCharge&) = delete;
+
+  // Now holds `bytes`, at least as many as before; gives what all bodies hold.
+  std::uint64_t GrowTo(std::uint64_t bytes) {
+    const std::uint64_t more = bytes - m_bytes;
+    m_bytes = bytes;
+    return more == 0 ? m_total.load() : m_total.fetch_add(more) + more;
+  }
+
+  void Reset() {
+    if (m_bytes > 0) m_total.fetch_sub(std::exchange(m_bytes, 0));
+  }
+
+ private:
+  std::atomic<std::uint64_t>& m_total;
+  std::uint64_t m_bytes = 0;
 };
 
 class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
@@ -45,8 +72,11 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   void Start();
 
-  // Closes the connection if no request is under way; otherwise it ends with its response.
+  // Ends the connection if no request is under way or about to come; otherwise it ends with its response.
   void BeginDrain();
+
+  // Since when it has been waiting for a request; nothing while it has one.
+  std::optional<std::chrono::steady_clock::time_point> IdleSince() const;
 
   // Cuts the connection, whatever it does.
   void Close();
@@ -69,18 +99,24 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   void ReadRequest();
   void ReadHead();
-  void OnHead(Error error);
-  void ReadBody();
-  void OnBody(Error error);
+  void ReadMore();
+  void OnBytes(Error error, std::size_t bytes);
+  void Parse();
+  bool ParseHead();
+  bool ParseBody();
+  bool ChargeBody();
   int HeadProblem() const;
   void OnReadFailure(Error error);
+  void OnClientEnd();
   void Refuse(int status, std::string_view detail = {});
 
   void Dispatch();
   void StartPage();
 
-  // Makes m_request from the parser's message; gives a sentence for the client where it can't.
-  std::string FillRequest();
+  // Makes m_request from the parser's head; m_problem is a sentence for the client where it can't.
+  void FillRequest();
+  std::string FillTarget();
+  void HearProxy();
 
   void Respond(HttpResponse response);
   void SetFramingHeaders(HttpResponse& response, bool isPart);
@@ -90,8 +126,12 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   bool FillFromFile();
   void OnWritten(Error error, std::size_t bytes);
   void AfterResponse();
-  void Linger();
+  void Linger(std::chrono::milliseconds limit);
   void Discard();
+  void EndIdle();
+  std::chrono::milliseconds IdleLimit() const;
+  void RefuseForNow();
+  HttpResponse Busy() const;
   void ContinueThenReadBody();
 
   void Arm(std::chrono::milliseconds limit);
@@ -106,13 +146,17 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   bool m_timedOut = false;
 
   std::string m_remoteAddress;
+  bool m_isProxy = false;  // one that is trusted
   std::uint16_t m_localPort = 0;
 
-  boost::beast::flat_buffer m_buffer;
+  boost::beast::flat_buffer m_buffer;  // never larger than a head and what is read with it
   std::optional<Parser> m_parser;
   Step m_step = Step::Idle;
   std::shared_ptr<HttpRequest> m_request;
+  std::string m_problem;
+  BodyCharge m_charge;
   std::chrono::steady_clock::time_point m_begun;
+  std::chrono::steady_clock::time_point m_idleSince;
 
   std::deque<std::string> m_output;
   std::size_t m_outputOffset = 0;

@@ -106,6 +106,8 @@ std::string_view ReasonOf(int status) {
       return "Gone";
     case 413:
       return "Content Too Large";
+    case 414:
+      return "URI Too Long";
     case 415:
       return "Unsupported Media Type";
     case 416:

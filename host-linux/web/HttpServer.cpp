@@ -46,14 +46,14 @@ std::uint64_t RandomStart() {
 class HttpServer::Impl final : public ConnectionOwner {
  public:
   Impl(ServerOptions options, ServerHandlers handlers, UniqueFd listener)
-      : m_options(options),
+      : m_options(std::move(options)),
         m_handlers(std::move(handlers)),
         m_port(PortOf(listener.Get())),
         m_work(m_context.get_executor()),
         m_acceptor(m_context, net::generic::stream_protocol(FamilyOf(listener.Get()), 0), listener.Get()),
         m_accepted(m_context),
         m_pause(m_context),
-        m_threads(options.threads, options.maxQueue) {
+        m_threads(m_options.threads, m_options.maxQueue) {
     (void)listener.Release();  // the acceptor has it now
     Accept();
     m_thread = std::thread([this] { Run(); });
@@ -74,6 +74,8 @@ class HttpServer::Impl final : public ConnectionOwner {
   bool IsDraining() const override { return m_draining; }
   std::uint16_t Port() const { return m_port; }
 
+  std::atomic<std::uint64_t>& BodyBytes() override { return m_bodyBytes; }
+
   std::string NextRequestId() override {
     std::array<char, 20> text{};
     std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(m_nextId++));
@@ -81,17 +83,16 @@ class HttpServer::Impl final : public ConnectionOwner {
   }
 
   void Remove(const std::shared_ptr<HttpConnection>& connection) override {
-    const bool wasFull = m_connections.size() >= m_options.maxConnections;
     {
       const std::lock_guard lock(m_mutex);
       m_connections.erase(connection);
     }
     m_changed.notify_all();
-    if (wasFull && !m_draining) Accept();
+    Accept();
   }
 
-  bool Drain(std::chrono::milliseconds limit) {
-    net::post(m_context, [this] { BeginDrain(); });
+  bool Drain(std::chrono::milliseconds limit, Backlog backlog) {
+    net::post(m_context, [this, backlog] { BeginDrain(backlog); });
     if (WaitForConnections(limit)) return true;
     net::post(m_context, [this] { CutAll(); });
     return false;
@@ -112,35 +113,65 @@ class HttpServer::Impl final : public ConnectionOwner {
   void Accept() {
     if (m_draining || m_accepting || m_connections.size() >= m_options.maxConnections) return;
     m_accepting = true;
-    m_acceptor.async_accept(m_accepted, [this](Error error) {
-      m_accepting = false;
-      OnAccepted(error);
-    });
+    m_acceptor.async_accept(m_accepted, [this](Error error) { OnAccepted(error); });
   }
 
+  // Also while the server begins to end: what was accepted is served.
   void OnAccepted(Error error) {
-    if (m_draining) return;
-    if (error) {
-      m_pause.expires_after(AcceptPause);
-      m_pause.async_wait([this](Error) { Accept(); });
-      return;
+    if (!error && !m_cut) StartConnection(std::exchange(m_accepted, ServerSocket(m_context)));
+    {
+      const std::lock_guard lock(m_mutex);
+      m_accepting = false;
     }
-    auto connection = std::make_shared<HttpConnection>(*this, std::move(m_accepted));
-    m_accepted = ServerSocket(m_context);
+    m_changed.notify_all();
+    if (m_draining) return;
+    if (!error) return Accept();
+    m_pause.expires_after(AcceptPause);
+    m_pause.async_wait([this](Error) { Accept(); });
+  }
+
+  void StartConnection(ServerSocket socket) {
+    auto connection = std::make_shared<HttpConnection>(*this, std::move(socket));
     {
       const std::lock_guard lock(m_mutex);
       m_connections.insert(connection);
     }
     connection->Start();
-    Accept();
+    if (m_connections.size() >= m_options.maxConnections) CloseLongestIdle();
   }
 
-  void BeginDrain() {
+  // Clients that send nothing must not keep others out. The youngest one is spared: it has just come.
+  void CloseLongestIdle() {
+    std::shared_ptr<HttpConnection> longest;
+    std::size_t idle = 0;
+    for (const auto& connection : m_connections) {
+      if (!connection->IdleSince()) continue;
+      ++idle;
+      if (!longest || *connection->IdleSince() < *longest->IdleSince()) longest = connection;
+    }
+    if (idle > 1) longest->Close();
+  }
+
+  void BeginDrain(Backlog backlog) {
+    if (backlog == Backlog::Take) TakeBacklog();
     StopAccepting();
     for (const auto& connection : Snapshot()) connection->BeginDrain();
   }
 
+  // Whoever has connected by now gets an answer; nobody else would give one.
+  void TakeBacklog() {
+    Error error;
+    m_acceptor.non_blocking(true, error);
+    while (!error) {
+      ServerSocket socket(m_context);
+      m_acceptor.accept(socket, error);
+      if (error) return;
+      StartConnection(std::move(socket));
+    }
+  }
+
   void CutAll() {
+    m_cut = true;
     StopAccepting();
     for (const auto& connection : Snapshot()) connection->Close();
   }
@@ -163,7 +194,7 @@ class HttpServer::Impl final : public ConnectionOwner {
 
   bool WaitForConnections(std::optional<std::chrono::milliseconds> limit) {
     std::unique_lock lock(m_mutex);
-    const auto ended = [this] { return m_draining && m_connections.empty(); };
+    const auto ended = [this] { return m_draining && !m_accepting && m_connections.empty(); };
     if (limit) return m_changed.wait_for(lock, *limit, ended);
     m_changed.wait(lock, ended);
     return true;
@@ -177,9 +208,11 @@ class HttpServer::Impl final : public ConnectionOwner {
   Acceptor m_acceptor;
   ServerSocket m_accepted;
   net::steady_timer m_pause;
-  bool m_accepting = false;
+  std::atomic<bool> m_accepting = false;
+  bool m_cut = false;
   std::atomic<bool> m_draining = false;
   std::uint64_t m_nextId = RandomStart();
+  std::atomic<std::uint64_t> m_bodyBytes = 0;
   std::mutex
       m_mutex;  // the set of connections is changed on the I/O thread only, under this for those who wait
   std::condition_variable m_changed;
@@ -190,12 +223,14 @@ class HttpServer::Impl final : public ConnectionOwner {
 };
 
 HttpServer::HttpServer(ServerOptions options, ServerHandlers handlers, UniqueFd listener)
-    : m_impl(std::make_unique<Impl>(options, std::move(handlers), std::move(listener))) {}
+    : m_impl(std::make_unique<Impl>(std::move(options), std::move(handlers), std::move(listener))) {}
 
 HttpServer::~HttpServer() = default;
 
 std::uint16_t HttpServer::Port() const { return m_impl->Port(); }
 
-bool HttpServer::Drain(std::chrono::milliseconds limit) { return m_impl->Drain(limit); }
+bool HttpServer::Drain(std::chrono::milliseconds limit, Backlog backlog) {
+  return m_impl->Drain(limit, backlog);
+}
 
 }  // namespace hostlinux

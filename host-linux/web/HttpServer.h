@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host-linux/web/HttpMessage.h"
 #include "host-linux/web/UniqueFd.h"
@@ -17,17 +18,25 @@ namespace hostlinux {
 struct ServerOptions {
   using Duration = std::chrono::milliseconds;
 
-  unsigned threads = 4;               // script threads
-  std::size_t maxQueue = 256;         // requests that wait for a script thread; one more is answered with 503
-  std::size_t maxConnections = 4096;  // further ones wait in the socket's backlog
-  std::uint32_t maxHead = 32 * 1024;  // bytes of a request's line and headers; 431 beyond
-  std::uint64_t maxBody = 16 * 1024 * 1024;  // bytes of a request's body; 413 beyond
+  unsigned threads = 4;        // script threads
+  std::size_t maxQueue = 256;  // requests that wait for a script thread; one more is answered with 503
+  // With one more, the longest idle one is closed; while none is idle, further ones wait in the backlog.
+  std::size_t maxConnections = 4096;
+  std::uint32_t maxHead = 32 * 1024;            // bytes of a request's line and headers; 431 beyond
+  std::size_t maxTarget = 8 * 1024;             // bytes of a request's address; 414 beyond
+  std::uint64_t maxBody = 16 * 1024 * 1024;     // bytes of a request's body; 413 beyond
+  std::uint64_t maxBodies = 256 * 1024 * 1024;  // bytes of all bodies held at a time; 503 beyond
   Duration idleTimeout{60'000};   // until the first byte of a request; then the connection is closed
   Duration headTimeout{15'000};   // from its first byte to the end of its headers; 408 then
   Duration bodyTimeout{120'000};  // for its whole body; 408 then
   Duration writeTimeout{30'000};  // for each 64 KB of the response; the connection is closed then
   Duration lingerTimeout{2'000};  // how long a closing connection waits for the client's end
+  Duration drainGrace{300};       // how long a busy client of a server that ends may send another request
   unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503
+  // Of all responses; a response's own header of that name takes its place.
+  std::vector<HeaderList::Field> headers;
+  // Addresses ("unix" for a local socket) whose X-Forwarded-Proto and X-Forwarded-For tell of the client.
+  std::vector<std::string> trustedProxies;
 };
 
 // What a running page may do with its client before it ends. Used on the page's own thread.
@@ -83,10 +92,13 @@ class HttpServer {
 
   std::uint16_t Port() const;
 
-  // Takes no more connections, closes the idle ones, lets the running requests finish, each with "Connection:
-  // close". True when all have ended within `limit`; false when it passed and the rest was cut. To be called
-  // once, not from a handler.
-  bool Drain(std::chrono::milliseconds limit);
+  // What happens to the connections that wait in the backlog when the server ends.
+  enum class Backlog { LeaveToOthers, Take };
+
+  // Takes no more connections, ends the idle ones, lets the running requests finish, each with "Connection:
+  // close"; a client that was told before that its connection stays is answered once more. True when all have
+  // ended within `limit`; false when it passed and the rest was cut. To be called once, not from a handler.
+  bool Drain(std::chrono::milliseconds limit, Backlog backlog = Backlog::LeaveToOthers);
 
  private:
   class Impl;

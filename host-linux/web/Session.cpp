@@ -57,7 +57,7 @@ std::shared_ptr<Contents> Session::ContentsObject() {
 
 void Session::Store(StringView key, const Variant& value) {
   Variant kept = KeptValue(value, m_store->KeepRule());
-  Begun().values.Set(key, std::move(kept));
+  Begun().values.Set(key, std::move(kept), m_store->MaxBytes());
 }
 
 Long Session::LCID() {

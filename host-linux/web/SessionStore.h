@@ -39,6 +39,7 @@ class SessionStore {
 
   struct Options {
     std::size_t maxSessions = 100'000;
+    std::size_t maxBytes = 1 << 20;  // of the values of one session
     std::chrono::minutes timeout{20};
     std::function<Clock::time_point()> now = [] { return Clock::now(); };
     MayKeep mayKeep;  // which objects scripts may store
@@ -58,6 +59,7 @@ class SessionStore {
   std::size_t Count();
 
   const MayKeep& KeepRule() const { return m_options.mayKeep; }
+  std::size_t MaxBytes() const { return m_options.maxBytes; }
   std::chrono::minutes Timeout() const { return m_options.timeout; }
 
  private:

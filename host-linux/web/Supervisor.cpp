@@ -44,15 +44,19 @@ struct Worker {
   UniqueFd readyPipe;  // open until the worker is ready
   bool isReady = false;
   bool isEnding = false;
+  bool wantsReplacement = false;
   Clock::time_point started;
   std::optional<Clock::time_point> killAt;
 };
 
 class Supervision {
  public:
-  Supervision(const SupervisorOptions& options, int listenFd, const WorkerMain& worker)
-      : m_options(options), m_listenFd(listenFd), m_worker(worker), m_backOff(options.firstBackOff) {
-    const sigset_t watched = SignalSet({SIGTERM, SIGINT, SIGHUP, SIGCHLD});
+  Supervision(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker)
+      : m_options(options),
+        m_listener(std::move(listener)),
+        m_worker(worker),
+        m_backOff(options.firstBackOff) {
+    const sigset_t watched = SignalSet({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD});
     ::sigprocmask(SIG_BLOCK, &watched, &m_oldMask);
     m_signals = UniqueFd(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!m_signals) throw std::runtime_error("The supervisor can't watch signals.");
@@ -108,10 +112,11 @@ class Supervision {
     sigset_t mask = m_oldMask;
     sigaddset(&mask, SIGTERM);
     sigaddset(&mask, SIGINT);
+    sigaddset(&mask, SIGUSR1);
     ::sigprocmask(SIG_SETMASK, &mask, nullptr);
     int result = 1;
     try {
-      result = m_worker(m_listenFd, [readyFd] { (void)!::write(readyFd, "r", 1); });
+      result = m_worker(m_listener.Get(), [readyFd] { (void)!::write(readyFd, "r", 1); });
     } catch (const std::exception& error) {
       std::fprintf(stderr, "%s\n", error.what());
     }
@@ -149,6 +154,7 @@ class Supervision {
     while (::read(m_signals.Get(), &info, sizeof info) == sizeof info) {
       if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGINT) OnStop();
       if (info.ssi_signo == SIGHUP && !m_stopping) OnReload();
+      if (info.ssi_signo == SIGUSR1 && !m_stopping) OnAsked(static_cast<pid_t>(info.ssi_pid));
     }
   }
 
@@ -156,11 +162,12 @@ class Supervision {
     const bool again = m_stopping;
     m_stopping = true;
     m_restartAt.reset();
+    m_listener = UniqueFd();
     for (Worker& worker : m_workers) {
       if (again) {
         ::kill(worker.pid, SIGKILL);
       } else {
-        End(worker);
+        End(worker, SIGTERM);
       }
     }
   }
@@ -170,17 +177,30 @@ class Supervision {
   void OnReload() {
     Log("Reading the site again.");
     for (Worker& worker : m_workers) {
-      if (!worker.isReady) End(worker);
+      if (!worker.isReady) End(worker, SIGUSR1);
     }
     StartWorker();
   }
 
-  void End(Worker& worker) {
+  // A worker asks for its replacement and serves on until that is ready.
+  void OnAsked(pid_t pid) {
+    const auto asking = std::find_if(m_workers.begin(), m_workers.end(),
+                                     [pid](const Worker& worker) { return worker.pid == pid; });
+    if (asking == m_workers.end() || asking->isEnding || asking->wantsReplacement) return;
+    asking->wantsReplacement = true;
+    Log("Worker " + std::to_string(pid) + " is to be replaced.");
+    const bool freshOne = std::any_of(m_workers.begin(), m_workers.end(), [](const Worker& worker) {
+      return !worker.isReady && !worker.isEnding;
+    });
+    if (!freshOne) StartWorker();
+  }
+
+  void End(Worker& worker, int signal) {
     if (worker.isEnding) return;
     worker.isEnding = true;
     worker.readyPipe = UniqueFd();
     worker.killAt = Clock::now() + m_options.drainLimit;
-    ::kill(worker.pid, SIGTERM);
+    ::kill(worker.pid, signal);
   }
 
   void ReadReadiness() {
@@ -202,7 +222,7 @@ class Supervision {
     m_restartAt.reset();
     Log("Worker " + std::to_string(fresh.pid) + " is ready.");
     for (Worker& other : m_workers) {
-      if (other.pid != fresh.pid) End(other);
+      if (other.pid != fresh.pid) End(other, SIGUSR1);
     }
   }
 
@@ -228,9 +248,12 @@ class Supervision {
       m_result = ExitStatusOf(status);
       return;
     }
-    const bool otherServes = std::any_of(m_workers.begin(), m_workers.end(),
-                                         [](const Worker& worker) { return !worker.isEnding; });
-    if (otherServes) return Log(sentence + " The other one goes on.");
+    const auto other = std::find_if(m_workers.begin(), m_workers.end(),
+                                    [](const Worker& worker) { return !worker.isEnding; });
+    if (other != m_workers.end()) {
+      if (other->wantsReplacement) return ScheduleRestart(sentence + " The other one goes on for now.");
+      return Log(sentence + " The other one goes on.");
+    }
     if (Clock::now() - ended.started >= m_options.youngAge) {
       m_backOff = m_options.firstBackOff;
       Log(sentence);
@@ -249,7 +272,7 @@ class Supervision {
   }
 
   const SupervisorOptions& m_options;
-  const int m_listenFd;
+  UniqueFd m_listener;
   const WorkerMain& m_worker;
   sigset_t m_oldMask{};
   UniqueFd m_signals;
@@ -263,20 +286,22 @@ class Supervision {
 
 }  // namespace
 
-int Supervise(const SupervisorOptions& options, int listenFd, const WorkerMain& worker) {
-  return Supervision(options, listenFd, worker).Run();
+int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker) {
+  return Supervision(options, std::move(listener), worker).Run();
 }
 
+void AskForReplacement() { ::kill(::getppid(), SIGUSR1); }
+
 void BlockStopSignals() {
-  const sigset_t stops = SignalSet({SIGTERM, SIGINT});
+  const sigset_t stops = SignalSet({SIGTERM, SIGINT, SIGUSR1});
   ::pthread_sigmask(SIG_BLOCK, &stops, nullptr);
 }
 
-int WaitForStop() {
-  const sigset_t stops = SignalSet({SIGTERM, SIGINT});
+Stop WaitForStop() {
+  const sigset_t stops = SignalSet({SIGTERM, SIGINT, SIGUSR1});
   int signal = 0;
   ::sigwait(&stops, &signal);
-  return signal;
+  return signal == SIGUSR1 ? Stop::MakeWay : Stop::End;
 }
 
 }  // namespace hostlinux

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "host-linux/web/UniqueFd.h"
+
 namespace hostlinux {
 
 // The worker's life, called in a process of its own. `listenFd` is its copy of the listening socket. It calls
@@ -24,17 +26,27 @@ struct SupervisorOptions {
 };
 
 // Runs workers until SIGTERM or SIGINT, which are handed on as SIGTERM (a second one kills). A worker that
-// ends otherwise is started again. SIGHUP starts a fresh worker and, once that is ready, ends the old one; a
-// fresh one that fails leaves the old one in place. The result is 0 after a stop, or the exit status of a
-// first worker that ended before it was ready: a site that can't start isn't tried again. To be called while
-// the process has a single thread.
-int Supervise(const SupervisorOptions& options, int listenFd, const WorkerMain& worker);
+// ends otherwise is started again. SIGHUP starts a fresh worker and, once that is ready, has the old one make
+// way (SIGUSR1); a fresh one that fails leaves the old one in place. The result is 0 after a stop, or the
+// exit status of a first worker that ended before it was ready: a site that can't start isn't tried again. To
+// be called while the process has a single thread. `listener` is closed at the stop, so that the last
+// worker's end is the socket's too, and nobody connects who won't be answered.
+int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker);
 
-// Blocks the stop signals (SIGTERM, SIGINT) in this thread and those it will start, for WaitForStop.
+// For a worker, from any thread: asks its supervisor for a replacement. The worker serves on until that is
+// ready; where it can't start, it is tried again.
+void AskForReplacement();
+
+enum class Stop {
+  End,     // nobody serves on: who has connected is still answered
+  MakeWay  // another worker serves already
+};
+
+// Blocks the stop signals (SIGTERM, SIGINT, SIGUSR1) in this thread and those it will start, for WaitForStop.
 void BlockStopSignals();
 
-// Waits for SIGTERM or SIGINT; gives its number. Other threads can end the wait by sending one to the
+// Waits for SIGTERM or SIGINT (the end), or SIGUSR1. Other threads can end the wait by sending one to the
 // process.
-int WaitForStop();
+Stop WaitForStop();
 
 }  // namespace hostlinux

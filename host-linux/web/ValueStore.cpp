@@ -40,6 +40,17 @@ Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
   return copy;
 }
 
+// About the memory that a value takes.
+std::size_t BytesOf(const Variant& value) {
+  std::size_t bytes = sizeof(Variant);
+  if (const String* text = value.As<String>()) bytes += text->size() * sizeof(char16_t);
+  if (const varnel::BytesPtr* data = value.As<varnel::BytesPtr>(); data && *data) bytes += (*data)->size();
+  if (const ArrayPtr* array = value.As<ArrayPtr>(); array && *array) {
+    for (const Variant& item : (*array)->items) bytes += BytesOf(item);
+  }
+  return bytes;
+}
+
 bool AnyObject(const varnel::Object&) { return true; }
 
 }  // namespace
@@ -50,6 +61,7 @@ ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
   m_nextOrder = other.m_nextOrder;
+  m_bytes = other.m_bytes;
 }
 
 Variant ValueStore::Get(StringView key) const {
@@ -64,13 +76,22 @@ Variant ValueStore::Get(StringView key) const {
   return value.Is<ArrayPtr>() ? KeptValue(value, AnyObject) : value;
 }
 
-void ValueStore::Set(StringView key, Variant value) {
+void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
+  const std::size_t bytes = BytesOf(value) + sizeof(Entry) + 2 * key.size() * sizeof(char16_t);
+  String folded = varnel::ToLower(key);
   const std::lock_guard lock(m_mutex);
-  const auto [found, isNew] = m_entries.try_emplace(varnel::ToLower(key));
+  const auto before = m_entries.find(folded);
+  const std::size_t others = m_bytes - (before == m_entries.end() ? 0 : before->second.bytes);
+  if (bytes > maxBytes || others > maxBytes - bytes) {
+    RaiseRuntimeError(varnel::runtime_error::kOutOfMemory, u"the values take more than may be kept");
+  }
+  const auto [found, isNew] = m_entries.try_emplace(std::move(folded));
   if (isNew) {
     found->second.key = key;
     found->second.order = m_nextOrder++;
   }
+  found->second.bytes = bytes;
+  m_bytes = others + bytes;
   // The old value goes with the argument, after the lock: its end may run code of its own.
   std::swap(found->second.value, value);
 }
@@ -79,12 +100,14 @@ void ValueStore::Remove(StringView key) {
   decltype(m_entries)::node_type gone;
   const std::lock_guard lock(m_mutex);
   gone = m_entries.extract(varnel::ToLower(key));
+  if (gone) m_bytes -= gone.mapped().bytes;
 }
 
 void ValueStore::Clear() {
   decltype(m_entries) gone;
   const std::lock_guard lock(m_mutex);
   gone.swap(m_entries);
+  m_bytes = 0;
 }
 
 std::vector<String> ValueStore::Keys() const {

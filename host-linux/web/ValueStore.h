@@ -1,6 +1,7 @@
 // Values by key that outlive a request and are shared by requests on several threads.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -28,8 +29,9 @@ class ValueStore {
 
   // Empty where the key isn't set. Arrays are copies.
   varnel::Variant Get(varnel::StringView key) const;
-  // `value` has come through KeptValue, or is the host's own.
-  void Set(varnel::StringView key, varnel::Variant value);
+  // `value` has come through KeptValue, or is the host's own. Raises 7, with nothing changed, where all
+  // values would take more than about `maxBytes`.
+  void Set(varnel::StringView key, varnel::Variant value, std::size_t maxBytes = SIZE_MAX);
   void Remove(varnel::StringView key);
   void Clear();
   std::vector<varnel::String> Keys() const;
@@ -39,11 +41,13 @@ class ValueStore {
     varnel::String key;
     varnel::Variant value;
     std::size_t order = 0;
+    std::size_t bytes = 0;
   };
 
   mutable std::mutex m_mutex;
   std::map<varnel::String, Entry> m_entries;  // by folded key
   std::size_t m_nextOrder = 0;
+  std::size_t m_bytes = 0;
 };
 
 }  // namespace hostlinux

@@ -4,6 +4,10 @@
 <!--#include file="includes/products.inc"-->
 <!--#include file="includes/grid.inc"-->
 <%
+// The page numbers of a grid in a form are script links, so this page must allow scripts in its own text.
+Response.AddHeader("Content-Security-Policy", "default-src 'self'; script-src 'self' 'unsafe-inline'; style-src 'self'; " +
+  "img-src 'self' data:; object-src 'none'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'");
+
 var page = Server.CreateObject("Varnel.Page");
 page.OpenDatabaseConnection("QuenbyConnection");
 page.SetDGridViaPost();

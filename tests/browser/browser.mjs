@@ -11,13 +11,17 @@ export async function openBrowser() {
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
     args: ["--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu"],
   });
-  // A script's error, or a page, image or style that the server doesn't give. Tests compare this with nothing.
+  // A script's error, what a page's policy forbids it, or a page, image or style that the server doesn't give. Tests compare
+  // this with nothing.
   const troubles = [];
   return {
     troubles,
     async newPage(width, height, options = {}) {
       const page = await browser.newPage({ viewport: { width, height }, ...options });
       page.on("pageerror", (error) => troubles.push(String(error)));
+      page.on("console", (message) => {
+        if (message.text().includes("Content Security Policy")) troubles.push(message.text());
+      });
       page.on("response", (response) => {
         if (response.status() >= 400) troubles.push(`${response.status()} ${response.url()}`);
       });

@@ -194,6 +194,25 @@ TEST_F(FakeDatabaseTest, ExecuteGivesRowsOrAClosedRecordset) {
   EXPECT_EQ(ErrorOf([&] { nothing->IsEOF(); }).Number, 3704);
 }
 
+TEST_F(FakeDatabaseTest, ExecuteTellsHowManyRowsChanged) {
+  database.Answer(u"DELETE", {{}, {}, {}, {}, 3});
+  database.Answer(u"Q", Numbers(2));
+  varnel::Long affected = 0;
+  connection->ExecuteCounting(u"DELETE", affected, -1);
+  EXPECT_EQ(affected, 3);
+  connection->ExecuteCounting(u"Q", affected, -1);
+  EXPECT_EQ(affected, -1);
+}
+
+TEST_F(FakeDatabaseTest, ARecordsetKnowsItsConnectionUntilItIsDetached) {
+  database.Answer(u"Q", Numbers(2));
+  EXPECT_EQ(recordset->GetActiveConnection(), nullptr);
+  recordset->Open(u"Q", connection, -1, -1, -1);
+  EXPECT_EQ(recordset->GetActiveConnection(), connection);
+  recordset->DetachConnection();
+  EXPECT_EQ(recordset->GetActiveConnection(), nullptr);
+}
+
 TEST_F(FakeDatabaseTest, KnowsWhatIsStillHeld) {
   EXPECT_EQ(database.LiveConnections(), 1);
   EXPECT_EQ(database.LiveRecordsets(), 1);

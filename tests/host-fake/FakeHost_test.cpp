@@ -199,6 +199,20 @@ TEST(FakeLog, KeepsEntriesUntilItFails) {
   EXPECT_THAT(host.Log().Entries(), ElementsAre(LogEntry{u"S", u"T", 1, Variant()}));
 }
 
+TEST(FakeConfiguration, AnswersBySection) {
+  FakeHost host;
+  auto& configuration = host.Configuration();
+  configuration.SetConnectionString(u"Quenby", u"text");
+  const auto made = host.Create<FakeConfiguration>(u"ostrand.configuration");
+  made->CallWith(u"PrepareConfiguration", Long{0});
+  EXPECT_EQ(made->CallWith(u"GetConfigurationConnectionString", u"Quenby"), Variant(u"text"));
+  EXPECT_EQ(made->CallWith(u"GetConfigurationConnectionString", u"Other"), Variant(u""));
+  configuration.FailGet(Failure(-6, u"gone"));
+  EXPECT_EQ(ErrorOf([&] { configuration.GetConfigurationConnectionString(u"Quenby"); }).Number, -6);
+  configuration.FailPrepare(Failure(-5, u"gone"));
+  EXPECT_EQ(ErrorOf([&] { made->CallWith(u"PrepareConfiguration", Long{0}); }).Number, -5);
+}
+
 TEST(FakeMessageManager, GivesTextsByKeyAndLanguage) {
   FakeHost host;
   auto& messages = host.MessageManager();

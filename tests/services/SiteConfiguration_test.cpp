@@ -75,6 +75,20 @@ level = "warning"
   EXPECT_EQ(site.log.level, "warning");
 }
 
+TEST(SiteConfiguration, reads_the_servers_guards_and_headers) {
+  const SiteConfiguration site = Parse(
+      "[server]\nmax_url = 1\nmax_bodies = 2\nmax_connections = 3\nmax_session = 4\n"
+      "trusted_proxies = [\"10.0.0.1\", \"unix\"]\n[headers]\nX-Frame-Options = \"DENY\"\n");
+  EXPECT_EQ(site.server.maxUrl, 1U);
+  EXPECT_EQ(site.server.maxBodies, 2U);
+  EXPECT_EQ(site.server.maxConnections, 3U);
+  EXPECT_EQ(site.server.maxSession, 4U);
+  EXPECT_EQ(site.server.trustedProxies, (std::vector<std::string>{"10.0.0.1", "unix"}));
+  ASSERT_EQ(site.headers.size(), 1U);
+  EXPECT_EQ(site.headers[0].first + "=" + site.headers[0].second, "X-Frame-Options=DENY");
+  EXPECT_EQ(FailureOf("[headers]\nX-A = \"1\\n2\"\n"), "site.toml, line 2: X-A can't be a header");
+}
+
 TEST(SiteConfiguration, says_which_line_is_wrong) {
   EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
             "site.toml, line 2: root must be exactly one segment such as \"/shop\"");

@@ -7,61 +7,19 @@
 #include <thread>
 #include <vector>
 
-#include "TestClient.h"
-#include "host-linux/web/ListenSocket.h"
+#include "ServerFixture.h"
 
 namespace {
 
 using namespace hostlinux;
 using namespace std::chrono_literals;
 using hosttest::Answer;
+using hosttest::Echo;
+using hosttest::Gate;
 using hosttest::TestClient;
+using hosttest::TextResponse;
 
-HttpResponse TextResponse(std::string body) {
-  HttpResponse response;
-  response.headers.Set("Content-Type", "text/plain");
-  response.body = std::move(body);
-  return response;
-}
-
-// What a page saw, as text that a test can compare.
-HttpResponse Echo(const HttpRequest& request, ClientLink&) {
-  return TextResponse(request.method + " " + request.path + " [" + request.rawQuery + "] " +
-                      request.serverName + " " + request.body);
-}
-
-// Lets pages wait until the test opens the m_gate.
-class Gate {
- public:
-  void Open() { m_promise.set_value(); }
-  void Wait() { m_future.wait(); }
-  void Arrive() { m_arrived.fetch_add(1); }
-  void AwaitArrivals(int count) {
-    while (m_arrived < count) std::this_thread::yield();
-  }
-
- private:
-  std::promise<void> m_promise;
-  std::shared_future<void> m_future = m_promise.get_future().share();
-  std::atomic<int> m_arrived = 0;
-};
-
-class HttpServerTest : public testing::Test {
- protected:
-  void Serve(std::function<HttpResponse(const HttpRequest&, ClientLink&)> page) {
-    m_handlers.page = std::move(page);
-    m_handlers.problem = [this](const std::string& text) { m_problems.push_back(text); };
-    m_server = std::make_unique<HttpServer>(m_options, m_handlers, ListenAt("127.0.0.1:0"));
-  }
-
-  TestClient Connect() { return TestClient(m_server->Port()); }
-
-  ServerOptions m_options;
-  ServerHandlers m_handlers;
-  std::vector<std::string> m_problems;
-  Gate m_gate;
-  std::unique_ptr<HttpServer> m_server;  // the last, so that its pages end before what they use
-};
+class HttpServerTest : public hosttest::ServerFixture {};
 
 TEST_F(HttpServerTest, RequestReachesThePageAndItsResponseTheClient) {
   Serve(Echo);

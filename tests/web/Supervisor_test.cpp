@@ -6,8 +6,11 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <thread>
+#include <vector>
 
 #include "TestClient.h"
 #include "host-linux/web/HttpServer.h"
@@ -50,7 +53,7 @@ class SupervisorTest : public testing::Test {
       const std::string text = line + "\n";
       (void)!::write(m_logEnd.Get(), text.data(), text.size());
     };
-    ::_exit(Supervise(m_options, m_listener.Get(), worker));
+    ::_exit(Supervise(m_options, std::move(m_listener), worker));
   }
 
   // The next line of the log that ends so; empty when the supervisor is gone.
@@ -89,11 +92,13 @@ class SupervisorTest : public testing::Test {
   UniqueFd m_logEnd;
 };
 
-// A worker that serves its own process id; "/die" ends it, "/slow" takes a moment.
+// A worker that serves its own process id; "/die" ends it, "/hang" never answers, "/replace" asks for
+// another.
 int ServeHttp(int listenFd, const std::function<void()>& ready) {
   ServerHandlers handlers;
   handlers.page = [](const HttpRequest& request, ClientLink&) {
     if (request.path == "/die") ::_exit(3);
+    if (request.path == "/replace") AskForReplacement();
     if (request.path == "/hang") std::this_thread::sleep_for(1h);
     HttpResponse response;
     response.body = std::to_string(::getpid());
@@ -101,8 +106,9 @@ int ServeHttp(int listenFd, const std::function<void()>& ready) {
   };
   HttpServer server({}, handlers, UniqueFd(::dup(listenFd)));
   ready();
-  WaitForStop();
-  server.Drain(10s);
+  const Stop stop = WaitForStop();
+  ::close(listenFd);
+  server.Drain(10s, stop == Stop::End ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers);
   ::_exit(0);
 }
 
@@ -178,6 +184,116 @@ TEST_F(SupervisorTest, FreshWorkerThatCannotStartLeavesTheOldOne) {
   EXPECT_NE(AwaitLog("ended with status 5. The other one goes on."), "");
   std::filesystem::remove(broken);
   EXPECT_EQ(WorkerOf(m_port), first);
+}
+
+TEST_F(SupervisorTest, WorkerThatAsksIsReplacedAndServesUntilThen) {
+  const auto slow = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
+  Start([&](int listenFd, const std::function<void()>& ready) {
+    while (std::filesystem::exists(slow)) std::this_thread::sleep_for(1ms);
+    return ServeHttp(listenFd, ready);
+  });
+  AwaitLog("is ready.");
+  std::ofstream(slow) << "x";
+  const std::string first = TestClient(m_port).Get("/replace", "Connection: close\r\n").body;
+  EXPECT_NE(AwaitLog("is to be replaced."), "");
+  EXPECT_NE(AwaitLog("started."), "");
+  EXPECT_EQ(WorkerOf(m_port), first);
+  std::filesystem::remove(slow);
+  EXPECT_NE(AwaitLog("Worker " + first + " ended with status 0."), "");
+  EXPECT_NE(WorkerOf(m_port), first);
+}
+
+TEST_F(SupervisorTest, ReplacementThatCannotStartIsTriedAgain) {
+  const auto broken = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
+  Start([&](int listenFd, const std::function<void()>& ready) {
+    return std::filesystem::exists(broken) ? 5 : ServeHttp(listenFd, ready);
+  });
+  AwaitLog("is ready.");
+  std::ofstream(broken) << "x";
+  const std::string first = TestClient(m_port).Get("/replace", "Connection: close\r\n").body;
+  for (int i = 0; i < 2; ++i) EXPECT_NE(AwaitLog("ended with status 5. The other one goes on for now."), "");
+  EXPECT_EQ(WorkerOf(m_port), first);
+  std::filesystem::remove(broken);
+  EXPECT_NE(AwaitLog("Worker " + first + " ended with status 0."), "");
+  EXPECT_NE(WorkerOf(m_port), first);
+}
+
+// Clients that ask without a pause, over connections that they keep as long as the server lets them.
+class BusyClients {
+ public:
+  BusyClients(std::uint16_t port, int count) {
+    for (int i = 0; i < count; ++i) m_threads.emplace_back([this, port] { Run(port); });
+  }
+  ~BusyClients() { End(); }
+
+  void End() {
+    m_ending = true;
+    for (std::thread& thread : m_threads) thread.join();
+    m_threads.clear();
+  }
+
+  int Answered() const { return m_answered; }
+  int Lost() const { return m_lost; }        // requests on a connection that was said to stay
+  int Refused() const { return m_refused; }  // connections that gave no answer at all
+
+ private:
+  void Run(std::uint16_t port) {
+    while (!m_ending) {
+      try {
+        TestClient client(port);
+        int answered = 0;
+        while (!m_ending && AskOnce(client, answered)) {
+        }
+      } catch (const std::runtime_error&) {
+        ++m_refused;
+        return;
+      }
+    }
+  }
+
+  // False at the connection's end.
+  bool AskOnce(TestClient& client, int& answered) {
+    const hosttest::Answer answer = client.Get("/");
+    if (answer.status != 200) {
+      ++(answered > 0 ? m_lost : m_refused);
+      return false;
+    }
+    ++answered;
+    ++m_answered;
+    return answer.headers.Joined("Connection") != "close";
+  }
+
+  std::atomic<bool> m_ending = false;
+  std::atomic<int> m_answered = 0;
+  std::atomic<int> m_lost = 0;
+  std::atomic<int> m_refused = 0;
+  std::vector<std::thread> m_threads;
+};
+
+TEST_F(SupervisorTest, ReloadingLosesNoRequestOfBusyClients) {
+  Start(ServeHttp);
+  AwaitLog("is ready.");
+  BusyClients clients(m_port, 6);
+  for (int i = 0; i < 3; ++i) {
+    Signal(SIGHUP);
+    EXPECT_NE(AwaitLog("is ready."), "");
+    EXPECT_NE(AwaitLog("ended with status 0."), "");
+  }
+  clients.End();
+  EXPECT_GT(clients.Answered(), 0);
+  EXPECT_EQ(clients.Lost(), 0);
+  EXPECT_EQ(clients.Refused(), 0);
+}
+
+TEST_F(SupervisorTest, StopLosesNoRequestOnAnOpenConnection) {
+  Start(ServeHttp);
+  AwaitLog("is ready.");
+  BusyClients clients(m_port, 6);
+  while (clients.Answered() < 50) std::this_thread::sleep_for(1ms);
+  Signal(SIGTERM);
+  EXPECT_EQ(AwaitEnd(), 0);
+  clients.End();
+  EXPECT_EQ(clients.Lost(), 0);
 }
 
 TEST_F(SupervisorTest, WorkerThatIgnoresTheStopIsKilled) {

@@ -11,6 +11,7 @@
 // the procedure's name; the `Ex` operations on prices alone let it pass.
 #pragma once
 
+#include "varnel/catalog/FavoriteTypes.h"
 #include "varnel/host/Ado.h"
 #include "varnel/page/Page.h"
 #include "varnel/recordset/DRecordset.h"

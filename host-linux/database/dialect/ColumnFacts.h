@@ -29,6 +29,9 @@ class IColumnFacts {
   // The result columns of `select`, a text in the engine's own SQL that is not run. Nothing if the engine
   // refuses it.
   virtual std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) = 0;
+
+  // True if an index has a condition: the engine uses it only where it sees the literals of a statement.
+  virtual bool HasPartialIndex() = 0;
 };
 
 }  // namespace hostlinux

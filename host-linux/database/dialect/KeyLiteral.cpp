@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
+#include <limits>
 
 #include "host-linux/database/dialect/SqlLexer.h"
+#include "varnel/automation/String.h"
 
 namespace hostlinux {
 namespace {
@@ -126,49 +129,72 @@ std::optional<std::u16string> Numbers(std::u16string_view& text, const std::arra
 
 bool IsMidnight(const std::u16string& stored) { return stored.ends_with(u" 00:00:00"); }
 
+// A comparison under way: what is compared, and how its literal is put down.
+struct Comparing {
+  const std::u16string& operand;
+  const std::u16string& op;
+  const LiteralTraits& traits;
+  const std::function<std::u16string(LiteralForm)>& write;
+
+  bool IsEqual() const { return op == u"=" || op == u"=="; }
+  // The bound of an order comparison; nothing for an equality.
+  std::optional<KeyComparison> Bound(LiteralForm low, LiteralForm high) const {
+    if (op == u">" || op == u"<=") return KeyComparison{false, write(high)};
+    if (op == u"<" || op == u">=") return KeyComparison{false, write(low)};
+    return std::nullopt;
+  }
+};
+
 // A numeric column: the numeral without its quotes, with the spread where values may have one.
-KeyComparison CompareNumber(const std::u16string& operand, const std::u16string& op,
-                            const NumeralBounds& bounds) {
-  if (bounds.low == bounds.high) return {false, bounds.low};
-  if (op == u">" || op == u"<=") return {false, bounds.high};
-  if (op == u"<" || op == u">=") return {false, bounds.low};
-  const std::u16string between = op == u"=" || op == u"==" ? u" BETWEEN " : u" NOT BETWEEN ";
-  return {true, u"(" + operand + between + bounds.low + u" AND " + bounds.high + u")"};
+KeyComparison CompareNumber(const Comparing& c) {
+  if (!c.traits.hasSpread) return {false, c.write(LiteralForm::Number)};
+  if (auto bound = c.Bound(LiteralForm::Low, LiteralForm::High)) return *bound;
+  const std::u16string between = c.IsEqual() ? u" BETWEEN " : u" NOT BETWEEN ";
+  const std::u16string low = c.write(LiteralForm::Low);
+  return {true, u"(" + c.operand + between + low + u" AND " + c.write(LiteralForm::High) + u")"};
 }
 
 // A DATE column holds midnight with or without the time, so both texts count as the same day.
-KeyComparison CompareDay(const std::u16string& operand, const std::u16string& op,
-                         const std::u16string& stored) {
-  const std::u16string day = stored.substr(0, 10);
-  if (op == u">" || op == u"<=") return {false, TextLiteral(stored)};
-  if (op == u"<" || op == u">=") return {false, TextLiteral(day)};
-  const std::u16string in = op == u"=" || op == u"==" ? u" IN (" : u" NOT IN (";
-  return {true, operand + in + TextLiteral(day) + u", " + TextLiteral(stored) + u")"};
+KeyComparison CompareDay(const Comparing& c) {
+  if (auto bound = c.Bound(LiteralForm::Day, LiteralForm::Stored)) return *bound;
+  const std::u16string in = c.IsEqual() ? u" IN (" : u" NOT IN (";
+  const std::u16string day = c.write(LiteralForm::Day);
+  return {true, c.operand + in + day + u", " + c.write(LiteralForm::Stored) + u")"};
 }
 
-std::optional<KeyComparison> CompareDate(ColumnKind kind, const std::u16string& operand,
-                                         const std::u16string& op, std::u16string_view value) {
-  const std::optional<std::u16string> stored = StoredDate(value);
-  if (!stored) return std::nullopt;
-  if (kind == ColumnKind::DateOnly && IsMidnight(*stored)) return CompareDay(operand, op, *stored);
-  if (*stored == value) return std::nullopt;
-  return KeyComparison{false, TextLiteral(*stored)};
-}
-
-std::optional<KeyComparison> CompareBoolean(std::u16string_view value) {
-  const std::u16string upper = UpperAscii(value);
-  if (upper == u"TRUE") return KeyComparison{false, u"1"};
-  if (upper == u"FALSE") return KeyComparison{false, u"0"};
-  return std::nullopt;
+std::optional<KeyComparison> CompareDate(ColumnKind kind, const Comparing& c) {
+  if (!c.traits.isDate) return std::nullopt;
+  if (kind == ColumnKind::DateOnly && c.traits.isMidnight) return CompareDay(c);
+  if (c.traits.isStored) return std::nullopt;
+  return KeyComparison{false, c.write(LiteralForm::Stored)};
 }
 
 // An expression or untyped column: what the value turns out to be decides.
-KeyComparison CompareUnknown(const std::u16string& operand, const std::u16string& op,
-                             std::u16string_view value, const NumeralBounds& bounds) {
-  const KeyComparison number = CompareNumber(operand, op, bounds);
-  const std::u16string head = operand + u" " + op + u" ";
-  return {true, u"(CASE typeof(" + operand + u") WHEN 'text' THEN " + head + TextLiteral(value) + u" ELSE " +
+KeyComparison CompareUnknown(const Comparing& c) {
+  const std::u16string head = c.operand + u" " + c.op + u" ";
+  const std::u16string text = head + c.write(LiteralForm::Text);
+  const KeyComparison number = CompareNumber(c);
+  return {true, u"(CASE typeof(" + c.operand + u") WHEN 'text' THEN " + text + u" ELSE " +
                     (number.whole ? number.text : head + number.text) + u" END)"};
+}
+
+// SQL's number as a value: an integer where it is one that fits.
+BoundValue NumberValue(std::u16string_view text) {
+  std::string digits;
+  for (const char16_t c : text) digits += static_cast<char>(c);
+  std::string_view rest(digits);
+  if (rest.starts_with('+')) rest.remove_prefix(1);
+  const char* end = rest.data() + rest.size();
+  std::int64_t integer = 0;
+  const auto whole = std::from_chars(rest.data(), end, integer);
+  if (whole.ec == std::errc() && whole.ptr == end) return integer;
+  double number = 0;
+  if (std::from_chars(rest.data(), end, number).ec == std::errc::result_out_of_range) {
+    const bool huge = digits.find("e-") == std::string::npos && digits.find("E-") == std::string::npos;
+    const double limit = huge ? std::numeric_limits<double>::infinity() : 0;
+    return rest.starts_with('-') ? -limit : limit;
+  }
+  return number;
 }
 
 }  // namespace
@@ -202,19 +228,76 @@ std::optional<std::u16string> StoredDate(std::u16string_view text) {
   return *day + u" " + *time;
 }
 
+LiteralTraits TraitsOf(std::u16string_view value) {
+  LiteralTraits traits;
+  const std::u16string_view trimmed = Trim(value);
+  if (trimmed.empty()) return traits;
+  const char16_t first = trimmed.front();
+  if (first == u't' || first == u'T') traits.isTrue = UpperAscii(value) == u"TRUE";
+  if (first == u'f' || first == u'F') traits.isFalse = UpperAscii(value) == u"FALSE";
+  if (!IsDigit(first) && first != u'-' && first != u'+' && first != u'.') return traits;
+  if (const std::optional<NumeralBounds> bounds = BoundsOfNumeral(value)) {
+    traits.isNumeral = true;
+    traits.isInteger = bounds->isInteger;
+    traits.hasSpread = bounds->low != bounds->high;
+  }
+  if (const std::optional<std::u16string> stored = StoredDate(value)) {
+    traits.isDate = true;
+    traits.isMidnight = IsMidnight(*stored);
+    traits.isStored = *stored == value;
+  }
+  return traits;
+}
+
+std::u16string LiteralSql(std::u16string_view value, LiteralForm form) {
+  switch (form) {
+    case LiteralForm::Text:
+      return TextLiteral(value);
+    case LiteralForm::Number:
+      return std::u16string(Trim(value));
+    case LiteralForm::Low:
+      return BoundsOfNumeral(value)->low;
+    case LiteralForm::High:
+      return BoundsOfNumeral(value)->high;
+    case LiteralForm::Stored:
+      return TextLiteral(*StoredDate(value));
+    case LiteralForm::Day:
+      break;
+  }
+  return TextLiteral(StoredDate(value)->substr(0, 10));
+}
+
+BoundValue LiteralValue(std::u16string_view value, LiteralForm form) {
+  switch (form) {
+    case LiteralForm::Text:
+      return varnel::ToUtf8(value);
+    case LiteralForm::Stored:
+      return varnel::ToUtf8(*StoredDate(value));
+    case LiteralForm::Day:
+      return varnel::ToUtf8(StoredDate(value)->substr(0, 10));
+    default:
+      return NumberValue(LiteralSql(value, form));
+  }
+}
+
 std::optional<KeyComparison> CompareWithText(ColumnKind kind, const std::u16string& operand,
                                              const std::u16string& op, std::u16string_view value) {
+  return CompareWithText(kind, operand, op, TraitsOf(value),
+                         [&](LiteralForm form) { return LiteralSql(value, form); });
+}
+
+std::optional<KeyComparison> CompareWithText(ColumnKind kind, const std::u16string& operand,
+                                             const std::u16string& op, const LiteralTraits& traits,
+                                             const std::function<std::u16string(LiteralForm)>& write) {
+  const Comparing comparing{operand, op, traits, write};
   if (kind == ColumnKind::Text) return std::nullopt;
-  if (kind == ColumnKind::Date || kind == ColumnKind::DateOnly) return CompareDate(kind, operand, op, value);
-  if (kind == ColumnKind::Boolean) {
-    if (std::optional<KeyComparison> boolean = CompareBoolean(value)) return boolean;
-  }
-  const std::optional<NumeralBounds> bounds = BoundsOfNumeral(value);
-  if (!bounds) return std::nullopt;
-  if (kind == ColumnKind::Unknown || kind == ColumnKind::Blob)
-    return CompareUnknown(operand, op, value, *bounds);
-  if (kind != ColumnKind::Real && bounds->isInteger) return KeyComparison{false, std::u16string(Trim(value))};
-  return CompareNumber(operand, op, *bounds);
+  if (kind == ColumnKind::Date || kind == ColumnKind::DateOnly) return CompareDate(kind, comparing);
+  if (kind == ColumnKind::Boolean && traits.isTrue) return KeyComparison{false, u"1"};
+  if (kind == ColumnKind::Boolean && traits.isFalse) return KeyComparison{false, u"0"};
+  if (!traits.isNumeral) return std::nullopt;
+  if (kind == ColumnKind::Unknown || kind == ColumnKind::Blob) return CompareUnknown(comparing);
+  if (kind != ColumnKind::Real && traits.isInteger) return KeyComparison{false, write(LiteralForm::Number)};
+  return CompareNumber(comparing);
 }
 
 }  // namespace hostlinux

@@ -1,11 +1,13 @@
 // Text literals as the values that a server with implicit conversion would take them for.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineStatement.h"
 
 namespace hostlinux {
 
@@ -25,6 +27,26 @@ std::optional<NumeralBounds> BoundsOfNumeral(std::u16string_view text);
 // dropped), as it is stored: "yyyy-mm-dd hh:mm:ss". Nothing if it is none.
 std::optional<std::u16string> StoredDate(std::u16string_view text);
 
+// All that the form of a comparison depends on in a literal's value.
+struct LiteralTraits {
+  bool isNumeral = false;
+  bool isInteger = false;  // of a numeral: digits only, at most 15 of them
+  bool hasSpread = false;  // of a numeral: its bounds differ
+  bool isDate = false;
+  bool isMidnight = false;  // of a date
+  bool isStored = false;    // of a date: the value is its stored form
+  bool isTrue = false;
+  bool isFalse = false;
+};
+LiteralTraits TraitsOf(std::u16string_view value);
+
+// The forms in which a literal's value reaches the engine.
+enum class LiteralForm { Text, Number, Low, High, Stored, Day };
+
+// `value` in a form that its traits allow: as SQL, and as the value of a parameter.
+std::u16string LiteralSql(std::u16string_view value, LiteralForm form);
+BoundValue LiteralValue(std::u16string_view value, LiteralForm form);
+
 // A comparison with a text literal in the form that is right for the column.
 struct KeyComparison {
   bool whole = false;   // `text` takes the place of operand, operator and literal; else of the literal alone
@@ -35,5 +57,10 @@ struct KeyComparison {
 // as it stands.
 std::optional<KeyComparison> CompareWithText(ColumnKind kind, const std::u16string& operand,
                                              const std::u16string& op, std::u16string_view value);
+
+// The same with a literal that `write` puts down in the form it is asked for.
+std::optional<KeyComparison> CompareWithText(ColumnKind kind, const std::u16string& operand,
+                                             const std::u16string& op, const LiteralTraits& traits,
+                                             const std::function<std::u16string(LiteralForm)>& write);
 
 }  // namespace hostlinux

@@ -18,150 +18,142 @@ bool StartsWord(char16_t c) {
 
 bool ContinuesWord(char16_t c) { return StartsWord(c) || IsDigit(c); }
 
-class Lexer {
- public:
-  explicit Lexer(std::u16string_view sql) : m_sql(sql) {}
-
-  std::vector<SqlToken> Run() {
-    std::vector<SqlToken> tokens;
-    do tokens.push_back(Next());
-    while (tokens.back().kind != SqlTokenKind::End);
-    return tokens;
-  }
-
- private:
-  char16_t Peek(size_t ahead = 0) const {
-    return m_pos + ahead < m_sql.size() ? m_sql[m_pos + ahead] : u'\0';
-  }
-  bool AtEnd() const { return m_pos >= m_sql.size(); }
-
-  SqlToken Next() {
-    SqlToken token;
-    const size_t gap = m_pos;
-    while (!AtEnd() && IsBlank(Peek())) ++m_pos;
-    token.gap = m_sql.substr(gap, m_pos - gap);
-    if (AtEnd()) return token;
-    const size_t start = m_pos;
-    token.kind = Scan();
-    token.text = m_sql.substr(start, m_pos - start);
-    return token;
-  }
-
-  SqlTokenKind Scan() {
-    const char16_t c = Peek();
-    if (c == u'\'') return Quoted(u'\'', SqlTokenKind::Text);
-    if ((c == u'N' || c == u'n') && Peek(1) == u'\'') return ++m_pos, Quoted(u'\'', SqlTokenKind::WideText);
-    if (c == u'"' || c == u'`') return Quoted(c, SqlTokenKind::QuotedName);
-    if (c == u'[') return Quoted(u']', SqlTokenKind::QuotedName);
-    if (c == u'{') return BracedEscape();
-    if (c == u'-' && Peek(1) == u'-') return LineComment();
-    if (c == u'/' && Peek(1) == u'*') return BlockComment();
-    if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) return Number();
-    if (StartsWord(c)) return Word();
-    return Sign();
-  }
-
-  // From the opening quote to the closing one; a doubled closing quote stands for itself.
-  SqlTokenKind Quoted(char16_t close, SqlTokenKind kind) {
-    ++m_pos;
-    while (!AtEnd()) {
-      if (m_sql[m_pos++] != close) continue;
-      if (Peek() != close || AtEnd()) return kind;
-      ++m_pos;
-    }
-    return kind;
-  }
-
-  // Only {d '...'}, {t '...'} and {ts '...'} are one token; any other brace is a character.
-  SqlTokenKind BracedEscape() {
-    size_t pos = m_pos + 1;
-    const auto skipBlanks = [&] {
-      while (pos < m_sql.size() && IsBlank(m_sql[pos])) ++pos;
-    };
-    skipBlanks();
-    const size_t word = pos;
-    while (pos < m_sql.size() && ContinuesWord(m_sql[pos])) ++pos;
-    const std::u16string name = UpperAscii(m_sql.substr(word, pos - word));
-    skipBlanks();
-    if ((name != u"D" && name != u"T" && name != u"TS") || pos >= m_sql.size() || m_sql[pos] != u'\'') {
-      return ++m_pos, SqlTokenKind::Other;
-    }
-    pos = std::min(m_sql.find(u'\'', pos + 1), m_sql.size());
-    if (pos < m_sql.size()) ++pos;
-    skipBlanks();
-    if (pos >= m_sql.size() || m_sql[pos] != u'}') return ++m_pos, SqlTokenKind::Other;
-    m_pos = pos + 1;
-    return SqlTokenKind::Escape;
-  }
-
-  SqlTokenKind LineComment() {
-    while (!AtEnd() && Peek() != u'\n') ++m_pos;
-    return SqlTokenKind::Comment;
-  }
-
-  SqlTokenKind BlockComment() {
-    const size_t end = m_sql.find(u"*/", m_pos + 2);
-    m_pos = end == std::u16string_view::npos ? m_sql.size() : end + 2;
-    return SqlTokenKind::Comment;
-  }
-
-  SqlTokenKind Number() {
-    while (IsDigit(Peek()) || Peek() == u'.') ++m_pos;
-    if (Upper(Peek()) != u'E') return SqlTokenKind::Number;
-    const size_t sign = Peek(1) == u'+' || Peek(1) == u'-' ? 1 : 0;
-    if (!IsDigit(Peek(1 + sign))) return SqlTokenKind::Number;
-    m_pos += 1 + sign;
-    while (IsDigit(Peek())) ++m_pos;
-    return SqlTokenKind::Number;
-  }
-
-  SqlTokenKind Word() {
-    while (!AtEnd() && ContinuesWord(Peek())) ++m_pos;
-    return SqlTokenKind::Word;
-  }
-
-  SqlTokenKind Sign() {
-    static constexpr std::array<std::u16string_view, 10> kPairs = {u"<=", u">=", u"<>", u"!=", u"==",
-                                                                   u"||", u"<<", u">>", u"!<", u"!>"};
-    const std::u16string_view pair = m_sql.substr(m_pos, 2);
-    if (std::find(kPairs.begin(), kPairs.end(), pair) != kPairs.end()) {
-      return m_pos += 2, SqlTokenKind::Operator;
-    }
-    switch (m_sql[m_pos++]) {
-      case u'(':
-        return SqlTokenKind::Open;
-      case u')':
-        return SqlTokenKind::Close;
-      case u',':
-        return SqlTokenKind::Comma;
-      case u'.':
-        return SqlTokenKind::Dot;
-      case u';':
-        return SqlTokenKind::Semicolon;
-      case u'=':
-      case u'<':
-      case u'>':
-      case u'+':
-      case u'-':
-      case u'*':
-      case u'/':
-      case u'%':
-      case u'&':
-      case u'|':
-      case u'~':
-        return SqlTokenKind::Operator;
-      default:
-        return SqlTokenKind::Other;
-    }
-  }
-
-  std::u16string_view m_sql;
-  size_t m_pos = 0;
-};
-
 }  // namespace
 
-std::vector<SqlToken> LexSql(std::u16string_view sql) { return Lexer(sql).Run(); }
+SqlPiece SqlScanner::Next() {
+  SqlPiece piece;
+  piece.gap = m_pos;
+  while (!AtEnd() && IsBlank(Peek())) ++m_pos;
+  piece.begin = piece.end = m_pos;
+  if (AtEnd()) return piece;
+  piece.kind = Scan();
+  piece.end = m_pos;
+  return piece;
+}
+
+SqlTokenKind SqlScanner::Scan() {
+  const char16_t c = Peek();
+  if (c == u'\'') return Quoted(u'\'', SqlTokenKind::Text);
+  if ((c == u'N' || c == u'n') && Peek(1) == u'\'') return ++m_pos, Quoted(u'\'', SqlTokenKind::WideText);
+  if (c == u'"' || c == u'`') return Quoted(c, SqlTokenKind::QuotedName);
+  if (c == u'[') return Quoted(u']', SqlTokenKind::QuotedName);
+  if (c == u'{') return BracedEscape();
+  if (c == u'-' && Peek(1) == u'-') return LineComment();
+  if (c == u'/' && Peek(1) == u'*') return BlockComment();
+  if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) return Number();
+  if (StartsWord(c)) return Word();
+  return Sign();
+}
+
+// From the opening quote to the closing one; a doubled closing quote stands for itself.
+SqlTokenKind SqlScanner::Quoted(char16_t close, SqlTokenKind kind) {
+  ++m_pos;
+  while (!AtEnd()) {
+    if (m_sql[m_pos++] != close) continue;
+    if (Peek() != close || AtEnd()) return kind;
+    ++m_pos;
+  }
+  return kind;
+}
+
+// Only {d '...'}, {t '...'} and {ts '...'} are one token; any other brace is a character.
+SqlTokenKind SqlScanner::BracedEscape() {
+  size_t pos = m_pos + 1;
+  const auto skipBlanks = [&] {
+    while (pos < m_sql.size() && IsBlank(m_sql[pos])) ++pos;
+  };
+  skipBlanks();
+  const size_t word = pos;
+  while (pos < m_sql.size() && ContinuesWord(m_sql[pos])) ++pos;
+  const std::u16string name = UpperAscii(m_sql.substr(word, pos - word));
+  skipBlanks();
+  if ((name != u"D" && name != u"T" && name != u"TS") || pos >= m_sql.size() || m_sql[pos] != u'\'') {
+    return ++m_pos, SqlTokenKind::Other;
+  }
+  pos = std::min(m_sql.find(u'\'', pos + 1), m_sql.size());
+  if (pos < m_sql.size()) ++pos;
+  skipBlanks();
+  if (pos >= m_sql.size() || m_sql[pos] != u'}') return ++m_pos, SqlTokenKind::Other;
+  m_pos = pos + 1;
+  return SqlTokenKind::Escape;
+}
+
+SqlTokenKind SqlScanner::LineComment() {
+  while (!AtEnd() && Peek() != u'\n') ++m_pos;
+  return SqlTokenKind::Comment;
+}
+
+SqlTokenKind SqlScanner::BlockComment() {
+  const size_t end = m_sql.find(u"*/", m_pos + 2);
+  m_pos = end == std::u16string_view::npos ? m_sql.size() : end + 2;
+  return SqlTokenKind::Comment;
+}
+
+SqlTokenKind SqlScanner::Number() {
+  while (IsDigit(Peek()) || Peek() == u'.') ++m_pos;
+  if (Upper(Peek()) != u'E') return SqlTokenKind::Number;
+  const size_t sign = Peek(1) == u'+' || Peek(1) == u'-' ? 1 : 0;
+  if (!IsDigit(Peek(1 + sign))) return SqlTokenKind::Number;
+  m_pos += 1 + sign;
+  while (IsDigit(Peek())) ++m_pos;
+  return SqlTokenKind::Number;
+}
+
+SqlTokenKind SqlScanner::Word() {
+  while (!AtEnd() && ContinuesWord(Peek())) ++m_pos;
+  return SqlTokenKind::Word;
+}
+
+SqlTokenKind SqlScanner::Sign() {
+  static constexpr std::array<std::u16string_view, 10> kPairs = {u"<=", u">=", u"<>", u"!=", u"==",
+                                                                 u"||", u"<<", u">>", u"!<", u"!>"};
+  const std::u16string_view pair = m_sql.substr(m_pos, 2);
+  if (std::find(kPairs.begin(), kPairs.end(), pair) != kPairs.end()) {
+    return m_pos += 2, SqlTokenKind::Operator;
+  }
+  switch (m_sql[m_pos++]) {
+    case u'(':
+      return SqlTokenKind::Open;
+    case u')':
+      return SqlTokenKind::Close;
+    case u',':
+      return SqlTokenKind::Comma;
+    case u'.':
+      return SqlTokenKind::Dot;
+    case u';':
+      return SqlTokenKind::Semicolon;
+    case u'=':
+    case u'<':
+    case u'>':
+    case u'+':
+    case u'-':
+    case u'*':
+    case u'/':
+    case u'%':
+    case u'&':
+    case u'|':
+    case u'~':
+      return SqlTokenKind::Operator;
+    default:
+      return SqlTokenKind::Other;
+  }
+}
+
+std::vector<SqlToken> LexSql(std::u16string_view sql) {
+  std::vector<SqlToken> tokens;
+  SqlScanner scanner(sql);
+  SqlPiece piece;
+  int literals = 0;
+  do {
+    piece = scanner.Next();
+    SqlToken& token = tokens.emplace_back();
+    token.kind = piece.kind;
+    token.gap = sql.substr(piece.gap, piece.begin - piece.gap);
+    token.text = sql.substr(piece.begin, piece.end - piece.begin);
+    if (IsLiteral(piece.kind)) token.literal = literals++;
+  } while (piece.kind != SqlTokenKind::End);
+  return tokens;
+}
 
 std::u16string PrintSql(const std::vector<SqlToken>& tokens, size_t begin, size_t end, bool trimmed) {
   std::u16string text;
@@ -185,8 +177,10 @@ bool IsWord(const SqlToken& token, std::u16string_view word) {
                     [](char16_t upper, char16_t c) { return upper == Upper(c); });
 }
 
-std::u16string TextValue(const SqlToken& token) {
-  std::u16string_view body = token.text;
+std::u16string TextValue(const SqlToken& token) { return TextValue(token.text); }
+
+std::u16string TextValue(std::u16string_view text) {
+  std::u16string_view body = text;
   body.remove_prefix(std::min(body.size(), body.find(u'\'') + 1));
   if (!body.empty() && body.back() == u'\'') body.remove_suffix(1);
   std::u16string value;

@@ -35,6 +35,49 @@ struct SqlToken {
   bool dropped = false;
   std::u16string before;  // printed between gap and text
   std::u16string after;   // printed behind the text
+  int literal = -1;       // which of the text's literals it is, counted from 0; -1 for anything else
+  bool isKey = false;     // the value of a page's key
+  bool lifted = false;    // a parameter stands for its value
+};
+
+// Where a token lies in its text: blanks from `gap` to `begin`, the token from there to `end`.
+struct SqlPiece {
+  SqlTokenKind kind = SqlTokenKind::End;
+  std::size_t gap = 0;
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+
+// True for what stands for a value: Text, WideText, Escape, Number.
+constexpr bool IsLiteral(SqlTokenKind kind) {
+  return kind == SqlTokenKind::Text || kind == SqlTokenKind::WideText || kind == SqlTokenKind::Escape ||
+         kind == SqlTokenKind::Number;
+}
+
+// Reads a text token by token, without copies. The text outlives the scanner.
+class SqlScanner {
+ public:
+  explicit SqlScanner(std::u16string_view sql) : m_sql(sql) {}
+
+  // The next token; of kind End behind the last one.
+  SqlPiece Next();
+
+ private:
+  char16_t Peek(std::size_t ahead = 0) const {
+    return m_pos + ahead < m_sql.size() ? m_sql[m_pos + ahead] : u'\0';
+  }
+  bool AtEnd() const { return m_pos >= m_sql.size(); }
+  SqlTokenKind Scan();
+  SqlTokenKind Quoted(char16_t close, SqlTokenKind kind);
+  SqlTokenKind BracedEscape();
+  SqlTokenKind LineComment();
+  SqlTokenKind BlockComment();
+  SqlTokenKind Number();
+  SqlTokenKind Word();
+  SqlTokenKind Sign();
+
+  std::u16string_view m_sql;
+  std::size_t m_pos = 0;
 };
 
 // The tokens of `sql`, closed by one of kind End. Takes any text; an unclosed quote, bracket or
@@ -50,6 +93,7 @@ bool IsWord(const SqlToken& token, std::u16string_view word);
 
 // The value of a Text or WideText token: without quotes, doubled quotes made single.
 std::u16string TextValue(const SqlToken& token);
+std::u16string TextValue(std::u16string_view text);
 
 // `value` as a text literal, quotes doubled.
 std::u16string TextLiteral(std::u16string_view value);

@@ -7,7 +7,10 @@
 #include "host-linux/database/dialect/KeyLiteral.h"
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/OperandFinder.h"
+#include "host-linux/database/dialect/PageSeek.h"
+#include "host-linux/database/dialect/SelectNames.h"
 #include "host-linux/database/dialect/SqlStructure.h"
+#include "varnel/automation/String.h"
 
 namespace hostlinux {
 namespace {
@@ -17,17 +20,18 @@ using Tokens = std::vector<SqlToken>;
 // A rewritten comparison may repeat its operand, so nested ones would grow without end.
 constexpr size_t kMaxOperand = 2000;
 
+constexpr size_t kMaxTranslations = 512;
+
+// A literal that became a parameter, in a form.
+struct Lifted {
+  size_t literal = 0;
+  LiteralForm form = LiteralForm::Text;
+  bool operator==(const Lifted&) const = default;
+};
+
 bool IsNothing(const Tokens& tokens) {
   return tokens.size() > 3 && IsWord(tokens[0], u"SET") && IsWord(tokens[1], u"TRANSACTION") &&
          IsWord(tokens[2], u"ISOLATION") && IsWord(tokens[3], u"LEVEL");
-}
-
-// The text of {d '...'}, {ts '...'} or {t '...'} as a literal.
-std::u16string EscapeLiteral(const SqlToken& token) {
-  SqlToken inner;
-  inner.text = token.text.substr(0, token.text.rfind(u'\'') + 1);
-  const std::u16string value = TextValue(inner);
-  return TextLiteral(StoredDate(value).value_or(value));
 }
 
 void RewriteLiterals(Tokens& tokens) {
@@ -36,7 +40,7 @@ void RewriteLiterals(Tokens& tokens) {
     if (token.kind == SqlTokenKind::WideText) {
       token.text.erase(0, 1);
     } else if (token.kind == SqlTokenKind::Escape) {
-      token.text = EscapeLiteral(token);
+      token.text = TextLiteral(ValueOf(token.kind, token.text));
       SqlToken& next = tokens[i + 1];
       if (next.gap.empty() && next.kind != SqlTokenKind::End) next.gap = u" ";
     } else {
@@ -79,21 +83,12 @@ void RewriteLikes(Tokens& tokens) {
 
 // --- TOP
 
-// Takes `TOP n` behind the verb of `scope` away and returns n; nothing for a SELECT without it, and for the
-// forms that SQLite can't say (PERCENT, WITH TIES), which stay for it to refuse.
+// Takes `TOP n` behind the verb of `scope` away and returns n.
 std::optional<std::u16string> TakeTop(Tokens& tokens, const SqlScope& scope) {
-  if (scope.verb != SqlVerb::Select) return std::nullopt;
-  size_t top = scope.begin + 1;
-  if (IsWord(tokens[top], u"DISTINCT") || IsWord(tokens[top], u"ALL")) ++top;
-  if (!IsWord(tokens[top], u"TOP")) return std::nullopt;
-  const bool open = tokens[top + 1].kind == SqlTokenKind::Open;
-  const size_t number = top + (open ? 2 : 1);
-  if (number + 1 >= tokens.size() || tokens[number].kind != SqlTokenKind::Number) return std::nullopt;
-  if (open && tokens[number + 1].kind != SqlTokenKind::Close) return std::nullopt;
-  const size_t behind = number + (open ? 2 : 1);
-  if (IsWord(tokens[behind], u"PERCENT") || IsWord(tokens[behind], u"WITH")) return std::nullopt;
-  Drop(tokens, top, behind);
-  return tokens[number].text;
+  const std::optional<SelectTop> top = FindTop(tokens, scope);
+  if (!top) return std::nullopt;
+  Drop(tokens, top->span.begin, top->span.end);
+  return tokens[top->number].text;
 }
 
 size_t LastToken(const Tokens& tokens, const SqlScope& scope) {
@@ -102,49 +97,13 @@ size_t LastToken(const Tokens& tokens, const SqlScope& scope) {
   return last;
 }
 
-// A term of an ORDER BY that is a plain column: where its name stands, and its direction.
-struct OrderTerm {
-  size_t begin = 0;
-  size_t name = 0;
-  std::u16string direction;
-};
-
-bool IsName(const SqlToken& token) {
-  return token.kind == SqlTokenKind::Word || token.kind == SqlTokenKind::QuotedName;
-}
-
-std::u16string PlainName(const SqlToken& token) {
-  const bool quoted = token.kind == SqlTokenKind::QuotedName && token.text.size() >= 2;
-  return UpperAscii(quoted ? token.text.substr(1, token.text.size() - 2) : token.text);
-}
-
-// One term from `i` on, which moves to the token behind it.
-std::optional<OrderTerm> ReadOrderTerm(const Tokens& tokens, size_t& i, size_t end) {
-  OrderTerm term{i, i, {}};
-  if (!IsName(tokens[i])) return std::nullopt;
-  while (i + 2 < end && tokens[i + 1].kind == SqlTokenKind::Dot && IsName(tokens[i + 2])) i += 2;
-  term.name = i++;
-  if (i < end && (IsWord(tokens[i], u"ASC") || IsWord(tokens[i], u"DESC")))
-    term.direction = u" " + tokens[i++].text;
-  return term;
-}
-
-// The terms of `order`; nothing if one of them is more than a column and a direction.
-std::optional<std::vector<OrderTerm>> ReadOrder(const Tokens& tokens, const SqlSpan& order) {
-  std::vector<OrderTerm> terms;
-  for (size_t i = order.begin + 2; i < order.end; ++i) {
-    const std::optional<OrderTerm> term = ReadOrderTerm(tokens, i, order.end);
-    if (!term || (i < order.end && tokens[i].kind != SqlTokenKind::Comma)) return std::nullopt;
-    terms.push_back(*term);
-  }
-  return terms;
-}
-
 class Rewriter {
  public:
-  Rewriter(Tokens& tokens, IColumnFacts& facts)
+  // With `lifted`, literals become parameters, which are put there.
+  Rewriter(Tokens& tokens, IColumnFacts& facts, std::vector<Lifted>* lifted)
       : m_tokens(tokens),
         m_facts(facts),
+        m_lifted(lifted),
         m_structure(ReadStructure(tokens)),
         m_limits(m_structure.scopes.size()) {}
 
@@ -155,6 +114,7 @@ class Rewriter {
     for (size_t i = 0; i < m_structure.scopes.size(); ++i) PlaceLimit(i);
     for (const SqlCompound& compound : m_structure.compounds) WrapBranches(compound);
     // From left to right: an operand is printed with the comparisons inside it already rewritten.
+    MarkCases();
     for (size_t i = 2; i + 1 < m_tokens.size(); ++i) RewriteComparison(i);
   }
 
@@ -236,25 +196,78 @@ class Rewriter {
   // --- comparisons
 
   void RewriteComparison(size_t literal) {
-    if (m_tokens[literal].kind != SqlTokenKind::Text || m_tokens[literal].dropped) return;
+    const SqlTokenKind kind = m_tokens[literal].kind;
+    const bool isText = kind == SqlTokenKind::Text;
+    if ((!isText && (kind != SqlTokenKind::Number || !MayLift(literal))) || m_tokens[literal].dropped) return;
     const size_t op = literal - 1;
     if (!IsComparison(m_tokens[op]) || !EndsOperand(m_tokens[literal + 1])) return;
     const int scope = m_structure.scopeOf[literal];
-    const SqlClause clause = m_structure.clauseOf[literal];
-    if (scope < 0 || clause == SqlClause::Set) return;
+    if (scope < 0 || m_structure.clauseOf[literal] == SqlClause::Set) return;
     const size_t begin = FindOperand(m_tokens, m_structure.partner, op);
     if (begin == op || m_tokens[begin].dropped || m_tokens[op].dropped) return;
-    const std::u16string operand = PrintSql(m_tokens, begin, op, true);
-    const std::u16string value = TextValue(m_tokens[literal]);
-    if (operand.size() > kMaxOperand || !MayChange(value)) return;
-    const auto comparison = CompareWithText(KindOf(operand, scope), operand, m_tokens[op].text, value);
-    if (comparison) Place(*comparison, begin, literal);
+    if (isText && RewriteText(begin, literal, scope)) return;
+    const bool isConstant = IsLiteral(m_tokens[begin].kind);
+    if (!MayLift(literal) || isConstant) return;
+    m_tokens[literal].text = Write(literal, isText ? LiteralForm::Text : LiteralForm::Number);
+  }
+
+  // False if the comparison is right as it stands.
+  bool RewriteText(size_t begin, size_t literal, int scope) {
+    const std::u16string operand = PrintSql(m_tokens, begin, literal - 1, true);
+    const LiteralTraits traits = TraitsOf(TextValue(m_tokens[literal]));
+    if (operand.size() > kMaxOperand || !MayChange(traits)) return false;
+    const auto comparison = CompareWithText(KindOf(operand, scope), operand, m_tokens[literal - 1].text,
+                                            traits, [&](LiteralForm form) { return Write(literal, form); });
+    if (!comparison) return false;
+    Place(*comparison, begin, literal);
+    return true;
   }
 
   // Most texts are neither a number nor a date nor a truth value; those need no look at the column.
-  static bool MayChange(const std::u16string& value) {
-    const std::u16string upper = UpperAscii(value);
-    return BoundsOfNumeral(value) || StoredDate(value) || upper == u"TRUE" || upper == u"FALSE";
+  static bool MayChange(const LiteralTraits& traits) {
+    return traits.isNumeral || traits.isDate || traits.isTrue || traits.isFalse;
+  }
+
+  // --- parameters
+
+  // An expression with CASE may be that of an index, which its literals must be seen for.
+  void MarkCases() {
+    m_inCase.assign(m_tokens.size(), false);
+    size_t depth = 0;
+    for (size_t i = 0; i < m_tokens.size(); ++i) {
+      if (IsWord(m_tokens[i], u"CASE")) ++depth;
+      if (IsWord(m_tokens[i], u"END") && depth > 0) --depth;
+      m_inCase[i] = depth > 0;
+    }
+  }
+
+  bool MayLift(size_t literal) {
+    const SqlToken& token = m_tokens[literal];
+    if (m_lifted == nullptr || token.literal < 0 || m_inCase[literal]) return false;
+    if (token.kind == SqlTokenKind::Number && (token.text == u"0" || token.text == u"1")) return false;
+    const SqlClause clause = m_structure.clauseOf[literal];
+    if (clause != SqlClause::Where && clause != SqlClause::From) return false;
+    return token.isKey || !HasPartialIndex();
+  }
+
+  bool HasPartialIndex() {
+    if (!m_hasPartialIndex) m_hasPartialIndex = m_facts.HasPartialIndex();
+    return *m_hasPartialIndex;
+  }
+
+  // The literal in a form: its parameter, or itself.
+  std::u16string Write(size_t literal, LiteralForm form) {
+    SqlToken& token = m_tokens[literal];
+    if (!MayLift(literal)) {
+      const bool isText = token.kind == SqlTokenKind::Text;
+      return LiteralSql(isText ? TextValue(token) : token.text, form);
+    }
+    token.lifted = true;
+    const Lifted wanted{static_cast<size_t>(token.literal), form};
+    auto found = std::find(m_lifted->begin(), m_lifted->end(), wanted);
+    if (found == m_lifted->end()) found = m_lifted->insert(found, wanted);
+    const std::string number = std::to_string(found - m_lifted->begin() + 1);
+    return u"?" + std::u16string(number.begin(), number.end());
   }
 
   void Place(const KeyComparison& comparison, size_t begin, size_t literal) {
@@ -308,21 +321,104 @@ class Rewriter {
 
   Tokens& m_tokens;
   IColumnFacts& m_facts;
+  std::vector<Lifted>* m_lifted;
   SqlStructure m_structure;
   std::vector<std::optional<std::u16string>> m_limits;  // of each scope
+  std::vector<bool> m_inCase;
+  std::optional<bool> m_hasPartialIndex;
 };
 
-}  // namespace
-
-RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts) {
-  Tokens tokens = LexSql(sql);
-  if (IsNothing(tokens)) return {std::u16string(sql), true};
+// The tokens in the words of SQLite.
+void Rewrite(Tokens& tokens, IColumnFacts& facts, PageReads reads, std::vector<Lifted>* lifted) {
   // A few empty tokens behind the last one, so that looking ahead needs no test.
   tokens.resize(tokens.size() + 4);
   RewriteLiterals(tokens);
   RewriteLikes(tokens);
-  Rewriter(tokens, facts).Run();
+  if (reads == PageReads::InArms) tokens = SeekPages(std::move(tokens), facts);
+  Rewriter(tokens, facts, lifted).Run();
+}
+
+// The literals of which a copy stands in the text as itself.
+std::vector<size_t> Pinned(const Tokens& tokens) {
+  std::vector<size_t> pinned;
+  for (const SqlToken& token : tokens) {
+    if (token.literal >= 0 && !token.lifted) pinned.push_back(static_cast<size_t>(token.literal));
+  }
+  std::sort(pinned.begin(), pinned.end());
+  pinned.erase(std::unique(pinned.begin(), pinned.end()), pinned.end());
+  return pinned;
+}
+
+}  // namespace
+
+RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts, PageReads reads) {
+  Tokens tokens = LexSql(sql);
+  if (IsNothing(tokens)) return {std::u16string(sql), true};
+  Rewrite(tokens, facts, reads, nullptr);
   return {PrintSql(tokens, 0, tokens.size()), false};
+}
+
+EngineStatement SqliteDialect::Translate(std::u16string_view sql) {
+  const SqlShape shape = ShapeOf(sql);
+  if (!shape.mayLift) {
+    const RewrittenSql rewritten = RewriteForSqlite(sql, m_facts, m_reads);
+    return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing};
+  }
+  const Translation& translation = Remember(sql, shape);
+  EngineStatement statement{translation.sql, {}, translation.isNothing};
+  statement.values.reserve(translation.parameters.size());
+  for (const Parameter& parameter : translation.parameters) {
+    const SqlLiteral& literal = shape.literals[parameter.literal];
+    statement.values.push_back(LiteralValue(ValueOf(literal.kind, literal.text), parameter.form));
+  }
+  return statement;
+}
+
+SqliteDialect::Translation& SqliteDialect::Remember(std::u16string_view sql, const SqlShape& shape) {
+  const auto family = m_families.find(shape.key);
+  if (family != m_families.end()) {
+    const auto found = family->second.translations.find(PinnedTexts(family->second, shape));
+    if (found != family->second.translations.end()) return found->second;
+  }
+  Tokens tokens = LexSql(sql);
+  Translation translation;
+  translation.isNothing = IsNothing(tokens);
+  std::vector<Lifted> lifted;
+  if (!translation.isNothing) Rewrite(tokens, m_facts, m_reads, &lifted);
+  translation.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
+  for (const Lifted& each : lifted) translation.parameters.push_back({each.literal, each.form});
+
+  if (m_translations >= kMaxTranslations) ForgetSchema();
+  ++m_translations;
+  Family& kept = m_families[shape.key];
+  Pin(kept, Pinned(tokens));
+  return kept.translations.insert_or_assign(PinnedTexts(kept, shape), std::move(translation)).first->second;
+}
+
+// What is remembered under fewer literals can't be told apart by more.
+void SqliteDialect::Pin(Family& family, const std::vector<std::size_t>& literals) {
+  std::vector<std::size_t> pinned;
+  std::set_union(family.pinned.begin(), family.pinned.end(), literals.begin(), literals.end(),
+                 std::back_inserter(pinned));
+  if (pinned == family.pinned) return;
+  family.pinned = std::move(pinned);
+  family.translations.clear();
+}
+
+// Each text with its length in front, so that no two lists look alike.
+std::u16string SqliteDialect::PinnedTexts(const Family& family, const SqlShape& shape) {
+  std::u16string texts;
+  for (const size_t literal : family.pinned) {
+    const std::u16string_view text = shape.literals[literal].text;
+    for (size_t rest = text.size(); rest > 0; rest >>= 15) texts += static_cast<char16_t>(rest & 0x7FFF);
+    texts.append({u'\xFFFF'}).append(text);
+  }
+  return texts;
+}
+
+void SqliteDialect::ForgetSchema() {
+  m_families.clear();
+  m_translations = 0;
 }
 
 }  // namespace hostlinux

@@ -4,14 +4,25 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineStatement.h"
+#include "host-linux/database/dialect/KeyLiteral.h"
+#include "host-linux/database/dialect/SqlShape.h"
 
 namespace hostlinux {
 
 struct RewrittenSql {
   std::u16string text;
   bool isNothing = false;  // a statement that SQLite doesn't know and doesn't need: report success
+};
+
+// How the reads behind an anchor row are written.
+enum class PageReads {
+  AsWritten,  // one condition with OR, as the library writes it
+  InArms      // so that an index finds the row (PageSeek.h)
 };
 
 // What is rewritten:
@@ -24,6 +35,50 @@ struct RewrittenSql {
 // - A comparison with a text literal is written so that it is right for the type of its left side: keys
 //   come as text, also those of numbers and dates.
 // - SET TRANSACTION ISOLATION LEVEL is nothing: every SQLite transaction is serializable.
-RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts);
+// - With InArms, reads of next and previous pages and of jumps.
+RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts,
+                              PageReads reads = PageReads::AsWritten);
+
+// The rewriting of one connection, with its literals lifted out: texts that differ in values only become one
+// engine text, which is worked out once. Lifted are texts, dates and numbers on the right of a comparison in
+// WHERE and ON; not 0 and 1, patterns, TOP and what stands in expressions. Where an index has a condition,
+// only the keys of pages are lifted.
+class SqliteDialect {
+ public:
+  // `facts` outlives the dialect.
+  explicit SqliteDialect(IColumnFacts& facts, PageReads reads = PageReads::InArms)
+      : m_facts(facts), m_reads(reads) {}
+
+  // The statement that `sql` becomes with the values that stand in it.
+  EngineStatement Translate(std::u16string_view sql);
+  // To be called when the schema changed: types of columns are part of what was worked out.
+  void ForgetSchema();
+
+ private:
+  // A parameter: the value of a literal of the library's text, in a form.
+  struct Parameter {
+    std::size_t literal = 0;
+    LiteralForm form = LiteralForm::Text;
+  };
+  struct Translation {
+    std::string sql;
+    std::vector<Parameter> parameters;
+    bool isNothing = false;
+  };
+  // The texts of one shape. They differ in the literals that weren't lifted.
+  struct Family {
+    std::vector<std::size_t> pinned;
+    std::unordered_map<std::u16string, Translation> translations;  // by the texts of the pinned literals
+  };
+
+  Translation& Remember(std::u16string_view sql, const SqlShape& shape);
+  static void Pin(Family& family, const std::vector<std::size_t>& literals);
+  static std::u16string PinnedTexts(const Family& family, const SqlShape& shape);
+
+  IColumnFacts& m_facts;
+  PageReads m_reads;
+  std::unordered_map<std::u16string, Family> m_families;  // by the key of the shape
+  std::size_t m_translations = 0;
+};
 
 }  // namespace hostlinux

@@ -60,16 +60,26 @@ struct ResultColumn {
   varnel::Long size = 0;  // declared length of a text, 0 for none
 };
 
+// Shared by all results of a statement.
+using ResultColumns = std::shared_ptr<const std::vector<ResultColumn>>;
+
 struct StatementResult {
-  std::vector<ResultColumn> columns;  // none for a statement that returns no rows
+  ResultColumns columns;  // null for a statement that returns no rows
   RowStore rows;
   varnel::Long affected = -1;  // rows that it changed; -1 for a query
-  varnel::String sent;         // the text as the engine got it
+  varnel::String sent;         // the text as the engine got it, where it was asked for
 };
 
 struct StatementLimits {
   varnel::Long maxRecords = 0;           // 0: all of them
   std::chrono::milliseconds timeout{0};  // 0: none
+  bool wantsSent = false;                // tell the text that the engine got
+};
+
+struct OpenOptions {
+  std::filesystem::path folder;          // where relative file names begin
+  bool readOnly = false;                 // may also come from the connection string
+  std::chrono::milliseconds timeout{0};  // for opening; 0: none
 };
 
 // One connection to an engine. Used by one thread at a time. Everything raises ProviderFailure.
@@ -83,14 +93,14 @@ class ISession {
   virtual void Rollback() = 0;
   // Undoes what a user of the session may have left: true if another one may have it then.
   virtual bool Recycle() = 0;
+  // True if what it was opened on is still there, and the same: asked before it gets its next user.
+  virtual bool IsCurrent() = 0;
 };
 
 class IProvider {
  public:
   virtual ~IProvider() = default;
-  // `folder` is where relative file names begin. `readOnly` may also come from the connection string.
-  virtual std::unique_ptr<ISession> Open(const ConnectionString& connection,
-                                         const std::filesystem::path& folder, bool readOnly) = 0;
+  virtual std::unique_ptr<ISession> Open(const ConnectionString& connection, const OpenOptions& options) = 0;
 };
 
 }  // namespace hostlinux

@@ -6,6 +6,11 @@ namespace hostlinux {
 
 using varnel::Variant;
 
+void RowStore::Reserve(std::size_t rows, std::size_t bytes) {
+  m_cells.reserve(rows * m_columns);
+  m_bytes.reserve(bytes);
+}
+
 void RowStore::AddDouble(double value) { Add(Kind::Double, std::bit_cast<std::uint64_t>(value), 0); }
 void RowStore::AddDate(varnel::Date value) { Add(Kind::Date, std::bit_cast<std::uint64_t>(value.days), 0); }
 

@@ -15,6 +15,9 @@ class RowStore {
  public:
   explicit RowStore(std::size_t columns = 0) : m_columns(columns) {}
 
+  // Room for that much at once.
+  void Reserve(std::size_t rows, std::size_t bytes);
+
   void AddNull() { Add(Kind::Null, 0, 0); }
   void AddLong(varnel::Long value) { Add(Kind::Long, static_cast<std::uint64_t>(value), 0); }
   void AddBoolean(bool value) { Add(Kind::Boolean, value ? 1 : 0, 0); }
@@ -25,6 +28,8 @@ class RowStore {
 
   std::size_t Columns() const { return m_columns; }
   std::size_t Rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
+  // Of all texts and blobs together.
+  std::size_t Bytes() const { return m_bytes.size(); }
   // Both from 0 and inside the store.
   varnel::Variant Value(std::size_t column, std::size_t row) const;
 

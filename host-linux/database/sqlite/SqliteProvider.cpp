@@ -1,5 +1,7 @@
 #include "host-linux/database/sqlite/SqliteProvider.h"
 
+#include <algorithm>
+
 #include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteSession.h"
 
@@ -14,17 +16,43 @@ SqliteMode ModeOf(const varnel::String& text, bool readOnly) {
               u"08001");
 }
 
+// For comparisons of the two.
+PageReads ReadsOf(const varnel::String& text) {
+  return varnel::EqualsNoCase(text, u"AsWritten") ? PageReads::AsWritten : PageReads::InArms;
+}
+
+std::vector<std::string> TablesOf(const varnel::String& text) {
+  std::vector<std::string> tables;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find(u',', begin), text.size());
+    const varnel::String name = varnel::Trim(text.substr(begin, end - begin));
+    if (!name.empty()) tables.push_back(varnel::ToUtf8(name));
+    begin = end + 1;
+  }
+  return tables;
+}
+
+// The engine's count of its memory costs a lock of the whole process at each allocation, and nobody reads it.
+// Can only be set before the first use of the engine; where somebody else was first, it stays.
+void SwitchOffStatistics() {
+  [[maybe_unused]] static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 }  // namespace
 
 std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connection,
-                                               const std::filesystem::path& folder, bool readOnly) {
+                                               const OpenOptions& options) {
+  SwitchOffStatistics();
   const varnel::String source = connection.Get(u"Data Source");
   if (source.empty()) {
     RaiseSqlite(provider_error::kFail, u"The connection string names no Data Source.", u"08001");
   }
   const std::filesystem::path file(varnel::ToUtf8(source));
-  return std::make_unique<SqliteSession>(source == u":memory:" ? file : folder / file,
-                                         ModeOf(connection.Get(u"Mode"), readOnly));
+  return std::make_unique<SqliteSession>(
+      source == u":memory:" ? file : options.folder / file,
+      SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), TablesOf(connection.Get(u"Tables")),
+                   ReadsOf(connection.Get(u"PageReads"))},
+      options.timeout);
 }
 
 }  // namespace hostlinux

@@ -6,11 +6,11 @@
 namespace hostlinux {
 
 // Mode=Read opens read-only, Mode=ReadWrite opens a file that must be there, no mode or Mode=Create makes it
-// where it is missing. A relative Data Source begins at the site's folder.
+// where it is missing. A relative Data Source begins at the site's folder. Tables=a,b names the tables and
+// views that the connection may touch.
 class SqliteProvider : public IProvider {
  public:
-  std::unique_ptr<ISession> Open(const ConnectionString& connection, const std::filesystem::path& folder,
-                                 bool readOnly) override;
+  std::unique_ptr<ISession> Open(const ConnectionString& connection, const OpenOptions& options) override;
 };
 
 }  // namespace hostlinux

@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include <array>
+#include <algorithm>
 
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
@@ -16,52 +16,61 @@ using varnel::String;
 
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
-constexpr int kBusyMilliseconds = 5000;
-// Between two looks at the clock, while a statement runs. One step may make a value of the greatest length.
-constexpr int kStepsBetweenLooks = 200;
 // Bytes of a value or a row. A function such as randomblob makes that much in one step, which nothing
 // interrupts.
 constexpr int kMaxValueLength = 64 << 20;
 
-// Stops the statements of a connection that run past a point in time.
-class Deadline {
- public:
-  using Clock = std::chrono::steady_clock;
-
-  Deadline(sqlite3* database, std::chrono::milliseconds timeout)
-      : m_database(database), m_end(Clock::now() + timeout) {
-    if (timeout.count() > 0) sqlite3_progress_handler(database, kStepsBetweenLooks, &Deadline::Look, this);
+// `path` as it stands in a "file:" address.
+std::string AddressOf(const std::filesystem::path& path) {
+  std::string address = "file:";
+  for (const char c : path.string()) {
+    if (c == '%') {
+      address += "%25";
+    } else if (c == '?') {
+      address += "%3f";
+    } else if (c == '#') {
+      address += "%23";
+    } else {
+      address += c;
+    }
   }
-  Deadline(const Deadline&) = delete;
-  Deadline& operator=(const Deadline&) = delete;
-  ~Deadline() { sqlite3_progress_handler(m_database, 0, nullptr, nullptr); }
+  return address;
+}
 
- private:
-  static int Look(void* self) { return Clock::now() >= static_cast<Deadline*>(self)->m_end ? 1 : 0; }
-
-  sqlite3* m_database;
-  Clock::time_point m_end;
-};
-
-bool IsAnyWord(const SqlToken& token, std::initializer_list<std::u16string_view> words) {
-  for (std::u16string_view word : words) {
-    if (IsWord(token, word)) return true;
-  }
-  return false;
+bool HasWithClause(std::u16string_view sql) {
+  const std::vector<SqlToken> tokens = LexSql(sql);
+  return std::any_of(tokens.begin(), tokens.end(),
+                     [](const SqlToken& token) { return IsWord(token, u"WITH"); });
 }
 
 }  // namespace
 
-SqliteSession::SqliteSession(const std::filesystem::path& file, SqliteMode mode) : m_file(file) {
+SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
+                             std::chrono::milliseconds timeout)
+    : m_file(file),
+      m_guard(access.tables, access.mode == SqliteMode::Read),
+      m_statements(kMaxStatements),
+      m_dialect(*this, access.reads) {
   const bool inMemory = file == ":memory:";
-  if (mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
+  if (access.mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
     RaiseSqlite(provider_error::kFail,
                 u"The database file '" + varnel::FromUtf8(file.string()) + u"' does not exist.", u"08001");
   }
-  const int write = SQLITE_OPEN_READWRITE | (mode == SqliteMode::Create || inMemory ? SQLITE_OPEN_CREATE : 0);
-  OpenFile(file.string(), mode == SqliteMode::Read && !inMemory ? SQLITE_OPEN_READONLY : write);
-  Configure(mode);
-  m_identity = Identity(file);
+  // Before it is opened: a file that takes its place meanwhile is noticed then.
+  m_state = StateOf(file);
+  m_timeLimit.Start(timeout);
+  if (access.mode == SqliteMode::Read) {
+    OpenForReading();
+  } else {
+    OpenFile(file.string(), SQLITE_OPEN_READWRITE |
+                                (access.mode == SqliteMode::Create || inMemory ? SQLITE_OPEN_CREATE : 0));
+    Execute("PRAGMA journal_mode = WAL");
+    Execute("PRAGMA synchronous = NORMAL");
+  }
+  m_timeLimit.Stop();
+  if (m_state.node == 0) m_state = StateOf(file);
+  m_guard.Watch(m_database.get());
+  m_guard.LearnViews(m_database.get());
 }
 
 void SqliteSession::OpenFile(const std::string& name, int flags) {
@@ -69,31 +78,25 @@ void SqliteSession::OpenFile(const std::string& name, int flags) {
   const int result =
       sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
   m_database.reset(database);
-  if (result == SQLITE_OK) {
-    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kMaxValueLength);
-    return;
+  if (result != SQLITE_OK) {
+    RaiseSqlite(provider_error::kFail,
+                u"The database file '" + varnel::FromUtf8(m_file.string()) + u"' can't be opened: " +
+                    varnel::FromUtf8(sqlite3_errmsg(database)) + u".",
+                u"08001");
   }
-  RaiseSqlite(provider_error::kFail,
-              u"The database file '" + varnel::FromUtf8(name) + u"' can't be opened: " +
-                  varnel::FromUtf8(sqlite3_errmsg(database)) + u".",
-              u"08001");
+  sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kMaxValueLength);
+  m_timeLimit.Watch(database);
+  RegisterSqliteFunctions(database);
 }
 
-void SqliteSession::Configure(SqliteMode mode) {
-  sqlite3_busy_timeout(m_database.get(), kBusyMilliseconds);
-  RegisterSqliteFunctions(m_database.get());
-  if (mode != SqliteMode::Read) {
-    Execute("PRAGMA journal_mode = WAL");
-    Execute("PRAGMA synchronous = NORMAL");
-    return;
-  }
+void SqliteSession::OpenForReading() {
+  const bool inMemory = m_file == ":memory:";
+  OpenFile(m_file.string(), inMemory ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
   // A write-ahead log in a folder that can't be written to stops even a reader, unless it is told that nobody
   // writes.
   if (sqlite3_exec(m_database.get(), "SELECT 1 FROM sqlite_schema", nullptr, nullptr, nullptr) ==
       SQLITE_CANTOPEN) {
-    OpenFile("file:" + m_file.string() + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
-    sqlite3_busy_timeout(m_database.get(), kBusyMilliseconds);
-    RegisterSqliteFunctions(m_database.get());
+    OpenFile(AddressOf(m_file) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   }
   Execute("SELECT 1 FROM sqlite_schema");
 }
@@ -104,41 +107,44 @@ void SqliteSession::Execute(const char* sql) {
 }
 
 StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
-  const Deadline deadline(m_database.get(), limits.timeout);
-  StatementResult result = RunPrepared(sql, limits.maxRecords);
-  NoteSideEffects(sql);
-  return result;
+  m_timeLimit.Start(limits.timeout);
+  try {
+    StatementResult result = RunTranslated(sql, limits);
+    m_timeLimit.Stop();
+    if (m_guard.TakeSchemaChange()) ForgetSchema();
+    return result;
+  } catch (const ProviderFailure& failure) {
+    m_timeLimit.Stop();
+    NoteFailure(failure.Error());
+    throw;
+  }
 }
 
-StatementResult SqliteSession::RunPrepared(const String& sql, varnel::Long maxRecords) {
-  const bool wasCached = m_statements.contains(sql);
-  const Cached& cached = Prepared(sql);
-  if (cached.isNothing) {
+StatementResult SqliteSession::RunTranslated(const String& sql, const StatementLimits& limits) {
+  EngineStatement translated = m_dialect.Translate(sql);
+  const bool isKnown = translated.isNothing || m_statements.Find(translated.sql) != nullptr;
+  if (!isKnown && SchemaHasChanged()) translated = m_dialect.Translate(sql);
+  if (translated.isNothing) {
     StatementResult nothing;
     nothing.sent = sql;
     return nothing;
   }
-  StatementResult result = cached.statement->Run(maxRecords);
-  result.sent = varnel::FromUtf8(cached.statement->Sql());
+  const Cached& cached = Prepared(translated.sql);
+  const int timesBefore = cached.statement->TimesPreparedAgain();
+  m_guard.BeginRunning(cached.namesQueries);
+  StatementResult result = cached.statement->Run(translated.values, limits);
+  if (cached.statement->TimesPreparedAgain() == timesBefore || !SchemaHasChanged()) return result;
   // Another schema may ask for another text. Only a query is worth running again for that.
-  if (wasCached && cached.statement->WasPreparedAgain()) {
-    ForgetSchema();
-    if (result.affected < 0) return RunPrepared(sql, maxRecords);
-  }
-  return result;
+  return result.affected < 0 ? RunTranslated(sql, limits) : std::move(result);
 }
 
-SqliteSession::Cached& SqliteSession::Prepared(const String& sql) {
-  const auto found = m_statements.find(sql);
-  if (found != m_statements.end()) return found->second;
-  if (m_statements.size() >= kMaxStatements) m_statements.clear();
-  const RewrittenSql rewritten = RewriteForSqlite(sql, *this);
+SqliteSession::Cached& SqliteSession::Prepared(const std::string& sql) {
+  if (Cached* found = m_statements.Find(sql)) return *found;
   Cached cached;
-  cached.isNothing = rewritten.isNothing;
-  if (!cached.isNothing) {
-    cached.statement = std::make_unique<SqliteStatement>(m_database.get(), varnel::ToUtf8(rewritten.text));
-  }
-  return m_statements.emplace(sql, std::move(cached)).first->second;
+  cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
+  m_guard.BeginPreparing(cached.namesQueries);
+  cached.statement = std::make_unique<SqliteStatement>(m_database.get(), sql);
+  return m_statements.Add(sql, std::move(cached));
 }
 
 std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16string& select) {
@@ -146,6 +152,8 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
   if (found != m_facts.end()) return found->second;
   if (m_facts.size() >= kMaxFacts) m_facts.clear();
   std::optional<std::vector<ColumnFact>> facts;
+  // Nothing is read: what the statement may not touch, it will be told itself.
+  const SuspendedGuard suspended(m_guard);
   try {
     facts = SqliteStatement(m_database.get(), varnel::ToUtf8(select)).Facts();
   } catch (const ProviderFailure& failure) {
@@ -156,16 +164,52 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
   return m_facts.emplace(select, std::move(facts)).first->second;
 }
 
-void SqliteSession::ForgetSchema() {
-  m_statements.clear();
-  m_facts.clear();
+bool SqliteSession::HasPartialIndex() {
+  const SuspendedGuard suspended(m_guard);
+  SqliteStatement query(m_database.get(),
+                        "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND sql LIKE '%WHERE%' LIMIT 1");
+  return query.Run({}, {}).rows.Rows() > 0;
 }
 
-void SqliteSession::NoteSideEffects(const String& sql) {
-  const std::vector<SqlToken> tokens = LexSql(sql);
-  if (IsAnyWord(tokens[0], {u"CREATE", u"DROP", u"ALTER", u"ATTACH", u"DETACH", u"PRAGMA"})) ForgetSchema();
-  const bool temporary = tokens.size() > 1 && IsAnyWord(tokens[1], {u"TEMP", u"TEMPORARY"});
-  m_tainted = m_tainted || temporary || IsAnyWord(tokens[0], {u"PRAGMA", u"ATTACH", u"DETACH"});
+// What was learned of the schema holds for a text that is worked out now only if nobody has changed it since.
+// SQLite looks when a statement is run, not when one is prepared; it then prepares it again. True if what was
+// learned has been forgotten.
+bool SqliteSession::SchemaHasChanged() {
+  {
+    const SuspendedGuard suspended(m_guard);
+    if (m_probe == nullptr) {
+      m_probe = std::make_unique<SqliteStatement>(m_database.get(), "SELECT 1 FROM sqlite_schema LIMIT 1");
+    }
+    m_probe->Run({}, {});
+    if (m_probe->TimesPreparedAgain() == 0) return false;
+    m_probe = nullptr;
+  }
+  ForgetSchema();
+  return true;
+}
+
+void SqliteSession::ForgetSchema() {
+  m_statements.Clear();
+  m_facts.clear();
+  m_dialect.ForgetSchema();
+  m_guard.LearnViews(m_database.get());
+}
+
+// After these errors the file may be another one than the connection remembers.
+void SqliteSession::NoteFailure(const varnel::host::ProviderError& error) {
+  switch (error.NativeError & 0xFF) {
+    case SQLITE_AUTH:  // the views may have changed
+    case SQLITE_CANTOPEN:
+    case SQLITE_CORRUPT:
+    case SQLITE_IOERR:
+    case SQLITE_NOTADB:
+    case SQLITE_NOMEM:
+    case SQLITE_PROTOCOL:
+      m_broken = true;
+      break;
+    default:
+      break;
+  }
 }
 
 void SqliteSession::Begin() { Execute("BEGIN"); }
@@ -177,13 +221,21 @@ bool SqliteSession::Recycle() {
       sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
     return false;
   }
-  return !m_tainted && m_file != ":memory:" && Identity(m_file) == m_identity;
+  return !m_broken && !m_guard.LeavesTraces() && m_file != ":memory:";
 }
 
-SqliteSession::FileIdentity SqliteSession::Identity(const std::filesystem::path& file) {
+bool SqliteSession::IsCurrent() {
+  const FileState now = StateOf(m_file);
+  const bool same = now.device == m_state.device && now.node == m_state.node && now.size >= m_state.size;
+  m_state.size = now.size;
+  return same;
+}
+
+SqliteSession::FileState SqliteSession::StateOf(const std::filesystem::path& file) {
   struct stat facts {};
   if (stat(file.c_str(), &facts) != 0) return {};
-  return {static_cast<std::uint64_t>(facts.st_dev), static_cast<std::uint64_t>(facts.st_ino)};
+  return {static_cast<std::uint64_t>(facts.st_dev), static_cast<std::uint64_t>(facts.st_ino),
+          static_cast<std::uint64_t>(facts.st_size)};
 }
 
 }  // namespace hostlinux

@@ -6,60 +6,79 @@
 #include <memory>
 #include <unordered_map>
 
-#include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/SqliteDialect.h"
+#include "host-linux/database/provider/LeastRecentlyUsed.h"
 #include "host-linux/database/provider/Provider.h"
+#include "host-linux/database/sqlite/SqliteGuard.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
+#include "host-linux/database/sqlite/SqliteTimeLimit.h"
 
 namespace hostlinux {
 
 enum class SqliteMode { Read, ReadWrite, Create };
 
+struct SqliteAccess {
+  SqliteMode mode = SqliteMode::Create;
+  std::vector<std::string> tables;  // all that may be touched; none: everything
+  PageReads reads = PageReads::InArms;
+};
+
 class SqliteSession : public ISession, private IColumnFacts {
  public:
   // Opens the file; only Create makes one that isn't there. Where it writes, the journal is a write-ahead
-  // log, and a locked database is waited for. Raises 0x80004005 with a text that names the file.
-  SqliteSession(const std::filesystem::path& file, SqliteMode mode);
+  // log. A locked database is waited for, within `timeout` (0: none) and 5 seconds. Raises 0x80004005 with a
+  // text that names the file.
+  SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
+                std::chrono::milliseconds timeout);
 
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
   StatementResult Run(const varnel::String& sql, const StatementLimits& limits) override;
   void Begin() override;
   void Commit() override;
   void Rollback() override;
-  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), and where another
-  // file has taken the place of the opened one.
+  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), and after errors
+  // of the file.
   bool Recycle() override;
+  // False where another file has taken the place of the opened one, or it was cut.
+  bool IsCurrent() override;
 
  private:
   struct Closer {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
   struct Cached {
-    bool isNothing = false;
-    std::unique_ptr<SqliteStatement> statement;  // null for nothing
+    bool namesQueries = false;  // has a WITH clause
+    std::unique_ptr<SqliteStatement> statement;
   };
-  struct FileIdentity {
+  struct FileState {
     std::uint64_t device = 0;
     std::uint64_t node = 0;
-    bool operator==(const FileIdentity&) const = default;
+    std::uint64_t size = 0;
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
+  bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
-  void Configure(SqliteMode mode);
+  void OpenForReading();
   void Execute(const char* sql);
-  Cached& Prepared(const varnel::String& sql);
-  StatementResult RunPrepared(const varnel::String& sql, varnel::Long maxRecords);
+  Cached& Prepared(const std::string& sql);
+  StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
+  bool SchemaHasChanged();
   void ForgetSchema();
-  void NoteSideEffects(const varnel::String& sql);
-  static FileIdentity Identity(const std::filesystem::path& file);
+  void NoteFailure(const varnel::host::ProviderError& error);
+  static FileState StateOf(const std::filesystem::path& file);
 
   std::filesystem::path m_file;
-  FileIdentity m_identity;
-  std::unique_ptr<sqlite3, Closer> m_database;
-  std::unordered_map<varnel::String, Cached> m_statements;  // by the library's text
+  FileState m_state;
+  SqliteTimeLimit m_timeLimit;
+  SqliteGuard m_guard;
+  std::unique_ptr<sqlite3, Closer> m_database;          // closed before the two above go
+  LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
+  SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
-  bool m_tainted = false;
+  std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
+  bool m_broken = false;
 };
 
 }  // namespace hostlinux

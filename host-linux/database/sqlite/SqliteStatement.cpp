@@ -10,6 +10,10 @@
 namespace hostlinux {
 namespace {
 
+// Room for a result of the last one's size is made at once, within these bounds.
+constexpr std::size_t kMostReservedRows = 1000;
+constexpr std::size_t kMostReservedBytes = 64 << 10;
+
 using varnel::Integer;
 using varnel::Long;
 using varnel::String;
@@ -113,13 +117,11 @@ SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
   if (statement == nullptr) {
     RaiseSqlite(provider_error::kNoCommand, u"There is no statement in the text.", u"42000");
   }
-  if (HoldsStatement(std::string_view(tail, static_cast<std::size_t>(sql.data() + sql.size() - tail)))) {
+  m_isQuery = sqlite3_stmt_readonly(statement) != 0;
+  const std::string_view rest(tail, static_cast<std::size_t>(sql.data() + sql.size() - tail));
+  if (!rest.empty() && HoldsStatement(rest)) {
     RaiseSqlite(provider_error::kSyntax, u"Only one statement can be run in one call.", u"42000");
   }
-}
-
-bool SqliteStatement::WasPreparedAgain() const {
-  return sqlite3_stmt_status(m_statement.get(), SQLITE_STMTSTATUS_REPREPARE, 0) > 0;
 }
 
 std::vector<ColumnFact> SqliteStatement::Facts() const {
@@ -133,33 +135,94 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
   return facts;
 }
 
-StatementResult SqliteStatement::Run(Long maxRecords) {
+StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits) {
   struct Resetter {
     sqlite3_stmt* statement;
-    ~Resetter() { sqlite3_reset(statement); }
+    ~Resetter() {
+      sqlite3_reset(statement);
+      sqlite3_clear_bindings(statement);  // the values go
+    }
   } const resetter{m_statement.get()};
-  const auto limit = static_cast<std::size_t>(maxRecords);
-  const int changes = sqlite3_total_changes(m_database);
+  const auto limit = static_cast<std::size_t>(limits.maxRecords);
+  Bind(values);
+  const int changes = m_isQuery ? 0 : sqlite3_total_changes(m_database);
   bool more = Step();
 
   // The columns are only looked at now: the first step may have prepared the statement again.
+  if (m_columns == nullptr || m_learnedAt != TimesPreparedAgain()) LearnColumns();
+  GuessTypes(more);
   StatementResult result;
-  std::vector<ColumnKind> kinds;
-  const std::vector<ColumnFact> facts = Facts();
-  for (std::size_t i = 0; i < facts.size(); ++i) {
-    kinds.push_back(KindOfDeclaredType(facts[i].declaredType));
-    result.columns.push_back(Column(static_cast<int>(i), kinds[i], facts[i].declaredType, more));
-    result.columns[i].name = facts[i].name;
-  }
-  result.rows = RowStore(facts.size());
+  if (!m_kinds.empty()) result.columns = m_columns;
+  result.rows = RowStore(m_kinds.size());
+  result.rows.Reserve(m_lastRows, m_lastBytes);
   for (; more; more = Step()) {
-    AddRow(result.rows, kinds);
+    AddRow(result.rows);
     if (limit != 0 && result.rows.Rows() == limit) break;
   }
-  if (sqlite3_stmt_readonly(m_statement.get()) == 0) {
+  m_lastRows = std::min(result.rows.Rows(), kMostReservedRows);
+  m_lastBytes = std::min(result.rows.Bytes(), kMostReservedBytes);
+  if (!m_isQuery) {
     result.affected = sqlite3_total_changes(m_database) == changes ? 0 : sqlite3_changes(m_database);
   }
+  if (limits.wantsSent) result.sent = Sent();
   return result;
+}
+
+// The texts are not copied: they stay where they are until the statement is reset.
+void SqliteStatement::Bind(const std::vector<BoundValue>& values) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const int position = static_cast<int>(i) + 1;
+    int result = SQLITE_OK;
+    if (const auto* number = std::get_if<std::int64_t>(&values[i])) {
+      result = sqlite3_bind_int64(m_statement.get(), position, *number);
+    } else if (const auto* real = std::get_if<double>(&values[i])) {
+      result = sqlite3_bind_double(m_statement.get(), position, *real);
+    } else {
+      const auto& text = std::get<std::string>(values[i]);
+      result = sqlite3_bind_text64(m_statement.get(), position, text.data(), text.size(), SQLITE_STATIC,
+                                   SQLITE_UTF8);
+    }
+    if (result != SQLITE_OK) RaiseSqlite(m_database);
+  }
+}
+
+// The text with the values in their places.
+String SqliteStatement::Sent() const {
+  const std::unique_ptr<char, decltype(&sqlite3_free)> text(sqlite3_expanded_sql(m_statement.get()),
+                                                            &sqlite3_free);
+  return varnel::FromUtf8(text == nullptr ? m_sql : std::string_view(text.get()));
+}
+
+int SqliteStatement::TimesPreparedAgain() const {
+  return sqlite3_stmt_status(m_statement.get(), SQLITE_STMTSTATUS_REPREPARE, 0);
+}
+
+void SqliteStatement::LearnColumns() {
+  std::vector<ResultColumn> columns;
+  m_kinds.clear();
+  for (const ColumnFact& fact : Facts()) {
+    const ColumnKind kind = KindOfDeclaredType(fact.declaredType);
+    const Long size = kind == ColumnKind::Text ? DeclaredSize(fact.declaredType) : 0;
+    columns.push_back({fact.name, TypeOfKind(kind, fact.declaredType), size});
+    m_kinds.push_back(kind);
+  }
+  m_columns = std::make_shared<const std::vector<ResultColumn>>(std::move(columns));
+  m_learnedAt = TimesPreparedAgain();
+}
+
+// An expression has the type of its value in the first row, which the statement stands on if there is one.
+// Nearly always that is the one of the last run.
+void SqliteStatement::GuessTypes(bool hasRow) {
+  std::shared_ptr<std::vector<ResultColumn>> changed;
+  for (std::size_t i = 0; i < m_kinds.size(); ++i) {
+    if (m_kinds[i] != ColumnKind::Unknown) continue;
+    const Integer type = hasRow ? TypeOfStorage(sqlite3_column_type(m_statement.get(), static_cast<int>(i)))
+                                : TypeOfKind(ColumnKind::Unknown, u"");
+    if ((*m_columns)[i].type == type) continue;
+    if (changed == nullptr) changed = std::make_shared<std::vector<ResultColumn>>(*m_columns);
+    (*changed)[i].type = type;
+  }
+  if (changed != nullptr) m_columns = std::move(changed);
 }
 
 bool SqliteStatement::Step() {
@@ -173,18 +236,8 @@ bool SqliteStatement::Step() {
   }
 }
 
-ResultColumn SqliteStatement::Column(int column, ColumnKind kind, const String& declaredType,
-                                     bool hasRow) const {
-  ResultColumn result;
-  const bool guess = kind == ColumnKind::Unknown && hasRow;
-  result.type =
-      guess ? TypeOfStorage(sqlite3_column_type(m_statement.get(), column)) : TypeOfKind(kind, declaredType);
-  result.size = kind == ColumnKind::Text ? DeclaredSize(declaredType) : 0;
-  return result;
-}
-
-void SqliteStatement::AddRow(RowStore& rows, const std::vector<ColumnKind>& kinds) const {
-  for (std::size_t i = 0; i < kinds.size(); ++i) AddCell(rows, static_cast<int>(i), kinds[i]);
+void SqliteStatement::AddRow(RowStore& rows) const {
+  for (std::size_t i = 0; i < m_kinds.size(); ++i) AddCell(rows, static_cast<int>(i), m_kinds[i]);
 }
 
 void SqliteStatement::AddCell(RowStore& rows, int column, ColumnKind kind) const {

@@ -1,4 +1,4 @@
-// One prepared statement of SQLite: its columns as ADO types, its rows as a store.
+// One prepared statement of SQLite: its parameters, its columns as ADO types, its rows as a store.
 #pragma once
 
 #include <sqlite3.h>
@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineStatement.h"
 #include "host-linux/database/provider/Provider.h"
 
 namespace hostlinux {
@@ -16,13 +17,12 @@ class SqliteStatement {
   // than one statement stands in the text.
   SqliteStatement(sqlite3* database, const std::string& sql);
 
-  // Runs it from its beginning and reads at most `maxRecords` rows (0: all). It is reset afterwards, also
-  // when it fails.
-  StatementResult Run(varnel::Long maxRecords);
+  // Runs it from its beginning, with its parameters bound to `values`, and reads at most `limits.maxRecords`
+  // rows; somebody else looks at the time. It is reset afterwards, also when it fails.
+  StatementResult Run(const std::vector<BoundValue>& values, const StatementLimits& limits);
 
-  // True if the schema changed since it was prepared, so that SQLite had to do so again.
-  bool WasPreparedAgain() const;
-  const std::string& Sql() const { return m_sql; }
+  // How often SQLite had to prepare it again: the schema changed, or a value asked for another plan.
+  int TimesPreparedAgain() const;
   std::vector<ColumnFact> Facts() const;
 
  private:
@@ -31,13 +31,24 @@ class SqliteStatement {
   };
 
   bool Step();
-  void AddRow(RowStore& rows, const std::vector<ColumnKind>& kinds) const;
+  void AddRow(RowStore& rows) const;
   void AddCell(RowStore& rows, int column, ColumnKind kind) const;
-  ResultColumn Column(int column, ColumnKind kind, const varnel::String& declaredType, bool hasRow) const;
+  void Bind(const std::vector<BoundValue>& values);
+  varnel::String Sent() const;
+  void LearnColumns();
+  void GuessTypes(bool hasRow);
 
   sqlite3* m_database;
   std::string m_sql;
   std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+  bool m_isQuery = false;
+  // What is known of the columns, for results to share; null before the first run.
+  ResultColumns m_columns;
+  std::vector<ColumnKind> m_kinds;
+  int m_learnedAt = 0;  // TimesPreparedAgain at that time
+  // How large the last result was.
+  std::size_t m_lastRows = 0;
+  std::size_t m_lastBytes = 0;
 };
 
 }  // namespace hostlinux

@@ -1,0 +1,35 @@
+// How long the statements of a connection may run and wait.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <chrono>
+
+namespace hostlinux {
+
+// Stops a running statement past the end of its time, and bounds the waiting for a lock that somebody else
+// holds. Stays where it is as long as its connection lives.
+class SqliteTimeLimit {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  SqliteTimeLimit() = default;
+  SqliteTimeLimit(const SqliteTimeLimit&) = delete;
+  SqliteTimeLimit& operator=(const SqliteTimeLimit&) = delete;
+
+  void Watch(sqlite3* database);
+  // From now on; 0 is no limit. A lock is waited for until then, but 5 seconds at most.
+  void Start(std::chrono::milliseconds timeout);
+  void Stop() { m_end = Clock::time_point::max(); }
+
+ private:
+  static int Look(void* self);
+  static int Wait(void* self, int calls);
+  bool WaitOnce(bool isFirst);
+
+  Clock::time_point m_end = Clock::time_point::max();
+  Clock::time_point m_waitEnd;
+  std::chrono::milliseconds m_pause{0};
+};
+
+}  // namespace hostlinux

@@ -1,0 +1,218 @@
+// Every list of the catalogue, page by page to its end and back, against a plain query of the same rows.
+#include "tests/catalog/LiveCatalog.h"
+
+namespace varnel {
+namespace {
+
+constexpr Long kPageSize = 4;
+
+// On its day, products that are enabled and not still to come.
+const String kEffective =
+    u"p.DISABLED = 0 AND coalesce(p.PRODUCTEFFECTIVITYDATE, '') < '2024-03-05 00:00:01'";
+
+const String kOfCatalogs =
+    u"p.PRODUCTID IN (SELECT b.PRODUCTID FROM PRODUCTSBYCATEGORY b, CATALOGNODE n "
+    u"WHERE n.CATEGORYID = b.CATEGORYID)";
+
+class LiveLists : public LiveCatalog {
+ protected:
+  // Opens the list at a state, with or without a page.
+  using Opener = std::function<List(const CatalogQuery::PagePtr&, const String& state)>;
+
+  // Walks all ways; `plain` gives `columns` of all rows, in order.
+  void Walk(const std::vector<StringView>& columns, const String& plain, const Opener& opener,
+            const String& sort = u"") {
+    m_columns = columns;
+    m_rows.clear();
+    const std::string all = Rows(plain);
+    for (const String& row : Split(FromUtf8(all), u";")) m_rows.push_back(ToUtf8(row));
+    ASSERT_GT(m_rows.size(), 2 * kSize) << "too few rows to walk";
+    m_opener = opener;
+    for (const Road road : {Road::Page, Road::Jumping, Road::WithoutPage}) {
+      m_road = road;
+      ASSERT_NO_FATAL_FAILURE(WalkBothWays(sort)) << "road " << static_cast<int>(road);
+    }
+  }
+
+ private:
+  enum class Road { Page, Jumping, WithoutPage };
+  static constexpr auto kSize = static_cast<std::size_t>(kPageSize);
+
+  List Open(const String& state) {
+    m_host = nullptr;
+    m_host = std::make_unique<LiveHost>(m_database);
+    if (m_road == Road::WithoutPage) return m_opener(nullptr, state);
+    if (!state.empty()) m_host->Request().Query().Set(u"R_1", state);
+    const auto page = m_host->Create<Page>(u"Varnel.Page");
+    if (m_road == Road::Jumping) page->ShowPageJump(5);
+    return m_opener(page, u"");
+  }
+
+  void ExpectPage(DRecordset& list, std::size_t begin, const char* way) {
+    std::vector<std::string> found;
+    for (; !list.IsEOF(); list.MoveNext()) {
+      std::string row;
+      for (const StringView column : m_columns) {
+        Variant name{String(column)};
+        row += (row.empty() ? "" : ",") + TextOf(list.GetDefault(name)->Value);
+      }
+      found.push_back(row);
+    }
+    const auto from = m_rows.begin() + static_cast<std::ptrdiff_t>(begin);
+    const auto to = m_rows.begin() + static_cast<std::ptrdiff_t>(std::min(begin + kSize, m_rows.size()));
+    ASSERT_EQ(found, std::vector<std::string>(from, to)) << way << " at " << begin;
+  }
+
+  void WalkBothWays(const String& sort) {
+    List list = Open(u"");
+    if (!sort.empty()) list = Open(list->GetStateSorted(sort));
+    const String last = list->GetStateLast();
+    std::size_t begin = 0;
+    ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "first"));
+    while (begin + kSize < m_rows.size()) {
+      list = Open(list->GetStateNext());
+      begin += kSize;
+      ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "next"));
+    }
+    while (begin > 0) {
+      list = Open(list->GetStatePrev());
+      begin -= kSize;
+      ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "previous"));
+    }
+    if (m_road != Road::Jumping) return;
+    list = Open(last);
+    EXPECT_EQ(list->GetTotalNumberOfRecords(), static_cast<Long>(m_rows.size()));
+    ExpectPage(*list, (m_rows.size() - 1) / kSize * kSize, "last");
+  }
+
+  Opener m_opener;
+  Road m_road = Road::Page;
+  std::vector<StringView> m_columns;
+  std::vector<std::string> m_rows;
+};
+
+TEST_F(LiveLists, OfACategoryTellTheUsersFavourites) {
+  const String rows =
+      u"SELECT p.PRODUCTID, (SELECT f.PRESENT FROM FAVORITES f WHERE f.USERID = 'demo' AND f.PRODUCTID = "
+      u"p.PRODUCTID) FROM PRODUCT p, PRODUCTSBYCATEGORY b WHERE b.PRODUCTID = p.PRODUCTID AND b.CATEGORYID = "
+      u"1 "
+      u"AND " +
+      kEffective;
+  const auto open = [this](const auto& page, const String& state) {
+    return m_catalog.GetCatalogProducts(page, state, kPageSize, 1, u"demo", Day());
+  };
+  Walk({u"PRODUCTID", u"PRESENT"}, rows + u" ORDER BY b.SEQUENCE, p.PRODUCTID", open);
+  Walk({u"PRODUCTID", u"PRESENT"}, rows + u" ORDER BY p.PARTNUMBER DESC", open, u"P.PARTNUMBER DESC");
+}
+
+TEST_F(LiveLists, OfAQuickOrderShowAProductOfTwoCataloguesOnce) {
+  const String rows = u"SELECT p.PRODUCTID FROM PRODUCT p WHERE " + kEffective + u" AND " + kOfCatalogs;
+  const auto open = [this](const auto& page, const String& state) {
+    return m_catalog.GetQuickOrderProducts(page, state, kPageSize, Day(), u"", u"-1");
+  };
+  Walk({u"PRODUCTID"}, rows + u" ORDER BY p.PRODUCTDESCRIPTION", open);
+  Walk({u"PRODUCTID"}, rows + u" ORDER BY p.MANUFACTURERID, p.PRODUCTDESCRIPTION DESC", open,
+       u"P.MANUFACTURERID, P.PRODUCTDESCRIPTION DESC");
+}
+
+TEST_F(LiveLists, OfAQuickOrderFindBothPartNumbers) {
+  const String rows = u"SELECT p.PARTNUMBER FROM PRODUCT p WHERE " + kEffective + u" AND " + kOfCatalogs;
+  Walk({u"PARTNUMBER"}, rows + u" AND substr(p.PARTNUMBER, 1, 1) = 'X' ORDER BY p.PRODUCTDESCRIPTION",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetQuickOrderProducts(page, state, kPageSize, Day(), u"x*", u"1, 2");
+       });
+  Walk({u"PARTNUMBER"}, rows + u" AND p.BUYFROMPARTNUMBER < 'B-120' ORDER BY p.PRODUCTDESCRIPTION",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetQuickOrderProducts(page, state, kPageSize, Day(), u"b-1[01]*", u"-1");
+       });
+}
+
+TEST_F(LiveLists, OfFavouritesKnowKindAndCatalogue) {
+  const String rows =
+      u"SELECT p.PRODUCTID FROM PRODUCT p, FAVORITES f WHERE f.PRODUCTID = p.PRODUCTID AND "
+      u"f.USERID = 'demo' AND f.PRESENT = 1 AND " +
+      kEffective + u" AND " + kOfCatalogs;
+  Walk({u"PRODUCTID"}, rows + u" ORDER BY p.PRODUCTDESCRIPTION",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetFavoriteProducts(page, state, kPageSize, u"demo", Day(), u"-1", -1);
+       });
+  Walk({u"PRODUCTID"}, rows + u" AND f.WAREHOUSEFAVORITE = 1 ORDER BY p.PRODUCTDESCRIPTION",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetFavoriteProducts(page, state, kPageSize, u"demo", Day(), u"1,2",
+                                              WarehouseFavorite);
+       });
+}
+
+TEST_F(LiveLists, OfAFolderHoldItsFavouritesOnly) {
+  m_connection->Execute(u"UPDATE FAVORITES SET FOLDERID = 2 WHERE PRODUCTID <> 3", -1);
+  Walk(
+      {u"PRODUCTID"},
+      u"SELECT p.PRODUCTID FROM PRODUCT p, FAVORITES f WHERE f.PRODUCTID = p.PRODUCTID AND f.USERID = 'demo' "
+      u"AND f.PRESENT = 1 AND f.FOLDERID = 2 AND " +
+          kEffective + u" AND " + kOfCatalogs + u" ORDER BY p.PRODUCTDESCRIPTION",
+      [this](const auto& page, const String& state) {
+        return m_catalog.GetFavoriteProductsEx(page, state, kPageSize, u"demo", Day(), u"-1", -1, 2);
+      });
+  const auto list = m_catalog.GetFavoriteProductsEx(nullptr, u"", kPageSize, u"demo", Day(), u"-1", -1, -5);
+  Variant id = u"PRODUCTID";
+  EXPECT_EQ(list->GetDefault(id)->Value, Variant(Long{3}));
+}
+
+TEST_F(LiveLists, OfASupplierShowAllItsProducts) {
+  const String rows = u"SELECT p.PRODUCTID FROM PRODUCT p WHERE p.BUSINESSPARTNERID = 11";
+  const auto open = [this](const auto& page, const String& state) {
+    return m_catalog.GetSupplierProducts(page, state, kPageSize, 11, u"", u"");
+  };
+  Walk({u"PRODUCTID"}, rows + u" ORDER BY p.BUYFROMPARTNUMBER", open);
+  Walk({u"PRODUCTID"}, rows + u" ORDER BY p.PRODUCTEFFECTIVITYDATE DESC, p.BUYFROMPARTNUMBER", open,
+       u"PRODUCTEFFECTIVITYDATE DESC");
+  Walk({u"PARTNUMBER"},
+       rows.substr(0, 7) + u"p.PARTNUMBER" + rows.substr(18) +
+           u" AND p.PARTNUMBER GLOB 'X_*' AND p.PRODUCTID > 9 AND p.PARTNUMBER GLOB '*[1-3]?' ORDER BY "
+           u"p.BUYFROMPARTNUMBER",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetSupplierProducts(page, state, kPageSize, 11, u"PARTNUMBER", u"X[_]*[1-3]_");
+       });
+}
+
+TEST_F(LiveLists, OfPricesComeByTheirBeginning) {
+  const String rows = u"SELECT PRICE FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = 5 AND GROUPBY = ";
+  Walk({u"PRICE"}, rows + u"'' ORDER BY PRICEEFFECTIVEDATE", [this](const auto& page, const String& state) {
+    return m_catalog.GetProductProcurementPrices(page, state, kPageSize, 5);
+  });
+  Walk({u"PRICE"}, rows + u"'trade' ORDER BY PRICEEFFECTIVEDATE",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetProductProcurementPricesEx(page, state, kPageSize, 5, u"trade");
+       });
+}
+
+TEST_F(LiveLists, OfPropertyValuesComeByTheirProperty) {
+  Run(u"INSERT INTO PROPERTY VALUES (5, 'a', 0), (6, 'b', 0), (7, 'c', 0), (8, 'd', 0), (9, 'e', 0)");
+  Run(u"INSERT INTO PRODUCTPROPVALUE SELECT 5, PROPERTYID, 'v' || PROPERTYID FROM PROPERTY WHERE PROPERTYID "
+      u"> "
+      u"4");
+  Walk({u"PROPERTYID", u"PROPERTYVALUE"},
+       u"SELECT PROPERTYID, PROPERTYVALUE FROM PRODUCTPROPVALUE WHERE PRODUCTID = 5 ORDER BY PROPERTYID",
+       [this](const auto& page, const String& state) {
+         return m_catalog.GetProductPropertyValues(page, state, kPageSize, 5);
+       });
+}
+
+TEST_F(LiveLists, WithoutRowsAreAtTheirEnd) {
+  EXPECT_TRUE(m_catalog.GetQuickOrderProducts(nullptr, u"", 4, Day(), u"", u"")->IsEOF());
+  EXPECT_TRUE(m_catalog.GetQuickOrderProducts(nullptr, u"", 4, Day(), u"", u"3")->IsEOF());
+  EXPECT_TRUE(m_catalog.GetQuickOrderProducts(nullptr, u"", 4, Day(), u" ", u"-1")->IsEOF());
+  EXPECT_TRUE(m_catalog.GetCatalogProducts(nullptr, u"", 4, 99, u"demo", Day())->IsEOF());
+  EXPECT_TRUE(m_catalog.GetFavoriteProducts(nullptr, u"", 4, u"nobody", Day(), u"-1", -1)->IsEOF());
+  EXPECT_TRUE(m_catalog.GetProductProcurementPricesEx(nullptr, u"", 4, 5, u"none")->IsEOF());
+}
+
+// What no quote closes is a statement that the engine refuses.
+TEST_F(LiveLists, OfAUserWithAQuoteFail) {
+  EXPECT_NE(hostfake::NumberOf([&] { m_catalog.GetCatalogProducts(nullptr, u"", 4, 1, u"O'Brien", Day()); }),
+            0);
+  EXPECT_EQ(m_host->Log().Entries().size(), 2U);
+}
+
+}  // namespace
+}  // namespace varnel

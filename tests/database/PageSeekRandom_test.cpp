@@ -1,0 +1,179 @@
+// Pages of random tables, read in arms and with the condition as the library writes it: the same rows in the
+// same order. VARNEL_SEEDS=20000 in the environment makes a long run of it.
+#include <cstdlib>
+
+#include "tests/database/RandomTable.h"
+#include "tests/database/TestDatabase.h"
+#include "varnel/recordset/PageQuery.h"
+#include "varnel/recordset/UnionBranches.h"
+
+namespace {
+
+using varnel::PersistedState;
+using varnel::String;
+
+constexpr int kReadsOfATable = 20;
+
+int Seeds() {
+  const char* text = std::getenv("VARNEL_SEEDS");
+  return text == nullptr ? 40 : std::atoi(text);
+}
+
+class PageSeekRandom : public TestDatabase {
+ protected:
+  std::size_t Below(std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random);
+  }
+  bool OneIn(std::size_t count) { return Below(count) == 0; }
+
+  void UseSeed(unsigned seed) {
+    m_random.seed(seed);
+    m_arms = nullptr;
+    m_plain = nullptr;
+    hostlinux::AdoOptions options;
+    options.onStatement = [this](const hostlinux::SqlTraceEntry& entry) { m_sent = entry.sent; };
+    MakeDatabase(std::move(options));
+    m_table = std::make_unique<RandomTable>(m_random, Below(60));
+    Run(u"PRAGMA synchronous = OFF");
+    Run(u"DROP TABLE IF EXISTS t");
+    Run(u"DROP TABLE IF EXISTS u");
+    Run(m_table->CreateSql());
+    if (!m_table->Rows().empty()) Run(m_table->InsertSql());
+    Run(u"CREATE TABLE u (uid INTEGER PRIMARY KEY, owner INT, note VARCHAR(10))");
+    Run(u"INSERT INTO u (owner, note) SELECT id, 'a' FROM t WHERE id % 3 = 0 UNION ALL SELECT id, NULL FROM "
+        u"t "
+        u"WHERE id % 2 = 0");
+    if (OneIn(2)) Run(u"CREATE INDEX i ON t (c0, id)");
+    if (OneIn(4)) Run(u"CREATE INDEX p ON t (c0) WHERE id > 0");
+    m_arms = Connect(u"Provider=SQLite;Data Source=test.db;Mode=Read");
+    m_plain = Connect(u"Provider=SQLite;Data Source=test.db;Mode=Read;PageReads=AsWritten");
+  }
+
+  // The select list of the table's columns, with or without DISTINCT, from one table or two.
+  void MakeQuery() {
+    m_joined = OneIn(3);
+    m_keys = m_joined ? u"id,uid" : u"id";
+    String select = OneIn(3) ? u"SELECT DISTINCT " : u"SELECT ";
+    select += OneIn(3) ? u"t.id" : u"id";
+    if (m_joined) select += u", uid, note";
+    for (const ModelColumn& column : m_table->Columns()) select += u", " + column.selected;
+    select += u" FROM t";
+    if (m_joined) select += OneIn(2) ? u" LEFT OUTER JOIN u ON owner = id" : u" INNER JOIN u ON owner = t.id";
+    const String wheres[] = {u"", u" WHERE id > 7", u" WHERE id > '-20' OR c0 IS NULL",
+                             u" WHERE (c0 <> N'a' OR id < 30)"};
+    m_query = select + wheres[Below(4)];
+    if (!OneIn(5)) return;
+    m_query = select + u" WHERE id % 2 = 0 UNION " + select + u" WHERE id % 2 <> 0";
+  }
+
+  String MakeSort() {
+    std::vector<String> entries;
+    for (const ModelColumn& column : m_table->Columns()) {
+      if (OneIn(4)) continue;
+      entries.push_back(column.expression == column.name ? column.name
+                                                         : column.expression + u" AS " + column.name);
+    }
+    if (m_joined && OneIn(2)) entries.push_back(u"note");
+    if (OneIn(3)) entries.push_back(u"id");
+    std::shuffle(entries.begin(), entries.end(), m_random);
+    String sort;
+    for (const String& entry : entries)
+      sort += (sort.empty() ? u"" : u",") + entry + (OneIn(2) ? u" DESC" : u"");
+    return sort;
+  }
+
+  // The keys of a row of the query, or values that may be no row's.
+  bool TakeKeys(PersistedState& state, const std::vector<varnel::SortField>& fields) {
+    const auto rows = Open(m_query, m_plain);
+    if (rows->IsEOF()) return false;
+    for (std::size_t skip = Below(40); skip > 0; --skip) {
+      rows->MoveNext();
+      if (rows->IsEOF()) rows->MoveFirst();
+    }
+    const bool odd = OneIn(10);
+    for (const varnel::SortField& field : fields) {
+      varnel::Long column = 0;
+      while (!varnel::EqualsNoCase(rows->FieldName(column), field.Name)) ++column;
+      const String values[] = {u"5", u"x", u"20010305 00:00:00", u"-0.25", u""};
+      const varnel::Variant key = varnel::KeyValueToText(rows->FieldValue(column), rows->FieldType(column));
+      state.KeyValues.push_back(odd && OneIn(3) ? varnel::Variant(values[Below(5)]) : key);
+    }
+    return true;
+  }
+
+  String PageText() {
+    PersistedState state;
+    state.NavType = static_cast<varnel::Integer>(OneIn(8) ? 3 * Below(2) : 1 + Below(2));
+    state.SortFields = MakeSort();
+    state.SortReversed = OneIn(4);
+    const std::vector<varnel::SortField> fields = varnel::ParseSortFields(state, m_keys);
+    if (!TakeKeys(state, fields)) return {};
+    varnel::PageTop top{static_cast<varnel::Integer>(1 + Below(8))};
+    top.nested = state.HasKeys() && OneIn(3);
+    top.rows = static_cast<varnel::Long>(Below(4)) * top.pageSize;
+    std::vector<String> branches = varnel::SplitUnionBranches(m_query);
+    return varnel::BuildReadQuery(branches, state, fields, top);
+  }
+
+  std::shared_ptr<hostlinux::AdoRecordset> Open(const String& sql,
+                                                const std::shared_ptr<hostlinux::AdoConnection>& connection) {
+    auto recordset = std::make_shared<hostlinux::AdoRecordset>(m_database);
+    recordset->Open(sql, connection, 3, 1, -1);
+    return recordset;
+  }
+
+  // Names, types and values of a result.
+  std::string Result(const String& sql, const std::shared_ptr<hostlinux::AdoConnection>& connection) {
+    const auto rows = Open(sql, connection);
+    std::string text;
+    const varnel::Long count = rows->FieldCount();
+    for (varnel::Long i = 0; i < count; ++i)
+      text += varnel::ToUtf8(rows->FieldName(i)) + ":" + std::to_string(rows->FieldType(i)) + " ";
+    for (; !rows->IsEOF(); rows->MoveNext()) {
+      text += "\n";
+      for (varnel::Long i = 0; i < count; ++i) {
+        const varnel::Variant value = rows->FieldValue(i);
+        text += (value.IsNull() ? std::string("-") : varnel::ToUtf8(varnel::ToText(value))) + "|";
+      }
+    }
+    return text;
+  }
+
+  void CompareReads() {
+    for (int read = 0; read < kReadsOfATable; ++read) {
+      MakeQuery();
+      const String sql = PageText();
+      if (sql.empty()) continue;
+      const std::string inArms = Result(sql, m_arms);
+      const String sent = m_sent;
+      ++m_reads;
+      if (sent.find(u" UNION ALL SELECT * FROM (") != String::npos) ++m_readsInArms;
+      ASSERT_EQ(Result(sql, m_plain), inArms) << varnel::ToUtf8(sql) << "\n" << varnel::ToUtf8(sent);
+    }
+  }
+
+  std::mt19937 m_random;
+  std::unique_ptr<RandomTable> m_table;
+  std::shared_ptr<hostlinux::AdoConnection> m_arms;
+  std::shared_ptr<hostlinux::AdoConnection> m_plain;
+  String m_sent;
+  String m_query;
+  String m_keys;
+  bool m_joined = false;
+  int m_reads = 0;
+  int m_readsInArms = 0;
+};
+
+TEST_F(PageSeekRandom, TheSameRowsInTheSameOrder) {
+  const auto seeds = static_cast<unsigned>(Seeds());
+  for (unsigned seed = 0; seed < seeds; ++seed) {
+    UseSeed(seed);
+    ASSERT_NO_FATAL_FAILURE(CompareReads()) << "seed " << seed;
+  }
+  RecordProperty("reads", m_reads);
+  RecordProperty("in_arms", m_readsInArms);
+  std::printf("%d reads, %d of them in arms\n", m_reads, m_readsInArms);
+  EXPECT_GT(m_readsInArms, m_reads / 2);
+}
+
+}  // namespace

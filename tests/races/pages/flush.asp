@@ -1,0 +1,1 @@
+<% for (var i = 0; i < 5; i++) { Response.Write("part " + i); Response.Flush(); } %>
