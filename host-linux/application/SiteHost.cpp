@@ -23,6 +23,9 @@ namespace {
 
 constexpr char kPageExtension[] = ".asp";
 
+// A changed page may wait so long before it is seen; whoever is developing sees it at once.
+constexpr std::chrono::milliseconds kRecheckInProduction(1000);
+
 std::vector<std::pair<std::string, double>> PublicEnumerations() {
   std::vector<std::pair<std::string, double>> constants;
   for (const auto& [name, value] : varnel::TableEnumerationNames()) {
@@ -169,8 +172,23 @@ std::optional<std::string> SiteHost::FileOf(const std::string& path) const {
 
 bool SiteHost::IsPage(const std::string& file) const {
   if (!file.ends_with(kPageExtension) || HasHiddenSegment(file)) return false;
+  if (m_knownPages.Holds(file)) return true;
   std::error_code unreachable;  // a name longer than any file's, for instance
-  return std::filesystem::is_regular_file(m_site.PagesFolder() / file, unreachable);
+  if (!std::filesystem::is_regular_file(m_site.PagesFolder() / file, unreachable)) return false;
+  if (m_site.mode == SiteConfiguration::Mode::Production) m_knownPages.Add(file);
+  return true;
+}
+
+bool SiteHost::KnownPages::Holds(const std::string& file) const {
+  const std::lock_guard lock(m_mutex);
+  const auto found = m_seen.find(file);
+  return found != m_seen.end() && std::chrono::steady_clock::now() - found->second < kRecheckInProduction;
+}
+
+// Names of pages that are there: there are only so many of them.
+void SiteHost::KnownPages::Add(const std::string& file) {
+  const std::lock_guard lock(m_mutex);
+  m_seen[file] = std::chrono::steady_clock::now();
 }
 
 std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) const {
@@ -203,6 +221,7 @@ ScriptEngine& SiteHost::EngineOfThread() {
     ScriptEngine::Options options;
     options.siteRoot = m_site.root;
     options.heapBytes = m_site.server.maxHeap;
+    if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
   }

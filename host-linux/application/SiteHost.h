@@ -1,10 +1,13 @@
 // One site, put together: answers its requests.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoDatabase.h"
@@ -59,6 +62,17 @@ class SiteHost {
   const SiteConfiguration& Site() const { return m_site; }
 
  private:
+  // Pages whose file was seen less than a moment ago; empty in development mode. Safe from all threads.
+  class KnownPages {
+   public:
+    bool Holds(const std::string& file) const;
+    void Add(const std::string& file);
+
+   private:
+    mutable std::mutex m_mutex;
+    std::unordered_map<std::string, std::chrono::steady_clock::time_point> m_seen;
+  };
+
   // The file below the pages folder that a path of the site names; nothing for a path outside of the site.
   std::optional<std::string> FileOf(const std::string& path) const;
   bool IsPage(const std::string& file) const;
@@ -76,6 +90,7 @@ class SiteHost {
   std::shared_ptr<ApplicationState> m_application;
   std::shared_ptr<SessionStore> m_sessions;
   LinuxPlatform m_platform;
+  mutable KnownPages m_knownPages;
 };
 
 }  // namespace hostlinux

@@ -45,7 +45,10 @@ v8::MaybeLocal<v8::Function> CompileBody(v8::Local<v8::Context> context, const s
 
 }  // namespace
 
-bool CompiledPages::IsCurrent(const CompiledPage& page) const {
+bool CompiledPages::IsCurrent(CompiledPage& page) const {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - page.checked < m_recheck) return true;
+  page.checked = now;
   return std::all_of(page.stamps.begin(), page.stamps.end(),
                      [this](const auto& stamp) { return m_files.Stamp(stamp.first) == stamp.second; });
 }
@@ -53,6 +56,7 @@ bool CompiledPages::IsCurrent(const CompiledPage& page) const {
 std::unique_ptr<CompiledPage> CompiledPages::Parse(const std::string& page) const {
   const StampingFiles files(m_files);
   auto compiled = std::make_unique<CompiledPage>();
+  compiled->checked = std::chrono::steady_clock::now();
   compiled->script = CompilePage(ParsePage(page, files, m_siteRoot));
   compiled->stamps = files.Stamps();
   return compiled;

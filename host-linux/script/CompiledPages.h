@@ -3,6 +3,7 @@
 
 #include <v8.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
@@ -16,6 +17,7 @@ namespace hostlinux {
 struct CompiledPage {
   PageScript script;
   std::vector<std::pair<std::string, FileStamp>> stamps;  // of the page and its includes, as read
+  std::chrono::steady_clock::time_point checked;          // when the stamps were last compared
   v8::Global<v8::Function> function;
   v8::Global<v8::Function> writeText;  // writes the page's texts by index
 };
@@ -27,8 +29,9 @@ struct PagePosition {
 
 class CompiledPages {
  public:
-  CompiledPages(const PageFiles& files, std::string siteRoot)
-      : m_files(files), m_siteRoot(std::move(siteRoot)) {}
+  // A page that was found unchanged is taken as it is for `recheck`, without a look at its files.
+  CompiledPages(const PageFiles& files, std::string siteRoot, std::chrono::milliseconds recheck)
+      : m_files(files), m_siteRoot(std::move(siteRoot)), m_recheck(recheck) {}
 
   // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
   // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.
@@ -44,11 +47,12 @@ class CompiledPages {
   void Clear();
 
  private:
-  bool IsCurrent(const CompiledPage& page) const;
+  bool IsCurrent(CompiledPage& page) const;
   std::unique_ptr<CompiledPage> Parse(const std::string& page) const;
 
   const PageFiles& m_files;
   std::string m_siteRoot;
+  std::chrono::milliseconds m_recheck;
   std::map<std::string, std::unique_ptr<CompiledPage>> m_pages;
   std::vector<std::unique_ptr<CompiledPage>> m_replaced;
   std::unique_ptr<CompiledPage> m_failed;  // the page whose compilation failed last, for its lines

@@ -40,7 +40,9 @@ std::uintptr_t StackLimit() {
 }  // namespace
 
 ScriptCore::ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options)
-    : m_runtime(runtime), m_options(std::move(options)), m_pages(files, m_options.siteRoot) {
+    : m_runtime(runtime),
+      m_options(std::move(options)),
+      m_pages(files, m_options.siteRoot, m_options.recheck) {
   m_parameters = {kWriteTextName, kWriteValueName};
   m_parameters.insert(m_parameters.end(), m_options.intrinsics.begin(), m_options.intrinsics.end());
   MakeIsolate();

@@ -66,6 +66,7 @@ class ScriptEngine {
     std::string siteRoot;                                   // may stand before virtual includes: "/shop"
     std::size_t heapBytes = 256 * 1024 * 1024;              // of a script's objects and texts
     std::size_t bufferBytes = 64 * 1024 * 1024;             // of its ArrayBuffers, all together
+    std::chrono::milliseconds recheck{0};                   // between two looks at whether a page has changed
     std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.

@@ -36,10 +36,7 @@ double ToLocalMs(varnel::Date date) {
 class VariantReader {
  public:
   VariantReader(ScriptCore& core, PassedArrays* passed)
-      : m_core(core),
-        m_isolate(core.Isolate()),
-        m_context(m_isolate->GetCurrentContext()),
-        m_passed(passed) {}
+      : m_core(core), m_isolate(core.Isolate()), m_passed(passed) {}
 
   Variant Read(v8::Local<v8::Value> value) {
     if (value->IsString()) return ToText(m_isolate, value.As<v8::String>());
@@ -53,6 +50,9 @@ class VariantReader {
   }
 
  private:
+  // Plain values, which most are, need none.
+  v8::Local<v8::Context> Context() const { return m_isolate->GetCurrentContext(); }
+
   // Minus zero is a whole number like any other zero.
   static Variant ReadNumber(double value) {
     if (value == 0) return varnel::Long{0};
@@ -74,11 +74,11 @@ class VariantReader {
   Variant ReadOwn(v8::Local<v8::Object> object) {
     if (HasTag(object, wrapperTag)) return Wrappers::Unwrap(object);
     if (HasTag(object, typedValueTag)) return Helpers::ReadTyped(object);
-    return Read(Take(object->Get(m_context, Name(m_isolate, "value"))));
+    return Read(Take(object->Get(Context(), Name(m_isolate, "value"))));
   }
 
   double ReadDate(v8::Local<v8::Object> date) {
-    const double ms = m_core.Tools().LocalMs(m_context, date);
+    const double ms = m_core.Tools().LocalMs(Context(), date);
     if (std::isnan(ms)) varnel::RaiseRuntimeError(runtime_error::kTypeMismatch, u"an invalid date");
     return ms;
   }
@@ -96,7 +96,7 @@ class VariantReader {
     auto copy = std::make_shared<varnel::Array>();
     copy->items.reserve(array->Length());
     for (std::uint32_t i = 0; i < array->Length(); ++i) {
-      Variant item = Read(Take(array->Get(m_context, i)));
+      Variant item = Read(Take(array->Get(Context(), i)));
       copy->items.push_back(item.IsMissing() ? Variant() : std::move(item));
     }
     --m_depth;
@@ -106,7 +106,6 @@ class VariantReader {
 
   ScriptCore& m_core;
   v8::Isolate* m_isolate;
-  v8::Local<v8::Context> m_context;
   PassedArrays* m_passed;
   int m_depth = 0;
 };
@@ -136,6 +135,7 @@ class ScriptWriter {
   }
   v8::Local<v8::Value> Of(const varnel::ObjectPtr& object) {
     if (!object) return v8::Null(m_isolate);
+    if (const auto known = m_core.Objects().Known(*object); !known.IsEmpty()) return known;
     if (const auto* script = dynamic_cast<const ScriptObject*>(object.get())) return script->Local();
     return m_core.Objects().Wrap(object);
   }

@@ -16,8 +16,9 @@ Watchdog::~Watchdog() {
 Watchdog::Ticket Watchdog::Arm(Clock::time_point when, std::function<void()> action) {
   const std::lock_guard lock(m_mutex);
   const Ticket ticket{when, ++m_lastNumber};
-  const auto place = m_armed.emplace(ticket, std::move(action)).first;
-  if (place == m_armed.begin()) m_changed.notify_one();
+  m_armed.emplace(ticket, std::move(action));
+  // Most pages end long before their limit, and the next one's lies later: nobody needs to wake for it.
+  if (when < m_wakesAt) m_changed.notify_one();
   return ticket;
 }
 
@@ -31,11 +32,13 @@ void Watchdog::Watch() {
   std::unique_lock lock(m_mutex);
   while (!m_ending) {
     if (m_armed.empty()) {
+      m_wakesAt = Clock::time_point::max();
       m_changed.wait(lock);
       continue;
     }
     const Clock::time_point next = m_armed.begin()->first.first;
     if (Clock::now() < next) {
+      m_wakesAt = next;
       m_changed.wait_until(lock, next);
       continue;
     }

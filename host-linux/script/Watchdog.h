@@ -35,6 +35,7 @@ class Watchdog {
   std::mutex m_mutex;
   std::condition_variable m_changed;
   std::map<Ticket, std::function<void()>> m_armed;
+  Clock::time_point m_wakesAt = Clock::time_point::max();  // when the thread looks next by itself
   std::uint64_t m_lastNumber = 0;
   bool m_ending = false;
   std::thread m_thread;

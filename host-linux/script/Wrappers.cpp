@@ -107,10 +107,15 @@ const varnel::ObjectPtr& Wrappers::Unwrap(v8::Local<v8::Object> wrapper) {
   return slot->object;
 }
 
+v8::Local<v8::Object> Wrappers::Known(const varnel::Object& object) const {
+  const auto known = m_slotOf.find(&object);
+  if (known == m_slotOf.end()) return {};
+  return known->second->wrapper.Get(m_core.Isolate());
+}
+
 v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
   v8::Isolate* isolate = m_core.Isolate();
-  const auto known = m_slotOf.find(object.get());
-  if (known != m_slotOf.end()) return known->second->wrapper.Get(isolate);
+  if (const auto known = Known(*object); !known.IsEmpty()) return known;
 
   const ClassBinding& binding = Bind(object->Class());
   const v8::Local<v8::Object> wrapper =

@@ -25,6 +25,8 @@ class Wrappers {
   // The script's object for `object`, the same each time within a request. A script's own object, handed
   // out and coming back, is not for here.
   v8::Local<v8::Object> Wrap(const varnel::ObjectPtr& object);
+  // The same where it was made already; empty where not.
+  v8::Local<v8::Object> Known(const varnel::Object& object) const;
 
   static bool IsWrapper(v8::Local<v8::Value> value);
   // The object behind a wrapper. Raises 91 where its request is over.

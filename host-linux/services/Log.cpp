@@ -72,7 +72,7 @@ void StopLog() { spdlog::shutdown(); }
 
 void WriteLog(LogLevel level, std::string_view text) {
   auto* logger = spdlog::default_logger_raw();
-  if (logger == nullptr) return;
+  if (logger == nullptr || !logger->should_log(SpdlogLevel(level))) return;
   const std::string line = requestId.empty() ? OneLine(text) : "[" + requestId + "] " + OneLine(text);
   logger->log(SpdlogLevel(level), spdlog::string_view_t(line));
 }

@@ -121,6 +121,16 @@ std::shared_ptr<RequestCollection> Request::ServerVariablesObject() {
   return m_serverVariables;
 }
 
+Variant Request::Variables::Value(StringView key) const {
+  const PageRequest& page = *m_request.m_request;
+  // What the command line sets goes before what the request says.
+  if (page.serverVariables.empty()) {
+    if (varnel::EqualsNoCase(key, u"URL")) return FromUtf8(page.http.path);
+    if (varnel::EqualsNoCase(key, u"REQUEST_METHOD")) return FromUtf8(page.http.method);
+  }
+  return All().Value(key);
+}
+
 std::shared_ptr<RequestCollection> Request::FirstWith(StringView key) {
   const auto has = [&](const RequestCollection& collection) { return collection.ValueCount(key) > 0; };
   if (has(*QueryObject())) return m_query;

@@ -20,7 +20,7 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   const varnel::host::IRequestCollection& QueryString() override { return *QueryObject(); }
   // Empty unless the body is a url-encoded form. Raises 5 where BinaryRead has begun to read such a body.
   const varnel::host::IRequestCollection& Form() override { return *FormObject(); }
-  const varnel::host::IRequestCollection& ServerVariables() override { return *ServerVariablesObject(); }
+  const varnel::host::IRequestCollection& ServerVariables() override { return m_variables; }
   // A form that BinaryRead has begun to read is passed over.
   varnel::Variant Item(varnel::StringView key) override;
   varnel::Long TotalBytes() override;
@@ -36,6 +36,22 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   varnel::Variant ReadBytes(varnel::Long count);
 
  private:
+  // The server variables as the library asks for them: what each page needs without making all the others.
+  class Variables final : public varnel::host::IRequestCollection {
+   public:
+    explicit Variables(Request& request) : m_request(request) {}
+    varnel::Long Count() const override { return All().Count(); }
+    varnel::String Key(varnel::Long position) const override { return All().Key(position); }
+    varnel::String ValueAt(varnel::Long position) const override { return All().ValueAt(position); }
+    varnel::Variant Value(varnel::StringView key) const override;
+    varnel::Long ValueCount(varnel::StringView key) const override { return All().ValueCount(key); }
+
+   private:
+    const RequestCollection& All() const { return *m_request.ServerVariablesObject(); }
+
+    Request& m_request;
+  };
+
   std::shared_ptr<RequestCollection> FirstWith(varnel::StringView key);
 
   // Each collection is made when it is first asked for: most pages use one.
@@ -44,6 +60,7 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   std::shared_ptr<RequestCollection> m_form;
   std::shared_ptr<RequestCollection> m_cookies;
   std::shared_ptr<RequestCollection> m_serverVariables;
+  Variables m_variables{*this};
   std::size_t m_bytesRead = 0;
   bool m_bodyTaken = false;
 };

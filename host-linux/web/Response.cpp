@@ -90,14 +90,25 @@ void Response::Append(std::string_view bytes) {
   if (!m_buffered) Flush();
 }
 
+// The longest that `text` can become is known before it is written: most pages stay far below the limit, and
+// their text goes straight into the body.
+void Response::AppendText(StringView text) {
+  constexpr std::size_t kMostBytes = 3;  // of one 16-bit character
+  if (m_ended || !m_buffered ||
+      text.size() > (m_options.maxBuffer - m_sentBytes - m_body.size()) / kMostBytes)
+    return Append(ToUtf8(text));
+  varnel::AppendUtf8(m_body, text);
+}
+
 void Response::EndPendingText() {
+  if (m_pending.empty()) return;
   const String pending = std::exchange(m_pending, {});
   if (!pending.empty()) Append(ToUtf8(pending));
 }
 
 void Response::Write(StringView text) {
   if (text.empty()) return;
-  if (m_pending.empty() && !IsHighSurrogate(text.back())) return Append(ToUtf8(text));
+  if (m_pending.empty() && !IsHighSurrogate(text.back())) return AppendText(text);
   String whole = std::exchange(m_pending, {}) + String(text);
   if (IsHighSurrogate(whole.back())) {
     m_pending = whole.back();

@@ -79,6 +79,7 @@ class Response : public varnel::Object, public varnel::host::IResponse, public R
 
  private:
   void Append(std::string_view bytes);
+  void AppendText(varnel::StringView text);
   void EndPendingText();
   void RequireHead() const;
   HttpResponse Head();

@@ -57,6 +57,13 @@ bool AnyObject(const varnel::Object&) { return true; }
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
 
+// FNV-1a over the folded characters.
+std::size_t ValueStore::HashNoCase::operator()(StringView key) const {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char16_t unit : key) hash = (hash ^ varnel::FoldCase(unit)) * 0x100000001B3U;
+  return hash;
+}
+
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
@@ -68,7 +75,7 @@ Variant ValueStore::Get(StringView key) const {
   Variant value;
   {
     const std::lock_guard lock(m_mutex);
-    const auto found = m_entries.find(varnel::ToLower(key));
+    const auto found = m_entries.find(key);
     if (found == m_entries.end()) return Variant();
     value = found->second.value;
   }
@@ -78,16 +85,14 @@ Variant ValueStore::Get(StringView key) const {
 
 void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
   const std::size_t bytes = BytesOf(value) + sizeof(Entry) + 2 * key.size() * sizeof(char16_t);
-  String folded = varnel::ToLower(key);
   const std::lock_guard lock(m_mutex);
-  const auto before = m_entries.find(folded);
-  const std::size_t others = m_bytes - (before == m_entries.end() ? 0 : before->second.bytes);
+  auto found = m_entries.find(key);
+  const std::size_t others = m_bytes - (found == m_entries.end() ? 0 : found->second.bytes);
   if (bytes > maxBytes || others > maxBytes - bytes) {
     RaiseRuntimeError(varnel::runtime_error::kOutOfMemory, u"the values take more than may be kept");
   }
-  const auto [found, isNew] = m_entries.try_emplace(std::move(folded));
-  if (isNew) {
-    found->second.key = key;
+  if (found == m_entries.end()) {
+    found = m_entries.try_emplace(String(key)).first;
     found->second.order = m_nextOrder++;
   }
   found->second.bytes = bytes;
@@ -99,8 +104,10 @@ void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
 void ValueStore::Remove(StringView key) {
   decltype(m_entries)::node_type gone;
   const std::lock_guard lock(m_mutex);
-  gone = m_entries.extract(varnel::ToLower(key));
-  if (gone) m_bytes -= gone.mapped().bytes;
+  const auto found = m_entries.find(key);
+  if (found == m_entries.end()) return;
+  m_bytes -= found->second.bytes;
+  gone = m_entries.extract(found);
 }
 
 void ValueStore::Clear() {
@@ -114,7 +121,7 @@ std::vector<String> ValueStore::Keys() const {
   std::vector<std::pair<std::size_t, String>> ordered;
   {
     const std::lock_guard lock(m_mutex);
-    for (const auto& [folded, entry] : m_entries) ordered.emplace_back(entry.order, entry.key);
+    for (const auto& [key, entry] : m_entries) ordered.emplace_back(entry.order, key);
   }
   std::sort(ordered.begin(), ordered.end());
   std::vector<String> keys;

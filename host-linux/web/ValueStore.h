@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <mutex>
+#include <unordered_map>
 #include <vector>
 
 #include "varnel/automation/Variant.h"
@@ -38,14 +38,24 @@ class ValueStore {
 
  private:
   struct Entry {
-    varnel::String key;
     varnel::Variant value;
     std::size_t order = 0;
     std::size_t bytes = 0;
   };
 
   mutable std::mutex m_mutex;
-  std::map<varnel::String, Entry> m_entries;  // by folded key
+  // Keys are compared as they are asked for: no folded copy of one is made.
+  struct HashNoCase {
+    using is_transparent = void;
+    std::size_t operator()(varnel::StringView key) const;
+  };
+  struct EqualNoCase {
+    using is_transparent = void;
+    bool operator()(varnel::StringView left, varnel::StringView right) const {
+      return varnel::EqualsNoCase(left, right);
+    }
+  };
+  std::unordered_map<varnel::String, Entry, HashNoCase, EqualNoCase> m_entries;
   std::size_t m_nextOrder = 0;
   std::size_t m_bytes = 0;
 };

@@ -68,6 +68,24 @@ struct ByValue {
   void Store(Variant&) {}
 };
 
+// What is only looked at isn't copied: the argument outlives the call.
+struct ByConstVariant {
+  const Variant* value;
+  explicit ByConstVariant(Variant& from) : value(&from) {}
+  const Variant& Pass() { return *value; }
+  void Store(Variant&) {}
+};
+
+struct ByConstText {
+  const String* given;
+  String converted;
+  explicit ByConstText(Variant& from) : given(from.As<String>()) {
+    if (given == nullptr) converted = ToText(from);
+  }
+  const String& Pass() { return given == nullptr ? converted : *given; }
+  void Store(Variant&) {}
+};
+
 template <typename T>
 struct ByReference {
   T value;
@@ -89,8 +107,20 @@ inline constexpr bool isByReference =
     std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
 
 template <typename A>
-using ArgumentOf = std::conditional_t<isByReference<A>, ByReference<std::remove_cvref_t<A>>,
-                                      ByValue<std::remove_cvref_t<A>>>;
+struct ArgumentFor {
+  using Type = std::conditional_t<isByReference<A>, ByReference<std::remove_cvref_t<A>>,
+                                  ByValue<std::remove_cvref_t<A>>>;
+};
+template <>
+struct ArgumentFor<const Variant&> {
+  using Type = ByConstVariant;
+};
+template <>
+struct ArgumentFor<const String&> {
+  using Type = ByConstText;
+};
+template <typename A>
+using ArgumentOf = typename ArgumentFor<A>::Type;
 
 template <typename C>
 C& Target(Object& object) {

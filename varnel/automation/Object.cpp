@@ -13,11 +13,18 @@ const Member* ClassInfo::Find(StringView memberName) const {
   return found == members.end() ? nullptr : &*found;
 }
 
-const Member* ClassInfo::Default() const {
+namespace {
+
+const Member* FindDefault(const std::vector<Member>& members) {
   const auto found =
       std::find_if(members.begin(), members.end(), [](const Member& member) { return member.isDefault; });
   return found == members.end() ? nullptr : &*found;
 }
+
+}  // namespace
+
+ClassInfo::ClassInfo(String className, std::vector<Member> classMembers)
+    : name(std::move(className)), members(std::move(classMembers)), m_default(FindDefault(members)) {}
 
 namespace {
 

@@ -32,14 +32,22 @@ struct Member {
   int Required() const { return parameters - static_cast<int>(defaults.size()); }
 };
 
-struct ClassInfo {
-  String name;  // as messages show it, such as "DRecordset"
-  std::vector<Member> members;
+class ClassInfo {
+ public:
+  ClassInfo(String className, std::vector<Member> classMembers);
+  ClassInfo(const ClassInfo&) = delete;
+  ClassInfo& operator=(const ClassInfo&) = delete;
+
+  const String name;  // as messages show it, such as "DRecordset"
+  const std::vector<Member> members;
 
   // The member of that name in any case of letters; null if there is none.
   const Member* Find(StringView memberName) const;
   // The default member; null if the class has none.
-  const Member* Default() const;
+  const Member* Default() const { return m_default; }
+
+ private:
+  const Member* const m_default;
 };
 
 // Walks the elements of a collection, once.

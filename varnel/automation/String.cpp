@@ -1,20 +1,26 @@
 #include "varnel/automation/String.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <type_traits>
 
 namespace varnel {
 
-String TrimLeft(StringView text) {
-  const auto first = text.find_first_not_of(u' ');
-  return first == StringView::npos ? String() : String(text.substr(first));
+namespace {
+
+StringView WithoutBlanksAtLeft(StringView text) {
+  return text.substr(std::min(text.find_first_not_of(u' '), text.size()));
 }
 
-String TrimRight(StringView text) {
-  const auto last = text.find_last_not_of(u' ');
-  return last == StringView::npos ? String() : String(text.substr(0, last + 1));
-}
+// Behind the last position counts as no position, and 0 is what adding 1 to that gives.
+StringView WithoutBlanksAtRight(StringView text) { return text.substr(0, text.find_last_not_of(u' ') + 1); }
 
-String Trim(StringView text) { return TrimLeft(TrimRight(text)); }
+}  // namespace
+
+String TrimLeft(StringView text) { return String(WithoutBlanksAtLeft(text)); }
+String TrimRight(StringView text) { return String(WithoutBlanksAtRight(text)); }
+String Trim(StringView text) { return String(WithoutBlanksAtLeft(WithoutBlanksAtRight(text))); }
 
 std::vector<String> Split(StringView text, StringView separator) {
   std::vector<String> pieces;
@@ -65,8 +71,7 @@ char16_t Shifted(char16_t unit, int by) { return static_cast<char16_t>(unit + by
 
 }  // namespace
 
-char16_t FoldCase(char16_t unit) {
-  if (InRange(unit, u'A', u'Z')) return Shifted(unit, 32);
+char16_t FoldCaseBeyondAscii(char16_t unit) {
   if (unit < 0x00C0) return unit;
   if (InRange(unit, 0x00C0, 0x00DE) && unit != 0x00D7) return Shifted(unit, 32);
   if (unit == 0x0178) return 0x00FF;
@@ -121,9 +126,26 @@ std::size_t FindNoCase(StringView text, StringView what, std::size_t from) {
   return String::npos;
 }
 
+namespace {
+
+void AppendAscii(String& target, std::string_view ascii) {
+  const std::size_t before = target.size();
+  target.resize(before + ascii.size());
+  std::copy(ascii.begin(), ascii.end(), target.begin() + static_cast<std::ptrdiff_t>(before));
+}
+
+}  // namespace
+
+void AppendDecimal(String& target, std::int64_t value) {
+  std::array<char, 20> digits;  // the longest is -9223372036854775808
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  AppendAscii(target, {digits.data(), end});
+}
+
 String DecimalText(std::int64_t value) {
-  const std::string digits = std::to_string(value);
-  return String(digits.begin(), digits.end());
+  String text;
+  AppendDecimal(text, value);
+  return text;
 }
 
 String HexText(Long value) {
@@ -197,16 +219,24 @@ void AppendBytes(std::string& target, char32_t code) {
   }
 }
 
+// How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go.
+template <typename Text>
+std::size_t AsciiLength(const Text& text, std::size_t from) {
+  std::size_t end = from;
+  while (end < text.size() && static_cast<std::make_unsigned_t<typename Text::value_type>>(text[end]) < 0x80)
+    ++end;
+  return end - from;
+}
+
 }  // namespace
 
 String FromUtf8(std::string_view bytes) {
   String result;
   result.reserve(bytes.size());
   for (std::size_t i = 0; i < bytes.size();) {
-    const auto byte = static_cast<unsigned char>(bytes[i]);
-    if (byte < 0x80) {
-      result.push_back(byte);
-      ++i;
+    if (const std::size_t plain = AsciiLength(bytes, i); plain > 0) {
+      AppendAscii(result, bytes.substr(i, plain));
+      i += plain;
       continue;
     }
     const Decoded decoded = DecodeOne(bytes.substr(i));
@@ -222,13 +252,16 @@ String FromUtf8(std::string_view bytes) {
 }
 
 void AppendUtf8(std::string& target, StringView text) {
-  target.reserve(target.size() + text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
-    if (unit < 0x80) {
-      target.push_back(static_cast<char>(unit));
+    if (const std::size_t plain = AsciiLength(text, i); plain > 0) {
+      const std::size_t before = target.size();
+      target.resize(before + plain);
+      std::transform(text.data() + i, text.data() + i + plain, target.data() + before,
+                     [](char16_t unit) { return static_cast<char>(unit); });
+      i += plain - 1;
       continue;
     }
+    const char16_t unit = text[i];
     const bool high = InRange(unit, 0xD800, 0xDBFF);
     const bool paired = high && i + 1 < text.size() && InRange(text[i + 1], 0xDC00, 0xDFFF);
     if (paired) {

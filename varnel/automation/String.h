@@ -30,8 +30,12 @@ std::vector<String> Split(StringView text, StringView separator);
 // Every occurrence of `what` becomes `with`, from left to right.
 String Replace(StringView text, StringView what, StringView with);
 
+char16_t FoldCaseBeyondAscii(char16_t unit);
 // One unit in lower case: the simple, one-to-one foldings of Latin, Greek and Cyrillic.
-char16_t FoldCase(char16_t unit);
+inline char16_t FoldCase(char16_t unit) {
+  if (unit < 0x80) return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
+  return FoldCaseBeyondAscii(unit);
+}
 String ToLower(StringView text);
 String ToUpper(StringView text);
 
@@ -43,6 +47,7 @@ std::size_t FindNoCase(StringView text, StringView what, std::size_t from = 0);
 
 // A whole number as decimal text, and as upper-case hexadecimal text of its 32-bit pattern.
 String DecimalText(std::int64_t value);
+void AppendDecimal(String& target, std::int64_t value);
 String HexText(Long value);
 
 // UTF-8 to text and back. Bytes that are no UTF-8 become U+FFFD, one for each bad byte; a lone surrogate

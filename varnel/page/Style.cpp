@@ -91,26 +91,42 @@ Integer StyleToInteger(const String& iValue) {
   }
 }
 
+void AppendStyleAttr(String& ioText, StringView iName, StringView iValue) {
+  if (iValue.empty()) return;
+  ioText += u' ';
+  ioText += iName;
+  ioText += u"=\"";
+  ioText += iValue;
+  ioText += u'"';
+}
+
 String StyleAttr(StringView iName, const String& iValue) {
-  if (iValue.empty()) return {};
-  return u" " + String(iName) + u"=\"" + iValue + u"\"";
+  String text;
+  AppendStyleAttr(text, iName, iValue);
+  return text;
 }
 
 String StyleIntAttr(StringView iName, Integer iValue) {
   return iValue == -1 ? String() : StyleAttr(iName, DecimalText(iValue));
 }
 
+void AppendFontOpenTag(String& ioText, const FontInfo& iFont) {
+  if (iFont.Face.empty()) return;
+  ioText += u"<font";
+  AppendStyleAttr(ioText, u"face", iFont.Face);
+  AppendStyleAttr(ioText, u"size", iFont.Size);
+  AppendStyleAttr(ioText, u"color", iFont.Color);
+  ioText += u'>';
+  if (IsBold(iFont)) ioText += u"<b>";
+}
+
 String FontOpenTag(const FontInfo& iFont) {
-  if (iFont.Face.empty()) return {};
-  String tag = u"<font face=\"" + iFont.Face + u"\"";
-  if (!iFont.Size.empty()) tag += u" size=\"" + iFont.Size + u"\"";
-  if (!iFont.Color.empty()) tag += u" color=\"" + iFont.Color + u"\"";
-  tag += u">";
-  if (IsBold(iFont)) tag += u"<b>";
+  String tag;
+  AppendFontOpenTag(tag, iFont);
   return tag;
 }
 
-String FontCloseTag(const FontInfo& iFont) {
+StringView FontCloseTag(const FontInfo& iFont) {
   if (iFont.Face.empty()) return {};
   return IsBold(iFont) ? u"</b></font>" : u"</font>";
 }

@@ -67,8 +67,12 @@ Integer StyleToInteger(const String& iValue);
 String StyleAttr(StringView iName, const String& iValue);
 String StyleIntAttr(StringView iName, Integer iValue);
 
+// The same, appended to a text that grows.
+void AppendStyleAttr(String& ioText, StringView iName, StringView iValue);
+
 // The tags around a text in that font: empty if the font has no face.
 String FontOpenTag(const FontInfo& iFont);
-String FontCloseTag(const FontInfo& iFont);
+StringView FontCloseTag(const FontInfo& iFont);
+void AppendFontOpenTag(String& ioText, const FontInfo& iFont);
 
 }  // namespace varnel

@@ -9,11 +9,10 @@ namespace varnel {
 namespace {
 
 // The last dotted piece; brackets go only if they stand around the whole. The empty text has no piece.
-String LookupKey(String name) {
+StringView LookupKey(StringView name) {
   if (name.starts_with(u'[') && name.ends_with(u']')) name = name.substr(1, name.size() - 2);
-  const std::vector<String> pieces = Split(name, u".");
-  if (pieces.empty()) RaiseRuntimeError(runtime_error::kSubscript);
-  return pieces.back();
+  if (name.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  return name.substr(name.rfind(u'.') + 1);
 }
 
 // Positions count from 0 here and from 1 in the collection.
@@ -48,7 +47,8 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    return CastObject<DField>(Required(m_Fields).Item(CollectionKey(ToPlain(iIndexOrKey))));
+    return CastObject<DField>(Required(m_Fields).Item(
+        iIndexOrKey.IsText() ? CollectionKey(iIndexOrKey) : CollectionKey(ToPlain(iIndexOrKey))));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

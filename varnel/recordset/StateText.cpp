@@ -1,6 +1,8 @@
 #include "varnel/recordset/StateText.h"
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
@@ -12,22 +14,55 @@ namespace {
 constexpr std::size_t kLengthWidth = 3;
 constexpr std::size_t kLastPosition = std::numeric_limits<Integer>::max();
 
-String NumberField(std::int64_t value) { return EncodeNumber(DecimalText(value)); }
-String BooleanField(bool value) { return NumberField(value ? -1 : 0); }
-
-String EncodeBody(StringView text) {
-  String body;
-  for (const char16_t unit : text) {
-    if (!body.empty()) body += u'+';
-    body += DecimalText(static_cast<std::int16_t>(unit));
-  }
-  return body;
+void AppendNumber(String& target, std::int64_t value) {
+  const std::size_t sign = target.size();
+  AppendDecimal(target, value);
+  if (value < 0) target[sign] = u'z';
+  target += u'x';
 }
 
-String KeyFields(const std::vector<Variant>& keys) {
-  String fields = NumberField(static_cast<std::int64_t>(keys.size()) - 1);
-  for (const Variant& key : keys) fields += EncodeValue(key);
-  return fields;
+void AppendBoolean(String& target, bool value) { AppendNumber(target, value ? -1 : 0); }
+
+void AppendBody(String& target, StringView text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (i > 0) target += u'+';
+    AppendDecimal(target, static_cast<std::int16_t>(text[i]));
+  }
+}
+
+void AppendText(String& target, StringView text) {
+  const std::size_t start = target.size();
+  AppendBody(target, text);
+  String length = DecimalText(static_cast<std::int64_t>(target.size() - start));
+  if (length.size() < kLengthWidth) length.insert(0, kLengthWidth - length.size(), u' ');
+  target.insert(start, length);
+}
+
+void AppendValue(String& target, const Variant& value) {
+  if (value.IsNull()) {
+    target += u" z1";
+  } else if (const String* text = value.As<String>()) {
+    AppendText(target, *text);
+  } else {
+    AppendText(target, ToText(value));
+  }
+}
+
+void AppendKeys(String& target, const std::vector<Variant>& keys) {
+  AppendNumber(target, static_cast<std::int64_t>(keys.size()) - 1);
+  for (const Variant& key : keys) AppendValue(target, key);
+}
+
+// A number of a few digits, as nearly all are; nothing for any other text, which the conversions judge.
+std::optional<Long> FewDigits(StringView text) {
+  constexpr std::size_t kMost = 9;
+  if (text.empty() || text.size() > kMost) return std::nullopt;
+  Long value = 0;
+  for (const char16_t unit : text) {
+    if (unit < u'0' || unit > u'9') return std::nullopt;
+    value = value * 10 + (unit - u'0');
+  }
+  return value;
 }
 
 // Takes field after field from the left.
@@ -35,12 +70,12 @@ class StateReader {
  public:
   explicit StateReader(StringView text) : m_text(text) {}
 
-  Integer ReadInteger() { return ToInteger(Variant(ReadNumber())); }
-  Long ReadLong() { return ToLong(Variant(ReadNumber())); }
+  Integer ReadInteger() { return ToInteger(ReadNumber()); }
+  Long ReadLong() { return ToLong(ReadNumber()); }
 
   Variant ReadValue() {
     RequireReachable();
-    const Integer length = ToInteger(Variant(Replace(Piece(kLengthWidth), u"z", u"-")));
+    const Integer length = ToInteger(NumberOf(Piece(kLengthWidth)));
     m_at += kLengthWidth;
     if (length == -1) return Null();
     RequireReachable();
@@ -63,17 +98,26 @@ class StateReader {
     RequireReachable();
     const auto end = m_text.find(u'x', m_at);
     if (end == StringView::npos || end == m_at) return 0;
-    const String text = Trim(ReadNumber());
-    return text.empty() ? 0 : ToLong(Variant(text));
+    const String text = Trim(ReadField());
+    return text.empty() ? 0 : ToLong(NumberOf(text));
   }
 
  private:
-  String ReadNumber() {
+  Variant ReadNumber() { return NumberOf(ReadField()); }
+
+  StringView ReadField() {
     RequireReachable();
     const auto end = m_text.find(u'x', m_at);
     if (end == StringView::npos) RaiseRuntimeError(runtime_error::kInvalidArgument);
     const StringView field = m_text.substr(m_at, end - m_at);
     m_at = end + 1;
+    return field;
+  }
+
+  static Variant NumberOf(StringView field) {
+    // A short length stands behind blanks.
+    if (const auto number = FewDigits(field.substr(std::min(field.find_first_not_of(u' '), field.size()))))
+      return *number;
     return Replace(field, u"z", u"-");
   }
 
@@ -91,8 +135,9 @@ class StateReader {
   std::size_t m_at = 0;
 };
 
-char16_t DecodeChar(const String& code) {
-  const Long value = ToLong(Variant(code));
+char16_t DecodeChar(StringView code) {
+  const std::optional<Long> plain = FewDigits(code);
+  const Long value = plain ? *plain : ToLong(Variant(code));
   if (value < -32768 || value > 65535) RaiseRuntimeError(runtime_error::kOverflow);
   return static_cast<char16_t>(value);
 }
@@ -102,29 +147,32 @@ char16_t DecodeChar(const String& code) {
 String EncodeNumber(StringView iText) { return Replace(iText, u"-", u"z") + u"x"; }
 
 String EncodeValue(const Variant& iValue) {
-  if (iValue.IsNull()) return u" z1";
-  const String body = EncodeBody(ToText(iValue));
-  String length = DecimalText(static_cast<std::int64_t>(body.size()));
-  while (length.size() < kLengthWidth) length.insert(length.begin(), u' ');
-  return length + body;
+  String text;
+  AppendValue(text, iValue);
+  return text;
 }
 
 String DecodeChars(StringView iBody) {
   String text;
-  for (const String& code : Split(iBody, u"+")) text += DecodeChar(code);
+  for (std::size_t start = 0; start <= iBody.size() && !iBody.empty();) {
+    const std::size_t end = std::min(iBody.find(u'+', start), iBody.size());
+    text += DecodeChar(iBody.substr(start, end - start));
+    start = end + 1;
+  }
   return text;
 }
 
 String SerializeState(const PersistedState& iState) {
-  String text = NumberField(iState.NavType);
-  text += NumberField(iState.TotalRecords);
-  text += NumberField(iState.FirstRecord);
-  text += EncodeValue(iState.SortFields);
-  text += BooleanField(iState.SortReversed);
-  if (iState.HasKeys()) text += KeyFields(iState.KeyValues);
-  text += NumberField(iState.DisplayPage);
-  text += NumberField(iState.LeftPage);
-  text += NumberField(iState.RightPage);
+  String text;
+  AppendNumber(text, iState.NavType);
+  AppendNumber(text, iState.TotalRecords);
+  AppendNumber(text, iState.FirstRecord);
+  AppendText(text, iState.SortFields);
+  AppendBoolean(text, iState.SortReversed);
+  if (iState.HasKeys()) AppendKeys(text, iState.KeyValues);
+  AppendNumber(text, iState.DisplayPage);
+  AppendNumber(text, iState.LeftPage);
+  AppendNumber(text, iState.RightPage);
   return text;
 }
 

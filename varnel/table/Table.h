@@ -120,9 +120,10 @@ class Table : public Object, public ITable {
   bool NeedsBorderTable() const;
   String BuildTableOpen(bool iBorderTable) const;
   void AppendRows(String& ioHTML) const;
-  String BuildCell(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const;
-  String BuildCellOpen(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const;
-  String BuildCellClose(const TableCell& iCell) const;
+  void AppendRow(String& ioHTML, int iRow) const;
+  void AppendCell(String& ioHTML, int iRow, int iCol) const;
+  void AppendCellOpen(String& ioHTML, const CellLook& iLook) const;
+  void AppendCellClose(String& ioHTML, const TableCell& iCell) const;
   CellLook ChooseLook(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const;
   const FontInfo& ChooseFont(const TableCell& iCell) const;
   const String& ChooseBackground(int iRow, const TableCell& iCell) const;

@@ -17,6 +17,7 @@ Integer Wrapped(int iValue) { return static_cast<Integer>(iValue); }
 // What a cell keeps of its data: a table or a grid as it is, all else as text. Any other object stands for
 // its value, so that a recordset's field can be passed as it is.
 Variant CellData(const Variant& iData) {
+  if (iData.IsText()) return iData;
   if (iData.IsObject() && (Util_CastTable(iData) != nullptr || Util_CastDGrid(iData) != nullptr))
     return iData;
   const Variant value = ToPlain(iData);

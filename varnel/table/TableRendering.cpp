@@ -52,22 +52,27 @@ StringView VAlignText(Long iVAlign) {
   }
 }
 
-String PercentText(StringView iName, int iValue) {
-  return u" " + String(iName) + u"=\"" + DecimalText(iValue) + u"%\"";
+void AppendNumberAttr(String& ioHTML, StringView iName, int iValue, StringView iUnit = {}) {
+  ioHTML += u' ';
+  ioHTML += iName;
+  ioHTML += u"=\"";
+  AppendDecimal(ioHTML, iValue);
+  ioHTML += iUnit;
+  ioHTML += u'"';
 }
 
-String NumberAttrText(StringView iName, int iValue) {
-  return u" " + String(iName) + u"=\"" + DecimalText(iValue) + u"\"";
+void AppendWidth(String& ioHTML, Integer iWidth) {
+  if (iWidth >= 1) AppendNumberAttr(ioHTML, u"width", iWidth, u"%");
 }
 
-String WidthText(Integer iWidth) { return iWidth >= 1 ? PercentText(u"width", iWidth) : String(); }
-
-String HeightText(Integer iHeight) {
-  if (iHeight == 0) return {};
-  return iHeight > 0 ? PercentText(u"height", iHeight) : NumberAttrText(u"height", -iHeight);
+void AppendHeight(String& ioHTML, Integer iHeight) {
+  if (iHeight > 0) AppendNumberAttr(ioHTML, u"height", iHeight, u"%");
+  if (iHeight < 0) AppendNumberAttr(ioHTML, u"height", -iHeight);
 }
 
-String SpanText(StringView iName, int iSpan) { return iSpan > 1 ? NumberAttrText(iName, iSpan) : String(); }
+void AppendSpan(String& ioHTML, StringView iName, int iSpan) {
+  if (iSpan > 1) AppendNumberAttr(ioHTML, iName, iSpan);
+}
 
 // An alignment of the cell, or else that of its column.
 Long OwnOrColumn(Long iCell, Long iColumn) {
@@ -77,14 +82,15 @@ Long OwnOrColumn(Long iCell, Long iColumn) {
 bool IsBlank(const String& iText) { return iText.find_first_not_of(u' ') == String::npos; }
 
 // What stands inside the cell: a nested table or the text, without which browsers draw no cell at all.
-String ContentOf(const TableCell& iCell) {
+void AppendContent(String& ioHTML, const TableCell& iCell) {
   if (iCell.Data.IsObject()) {
     const auto table = CastObject<ITable>(iCell.Data);
     if (table == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch);
-    return table->GetHTML();
+    ioHTML += table->GetHTML();
+    return;
   }
   const String* text = iCell.Data.As<String>();
-  return text == nullptr || IsBlank(*text) ? u"&nbsp;" : *text;
+  ioHTML += text == nullptr || IsBlank(*text) ? StringView(u"&nbsp;") : StringView(*text);
 }
 
 }  // namespace
@@ -126,16 +132,25 @@ bool Table::NeedsBorderTable() const {
 }
 
 String Table::BuildTableOpen(bool iBorderTable) const {
-  const String crlf(kCrLf);
-  const String width = m_iTableWidth == 0 ? String() : PercentText(u"width", m_iTableWidth) + u" ";
-  const String outer = u"<table " + width;
-  const String borderTable =
-      u" cellspacing=\"0\" cellpadding=\"0\"" + StyleIntAttr(u"border", m_Style.BorderWidth) + u"><tr><td" +
-      StyleAttr(u"bgcolor", m_Style.RowBorderColor) + u">" + crlf + u"<table width=\"100%\"";
-  return crlf + u"<!-- Begin Varnel.Table Object -->" + crlf + outer +
-         (iBorderTable ? borderTable : String()) + StyleIntAttr(u"cellspacing", m_Style.CellSpacing) +
-         StyleIntAttr(u"cellpadding", m_Style.CellPadding) + StyleAttr(u"background", m_sBgImage) +
-         StyleAttr(u"height", m_sHeight) + u" border=\"0\" >" + crlf;
+  String html(kCrLf);
+  html += u"<!-- Begin Varnel.Table Object -->\r\n<table ";
+  if (m_iTableWidth != 0) {
+    AppendNumberAttr(html, u"width", m_iTableWidth, u"%");
+    html += u' ';
+  }
+  if (iBorderTable) {
+    html += u" cellspacing=\"0\" cellpadding=\"0\"";
+    html += StyleIntAttr(u"border", m_Style.BorderWidth);
+    html += u"><tr><td";
+    AppendStyleAttr(html, u"bgcolor", m_Style.RowBorderColor);
+    html += u">\r\n<table width=\"100%\"";
+  }
+  html += StyleIntAttr(u"cellspacing", m_Style.CellSpacing);
+  html += StyleIntAttr(u"cellpadding", m_Style.CellPadding);
+  AppendStyleAttr(html, u"background", m_sBgImage);
+  AppendStyleAttr(html, u"height", m_sHeight);
+  html += u" border=\"0\" >\r\n";
+  return html;
 }
 
 void Table::AppendRows(String& ioHTML) const {
@@ -143,43 +158,49 @@ void Table::AppendRows(String& ioHTML) const {
   const auto cols = static_cast<std::size_t>(m_iLastCol + 1);
   ioHTML.reserve(ioHTML.size() + rows * (cols + 1) * kTypicalCellLength);
   for (int row = 0; row <= m_iLastRow; ++row) {
-    ioHTML += u"<tr>";
-    for (int col = 0; col <= m_iLastCol; ++col) {
-      const TableCell& cell = m_aCells.At(row, col);
-      const String text = BuildCell(row, col, cell, m_aColumns.At(col));
-      if (text.empty()) continue;
-      ioHTML += text;
-      ioHTML += BuildCellClose(cell);
-    }
+    AppendRow(ioHTML, row);
     ioHTML += u"</tr>";
     ioHTML += kCrLf;
   }
 }
 
-String Table::BuildCell(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const {
-  String text = BuildCellOpen(iRow, iCol, iCell, iColumn);
-  if (!text.empty()) text += ContentOf(iCell);
-  return text;
+void Table::AppendRow(String& ioHTML, int iRow) const {
+  ioHTML += u"<tr>";
+  for (int col = 0; col <= m_iLastCol; ++col) {
+    if (m_aCells.At(iRow, col).IsHidden()) continue;
+    AppendCell(ioHTML, iRow, col);
+    AppendCellClose(ioHTML, m_aCells.At(iRow, col));
+  }
 }
 
-String Table::BuildCellOpen(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const {
-  if (iCell.IsHidden()) return {};
-  const CellLook look = ChooseLook(iRow, iCol, iCell, iColumn);
-  String tag = u"<td ";
-  tag += AlignText(look.align);
-  tag += VAlignText(look.valign);
-  tag += WidthText(look.width);
-  tag += StyleAttr(u"bgcolor", look.background);
-  tag += StyleAttr(u"background", look.image);
-  if (look.noWrap) tag += u" nowrap";
-  tag += HeightText(look.height);
-  tag += SpanText(u"rowspan", look.rowSpan);
-  tag += SpanText(u"colspan", look.colSpan);
-  return Trim(tag) + u">" + FontOpenTag(look.font);
+void Table::AppendCell(String& ioHTML, int iRow, int iCol) const {
+  const TableCell& cell = m_aCells.At(iRow, iCol);
+  AppendCellOpen(ioHTML, ChooseLook(iRow, iCol, cell, m_aColumns.At(iCol)));
+  AppendContent(ioHTML, cell);
 }
 
-String Table::BuildCellClose(const TableCell& iCell) const {
-  return iCell.IsHidden() ? String() : FontCloseTag(ChooseFont(iCell)) + u"</td>";
+void Table::AppendCellOpen(String& ioHTML, const CellLook& iLook) const {
+  ioHTML += u"<td";
+  const std::size_t bareLength = ioHTML.size();
+  ioHTML += u' ';
+  ioHTML += AlignText(iLook.align);
+  ioHTML += VAlignText(iLook.valign);
+  AppendWidth(ioHTML, iLook.width);
+  AppendStyleAttr(ioHTML, u"bgcolor", iLook.background);
+  AppendStyleAttr(ioHTML, u"background", iLook.image);
+  if (iLook.noWrap) ioHTML += u" nowrap";
+  AppendHeight(ioHTML, iLook.height);
+  AppendSpan(ioHTML, u"rowspan", iLook.rowSpan);
+  AppendSpan(ioHTML, u"colspan", iLook.colSpan);
+  // Without any attribute the tag has no blank.
+  if (ioHTML.size() == bareLength + 1) ioHTML.resize(bareLength);
+  ioHTML += u'>';
+  AppendFontOpenTag(ioHTML, iLook.font);
+}
+
+void Table::AppendCellClose(String& ioHTML, const TableCell& iCell) const {
+  ioHTML += FontCloseTag(ChooseFont(iCell));
+  ioHTML += u"</td>";
 }
 
 Table::CellLook Table::ChooseLook(int iRow, int iCol, const TableCell& iCell,

@@ -1,0 +1,28 @@
+// The list page against a bare program: how much of its rate is left, p99 at 32 connections, memory, and what 5,000
+// idle connections cost. bench/page.mjs [ROUNDS] [SECONDS]
+import path from 'node:path';
+import { build, freePort, idleEffect, interleaved, listSite, machine, memory, nextPageUrl, start, startVarnel, table, threads } from './servers.mjs';
+
+const rounds = Number(process.argv[2] ?? 5);
+const seconds = Number(process.argv[3] ?? 5);
+const port = await freePort();
+const site = listSite(port);
+const varnel = await startVarnel(site, port);
+const url = await nextPageUrl(port);
+const bytes = (await (await fetch(url)).arrayBuffer()).byteLength;
+const barePort = await freePort();
+const bare = await start(path.join(build, 'bench_bare'), [path.join(site, 'items.db'), barePort, threads, bytes], barePort);
+
+console.log(`${machine()}; ${threads} script threads; a page of ${bytes} bytes`);
+const [page, baseline] = await interleaved(
+  [{ name: 'list page', url, pids: [varnel.pid] },
+    { name: 'bare program', url: `http://127.0.0.1:${barePort}/`, pids: [bare.pid] }], rounds, seconds);
+console.log(table([
+  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'of bare'],
+  ...[[page, varnel], [baseline, bare]].map(([result, child]) => [
+    result.name, result.rate.toFixed(0), result.cpu.toFixed(0), result.p99.toFixed(1), memory(child.pid).toFixed(0), (result.rate / baseline.rate).toFixed(2)])
+]));
+if (page.failed + baseline.failed > 0) throw new Error('some requests failed');
+console.log(`rate with 5,000 idle connections: ${(await idleEffect(url, 5000, 2, seconds)).toFixed(2)} of that without`);
+console.log(`list page ${(page.rate / baseline.rate).toFixed(2)} of the bare program's rate (to be reached: 0.5)`);
+process.exit(0);
