@@ -5,9 +5,9 @@
 
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
-#include "varnel/host/Locale.h"
 #include "varnel/host/ICodePages.h"
 #include "varnel/host/IFileSystem.h"
+#include "varnel/host/Locale.h"
 
 namespace varnel::host {
 
