@@ -37,8 +37,8 @@ class Session : public varnel::Object,
   std::shared_ptr<Contents> ContentsObject();
   varnel::Long SessionID() { return Begun().id; }
 
-  // A secret that the session's forms bear, so that a post from another site's form can be told: it is compared
-  // with what was posted.
+  // A secret that the session's forms bear, so that a post from another site's form can be told: it is
+  // compared with what was posted.
   varnel::String FormToken();
 
   varnel::Long LCID() override;

@@ -94,7 +94,8 @@ std::shared_ptr<SessionState> SessionStore::Begin() {
     m_byToken.erase(m_entries.front().state->token);
     dropped.splice(dropped.end(), m_entries, m_entries.begin());
   }
-  auto state = std::make_shared<SessionState>(std::move(token), std::move(formToken), NextId(m_lastId), m_initial);
+  auto state =
+      std::make_shared<SessionState>(std::move(token), std::move(formToken), NextId(m_lastId), m_initial);
   m_entries.push_back({state, now});
   m_byToken.emplace(state->token, std::prev(m_entries.end()));
   return state;

@@ -17,15 +17,12 @@ namespace hostlinux {
 struct SessionState {
   SessionState(std::string secretToken, std::string secretFormToken, varnel::Long publicId,
                const ValueStore& initial)
-      : token(std::move(secretToken)),
-        formToken(std::move(secretFormToken)),
-        id(publicId),
-        values(initial) {}
+      : token(std::move(secretToken)), formToken(std::move(secretFormToken)), id(publicId), values(initial) {}
 
   const std::string token;  // the cookie's value: 32 hexadecimal digits that nobody can guess
   // Another such text, for the forms of this session's pages. It is no key to the session.
   const std::string formToken;
-  const varnel::Long id;    // what pages see as SessionID; no other living session has it
+  const varnel::Long id;  // what pages see as SessionID; no other living session has it
   ValueStore values;
   std::atomic<varnel::Long> lcid = 0;     // 0: the site's
   std::atomic<varnel::Long> minutes = 0;  // Timeout; 0: the site's

@@ -48,7 +48,8 @@ TEST_F(ResponseTest, ClearDropsWhatIsNotSent) {
 }
 
 TEST_F(ResponseTest, FailedPageAnswersACleanErrorBecauseItsTextWasBuffered) {
-  const Answer answer = Ask("<%= 'ha' + 'lf' %> a page <% Response.ContentType = 'text/plain'; nothing(); %>");
+  const Answer answer =
+      Ask("<%= 'ha' + 'lf' %> a page <% Response.ContentType = 'text/plain'; nothing(); %>");
   EXPECT_EQ(answer.status, 500);
   EXPECT_THAT(answer.body, Not(HasSubstr("half")));
   EXPECT_EQ(HeaderOf(answer, "Content-Type"), "text/html; charset=utf-8");
