@@ -21,6 +21,7 @@ FakeHost::FakeHost()
       m_configuration(std::make_shared<FakeConfiguration>(m_trace)),
       m_locale(std::make_shared<FakeLocale>(m_trace)),
       m_usedLocale(m_locale),
+      m_files(m_trace),
       m_context(std::make_shared<FakeContext>(*this)),
       m_items{{u"server", m_server},
               {u"session", m_session},

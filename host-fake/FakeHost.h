@@ -10,6 +10,7 @@
 #include <map>
 
 #include "host-fake/FakeDatabase.h"
+#include "host-fake/FakeFiles.h"
 #include "host-fake/FakeIntrinsics.h"
 #include "host-fake/FakeLocale.h"
 #include "host-fake/FakeServices.h"
@@ -40,6 +41,8 @@ class FakeHost : public varnel::host::IPlatform {
   FakeLocale& LocaleAnswers() { return *m_locale; }
   // Locale calls in place of the fake ones.
   void UseLocale(std::shared_ptr<varnel::host::ILocale> locale) { m_usedLocale = std::move(locale); }
+  FakeFileSystem& Files() { return m_files; }
+  FakeCodePages& Pages() { return m_codePages; }
   // Puts the message manager into the Application, where pages look for it. Not done at first.
   void InstallMessageManager();
 
@@ -69,6 +72,8 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
   varnel::host::ILocale& Locale() override { return *m_usedLocale; }
+  varnel::host::IFileSystem& FileSystem() override { return m_files; }
+  varnel::host::ICodePages& CodePages() override { return m_codePages; }
   bool EnterLog() override;
   void LeaveLog() override { m_logging = false; }
 
@@ -90,6 +95,8 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeConfiguration> m_configuration;
   std::shared_ptr<FakeLocale> m_locale;
   std::shared_ptr<varnel::host::ILocale> m_usedLocale;
+  FakeFileSystem m_files;
+  FakeCodePages m_codePages;
   std::shared_ptr<FakeContext> m_context;
   std::map<String, std::function<ObjectPtr()>> m_factories;  // by folded ProgID
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID

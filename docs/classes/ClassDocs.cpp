@@ -35,8 +35,14 @@ std::string DefaultText(const varnel::Variant& value) {
 std::string ArgumentText(const Member& member, const std::vector<std::string>& names, std::size_t i) {
   const auto required = static_cast<std::size_t>(member.Required());
   if (i < required) return names[i];
+  if (i >= static_cast<std::size_t>(member.parameters)) return names[i] + ", ...";
   const std::string value = DefaultText(member.defaults[i - required]);
   return value.empty() ? "[" + names[i] + "]" : names[i] + " = " + value;
+}
+
+// Further arguments have one name together.
+std::size_t NamedArguments(const Member& member) {
+  return static_cast<std::size_t>(member.parameters) + (member.takesMore ? 1 : 0);
 }
 
 std::string Signature(const Member& member, const Line& line) {
@@ -93,7 +99,7 @@ std::vector<std::string> Mismatches(const std::vector<PublicClass>& classes, con
   for (const PublicClass& publicClass : classes) {
     look(publicClass.name, 0);
     for (const Member& member : publicClass.object->Class().members) {
-      look(KeyOf(publicClass, member), static_cast<std::size_t>(member.parameters));
+      look(KeyOf(publicClass, member), NamedArguments(member));
     }
   }
   for (const auto& [key, line] : lines) {

@@ -6,6 +6,8 @@
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/locale/DataFunctions.h"
+#include "varnel/page/PageUtil.h"
+#include "varnel/utilities/Upload.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace classdocs {
@@ -23,18 +25,19 @@ ObjectContext::Intrinsics MakeIntrinsics() {
           std::make_shared<Server>(Server::Options())};
 }
 
-// A page binds the request's objects when it is made.
-varnel::ObjectPtr MakePage(const ObjectContext::Intrinsics& intrinsics, AdoDatabase& database) {
+// A class that binds the request's objects when it is made.
+template <typename C>
+varnel::ObjectPtr MakeBound(const ObjectContext::Intrinsics& intrinsics, AdoDatabase& database) {
   const SiteConfiguration site;
   LinuxPlatform platform(site, database.shared_from_this());
   varnel::host::SetPlatform(&platform);
-  varnel::ObjectPtr page;
+  varnel::ObjectPtr object;
   {
     const ContextGuard guard(std::make_shared<ObjectContext>(intrinsics, ObjectContext::Factory()));
-    page = std::make_shared<varnel::Page>();
+    object = std::make_shared<C>();
   }
   varnel::host::SetPlatform(nullptr);
-  return page;
+  return object;
 }
 
 }  // namespace
@@ -44,12 +47,14 @@ std::vector<PublicClass> PublicClasses() {
   const auto intrinsics = MakeIntrinsics();
   const auto connection = std::make_shared<AdoConnection>(database);
   const auto recordset = std::make_shared<AdoRecordset>(database);
-  return {{"Page", MakePage(intrinsics, *database)},
+  return {{"Page", MakeBound<varnel::Page>(intrinsics, *database)},
+          {"PageUtil", MakeBound<varnel::PageUtil>(intrinsics, *database)},
           {"DRecordset", varnel::MakeDRecordset()},
           {"DFields", std::make_shared<varnel::DFields>()},
           {"DField", std::make_shared<varnel::DField>()},
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
+          {"Upload", varnel::MakeUpload()},
           {"Utilities", varnel::MakeUtilities()},
           {"CatalogQuery", varnel::MakeCatalogQuery()},
           {"DataFunctions", varnel::MakeDataFunctions()},

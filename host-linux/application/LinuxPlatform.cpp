@@ -36,7 +36,9 @@ LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoD
     : m_site(site),
       m_database(std::move(database)),
       m_ownComponents(std::move(ownComponents)),
-      m_locale(site.codePage) {}
+      m_locale(site.codePage),
+      m_files({site.folder, site.fileRoots, site.PagesFolder()}),
+      m_codePages(site.codePage) {}
 
 std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
 

@@ -68,6 +68,19 @@ void RefuseDefine(v8::Local<v8::Name>, const v8::PropertyDescriptor&,
   RefuseChange(info);
 }
 
+// What a call has changed by reference goes back into the script even where it fails.
+template <typename Callee>
+varnel::Variant CallAndStoreBack(CallArguments& arguments, Callee callee) {
+  try {
+    const varnel::Variant result = callee(arguments.Values());
+    arguments.StoreBack();
+    return result;
+  } catch (const varnel::Error&) {
+    arguments.StoreBack();
+    throw;
+  }
+}
+
 }  // namespace
 
 namespace {
@@ -238,8 +251,9 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
-    const varnel::Variant result = varnel::InvokeMember(object, MemberOf(call), arguments.Values());
-    arguments.StoreBack();
+    const varnel::Variant result = CallAndStoreBack(arguments, [&](varnel::Arguments values) {
+      return varnel::InvokeMember(object, MemberOf(call), values);
+    });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });
 }
@@ -265,8 +279,8 @@ void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
-    const varnel::Variant result = object.CallDefault(arguments.Values());
-    arguments.StoreBack();
+    const varnel::Variant result =
+        CallAndStoreBack(arguments, [&](varnel::Arguments values) { return object.CallDefault(values); });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });
 }

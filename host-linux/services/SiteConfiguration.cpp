@@ -6,6 +6,7 @@
 #include <limits>
 #include <sstream>
 
+#include "host-linux/nls/CodePages.h"
 #include "host-linux/services/Toml.h"
 
 namespace hostlinux {
@@ -127,6 +128,7 @@ void ReadSite(const toml::table& table, SiteConfiguration& site) {
        {"codepage",
         [&](const toml::node& node, const std::string& key) {
           site.codePage = static_cast<int>(ReadNumber(node, key, 1, 65535));
+          if (!MakeByteTable(site.codePage)) Fail(node, key + " must be a code page of single bytes");
         }},
        {"mode", [&](const toml::node& node, const std::string&) { site.mode = ReadMode(node); }}});
 }
@@ -213,14 +215,24 @@ void ReadLog(const toml::table& table, SiteConfiguration::Log& log) {
                {"max_files", BytesInto(log.maxFiles)}});
 }
 
+void ReadFiles(const toml::table& table, SiteConfiguration& site) {
+  ReadSection(table, "files", {{"roots", [&](const toml::node& node, const std::string& key) {
+                                  site.fileRoots.clear();
+                                  for (const std::string& root : ReadTexts(node, key)) {
+                                    if (root.empty()) Fail(node, key + " must not hold an empty text");
+                                    site.fileRoots.emplace_back(root);
+                                  }
+                                }}});
+}
+
 void ReadAll(const toml::table& file, SiteConfiguration& site) {
   const auto section = [&](const char* name) -> const toml::table* {
     const toml::node* node = file.get(name);
     if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
     return node == nullptr ? nullptr : node->as_table();
   };
-  static const std::vector<std::string> kSections = {"site",    "server",        "headers", "application",
-                                                     "session", "configuration", "users",   "log"};
+  static const std::vector<std::string> kSections = {
+      "site", "server", "headers", "application", "session", "configuration", "users", "log", "files"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -234,6 +246,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   if (const auto* table = section("configuration")) site.configuration = ReadValues(*table);
   if (const auto* table = section("users")) ReadUsers(*table, site);
   if (const auto* table = section("log")) ReadLog(*table, site.log);
+  if (const auto* table = section("files")) ReadFiles(*table, site);
 }
 
 }  // namespace

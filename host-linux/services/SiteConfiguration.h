@@ -74,6 +74,7 @@ struct SiteConfiguration {
   Values configuration;                                      // connection strings by section
   std::map<std::string, User> users;
   Log log;
+  std::vector<std::filesystem::path> fileRoots;  // components may write below these; relative to the folder
 
   std::filesystem::path PagesFolder() const { return folder / pages; }
 };

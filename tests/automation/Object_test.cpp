@@ -25,6 +25,7 @@ class Counter : public Object {
                                     Method<&Counter::Join>(u"Join", {u"x", u"y"}),
                                     Method<&Counter::Take>(u"Take"),
                                     Method<&Counter::Fail>(u"Fail"),
+                                    Method<&Counter::List>(u"List"),
                                 }};
     return info;
   }
@@ -47,6 +48,12 @@ class Counter : public Object {
     return first + second + third;
   }
   bool Take(const std::shared_ptr<Counter>& other) const { return other != nullptr; }
+  String List(const String& first, Arguments others) const {
+    String list = first;
+    for (Variant& other : others) list += u"," + TypeName(other) + u" " + ToText(other);
+    if (!others.empty()) others[0] = u"seen";
+    return list;
+  }
   void Fail(Long& value) {
     value = 99;
     RaiseRuntimeError(runtime_error::kInvalidArgument);
@@ -86,6 +93,24 @@ TEST(Object, ChecksTheNumberOfArguments) {
   EXPECT_EQ(NumberOf([&] { counter->CallWith(u"Add", Long{1}, Long{2}); }), 450);
   EXPECT_EQ(NumberOf([&] { counter->CallWith(u"Swap", Long{1}); }), 450);
   EXPECT_EQ(NumberOf([&] { counter->CallWith(u"Count", Long{1}); }), 450);
+}
+
+TEST(Object, TakesAnyNumberOfFurtherArgumentsWhereTheMemberDoes) {
+  const auto counter = std::make_shared<Counter>();
+  EXPECT_EQ(NumberOf([&] { counter->CallWith(u"List"); }), 450);
+  EXPECT_EQ(counter->CallWith(u"List", u"a"), Variant(u"a"));
+  EXPECT_EQ(counter->CallWith(u"List", Long{1}, Long{2}, u"b", true),
+            Variant(u"1,Long 2,String b,Boolean True"));
+  EXPECT_EQ(counter->CallWith(u"List", u"a", Missing(), u"b"), Variant(u"a,Empty ,String b"));
+}
+
+TEST(Object, FurtherArgumentsGoByReference) {
+  const auto counter = std::make_shared<Counter>();
+  Variant arguments[] = {u"a", u"b", u"c"};
+  counter->Call(u"List", arguments);
+  EXPECT_EQ(arguments[0], Variant(u"a"));
+  EXPECT_EQ(arguments[1], Variant(u"seen"));
+  EXPECT_EQ(arguments[2], Variant(u"c"));
 }
 
 TEST(Object, FillsLeftOutArgumentsWithTheirDefaults) {

@@ -17,7 +17,9 @@ TEST(ClassFactory, MakesAClassInAnyCaseOfLetters) {
 TEST(ClassFactory, MakesEveryClassThatAPageScriptCreates) {
   hostfake::FakeHost host;
   EXPECT_EQ(CreateComponent(u"Varnel.Page")->Class().name, u"Page");
+  EXPECT_EQ(CreateComponent(u"Varnel.PageUtil")->Class().name, u"PageUtil");
   EXPECT_EQ(CreateComponent(u"Varnel.Table")->Class().name, u"Table");
+  EXPECT_EQ(CreateComponent(u"Varnel.Upload")->Class().name, u"Upload");
   EXPECT_EQ(CreateComponent(u"Varnel.DRecordset")->Class().name, u"DRecordset");
   EXPECT_EQ(CreateComponent(u"Varnel.DGrid")->Class().name, u"DGrid");
   EXPECT_EQ(CreateComponent(u"Varnel.Utilities")->Class().name, u"Utilities");

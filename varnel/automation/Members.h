@@ -5,6 +5,8 @@
 //     static const ClassInfo info{u"Counter", {
 //         Method<&Counter::Add>(u"Add", {Long{1}}),   // one optional argument, 1 by default
 //         ReadOnly<&Counter::Count>(u"Count").AsDefault(),
+//         Method<&Counter::AddAll>(u"AddAll"),        // its last parameter is `Arguments`: any number of
+//         values
 //     }};
 //     return info;
 //   }
@@ -102,6 +104,12 @@ struct ByReference<Variant> {
   void Store(Variant&) {}
 };
 
+// What stands behind the parameters: the values as they are.
+struct Rest {
+  Arguments values;
+  Arguments Pass() const { return values; }
+};
+
 template <typename A>
 inline constexpr bool isByReference =
     std::is_lvalue_reference_v<A> && !std::is_const_v<std::remove_reference_t<A>>;
@@ -122,6 +130,21 @@ struct ArgumentFor<const String&> {
 template <typename A>
 using ArgumentOf = typename ArgumentFor<A>::Type;
 
+// The argument at position `I` as a parameter of type `A` takes it.
+template <typename A, std::size_t I>
+auto TakeArgument(Arguments arguments) {
+  if constexpr (std::is_same_v<A, Arguments>) {
+    return Rest{arguments.subspan(I)};
+  } else {
+    return ArgumentOf<A>(arguments[I]);
+  }
+}
+
+template <std::size_t I, typename T>
+void StoreArgument(T& converted, Arguments arguments) {
+  if constexpr (!std::is_same_v<T, Rest>) converted.Store(arguments[I]);
+}
+
 template <typename C>
 C& Target(Object& object) {
   if constexpr (std::is_base_of_v<Object, C>) {
@@ -137,7 +160,8 @@ struct Signature;
 template <typename C, typename R, typename... A>
 struct Signature<R (C::*)(A...)> {
   using Class = C;
-  static constexpr int count = sizeof...(A);
+  static constexpr bool takesMore = (std::is_same_v<A, Arguments> || ...);
+  static constexpr int count = static_cast<int>(sizeof...(A)) - (takesMore ? 1 : 0);
 
   template <auto Function>
   static Variant Call(Object& object, Arguments arguments) {
@@ -149,14 +173,14 @@ struct Signature<R (C::*)(A...)> {
   static Variant Apply(Object& object, [[maybe_unused]] Arguments arguments, std::index_sequence<I...>) {
     C& target = Target<C>(object);
     // Braces keep the conversions in the order of the arguments.
-    std::tuple<ArgumentOf<A>...> converted{ArgumentOf<A>(arguments[I])...};
+    std::tuple converted{TakeArgument<A, I>(arguments)...};
     if constexpr (std::is_void_v<R>) {
       (target.*Function)(std::get<I>(converted).Pass()...);
-      (std::get<I>(converted).Store(arguments[I]), ...);
+      (StoreArgument<I>(std::get<I>(converted), arguments), ...);
       return Variant();
     } else {
       Variant result((target.*Function)(std::get<I>(converted).Pass()...));
-      (std::get<I>(converted).Store(arguments[I]), ...);
+      (StoreArgument<I>(std::get<I>(converted), arguments), ...);
       return result;
     }
   }
@@ -207,6 +231,7 @@ members::Builder Method(StringView name, std::vector<Variant> defaults = {}) {
   member.name = name;
   member.kind = Member::Kind::Method;
   member.parameters = S::count;
+  member.takesMore = S::takesMore;
   member.defaults = std::move(defaults);
   member.call = &S::template Call<Function>;
   return member;

@@ -36,13 +36,18 @@ const Member& MemberOf(const ClassInfo& info, StringView name) {
 
 void CheckCount(const Member& member, std::size_t count) {
   const auto given = static_cast<int>(count);
-  if (given < member.Required() || given > member.parameters) {
+  if (given < member.Required() || (given > member.parameters && !member.takesMore)) {
     RaiseRuntimeError(runtime_error::kWrongArgumentCount, member.name);
   }
 }
 
+// The arguments of a call with `given` ones, the left-out ones among them.
+std::size_t CountOf(const Member& member, std::size_t given) {
+  return std::max(given, static_cast<std::size_t>(member.parameters));
+}
+
 bool IsComplete(const Member& member, Arguments arguments) {
-  return static_cast<int>(arguments.size()) == member.parameters &&
+  return static_cast<int>(arguments.size()) >= member.parameters &&
          std::none_of(arguments.begin(), arguments.end(),
                       [](const Variant& given) { return given.IsMissing(); });
 }
@@ -51,7 +56,8 @@ bool IsComplete(const Member& member, Arguments arguments) {
 Variant Settled(const Member& member, std::size_t position, const Variant& given) {
   if (!given.IsMissing()) return given;
   const auto required = static_cast<std::size_t>(member.Required());
-  return position < required ? Variant() : member.defaults[position - required];
+  const std::size_t optional = position - required;
+  return position < required || optional >= member.defaults.size() ? Variant() : member.defaults[optional];
 }
 
 }  // namespace
@@ -60,8 +66,9 @@ Variant InvokeMember(Object& object, const Member& member, Arguments arguments) 
   CheckCount(member, arguments.size());
   if (IsComplete(member, arguments)) return member.call(object, arguments);
   std::vector<Variant> settled;
-  settled.reserve(static_cast<std::size_t>(member.parameters));
-  for (std::size_t i = 0; i < static_cast<std::size_t>(member.parameters); ++i) {
+  const std::size_t count = CountOf(member, arguments.size());
+  settled.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
     settled.push_back(Settled(member, i, i < arguments.size() ? arguments[i] : Variant(Missing())));
   }
   Variant result = member.call(object, settled);

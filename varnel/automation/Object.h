@@ -23,8 +23,10 @@ struct Member {
   int parameters = 0;  // how many there are, the optional ones too
   std::vector<Variant>
       defaults;            // of the last parameters, which are optional; Missing: can be told from a value
+  bool takesMore = false;  // any number of further arguments may stand behind the parameters
   bool isDefault = false;  // used when the object itself is called or taken as a value
-  // Calls the method or reads the property. There are exactly `parameters` arguments.
+  // Calls the method or reads the property. There are exactly `parameters` arguments, or more where it takes
+  // them.
   Variant (*call)(Object&, Arguments) = nullptr;
   // Writes the property; the new value is the last of `parameters` + 1 arguments. Null: read-only.
   void (*put)(Object&, Arguments) = nullptr;

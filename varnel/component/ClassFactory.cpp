@@ -7,8 +7,10 @@
 #include "varnel/grid/DGrid.h"
 #include "varnel/locale/DataFunctions.h"
 #include "varnel/page/Page.h"
+#include "varnel/page/PageUtil.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/table/Table.h"
+#include "varnel/utilities/Upload.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace varnel {
@@ -22,9 +24,11 @@ struct CreatableClass {
 
 constexpr std::array kClasses{
     CreatableClass{u"Varnel.Page", [] { return ObjectPtr(std::make_shared<Page>()); }},
+    CreatableClass{u"Varnel.PageUtil", [] { return ObjectPtr(std::make_shared<PageUtil>()); }},
     CreatableClass{u"Varnel.Table", MakeTable},
     CreatableClass{u"Varnel.DRecordset", MakeDRecordset},
     CreatableClass{u"Varnel.DGrid", MakeDGrid},
+    CreatableClass{u"Varnel.Upload", MakeUpload},
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
     CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
     CreatableClass{u"Varnel.DataFunctions", MakeDataFunctions},

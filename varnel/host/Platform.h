@@ -6,6 +6,8 @@
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
 #include "varnel/host/Locale.h"
+#include "varnel/host/ICodePages.h"
+#include "varnel/host/IFileSystem.h"
 
 namespace varnel::host {
 
@@ -30,6 +32,8 @@ class IPlatform {
   virtual std::shared_ptr<IConnection> CreateConnection() = 0;
   virtual std::shared_ptr<IRecordset> CreateRecordset() = 0;
   virtual ILocale& Locale() = 0;
+  virtual IFileSystem& FileSystem() = 0;
+  virtual ICodePages& CodePages() = 0;
   // Before and after a log entry is made. False if one is being made on this thread already: a log that fails
   // reports its failure, and that report must not come back to the log. `LeaveLog` follows only on True.
   virtual bool EnterLog() = 0;

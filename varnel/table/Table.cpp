@@ -35,6 +35,8 @@ const ClassInfo& Table::Class() const {
                                   Method<&Table::HeaderCellAt>(u"HeaderCellAt"),
                                   Method<&Table::TitleCell>(u"TitleCell"),
                                   Method<&Table::Title>(u"Title"),
+                                  Method<&Table::Deprecated_TableCellBegin>(u"Deprecated_TableCellBegin"),
+                                  Method<&Table::Deprecated_TableCellEnd>(u"Deprecated_TableCellEnd"),
                                   Method<&Table::NewRow>(u"NewRow"),
                                   Method<&Table::SetTableBgImage>(u"SetTableBgImage"),
                                   Method<&Table::SetTableHeight>(u"SetTableHeight"),

@@ -51,6 +51,14 @@ class Table : public Object, public ITable {
   // A row of its own with a table of type Title in it.
   void Title(const Variant& iData);
 
+  // The old way out: the script writes the contents of a cell itself, between these two. The first `Begin` puts the
+  // table into direct mode for good: what is there is written into the response, each further piece as
+  // it comes, and `GetHTML` only closes the table. In direct mode a cell with a span of 2 or more writes
+  // nothing, nor does it begin a row at column 1 if it spans columns; `End` closes by the look of the position
+  // behind the cell, in any mode; a row that `NewRow` didn't end stays open.
+  void Deprecated_TableCellBegin();
+  void Deprecated_TableCellEnd();
+
   // To the start of the next row. Does nothing where the cursor is at the start of one.
   void NewRow();
 
@@ -105,6 +113,11 @@ class Table : public Object, public ITable {
   void RaiseLastUsed(CellPosition iPosition);
   void ResetNextCell();
   TableColumn& ColumnToSet(Integer iCol);
+
+  // Direct mode (TableDirectMode.cpp)
+  void EnterDirectMode();
+  void WriteDirect(StringView iName, const String& iText);
+  void WriteCellDirect(CellPosition iPosition);
 
   // Auto extension (TableExtension.cpp)
   void ExtendCells();

@@ -74,6 +74,7 @@ void Table::NewRow() {
   if (m_iCurCol <= 1) return;
   m_iCurRow = Wrapped(m_iCurRow + 1);
   m_iCurCol = 1;
+  if (m_bDirectMode) WriteDirect(u"Row End", u"</tr>");
 }
 
 void Table::PlaceCell(const Variant& iData, Integer iFlags) {
@@ -108,9 +109,11 @@ void Table::StoreCell(Integer iRow, Integer iCol, const Variant& iData, Integer 
   if (m_iNextColSpan == kSpanToEnd) range.lastCol = m_aCells.ColBound();
   ClaimRange(range, iData);
   WriteCell(top, CellData(iData), iFlags);
-  RaiseLastUsed(
-      {m_iNextRowSpan >= 2 ? range.lastRow : top.row, m_iNextColSpan >= 2 ? range.lastCol : top.col});
+  const CellPosition last{m_iNextRowSpan >= 2 ? range.lastRow : top.row,
+                          m_iNextColSpan >= 2 ? range.lastCol : top.col};
+  RaiseLastUsed(last);
   ResetNextCell();
+  if (m_bDirectMode) WriteCellDirect(last);
 }
 
 void Table::GrowCells(int iRow, int iCol) {

@@ -159,6 +159,8 @@ void Table::AppendRows(String& ioHTML) const {
   ioHTML.reserve(ioHTML.size() + rows * (cols + 1) * kTypicalCellLength);
   for (int row = 0; row <= m_iLastRow; ++row) {
     AppendRow(ioHTML, row);
+    // A table that is written directly goes on in its last row.
+    if (m_bDirectMode && row == m_iLastRow) break;
     ioHTML += u"</tr>";
     ioHTML += kCrLf;
   }

@@ -18,6 +18,10 @@ const ClassInfo& Utilities::Class() const {
                                   Method<&Utilities::LDAPEncodeStr>(u"LDAPEncodeStr"),
                                   Method<&Utilities::LDAPEncodeStrForSearch>(u"LDAPEncodeStrForSearch"),
                                   Method<&Utilities::SQLEncodeDateTime>(u"SQLEncodeDateTime"),
+                                  Method<&Utilities::QuickSort>(u"QuickSort"),
+                                  Method<&Utilities::QuickSortPart>(u"QuickSortPart"),
+                                  Method<&Utilities::RetrieveElementFromRequestFormCollection>(
+                                      u"RetrieveElementFromRequestFormCollection"),
                               }};
   return info;
 }

@@ -1,5 +1,5 @@
-// Turns values into SQL and LDAP literals. Statements are made by plain concatenation, so the exact text that
-// an operation gives is its contract.
+// Turns values into SQL and LDAP literals, sorts arrays and reads request strings. Statements are made by
+// plain concatenation, so the exact text that an operation gives is its contract.
 #pragma once
 
 #include "varnel/automation/Date.h"
@@ -36,6 +36,22 @@ class Utilities : public Object {
 
   // {ts '2024-03-05 07:08:09'}, in whole seconds.
   String SQLEncodeDateTime(Date i_dValue);
+
+  // Sorts an array of values in place: numbers before texts, texts without regard to case; the order of equal
+  // elements isn't kept. Raises 13 for anything but an array, 9 for one without elements and for one of more
+  // than 32,768, whose bounds wrap. An element that can't be compared fails the sort (94 where two Nulls
+  // meet, 13) and leaves the array as far as the sort got.
+  void QuickSort(Variant& iData);
+  // The same from position `lower` to `upper`, both included, from 0. A Null as the first of two or more
+  // elements raises 94: nothing has an order beside it.
+  void QuickSortPart(Variant& iData, Integer& lower, Integer& upper);
+
+  // Looks in a raw form or query text for the first place where `i_sPattern` ("name=", in any case of
+  // letters) stands, be it inside another name, and decodes what follows up to "&" into `o_sPatternValue`:
+  // empty if there is none. True if that isn't blank. A bad escape raises 13, reported; the value is the text
+  // not yet decoded then.
+  bool RetrieveElementFromRequestFormCollection(const String& i_sRequestFormString, const String& i_sPattern,
+                                                Variant& o_sPatternValue);
 };
 
 ObjectPtr MakeUtilities();

@@ -1,0 +1,143 @@
+// Bodies that no browser sends: a result or an error, in a time that grows with the body.
+#include "varnel/utilities/Multipart.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "host-fake/ErrorOf.h"
+#include "host-fake/FakeFiles.h"
+#include "tests/utilities/Body.h"
+#include "varnel/utilities/ByteSearch.h"
+
+namespace varnel {
+namespace {
+
+using hostfake::NumberOf;
+using test::BytesOf;
+
+constexpr std::size_t kTenMegabytes = 10 << 20;
+
+std::shared_ptr<Collection> Parse(const Bytes& body) {
+  hostfake::FakeCodePages pages;
+  return ParseMultipart(body, 1033, pages);
+}
+
+// How many fields a body has; the negated number of the error where it fails.
+Long FieldsOf(std::string_view body) {
+  Long count = 0;
+  const Long error = NumberOf([&] { count = Parse(BytesOf(body))->Count(); });
+  return error == 0 ? count : -error;
+}
+
+std::string Repeated(std::string_view piece, std::size_t size) {
+  std::string text;
+  while (text.size() < size) text += piece;
+  return text;
+}
+
+TEST(Multipart, HundredThousandPartsAreRead) {
+  std::string body;
+  for (int i = 0; i < 100'000; ++i)
+    body += "--b\r\nContent-Disposition: form-data; name=\"f" + std::to_string(i) + "\"\r\n\r\n" +
+            std::to_string(i) + "\r\n";
+  body += "--b--\r\n";
+  const auto fields = Parse(BytesOf(body));
+  EXPECT_EQ(fields->Count(), 100'000);
+  EXPECT_EQ(CastObject<Collection>(fields->Item(u"f99999"))->Item(u"Value"), Variant(u"99999"));
+}
+
+TEST(Multipart, BoundariesAloneFailAtOnce) {
+  EXPECT_EQ(FieldsOf(Repeated("-", 20) + "\r\n" + Repeated("-", kTenMegabytes)), -5);
+  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kTenMegabytes)), -5);
+}
+
+TEST(Multipart, OneDispositionForAllPartsIsARepeatedName) {
+  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kTenMegabytes) + "Content-Disposition: name=\"a\"\r\n\r\n1\r\n-"),
+            -457);
+}
+
+// Every part's name would reach to the one quotation mark far behind, and hold all the others.
+TEST(Multipart, PartsThatOverlapEndInAnError) {
+  EXPECT_EQ(FieldsOf("#\r" + Repeated("Content-Disposition name= #", kTenMegabytes) + "\"\r\n\r\n1\r\n#"),
+            -7);
+}
+
+TEST(Multipart, WordsWithoutEndAreLookedForOnce) {
+  // Plain parts, none with a file: the word is missed once, not once for each part.
+  std::string parts;
+  for (int i = 0; parts.size() < (4 << 20); ++i)
+    parts += "#\r\nContent-Disposition name=\"" + std::to_string(i) + "\"\r\n\r\nv\r\n";
+  EXPECT_GT(FieldsOf(parts + "#"), 80'000);
+  // A quotation mark far away, and the boundary behind it still further.
+  const std::string head = "-\r" + Repeated("-", 1 << 20) + "Content-Disposition name=";
+  EXPECT_EQ(FieldsOf(head + std::string(9 << 20, 'x') + "\"\r\n\r\n1\r\n-"), -457);
+}
+
+TEST(Multipart, FirstLineOfMegabytesIsABoundaryToo) {
+  const std::string line(5 << 20, '-');
+  EXPECT_EQ(FieldsOf(line + "\r\n" + line + "--"), -5);
+  EXPECT_EQ(FieldsOf(line + "\r\n" + line.substr(1)), 0);
+}
+
+TEST(Multipart, RandomBytesGiveAResultOrAnError) {
+  std::mt19937 random(11);
+  const std::string_view words[] = {"--b",        "\r\n", "\r",    "\"",  "Content-Disposition: form-data; ",
+                                    "name=\"",    "a",    "b\"",   "x",   "filename=\"",
+                                    "name=\"q\"", "\n",   "--b--", "\0y", "Content-Type: a/b\r\n\r\n"};
+  int read = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    std::string body = "--b\r\n";
+    for (std::size_t i = random() % 30; i > 0; --i) body += words[random() % std::size(words)];
+    for (std::size_t i = random() % 4; i > 0; --i) body[random() % body.size()] = static_cast<char>(random());
+    const Long fields = FieldsOf(body);
+    EXPECT_TRUE(fields >= 0 || fields == -5 || fields == -7 || fields == -457) << fields << ": " << body;
+    if (fields > 0) ++read;
+  }
+  EXPECT_GT(read, 0);
+}
+
+TEST(Multipart, EveryCutGivesAResultOrAnError) {
+  const std::string body =
+      test::Field("a", "1") + test::File("f", "x.txt", "data") + test::Field("b", "2") + test::End();
+  for (std::size_t size = 0; size <= body.size(); ++size) {
+    const Long fields = FieldsOf(body.substr(0, size));
+    EXPECT_TRUE(fields >= 0 && fields <= 3) << size;
+  }
+}
+
+TEST(ByteSearch, FindsAtOrBehindAPosition) {
+  const Bytes text = BytesOf("abcabc");
+  ByteSearch search(text, BytesOf("bc"));
+  EXPECT_EQ(search.From(1), 2);
+  EXPECT_EQ(search.From(2), 2);
+  EXPECT_EQ(search.From(3), 5);
+  EXPECT_EQ(search.From(6), 0);
+  EXPECT_EQ(search.From(7), 0);
+  EXPECT_EQ(search.From(1000), 0);
+}
+
+TEST(ByteSearch, FindsWhatLiesBeforeTheLastSearch) {
+  const Bytes text = BytesOf("abcabc");
+  ByteSearch search(text, BytesOf("a"));
+  EXPECT_EQ(search.From(5), 0);
+  EXPECT_EQ(search.From(2), 4);
+  EXPECT_EQ(search.From(1), 1);
+}
+
+TEST(ByteSearch, IsExact) {
+  const Bytes text = BytesOf("aBab");
+  EXPECT_EQ(ByteSearch(text, BytesOf("ab")).From(1), 3);
+  EXPECT_EQ(ByteSearch(text, BytesOf("abc")).From(1), 0);
+}
+
+TEST(ByteSearch, FromBeforeTheFirstByteFails) {
+  const Bytes text = BytesOf("a");
+  ByteSearch search(text, BytesOf("a"));
+  EXPECT_EQ(NumberOf([&] { search.From(0); }), 5);
+  EXPECT_EQ(NumberOf([&] { search.From(-3); }), 5);
+}
+
+}  // namespace
+}  // namespace varnel
