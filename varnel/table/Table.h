@@ -51,11 +51,11 @@ class Table : public Object, public ITable {
   // A row of its own with a table of type Title in it.
   void Title(const Variant& iData);
 
-  // The old way out: the script writes the contents of a cell itself, between these two. The first `Begin` puts the
-  // table into direct mode for good: what is there is written into the response, each further piece as
-  // it comes, and `GetHTML` only closes the table. In direct mode a cell with a span of 2 or more writes
-  // nothing, nor does it begin a row at column 1 if it spans columns; `End` closes by the look of the position
-  // behind the cell, in any mode; a row that `NewRow` didn't end stays open.
+  // The old way out: the script writes the contents of a cell itself, between these two. The first `Begin`
+  // puts the table into direct mode for good: what is there is written into the response, each further piece
+  // as it comes, and `GetHTML` only closes the table. In direct mode a cell with a span of 2 or more writes
+  // nothing, nor does it begin a row at column 1 if it spans columns; `End` closes by the look of the
+  // position behind the cell, in any mode; a row that `NewRow` didn't end stays open.
   void Deprecated_TableCellBegin();
   void Deprecated_TableCellEnd();
 
@@ -118,6 +118,7 @@ class Table : public Object, public ITable {
   void EnterDirectMode();
   void WriteDirect(StringView iName, const String& iText);
   void WriteCellDirect(CellPosition iPosition);
+  void EndRowDirect();
 
   // Auto extension (TableExtension.cpp)
   void ExtendCells();
