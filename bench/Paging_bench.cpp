@@ -43,9 +43,9 @@ const List kLists[] = {
     {"DISTINCT name, id", u"SELECT DISTINCT name, id FROM item", u"name"},
 };
 
-// Names of which some are NULL and most occur a few times; cities of ten thousand rows each. Where the directions of
-// a sort aren't those of the index, the first read sorts the rows that share the first value: all without a name, or
-// a city. Labels are names with an index in the directions of the sort.
+// Names of which some are NULL and most occur a few times; cities of ten thousand rows each. Where the
+// directions of a sort aren't those of the index, the first read sorts the rows that share the first value:
+// all without a name, or a city. Labels are names with an index in the directions of the sort.
 constexpr char kTable[] =
     "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
     "CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(60) COLLATE NOCASE, city VARCHAR(40),"

@@ -9,7 +9,7 @@
 
 #include "bench/Ratio.h"
 #include "host-linux/application/SiteHost.h"
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/SiteCodePages.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/ListenSocket.h"

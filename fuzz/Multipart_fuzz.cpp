@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/SiteCodePages.h"
 #include "varnel/automation/Error.h"
 
 namespace {

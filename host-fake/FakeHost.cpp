@@ -19,6 +19,8 @@ FakeHost::FakeHost()
       m_user(std::make_shared<FakeUser>(m_trace)),
       m_messageManager(std::make_shared<FakeMessageManager>(m_trace)),
       m_configuration(std::make_shared<FakeConfiguration>(m_trace)),
+      m_locale(std::make_shared<FakeLocale>(m_trace)),
+      m_usedLocale(m_locale),
       m_files(m_trace),
       m_context(std::make_shared<FakeContext>(*this)),
       m_items{{u"server", m_server},

@@ -12,6 +12,7 @@
 #include "host-fake/FakeDatabase.h"
 #include "host-fake/FakeFiles.h"
 #include "host-fake/FakeIntrinsics.h"
+#include "host-fake/FakeLocale.h"
 #include "host-fake/FakeServices.h"
 #include "varnel/host/Platform.h"
 
@@ -37,6 +38,9 @@ class FakeHost : public varnel::host::IPlatform {
   FakeUser& User() { return *m_user; }
   FakeConfiguration& Configuration() { return *m_configuration; }
   FakeMessageManager& MessageManager() { return *m_messageManager; }
+  FakeLocale& LocaleAnswers() { return *m_locale; }
+  // Locale calls in place of the fake ones.
+  void UseLocale(std::shared_ptr<varnel::host::ILocale> locale) { m_usedLocale = std::move(locale); }
   FakeFileSystem& Files() { return m_files; }
   FakeCodePages& Pages() { return m_codePages; }
   // Puts the message manager into the Application, where pages look for it. Not done at first.
@@ -67,6 +71,7 @@ class FakeHost : public varnel::host::IPlatform {
   ObjectPtr CreateObject(StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::ILocale& Locale() override { return *m_usedLocale; }
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
   bool EnterLog() override;
@@ -88,6 +93,8 @@ class FakeHost : public varnel::host::IPlatform {
   std::shared_ptr<FakeUser> m_user;
   std::shared_ptr<FakeMessageManager> m_messageManager;
   std::shared_ptr<FakeConfiguration> m_configuration;
+  std::shared_ptr<FakeLocale> m_locale;
+  std::shared_ptr<varnel::host::ILocale> m_usedLocale;
   FakeFileSystem m_files;
   FakeCodePages m_codePages;
   std::shared_ptr<FakeContext> m_context;

@@ -5,6 +5,7 @@
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/locale/DataFunctions.h"
 #include "varnel/page/PageUtil.h"
 #include "varnel/utilities/Upload.h"
 #include "varnel/utilities/Utilities.h"
@@ -56,6 +57,7 @@ std::vector<PublicClass> PublicClasses() {
           {"Upload", varnel::MakeUpload()},
           {"Utilities", varnel::MakeUtilities()},
           {"CatalogQuery", varnel::MakeCatalogQuery()},
+          {"DataFunctions", varnel::MakeDataFunctions()},
           {"Request", intrinsics.request},
           {"RequestCollection", intrinsics.request->QueryObject()},
           {"RequestValue", std::make_shared<RequestValue>(std::vector<varnel::String>())},

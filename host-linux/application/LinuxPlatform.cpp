@@ -36,6 +36,7 @@ LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoD
     : m_site(site),
       m_database(std::move(database)),
       m_ownComponents(std::move(ownComponents)),
+      m_locale(site.codePage),
       m_files({site.folder, site.fileRoots, site.PagesFolder()}),
       m_codePages(site.codePage) {}
 

@@ -5,7 +5,8 @@
 #include <memory>
 
 #include "host-linux/database/AdoDatabase.h"
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/LocaleCalls.h"
+#include "host-linux/nls/SiteCodePages.h"
 #include "host-linux/services/SiteConfiguration.h"
 #include "host-linux/services/SiteFiles.h"
 #include "varnel/host/Platform.h"
@@ -26,6 +27,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   varnel::ObjectPtr CreateObject(varnel::StringView progID) override;
   std::shared_ptr<varnel::host::IConnection> CreateConnection() override;
   std::shared_ptr<varnel::host::IRecordset> CreateRecordset() override;
+  varnel::host::ILocale& Locale() override { return m_locale; }
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
   bool EnterLog() override;
@@ -35,6 +37,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   const SiteConfiguration& m_site;
   std::shared_ptr<AdoDatabase> m_database;
   ComponentFactory m_ownComponents;
+  LocaleCalls m_locale;
   SiteFiles m_files;
   hostlinux::CodePages m_codePages;
 };

@@ -4,141 +4,127 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <stdexcept>
-#include <string>
-
-#include "host-linux/nls/LocaleTable.h"
-#include "varnel/automation/Error.h"
+#include <cstdint>
+#include <map>
 
 namespace hostlinux {
 
-using varnel::Byte;
-using varnel::Bytes;
-using varnel::Long;
 using varnel::String;
 using varnel::StringView;
 
 namespace {
 
-constexpr char16_t kReplacement = u'\uFFFD';
+constexpr char16_t kReplacement = 0xFFFD;
+constexpr char16_t kNoBreakSpace = 0x00A0;
 
+std::string NameOf(int codePage) { return codePage == 65001 ? "UTF-8" : "CP" + std::to_string(codePage); }
+
+// One direction of one code page. Opening takes long, so a thread keeps what it has opened.
 class Converter {
  public:
-  explicit Converter(int codePage)
-      : m_handle(::iconv_open("UTF-16LE", ("CP" + std::to_string(codePage)).c_str())) {}
+  Converter(const std::string& to, const std::string& from)
+      : m_handle(iconv_open(to.c_str(), from.c_str())) {}
   ~Converter() {
-    if (*this) ::iconv_close(m_handle);
+    if (IsOpen()) iconv_close(m_handle);
   }
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
-  explicit operator bool() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
 
-  // Converts what it can of `bytes`, which then begins behind that. 0, or why it stopped: E2BIG where `text`
-  // was full (it is longer by what came), EILSEQ at bytes that are no character, EINVAL at the beginning of
-  // one.
-  int Convert(std::span<const Byte>& bytes, String& text) {
-    char* in = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
-    std::size_t inLeft = bytes.size();
-    const int error = Pump(&in, &inLeft, text, std::max<std::size_t>(bytes.size(), 4));
-    bytes = bytes.subspan(bytes.size() - inLeft);
-    return error;
+  // iconv_open tells a failure by a pointer of -1.
+  bool IsOpen() const { return reinterpret_cast<std::intptr_t>(m_handle) != -1; }
+
+  // Converts from the start of `input` as far as it goes, and takes that off.
+  std::string Convert(std::string_view& input) {
+    std::string output;
+    char* from = const_cast<char*>(input.data());  // only read
+    std::size_t left = input.size();
+    for (bool full = IsOpen(); full;) {
+      char piece[256];
+      char* to = piece;
+      std::size_t room = sizeof piece;
+      full = iconv(m_handle, &from, &left, &to, &room) == static_cast<std::size_t>(-1) && errno == E2BIG;
+      output.append(piece, to);
+    }
+    if (IsOpen()) iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
+    input.remove_prefix(input.size() - left);
+    return output;
   }
-
-  // Gives out a character that waited for a mark to stand on it, and begins anew.
-  void Finish(String& text) { Pump(nullptr, nullptr, text, 4); }
 
  private:
-  int Pump(char** in, std::size_t* inLeft, String& text, std::size_t room) {
-    const std::size_t before = text.size();
-    text.resize(before + room);
-    char* out = reinterpret_cast<char*>(text.data() + before);
-    std::size_t outLeft = room * sizeof(char16_t);
-    const bool done = ::iconv(m_handle, in, inLeft, &out, &outLeft) != static_cast<std::size_t>(-1);
-    const int error = done ? 0 : errno;
-    text.resize(text.size() - outLeft / sizeof(char16_t));
-    return error;
-  }
-
   iconv_t m_handle;
 };
 
-String DecodeLongCharacters(int codePage, std::span<const Byte> bytes) {
-  Converter converter(codePage);
-  String text;
-  while (!bytes.empty()) {
-    const int error = converter.Convert(bytes, text);
-    if (error == 0 || error == E2BIG) continue;
-    text += kReplacement;
-    bytes = bytes.subspan(1);
-  }
-  converter.Finish(text);
-  return text;
+Converter& ToBytes(int codePage) {
+  thread_local std::map<int, Converter> opened;
+  return opened.try_emplace(codePage, NameOf(codePage), "UTF-16LE").first->second;
 }
 
-String DecodeBytes(const ByteTable& table, std::span<const Byte> bytes) {
-  String text(bytes.size(), u'\0');
-  std::transform(bytes.begin(), bytes.end(), text.begin(), [&](Byte byte) { return table[byte]; });
-  return text;
+Converter& ToUnits(int codePage) {
+  thread_local std::map<int, Converter> opened;
+  return opened.try_emplace(codePage, "UTF-16LE", NameOf(codePage)).first->second;
+}
+
+std::string_view BytesOf(StringView text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
+}
+
+bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+bool IsWideBlank(char16_t unit) {
+  return unit == kNoBreakSpace || unit == 0x202F || (unit >= 0x2000 && unit <= 0x200A);
+}
+
+// What stands for the first character of `text`, which `converter` can't write.
+std::string InsteadOf(char16_t unit, Converter& converter) {
+  if (!IsWideBlank(unit)) return "?";
+  std::string_view blank = BytesOf({&kNoBreakSpace, 1});
+  const std::string bytes = converter.Convert(blank);
+  return blank.empty() ? bytes : " ";
 }
 
 }  // namespace
 
-std::optional<ByteTable> MakeByteTable(int codePage) {
-  Converter converter(codePage);
-  if (!converter) return std::nullopt;
-  ByteTable table;
-  for (int code = 0; code < 256; ++code) {
-    const Byte byte = static_cast<Byte>(code);
-    std::span<const Byte> bytes(&byte, 1);
-    String text;
-    const int error = converter.Convert(bytes, text);
-    if (error == EINVAL) return std::nullopt;
-    converter.Finish(text);
-    const bool isControl = code >= 128 && code < 160;
-    table[byte] = error == 0 && text.size() == 1 ? text[0] : isControl ? char16_t{byte} : kReplacement;
+bool IsAscii(StringView text) {
+  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
+}
+
+bool HasCodePage(int codePage) {
+  return Converter("UTF-16LE", NameOf(codePage)).IsOpen() && Converter(NameOf(codePage), "UTF-16LE").IsOpen();
+}
+
+std::string ToCodePage(StringView text, int codePage) {
+  if (IsAscii(text)) return {text.begin(), text.end()};
+  Converter& converter = ToBytes(codePage);
+  std::string result;
+  while (!text.empty()) {
+    std::string_view rest = BytesOf(text);
+    result += converter.Convert(rest);
+    text.remove_prefix(text.size() - rest.size() / sizeof(char16_t));
+    if (text.empty()) break;
+    result += text[0] < 0x80 ? std::string(1, static_cast<char>(text[0])) : InsteadOf(text[0], converter);
+    const bool pair = text.size() > 1 && IsHighSurrogate(text[0]) && IsLowSurrogate(text[1]);
+    text.remove_prefix(pair ? 2 : 1);
   }
-  return table;
+  return result;
 }
 
-struct CodePages::Page {
-  int number;
-  std::optional<ByteTable> table;  // empty where characters take more than one byte
-};
-
-CodePages::CodePages(int systemPage) : m_systemPage(systemPage) {
-  if (!PageOf(systemPage).table) {
-    throw std::invalid_argument(std::to_string(systemPage) + " is no code page of single bytes");
+String FromCodePage(std::string_view bytes, int codePage) {
+  const auto ascii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+  if (std::all_of(bytes.begin(), bytes.end(), ascii)) return {bytes.begin(), bytes.end()};
+  Converter& converter = ToUnits(codePage);
+  String result;
+  while (!bytes.empty()) {
+    const std::string units = converter.Convert(bytes);
+    for (std::size_t i = 0; i + 1 < units.size(); i += 2) {
+      const auto low = static_cast<unsigned char>(units[i]);
+      const auto high = static_cast<unsigned char>(units[i + 1]);
+      result += static_cast<char16_t>(low | high << 8);
+    }
+    if (bytes.empty()) break;
+    result += ascii(bytes[0]) ? static_cast<char16_t>(bytes[0]) : kReplacement;
+    bytes.remove_prefix(1);
   }
-}
-
-CodePages::~CodePages() = default;
-
-const CodePages::Page& CodePages::PageOf(int codePage) {
-  const std::lock_guard lock(m_mutex);
-  auto& page = m_pages[codePage];
-  if (page == nullptr) page.reset(new Page{codePage, MakeByteTable(codePage)});
-  return *page;
-}
-
-String CodePages::Decode(std::span<const Byte> bytes, Long lcid) {
-  int codePage = 0;
-  if (lcid != 0) {
-    const auto locale = FindLocale(lcid);
-    if (!locale) varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"no such locale");
-    codePage = locale->ansiCodePage;
-  }
-  const Page& page = PageOf(codePage == 0 ? m_systemPage : codePage);
-  return page.table ? DecodeBytes(*page.table, bytes) : DecodeLongCharacters(page.number, bytes);
-}
-
-Bytes CodePages::Encode(StringView text) {
-  const ByteTable& table = *PageOf(m_systemPage).table;
-  Bytes bytes(text.size());
-  std::transform(text.begin(), text.end(), bytes.begin(), [&](char16_t unit) {
-    const auto found = std::find(table.begin(), table.end(), unit);
-    return found == table.end() ? Byte{'?'} : static_cast<Byte>(found - table.begin());
-  });
-  return bytes;
+  return result;
 }
 
 }  // namespace hostlinux

@@ -1,41 +1,24 @@
-// Bytes to text and back by the platform's code pages.
+// Text in the platform's code pages and back, by the C library's iconv. ASCII text is the same in all of them
+// and never gets there.
 #pragma once
 
-#include <array>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <optional>
+#include <string>
+#include <string_view>
 
-#include "varnel/host/ICodePages.h"
+#include "varnel/automation/String.h"
 
 namespace hostlinux {
 
-// The characters of the bytes of one code page.
-using ByteTable = std::array<char16_t, 256>;
+bool IsAscii(varnel::StringView text);
 
-// Empty for a page that iconv doesn't know, and for one whose characters take more than one byte. A byte
-// without a character is the control character of its code from 128 to 159, U+FFFD elsewhere.
-std::optional<ByteTable> MakeByteTable(int codePage);
+// False for a number that names no code page; 65001 is UTF-8.
+bool HasCodePage(int codePage);
 
-// Can be used by many threads.
-class CodePages : public varnel::host::ICodePages {
- public:
-  // `systemPage` must be one of single bytes: std::invalid_argument.
-  explicit CodePages(int systemPage);
-  ~CodePages() override;
+// A character that the code page hasn't becomes "?", a blank of another width one that it has. In an unknown
+// code page that is all but ASCII.
+std::string ToCodePage(varnel::StringView text, int codePage);
 
-  // A locale without a code page of its own has the system's.
-  varnel::String Decode(std::span<const varnel::Byte> bytes, varnel::Long lcid) override;
-  varnel::Bytes Encode(varnel::StringView text) override;
-
- private:
-  struct Page;
-  const Page& PageOf(int codePage);
-
-  int m_systemPage;
-  std::mutex m_mutex;
-  std::map<int, std::unique_ptr<const Page>> m_pages;
-};
+// A byte that means nothing there becomes U+FFFD.
+varnel::String FromCodePage(std::string_view bytes, int codePage);
 
 }  // namespace hostlinux

@@ -1,8 +1,9 @@
 #include "host-linux/nls/LocaleTable.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
+#include <unordered_map>
+#include <utility>
 
 namespace hostlinux {
 
@@ -20,41 +21,40 @@ struct Row {
   const char16_t* decimal;
   const char16_t* thousand;
   const char16_t* grouping;
-  int digits;
-  int leadingZero;
-  int negativeOrder;
   const char16_t* negativeSign;
   const char16_t* currency;
   const char16_t* dateSeparator;
   const char16_t* timeSeparator;
   const char16_t* shortDate;
-  int dateOrder;
   const char16_t* timeFormat;
   const char16_t* am;
   const char16_t* pm;
+  int digits;
+  int leadingZero;
+  int negativeOrder;
+  int dateOrder;
   int ansiCodePage;
   int yearOffset;
 };
 
-constexpr Row kRows[] = {
-#include "host-linux/nls/LocaleTable.inc"
-};
-
+// An id without a line of its own, and the short date by which alone it may differ.
 struct Alias {
   Long lcid;
   Long answersAs;
+  const char16_t* shortDate;
 };
 
-// 4 is Chinese, whose first country by number isn't the one that it stands for; 66567 sorts as phone books
-// do.
-constexpr std::array kAliases{Alias{0, 1033},    Alias{1024, 1033}, Alias{2048, 1033}, Alias{3072, 1033},
-                              Alias{4096, 1033}, Alias{4, 2052},    Alias{66567, 1031}};
+#include "LocaleTable.inc"
 
-// The id that answers for `lcid`.
-Long Resolve(Long lcid) {
-  const auto alias =
-      std::find_if(kAliases.begin(), kAliases.end(), [&](const Alias& each) { return each.lcid == lcid; });
-  if (alias != kAliases.end()) return alias->answersAs;
+// The alias of that id; null where it answers for itself.
+const Alias* FindAlias(Long lcid) {
+  const auto found = std::find_if(std::begin(kAliases), std::end(kAliases),
+                                  [&](const Alias& alias) { return alias.lcid == lcid; });
+  return found == std::end(kAliases) ? nullptr : found;
+}
+
+// A language alone is the one of its first country.
+Long FirstCountryOf(Long lcid) {
   const bool languageAlone = lcid > 0 && lcid < kFirstWithCountry && lcid != kInvariant;
   return languageAlone ? lcid + kFirstWithCountry : lcid;
 }
@@ -86,11 +86,29 @@ LocaleFacts FactsOf(const Row& row) {
 }  // namespace
 
 std::optional<LocaleFacts> FindLocale(Long lcid) {
-  const Long wanted = Resolve(lcid);
+  const Alias* alias = FindAlias(lcid);
+  const Long wanted = alias == nullptr ? FirstCountryOf(lcid) : alias->answersAs;
   const Row* found = std::lower_bound(std::begin(kRows), std::end(kRows), wanted,
                                       [](const Row& row, Long id) { return row.lcid < id; });
   if (found == std::end(kRows) || found->lcid != wanted) return std::nullopt;
-  return FactsOf(*found);
+  LocaleFacts facts = FactsOf(*found);
+  if (alias != nullptr && *alias->shortDate != u'\0') facts.shortDate = alias->shortDate;
+  return facts;
+}
+
+const LocaleFacts* CachedLocale(Long lcid) {
+  // Unknown ids aren't kept: there are too many of them.
+  thread_local std::unordered_map<Long, const LocaleFacts> known;
+  thread_local std::pair<Long, const LocaleFacts*> last{0, nullptr};
+  if (last.second != nullptr && last.first == lcid) return last.second;
+  auto found = known.find(lcid);
+  if (found == known.end()) {
+    auto facts = FindLocale(lcid);
+    if (!facts) return nullptr;
+    found = known.emplace(lcid, *std::move(facts)).first;
+  }
+  last = {lcid, &found->second};
+  return last.second;
 }
 
 std::vector<Long> LocaleIDs() {

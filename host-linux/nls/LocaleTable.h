@@ -13,6 +13,9 @@ namespace hostlinux {
 // behind them, whose id then stands in the facts. 127 is the invariant locale, without a name.
 std::optional<varnel::LocaleFacts> FindLocale(varnel::Long lcid);
 
+// The same, made once a thread; null for an unknown id. Lasts as long as the thread.
+const varnel::LocaleFacts* CachedLocale(varnel::Long lcid);
+
 // The ids that have facts of their own, ascending; the invariant locale isn't among them.
 std::vector<varnel::Long> LocaleIDs();
 

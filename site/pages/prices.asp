@@ -13,8 +13,8 @@ var dealer = String(Request.QueryString("group")) === "DEALER";
 
 function priceGrid(rs) {
   return catalogueGrid(page, rs, page.I18N(dealer ? "ShopDealerPrice" : "ShopListPrice"), [
-    { title: page.I18N("ShopFrom"), sort: "PRICEEFFECTIVEDATE", width: 30, cell: (row) => dateText(row("PRICEEFFECTIVEDATE").Value) },
-    { title: page.I18N("ShopUntil"), width: 30, cell: (row) => dateText(row("PRICEEXPIRYDATE").Value) || say(page, "ShopNoEnd") },
+    { title: page.I18N("ShopFrom"), sort: "PRICEEFFECTIVEDATE", width: 30, cell: (row) => encode(formatDay(row("PRICEEFFECTIVEDATE").Value)) },
+    { title: page.I18N("ShopUntil"), width: 30, cell: (row) => encode(formatDay(row("PRICEEXPIRYDATE").Value)) || say(page, "ShopNoEnd") },
     { title: page.I18N("ShopPrice"), sort: "PRICE", width: 40, align: AlignRight,
       cell: (row) => amountText({ PRICE: row("PRICE").Value, CURRENCYCODE: row("CURRENCYCODE").Value }) }
   ]);

@@ -7,7 +7,7 @@
 var page = Server.CreateObject("Varnel.Page");
 var catalog = Server.CreateObject("Varnel.CatalogQuery");
 var id = numberParameter(Request.QueryString, "product");
-var found = id < 0 ? [] : rowsOf(catalog.GetProductData(id), ["PRODUCTID", "PRODUCTDESCRIPTION", "PRODUCTREMARK",
+var found = id < 0 ? [] : rowsOf(catalog.GetProductData(id), ["PRODUCTID", "PRODUCTDESCRIPTION", "PRODUCTREMARK", "IMAGEFILENAME",
   "PARTNUMBER", "BUYFROMPARTNUMBER", "MFRPARTNUMBER", "CLASSIFICATION", "UNITDESCRIPTION", "BUSINESSPARTNERID",
   "MANUFACTURERNAME", "PRODUCTEFFECTIVITYDATE", "PRODUCTEXPIRYDATE", "STOCKITEM", "ATTACHEDID", "ALTERNATIVEID", "PROPVALUEID"]);
 var product = found.length > 0 ? found[0] : null;
@@ -40,7 +40,7 @@ function facts() {
     [page.I18N("ShopManufacturer"), encode(product.MANUFACTURERNAME)],
     [page.I18N("ShopSupplier"), supplierLink()],
     [page.I18N("ShopUnit"), encode(product.UNITDESCRIPTION)],
-    [page.I18N("ShopSince"), dateText(product.PRODUCTEFFECTIVITYDATE)],
+    [page.I18N("ShopSince"), encode(formatDay(product.PRODUCTEFFECTIVITYDATE))],
     [page.I18N("ShopRemark"), encode(product.PRODUCTREMARK)]
   ].filter((fact) => fact[1] !== "");
 }
@@ -89,6 +89,7 @@ function alternatives() {
 </ul>
 <div class="sheet">
 <section aria-labelledby="sheet"><h2 id="sheet"><%= say(page, "ShopSheet") %></h2>
+<% if (product.IMAGEFILENAME !== null) { %><img class="picture" src="<%= encode(page.URL("images/" + product.IMAGEFILENAME.split("/").map(encodeURIComponent).join("/"))) %>" alt="<%= encode(product.PRODUCTDESCRIPTION) %>"><% } %>
 <%= factTable(facts().concat(properties(true))) %>
 </section>
 <section aria-labelledby="price"><h2 id="price"><%= say(page, "ShopPriceToday") %></h2>

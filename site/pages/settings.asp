@@ -8,7 +8,7 @@ if (String(Request.ServerVariables("REQUEST_METHOD")) === "POST") {
   requireOwnPost();
   var language = numberParameter(Request.Form, "language");
   var user = String(Request.Form("user"));
-  if (language === 1033 || language === 1031) Session.Contents["LanguageID"] = language;
+  if (shopLanguages().some((each) => each.lcid === language)) Session.Contents["LanguageID"] = language;
   if (user === "demo" || user === "anna") Session.Contents["REMOTE_USER"] = user;
   goBack(page);
 }
@@ -29,8 +29,7 @@ function choice(name, value, shown, chosen) {
 <form class="settings" method="post" action="<%= encode(page.URL("settings.asp")) %>">
 <%= formFields(back) %>
 <fieldset><legend><%= say(page, "ShopLanguage") %></legend>
-<%= choice("language", 1033, '<span lang="en">English</span>', htmlLanguage() === "en") %>
-<%= choice("language", 1031, '<span lang="de">Deutsch</span>', htmlLanguage() === "de") %>
+<% for (var each of shopLanguages()) Response.Write(choice("language", each.lcid, '<span lang="' + each.tag + '">' + encode(each.name) + "</span>", htmlLanguage() === each.tag)); %>
 </fieldset>
 <fieldset><legend><%= say(page, "ShopUser") %></legend>
 <%= choice("user", "demo", "demo", currentUser() === "demo") %>

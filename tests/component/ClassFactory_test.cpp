@@ -23,6 +23,7 @@ TEST(ClassFactory, MakesEveryClassThatAPageScriptCreates) {
   EXPECT_EQ(CreateComponent(u"Varnel.DRecordset")->Class().name, u"DRecordset");
   EXPECT_EQ(CreateComponent(u"Varnel.DGrid")->Class().name, u"DGrid");
   EXPECT_EQ(CreateComponent(u"Varnel.Utilities")->Class().name, u"Utilities");
+  EXPECT_EQ(CreateComponent(u"Varnel.DataFunctions")->Class().name, u"DataFunctions");
   EXPECT_EQ(CreateComponent(u"Varnel.CatalogQuery")->Class().name, u"CatalogQuery");
 }
 

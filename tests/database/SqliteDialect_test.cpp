@@ -160,10 +160,12 @@ TEST_F(SqliteDialect, AKeyThatMayBeTheRowsNumberIsNoPartOfARowValue) {
   m_facts.types = {{u"name", u"VARCHAR(60)"}, {u"id", u"integer"}};
   m_facts.columns = {{u"id", u"integer"}, {u"name", u"VARCHAR(60)"}};
   EXPECT_EQ(
-      "SELECT * FROM (SELECT id, name FROM item WHERE name = 'Jones' and id > 7 ORDER BY name ASC,id ASC "
-      "LIMIT "
-      "10) UNION ALL SELECT * FROM (SELECT id, name FROM item WHERE name > 'Jones' ORDER BY name ASC,id ASC "
-      "LIMIT 10) ORDER BY 2 ASC,1 ASC LIMIT 10",
+      "SELECT * FROM (WITH \"page 0\" AS MATERIALIZED (SELECT id, name FROM item WHERE name = 'Jones' and id "
+      "> 7 "
+      "ORDER BY name ASC,id ASC LIMIT 10), \"page 1\" AS MATERIALIZED (SELECT * FROM \"page 0\" UNION ALL "
+      "SELECT * FROM (SELECT id, name FROM item WHERE name > 'Jones' ORDER BY name ASC,id ASC LIMIT 10 - "
+      "(SELECT COUNT(\"id\" IS NULL) FROM \"page 0\"))) SELECT * FROM \"page 1\") ORDER BY 2 ASC,1 ASC LIMIT "
+      "10",
       Sought(kNextPage));
 }
 

@@ -121,6 +121,7 @@ TEST_P(Examples, DoWhatThePageSays) {
 
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
                          ::testing::Values("README.md", "docs/first-page.md", "docs/lists-and-grids.md",
-                                           "docs/script-contract.md", "docs/site-toml.md"));
+                                           "docs/script-contract.md", "docs/site-toml.md",
+                                           "docs/numbers-and-dates.md"));
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/locale/DataFunctions.h"
 #include "varnel/page/Page.h"
 #include "varnel/page/PageUtil.h"
 #include "varnel/recordset/DRecordset.h"
@@ -30,6 +31,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.Upload", MakeUpload},
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
     CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
+    CreatableClass{u"Varnel.DataFunctions", MakeDataFunctions},
 };
 
 }  // namespace

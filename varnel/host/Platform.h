@@ -5,6 +5,7 @@
 
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
+#include "varnel/host/Locale.h"
 #include "varnel/host/ICodePages.h"
 #include "varnel/host/IFileSystem.h"
 
@@ -30,6 +31,7 @@ class IPlatform {
   virtual ObjectPtr CreateObject(StringView progID) = 0;
   virtual std::shared_ptr<IConnection> CreateConnection() = 0;
   virtual std::shared_ptr<IRecordset> CreateRecordset() = 0;
+  virtual ILocale& Locale() = 0;
   virtual IFileSystem& FileSystem() = 0;
   virtual ICodePages& CodePages() = 0;
   // Before and after a log entry is made. False if one is being made on this thread already: a log that fails

@@ -18,9 +18,10 @@ struct Seek {
   SqlSpan span;       // the SELECT
   SqlSpan condition;  // of the keys
   std::vector<PageKey> keys;
-  size_t limit = 0;          // the token of the number of rows
+  SelectTop top;             // the number of rows
   std::u16string order;      // of the arms together, by position
   std::u16string inOrder;    // to be added to each arm; empty where it has an ORDER BY of its own
+  std::u16string counted;    // the name of a column, to count rows by
   std::vector<RowPart> row;  // what each key is compared as in a row value; empty: in arms
 };
 
@@ -45,6 +46,18 @@ bool MayAggregate(const Tokens& tokens, SqlSpan list) {
   return HasAnyWord(tokens, list,
                     {u"COUNT", u"SUM", u"MIN", u"MAX", u"AVG", u"TOTAL", u"GROUP_CONCAT", u"OVER",
                      u"JSON_GROUP_ARRAY", u"JSON_GROUP_OBJECT"});
+}
+
+std::u16string NumberText(size_t number) {
+  const std::string digits = std::to_string(number);
+  return std::u16string(digits.begin(), digits.end());
+}
+
+// A count without a column would be a read of a whole table to what guards the tables.
+std::u16string QuotedName(std::u16string_view name) {
+  std::u16string quoted = u"\"";
+  for (const char16_t c : name) quoted.append(c == u'"' ? 2 : 1, c);
+  return quoted + u"\"";
 }
 
 std::u16string Name(const ColumnFact& fact) { return UpperAscii(fact.name); }
@@ -103,7 +116,7 @@ class Seeker {
     const std::optional<SelectTop> top = FindTop(m_tokens, scope);
     const SqlSpan where = scope.Clause(SqlClause::Where);
     if (!top || where.IsEmpty() || !IsPlain(scope)) return;
-    Seek seek{{scope.begin, scope.end}, ConditionIn(where), {}, top->number, {}, {}, {}};
+    Seek seek{{scope.begin, scope.end}, ConditionIn(where), {}, *top, {}, {}, {}, {}};
     std::optional<std::vector<PageKey>> keys =
         ReadKeysetPredicate(m_tokens, m_structure.partner, seek.condition);
     if (!keys || ArmsOf(scope, *keys).size() < 2) return;
@@ -197,13 +210,11 @@ class Seeker {
     if (!namedTop) return false;
     const SqlSpan items{compound == nullptr ? list : namedTop->span.end, named.Clause(SqlClause::List).end};
     const std::optional<Columns> columns = ColumnsOf(named, items);
-    if (!columns || !KeepsColumns(scope, {list, scope.Clause(SqlClause::List).end})) return false;
+    if (!columns || !KeepsColumns(scope, {list, scope.Clause(SqlClause::List).end}, seek)) return false;
     for (const OrderTerm& term : *terms) {
       const std::optional<size_t> position = PositionOf(term, items, *columns);
       if (!position) return false;
-      const std::string text = std::to_string(*position);
-      seek.order += (seek.order.empty() ? u" ORDER BY " : u",") + std::u16string(text.begin(), text.end());
-      seek.order += term.direction;
+      seek.order += (seek.order.empty() ? u" ORDER BY " : u",") + NumberText(*position) + term.direction;
     }
     if (compound != nullptr) seek.inOrder = seek.order;
     return !IsDistinct(scope) || HoldsAllKeys(seek, {list, scope.Clause(SqlClause::List).end});
@@ -236,12 +247,15 @@ class Seeker {
   }
 
   // A subquery may give its columns other names (two of one name), and loses some types.
-  bool KeepsColumns(const SqlScope& scope, SqlSpan list) const {
+  bool KeepsColumns(const SqlScope& scope, SqlSpan list, Seek& seek) const {
     const std::optional<Columns> plain = ColumnsOf(scope, list);
-    const std::u16string arm = u"SELECT * FROM (" + SelectOf(scope, list) + u")";
-    const std::optional<Columns> arms =
-        m_facts.Describe(Prefix() + arm + u" UNION ALL " + arm + u" ORDER BY 1");
-    return plain && arms && SameColumns(*plain, *arms);
+    if (!plain || plain->empty()) return false;
+    const std::u16string arm = SelectOf(scope, list);
+    const std::optional<Columns> arms = m_facts.Describe(
+        Prefix() + u"SELECT * FROM (WITH " + NameOfPage(0) + u" AS MATERIALIZED (" + arm +
+        u") SELECT * FROM " + NameOfPage(0) + u" UNION ALL SELECT * FROM (" + arm + u")) ORDER BY 1");
+    seek.counted = QuotedName(plain->front().name);
+    return arms && SameColumns(*plain, *arms);
   }
 
   // The position of the one result column that the term means.
@@ -350,30 +364,42 @@ class Seeker {
     m_result[begin].gap = i == 0 ? u"" : u" ";
   }
 
+  const SqlScope& ScopeAt(size_t begin) const {
+    return *std::find_if(m_structure.scopes.begin(), m_structure.scopes.end(),
+                         [&](const SqlScope& scope) { return scope.begin == begin; });
+  }
+
   void WriteArms(const Seek& seek) {
-    const SqlScope* scope = nullptr;
-    for (const SqlScope& each : m_structure.scopes) {
-      if (each.begin == seek.span.begin) scope = &each;
-    }
     const size_t begin = m_result.size();
-    bool first = true;
-    for (const Arm& arm : ArmsOf(*scope, seek.keys)) {
-      Add(first ? u"SELECT * FROM (" : u" UNION ALL SELECT * FROM (");
-      first = false;
-      WriteArm(seek, arm);
-      Add(u")");
+    const std::vector<Arm> arms = ArmsOf(ScopeAt(seek.span.begin), seek.keys);
+    Add(u"SELECT * FROM (WITH");
+    for (size_t i = 0; i < arms.size(); ++i) {
+      Add((i == 0 ? u" " : u", ") + NameOfPage(i) + u" AS MATERIALIZED (");
+      if (i > 0) Add(u"SELECT * FROM " + NameOfPage(i - 1) + u" UNION ALL SELECT * FROM (");
+      WriteArm(seek, arms[i], i);
+      Add(i > 0 ? u"))" : u")");
     }
-    Add(seek.order + u" LIMIT " + m_tokens[seek.limit].text);
+    Add(u" SELECT * FROM " + NameOfPage(arms.size() - 1) + u")" + seek.order + u" LIMIT " + RowsOf(seek));
     m_result[begin].gap = m_tokens[seek.span.begin].gap;
   }
 
-  void WriteArm(const Seek& seek, const Arm& arm) {
+  // What the arms up to the i-th one gave.
+  static std::u16string NameOfPage(size_t i) { return u"\"page " + NumberText(i) + u"\""; }
+
+  std::u16string RowsOf(const Seek& seek) const { return m_tokens[seek.top.number].text; }
+
+  // An arm only gives the rows that those before it left open, often none.
+  void WriteArm(const Seek& seek, const Arm& arm, size_t index) {
     const size_t begin = m_result.size();
-    Copy({seek.span.begin, seek.condition.begin});
+    Copy({seek.span.begin, index == 0 ? seek.top.span.end : seek.top.span.begin});
     m_result[begin].gap.clear();
+    Copy({seek.top.span.end, seek.condition.begin});
     for (size_t i = 0; i < arm.size(); ++i) WritePiece(seek, arm[i], i);
     Copy({seek.condition.end, seek.span.end});
     Add(seek.inOrder);
+    if (index == 0) return;
+    Add(u" LIMIT " + RowsOf(seek) + u" - (SELECT COUNT(" + seek.counted + u" IS NULL) FROM " +
+        NameOfPage(index - 1) + u")");
   }
 
   // The i-th piece is about the i-th key, whose value it takes where its text ends in an operator.

@@ -1,9 +1,15 @@
 // Reads behind an anchor row, so written that an index finds the row instead of walking to it:
 //   SELECT TOP n ... WHERE (w) AND (e0 > 'k0' or (e0 = 'k0' and e1 > 'k1')) ORDER BY ...
-// becomes one SELECT for each key ("arm"), the nearest rows first, of at most n rows each:
-//   SELECT * FROM (SELECT TOP n ... WHERE (w) AND e0 = 'k0' and e1 > 'k1' ORDER BY ...) UNION ALL
-//   SELECT * FROM (SELECT TOP n ... WHERE (w) AND e0 > 'k0' ORDER BY ...) ORDER BY 2 ASC,1 ASC LIMIT n
-// or, where all keys of one table are read upward, half as dear:
+// becomes one SELECT for each key ("arm"), the nearest rows first, each for the rows that those before it
+// left open:
+//   SELECT * FROM (WITH "page 0" AS MATERIALIZED (SELECT TOP n ... WHERE (w) AND e0 = 'k0' and e1 > 'k1'
+//   ORDER BY ...),
+//     "page 1" AS MATERIALIZED (SELECT * FROM "page 0" UNION ALL SELECT * FROM (SELECT ... WHERE (w) AND e0 >
+//     'k0'
+//       ORDER BY ... LIMIT n - (SELECT COUNT("id" IS NULL) FROM "page 0")))
+//     SELECT * FROM "page 1") ORDER BY 2 ASC,1 ASC LIMIT n
+// The order of UNION ALL isn't promised, so that the n rows are sorted in the end.
+// Where all keys of one table are read upward, a row value is half as dear:
 //   SELECT TOP n ... WHERE (w) AND (e0, e1) > ('k0', 'k1') ORDER BY ...
 #pragma once
 

@@ -1,0 +1,113 @@
+<%@ Language=JavaScript CodePage=65001 %>
+<!--#include file="includes/text.inc"-->
+<!--#include file="includes/frame.inc"-->
+<!--#include file="includes/catalogue.inc"-->
+<!--#include file="includes/csv.inc"-->
+<!--#include file="includes/tools.inc"-->
+<%
+// Reads a price list from a file: order number, group, first day, price. Shows what it would do, and does it when told to.
+var page = Server.CreateObject("Varnel.Page");
+var mostLines = 1000;
+
+function productOf(orderNumber) {
+  var rows = rowsOfQuery("SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT WHERE BUYFROMPARTNUMBER = '" + quoted(orderNumber) + "'",
+    ["PRODUCTID", "PRODUCTDESCRIPTION"]);
+  return rows.length > 0 ? rows[0] : null;
+}
+
+function isDay(text) {
+  var parts = /^(\d{4})-(\d{2})-(\d{2})$/.exec(text);
+  if (parts === null) return false;
+  var day = new Date(Number(parts[1]), Number(parts[2]) - 1, Number(parts[3]));
+  return day.getMonth() === Number(parts[2]) - 1 && day.getDate() === Number(parts[3]);
+}
+
+// What one line says, with the key of a message where it can't be taken.
+function priceOfLine(line) {
+  var fields = line.fields.map((field) => field.trim());
+  var entry = { line: line.number, number: fields[0], group: fields[1], day: fields[2], amount: fields[3], name: "", problem: "" };
+  if (line.broken) entry.problem = "ShopCsvQuote";
+  else if (fields.length !== 4) entry.problem = "ShopCsvFields";
+  else if (entry.group !== "" && entry.group !== "DEALER") entry.problem = "ShopCsvGroup";
+  else if (!isDay(entry.day)) entry.problem = "ShopCsvDay";
+  else if (!/^\d{1,7}([.,]\d{1,2})?$/.test(entry.amount)) entry.problem = "ShopCsvPrice";
+  if (entry.problem !== "") return entry;
+  var product = productOf(entry.number);
+  if (product === null) entry.problem = "ShopCsvNumber";
+  else { entry.productId = product.PRODUCTID; entry.name = product.PRODUCTDESCRIPTION; }
+  return entry;
+}
+
+// All or nothing.
+function store(entries) {
+  var connection = Server.CreateObject("ADODB.Connection");
+  connection.Open(Application("FavoritesConnection_ConnectionString"));
+  connection.BeginTrans();
+  for (var entry of entries) {
+    connection.Execute("INSERT OR REPLACE INTO CATALOGPRODUCTPRICE (PRODUCTID, GROUPBY, PRICEEFFECTIVEDATE, PRICE, CURRENCYCODE) VALUES (" +
+      entry.productId + ", '" + entry.group + "', '" + entry.day + " 00:00:00', " + entry.amount.replace(",", ".") + ", 'EUR')");
+  }
+  connection.CommitTrans();
+  connection.Close();
+}
+
+var entries = null;
+var stored = false;
+var notice = "";
+if (isPost()) {
+  var upload = Server.CreateObject("Varnel.Upload");
+  requireOwnUpload(upload);
+  var lines = csvLines(upload.GetFileAsString("list"));
+  if (lines.length > 0 && lines[0].fields[0].trim().toLowerCase() === "number") lines.shift();
+  if (lines.length === 0) notice = "ShopCsvEmpty";
+  else if (lines.length > mostLines) notice = "ShopCsvLong";
+  else {
+    entries = lines.map(priceOfLine);
+    var sound = entries.every((entry) => entry.problem === "");
+    if (upload.GetFormVar("do") === "import" && sound) {
+      store(entries);
+      stored = true;
+    }
+    notice = stored ? "ShopCsvStored" : sound ? "ShopCsvSound" : "ShopCsvBroken";
+  }
+}
+
+function preview() {
+  var table = page.Table();
+  table.SetTableTypePlain();
+  for (var head of ["ShopCsvLine", "ShopOrderNumber", "ShopName", "ShopGroup", "ShopFrom", "ShopPrice", "ShopCsvResult"]) table.HeaderCell(say(page, head));
+  table.NewRow();
+  for (var entry of entries) {
+    for (var value of [entry.line, entry.number, entry.name, entry.group, entry.day, entry.amount]) table.Cell(encode(value));
+    table.Cell(entry.problem === "" ? say(page, "ShopCsvGood") : '<span class="tag">' + say(page, entry.problem) + "</span>");
+    table.NewRow();
+  }
+  return table;
+}
+%><!DOCTYPE html>
+<html lang="<%= htmlLanguage() %>">
+<head>
+<%= documentHead(page, page.I18N("ShopImport")) %>
+</head>
+<body>
+<%= siteHeader(page, "import.asp") %>
+<main id="content">
+<div class="bar"><h1><%= say(page, "ShopImport") %></h1></div>
+<form class="filter" method="post" enctype="multipart/form-data" action="<%= encode(page.URL("import.asp")) %>">
+<%= formFields(page.URL("import.asp")) %>
+<div><label for="list"><%= say(page, "ShopCsvFile") %></label>
+<input id="list" name="list" type="file" accept=".csv,text/csv" required aria-describedby="hint"></div>
+<button type="submit" name="do" value="preview"><%= say(page, "ShopCsvPreview") %></button>
+<button type="submit" name="do" value="import"><%= say(page, "ShopCsvImport") %></button>
+<p id="hint" class="hint"><%= say(page, "ShopCsvHint") %></p>
+<% if (notice !== "") { %><p class="note" role="status"><%= say(page, notice, entries === null ? mostLines : entries.length) %></p><% } %>
+</form>
+<% if (entries !== null) { %>
+<div class="rows">
+<% page.Add(preview()); %>
+</div>
+<% } %>
+</main>
+<%= siteFooter(page, "import.asp") %>
+</body>
+</html>
