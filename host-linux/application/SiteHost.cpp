@@ -207,13 +207,14 @@ std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) 
   return response;
 }
 
-HttpResponse SiteHost::AnswerPage(const HttpRequest& request, ClientLink& link) {
-  const RequestLogScope scope(request.id);
+HttpResponse SiteHost::AnswerPage(HttpRequest request, ClientLink& link) {
+  const std::string id = request.id;
+  const RequestLogScope scope(id);
   PageRequest page;
-  const std::string refused = ReadPageRequest(request, m_site.server.refuseParameters, page);
+  const std::string refused = ReadPageRequest(std::move(request), m_site.server.refuseParameters, page);
   if (!refused.empty()) {
     WriteLog(LogLevel::Info, "Refused: " + refused);
-    return ErrorResponse(400, request.id, refused);
+    return ErrorResponse(400, id, refused);
   }
   return RunPage(std::move(page), &link).response;
 }
@@ -285,7 +286,7 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const 
   objects.application = std::make_shared<Application>(m_application);
   objects.response = std::make_shared<Response>(std::move(responseOptions));
   objects.server = std::make_shared<Server>(ServerOptionsFor(request, engine));
-  objects.request = std::make_shared<Request>(std::make_shared<const PageRequest>(std::move(request)));
+  objects.request = std::make_shared<Request>(std::make_shared<PageRequest>(std::move(request)));
   return std::make_shared<ObjectContext>(
       std::move(objects), [this](varnel::StringView progID) { return m_platform.CreateObject(progID); });
 }

@@ -53,7 +53,7 @@ class SiteHost {
   std::optional<HttpResponse> AnswerQuickly(const HttpRequest& request) const;
 
   // Runs the page of `request`. A failed page is answered with 500, and logged.
-  HttpResponse AnswerPage(const HttpRequest& request, ClientLink& link);
+  HttpResponse AnswerPage(HttpRequest request, ClientLink& link);
 
   // Runs the page of a request that was taken apart before. `link` may be null.
   PageAnswer RunPage(PageRequest request, ClientLink* link);

@@ -106,10 +106,10 @@ std::string AccessLine(const AccessEntry& entry) {
 ServerHandlers HandlersOf(SiteHost& host, InspectedThread* inspected) {
   ServerHandlers handlers;
   handlers.quick = [&host](const HttpRequest& request) { return host.AnswerQuickly(request); };
-  handlers.page = [&host, inspected](const HttpRequest& request, ClientLink& link) {
-    if (inspected == nullptr) return host.AnswerPage(request, link);
+  handlers.page = [&host, inspected](HttpRequest request, ClientLink& link) {
+    if (inspected == nullptr) return host.AnswerPage(std::move(request), link);
     HttpResponse response;
-    inspected->Run([&] { response = host.AnswerPage(request, link); });
+    inspected->Run([&] { response = host.AnswerPage(std::move(request), link); });
     return response;
   };
   handlers.finished = [](const AccessEntry& entry) { WriteLog(LogLevel::Info, AccessLine(entry)); };

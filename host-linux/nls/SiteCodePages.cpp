@@ -39,23 +39,23 @@ class Converter {
   int Convert(std::span<const Byte>& bytes, String& text) {
     char* in = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
     std::size_t inLeft = bytes.size();
-    const int error = Pump(&in, &inLeft, text, std::max<std::size_t>(bytes.size(), 4));
+    const int error = Pump(&in, &inLeft, text);
     bytes = bytes.subspan(bytes.size() - inLeft);
     return error;
   }
 
   // Gives out a character that waited for a mark to stand on it, and begins anew.
-  void Finish(String& text) { Pump(nullptr, nullptr, text, 4); }
+  void Finish(String& text) { Pump(nullptr, nullptr, text); }
 
  private:
-  int Pump(char** in, std::size_t* inLeft, String& text, std::size_t room) {
-    const std::size_t before = text.size();
-    text.resize(before + room);
-    char* out = reinterpret_cast<char*>(text.data() + before);
-    std::size_t outLeft = room * sizeof(char16_t);
+  // One block at a time: many bad bytes must not each cost the length of the whole text.
+  int Pump(char** in, std::size_t* inLeft, String& text) {
+    std::array<char16_t, 512> block;
+    char* out = reinterpret_cast<char*>(block.data());
+    std::size_t outLeft = sizeof block;
     const bool done = ::iconv(m_handle, in, inLeft, &out, &outLeft) != static_cast<std::size_t>(-1);
     const int error = done ? 0 : errno;
-    text.resize(text.size() - outLeft / sizeof(char16_t));
+    text.append(block.data(), (sizeof block - outLeft) / sizeof(char16_t));
     return error;
   }
 

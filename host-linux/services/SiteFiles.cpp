@@ -78,21 +78,27 @@ class Handle {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
+// With O_DIRECTORY a link is "not a folder".
+bool IsLink(int folder, const fs::path& name) {
+  struct stat facts {};
+  return ::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(facts.st_mode);
+}
+
 // The folder `below` of `root`, opened component by component: none of them may be a link. errno tells why
 // not.
 Handle OpenBelow(const fs::path& root, const fs::path& below) {
   Handle folder(::open(root.c_str(), kFolderFlags));
   for (const fs::path& component : below) {
     if (!folder) break;
-    folder = Handle(::openat(folder.Get(), component.c_str(), kFolderFlags | O_NOFOLLOW));
+    Handle next(::openat(folder.Get(), component.c_str(), kFolderFlags | O_NOFOLLOW));
+    if (!next) {
+      const int error = errno;
+      errno = error == ENOTDIR && IsLink(folder.Get(), component) ? ELOOP : error;
+      return next;
+    }
+    folder = std::move(next);
   }
   return folder;
-}
-
-// With O_DIRECTORY a link is "not a folder".
-bool IsLink(int folder, const fs::path& name) {
-  struct stat facts {};
-  return ::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(facts.st_mode);
 }
 
 void WriteAll(int file, const Byte* data, std::size_t size, const std::string& path) {
@@ -241,7 +247,6 @@ bool SiteFiles::FolderExists(StringView path) {
   const Place place = PlaceOf(path);
   if (OpenBelow(place.root, place.below)) return true;
   if (errno == ENOENT) return false;
-  if (errno == ENOTDIR && IsLink(place.OpenParent().Get(), place.below.filename())) errno = ELOOP;
   FailWith(errno, place.text);
 }
 

@@ -32,6 +32,9 @@ namespace {
 constexpr std::size_t SliceSize = 64 * 1024;
 constexpr std::size_t MaxSlicePieces = 16;
 
+// What a page may have flushed that its client hasn't taken yet.
+constexpr std::int64_t MaxUnsent = 256 * 1024;
+
 // Read at once.
 constexpr std::size_t HeadReadSize = 4 * 1024;
 constexpr std::size_t BodyReadSize = 64 * 1024;
@@ -93,6 +96,7 @@ class PageLink final : public ClientLink {
 
   void Flush(HttpResponse soFar) override {
     m_flushed = true;
+    m_connection->AwaitRoom(soFar.body.size());
     net::post(m_connection->Owner().Context(),
               [connection = m_connection, part = std::move(soFar)]() mutable {
                 connection->TakePart(std::move(part));
@@ -103,6 +107,11 @@ class PageLink final : public ClientLink {
   std::shared_ptr<HttpConnection> m_connection;
   bool m_flushed = false;
 };
+
+HttpRequest WithBody(HttpRequest request, std::string body) {
+  request.body = std::move(body);
+  return request;
+}
 
 HttpResponse PageFailed(const ServerHandlers& handlers, const std::string& id, const std::string& reason) {
   if (handlers.problem) handlers.problem("Request " + id + ": " + reason);
@@ -397,11 +406,13 @@ void HttpConnection::Dispatch() {
 }
 
 void HttpConnection::StartPage() {
-  auto work = [self = shared_from_this(), request = m_request] {
+  // A large body is never there twice.
+  auto work = [self = shared_from_this(), request = m_request, body = std::move(m_request->body)]() mutable {
     const ServerHandlers& handlers = self->m_owner.Handlers();
     PageLink link(self);
-    HttpResponse response =
-        Guarded(handlers, request->id, [&]() -> HttpResponse { return handlers.page(*request, link); });
+    HttpResponse response = Guarded(handlers, request->id, [&]() -> HttpResponse {
+      return handlers.page(WithBody(*request, std::move(body)), link);
+    });
     net::post(self->m_owner.Context(),
               [self, response = std::move(response)]() mutable { self->TakeResponse(std::move(response)); });
   };
@@ -412,6 +423,11 @@ HttpResponse HttpConnection::Busy() const {
   HttpResponse busy = ErrorResponse(503, m_request->id);
   busy.headers.Set("Retry-After", std::to_string(m_owner.Options().retryAfter));
   return busy;
+}
+
+void HttpConnection::AwaitRoom(std::size_t bytes) {
+  m_flow.AwaitRoom(MaxUnsent);
+  m_flow.Posted(static_cast<std::int64_t>(bytes));
 }
 
 bool HttpConnection::IsConnected() const {
@@ -449,16 +465,21 @@ void HttpConnection::SetFramingHeaders(HttpResponse& response, bool isPart) {
   }
 }
 
+void HttpConnection::Queue(std::string bytes) {
+  m_flow.Queued(static_cast<std::int64_t>(bytes.size()));
+  m_output.push_back(std::move(bytes));
+}
+
 void HttpConnection::QueueChunk(std::string bytes) {
   if (bytes.empty() || m_headOnly || IsBodiless(m_status)) return;
   m_bodyBytes += bytes.size();
   if (m_chunked) {
     std::array<char, 24> size{};
     std::snprintf(size.data(), size.size(), "%zx\r\n", bytes.size());
-    m_output.emplace_back(size.data());
+    Queue(size.data());
     bytes += "\r\n";
   }
-  m_output.push_back(std::move(bytes));
+  Queue(std::move(bytes));
 }
 
 void HttpConnection::TakePart(HttpResponse part) {
@@ -467,8 +488,9 @@ void HttpConnection::TakePart(HttpResponse part) {
     m_headSent = true;
     m_status = part.status;
     SetFramingHeaders(part, true);
-    m_output.push_back(HeadText(part));
+    Queue(HeadText(part));
   }
+  m_flow.Posted(-static_cast<std::int64_t>(part.body.size()));
   QueueChunk(std::move(part.body));
   WriteMore();
 }
@@ -481,7 +503,7 @@ void HttpConnection::TakeResponse(HttpResponse response) {
     m_keepAlive = false;
   } else {
     QueueChunk(std::move(response.body));
-    if (m_chunked && !m_headOnly) m_output.emplace_back("0\r\n\r\n");
+    if (m_chunked && !m_headOnly) Queue("0\r\n\r\n");
   }
   m_complete = true;
   m_step = Step::Writing;
@@ -493,7 +515,7 @@ void HttpConnection::Respond(HttpResponse response) {
   m_headSent = true;
   m_status = response.status;
   SetFramingHeaders(response, false);
-  m_output.push_back(HeadText(response));
+  Queue(HeadText(response));
   if (response.file && !m_headOnly && !IsBodiless(m_status)) {
     m_bodyBytes = response.file->length;
     m_file = std::move(response.file);
@@ -542,7 +564,7 @@ bool HttpConnection::FillFromFile() {
   stretch.resize(static_cast<std::size_t>(got));
   m_file->offset += stretch.size();
   m_file->length -= stretch.size();
-  m_output.push_back(std::move(stretch));
+  Queue(std::move(stretch));
   return true;
 }
 
@@ -553,6 +575,7 @@ void HttpConnection::OnWritten(Error error, std::size_t bytes) {
   m_outputOffset += bytes;
   while (!m_output.empty() && m_outputOffset >= m_output.front().size()) {
     m_outputOffset -= m_output.front().size();
+    m_flow.Queued(-static_cast<std::int64_t>(m_output.front().size()));
     m_output.pop_front();
   }
   WriteMore();
@@ -628,6 +651,7 @@ void HttpConnection::Close() {
     Error ignored;
     m_socket.close(ignored);
   }
+  m_flow.End();
   m_owner.Remove(shared_from_this());
 }
 

@@ -66,6 +66,44 @@ class BodyCharge {
   std::uint64_t m_bytes = 0;
 };
 
+// Holds a page back whose client reads more slowly than it writes.
+class OutputFlow {
+ public:
+  // What a page has handed over and the I/O thread hasn't taken, and what that has and the socket hasn't.
+  void Posted(std::int64_t bytes) { Change(m_posted, bytes); }
+  void Queued(std::int64_t bytes) { Change(m_queued, bytes); }
+
+  // Waits on the page's thread until less than `most` is on its way, or for the end.
+  void AwaitRoom(std::int64_t most) {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [&] { return m_ended || m_posted + m_queued < most; });
+  }
+
+  // The client has gone: nobody waits any more.
+  void End() {
+    {
+      const std::lock_guard lock(m_mutex);
+      m_ended = true;
+    }
+    m_changed.notify_all();
+  }
+
+ private:
+  void Change(std::int64_t& count, std::int64_t bytes) {
+    {
+      const std::lock_guard lock(m_mutex);
+      count += bytes;
+    }
+    if (bytes < 0) m_changed.notify_all();
+  }
+
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  std::int64_t m_posted = 0;
+  std::int64_t m_queued = 0;
+  bool m_ended = false;
+};
+
 class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
  public:
   HttpConnection(ConnectionOwner& owner, ServerSocket socket);
@@ -83,6 +121,10 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   // Whether the client is still there. From any thread.
   bool IsConnected() const;
+
+  // Before a part of so many bytes is handed over: waits while the client has too much before it. It can't
+  // wait for longer than a client may take for one write. On the page's thread.
+  void AwaitRoom(std::size_t bytes);
 
   // Takes a flushed part of the response over. On the I/O thread.
   void TakePart(HttpResponse part);
@@ -120,6 +162,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
 
   void Respond(HttpResponse response);
   void SetFramingHeaders(HttpResponse& response, bool isPart);
+  void Queue(std::string bytes);
   void QueueChunk(std::string bytes);
   void WriteMore();
   void WriteSlice();
@@ -159,6 +202,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   std::chrono::steady_clock::time_point m_idleSince;
 
   std::deque<std::string> m_output;
+  OutputFlow m_flow;
   std::size_t m_outputOffset = 0;
   std::optional<FileBody> m_file;
   bool m_keepAlive = false;

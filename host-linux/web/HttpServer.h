@@ -47,9 +47,10 @@ class ClientLink {
   // False once the client has gone; what is sent then is dropped.
   virtual bool IsConnected() const = 0;
 
-  // Sends status, headers and body so far without waiting for the client; what the handler returns later is
-  // the rest of the body; its headers are then ignored, and with a status of 500 or more the response is
-  // broken off instead. A second call sends its body only.
+  // Sends status, headers and body so far; waits only where the client hasn't taken 256 KB of what was sent
+  // before, until it has or is dropped after the write timeout. What the handler returns later is the rest of
+  // the body; its headers are then ignored, and with a status of 500 or more the response is broken off
+  // instead. A second call sends its body only.
   virtual void Flush(HttpResponse soFar) = 0;
 
   // True after the first Flush.
@@ -70,7 +71,8 @@ struct ServerHandlers {
   std::function<std::optional<HttpResponse>(const HttpRequest&)> quick;
 
   // Runs a page on a script thread. An exception is answered with 500, its text goes to `problem` only.
-  std::function<HttpResponse(const HttpRequest&, ClientLink&)> page;
+  // The request, with its body, is the page's own.
+  std::function<HttpResponse(HttpRequest, ClientLink&)> page;
 
   // Called on the I/O thread after each response; may be left empty.
   std::function<void(const AccessEntry&)> finished;

@@ -45,7 +45,7 @@ void Override(std::vector<FormField>& variables, const FormField& with) {
   variables.push_back(with);
 }
 
-std::vector<FormField> ServerVariablesOf(const PageRequest& page) {
+std::vector<FormField> ServerVariablesOf(const PageRequest& page, std::size_t bodyLength) {
   const HttpRequest& http = page.http;
   const std::string* type = http.headers.Find("Content-Type");
   std::vector<FormField> variables = {
@@ -55,7 +55,7 @@ std::vector<FormField> ServerVariablesOf(const PageRequest& page) {
       {"REQUEST_METHOD", http.method},
       {"QUERY_STRING", http.rawQuery},
       {"CONTENT_TYPE", type ? *type : std::string()},
-      {"CONTENT_LENGTH", std::to_string(http.body.size())},
+      {"CONTENT_LENGTH", std::to_string(bodyLength)},
       {"REMOTE_ADDR", http.remoteAddress},
       {"REMOTE_HOST", http.remoteAddress},
       {"SERVER_NAME", http.serverName},
@@ -72,7 +72,8 @@ std::vector<FormField> ServerVariablesOf(const PageRequest& page) {
 
 }  // namespace
 
-Request::Request(std::shared_ptr<const PageRequest> request) : m_request(std::move(request)) {}
+Request::Request(std::shared_ptr<PageRequest> request)
+    : m_request(std::move(request)), m_totalBytes(m_request->http.body.size()) {}
 
 const ClassInfo& Request::Class() const {
   static const ClassInfo info{u"Request",
@@ -116,7 +117,8 @@ std::shared_ptr<RequestCollection> Request::CookiesObject() {
 
 std::shared_ptr<RequestCollection> Request::ServerVariablesObject() {
   if (!m_serverVariables) {
-    m_serverVariables = std::make_shared<RequestCollection>(ServerVariablesOf(*m_request), varnel::String());
+    m_serverVariables =
+        std::make_shared<RequestCollection>(ServerVariablesOf(*m_request, m_totalBytes), varnel::String());
   }
   return m_serverVariables;
 }
@@ -147,18 +149,19 @@ Variant Request::ItemObject(const Variant& key) {
   return FirstWith(text)->Item(Variant(text));
 }
 
-Long Request::TotalBytes() {
-  return static_cast<Long>(std::min<std::size_t>(m_request->http.body.size(), 0x7FFFFFFF));
-}
+Long Request::TotalBytes() { return static_cast<Long>(std::min<std::size_t>(m_totalBytes, 0x7FFFFFFF)); }
 
 varnel::Bytes Request::BinaryRead(Long count) {
   if (count < 0) RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"BinaryRead");
   m_bodyTaken = true;
-  const std::string& body = m_request->http.body;
-  const std::size_t end = m_bytesRead + std::min(static_cast<std::size_t>(count), body.size() - m_bytesRead);
-  varnel::Bytes bytes(body.begin() + static_cast<std::ptrdiff_t>(m_bytesRead),
-                      body.begin() + static_cast<std::ptrdiff_t>(end));
+  std::string& body = m_request->http.body;
+  const std::size_t end = m_bytesRead + std::min(static_cast<std::size_t>(count), m_totalBytes - m_bytesRead);
+  // Nothing is left to read where the body is gone.
+  varnel::Bytes bytes(body.data() + std::min(m_bytesRead, body.size()),
+                      body.data() + std::min(end, body.size()));
   m_bytesRead = end;
+  // A form's text can still be asked for.
+  if (m_bytesRead == m_totalBytes && !m_request->hasForm) std::string().swap(body);
   return bytes;
 }
 

@@ -13,7 +13,8 @@ namespace hostlinux {
 
 class Request : public varnel::Object, public varnel::host::IRequest, public RequestBound {
  public:
-  explicit Request(std::shared_ptr<const PageRequest> request);
+  // Lets go of the body's memory once it was read as bytes.
+  explicit Request(std::shared_ptr<PageRequest> request);
 
   const varnel::ClassInfo& Class() const override;
 
@@ -55,7 +56,8 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   std::shared_ptr<RequestCollection> FirstWith(varnel::StringView key);
 
   // Each collection is made when it is first asked for: most pages use one.
-  std::shared_ptr<const PageRequest> m_request;
+  std::shared_ptr<PageRequest> m_request;
+  std::size_t m_totalBytes;
   std::shared_ptr<RequestCollection> m_query;
   std::shared_ptr<RequestCollection> m_form;
   std::shared_ptr<RequestCollection> m_cookies;

@@ -59,6 +59,10 @@ TEST(CodePages, LongTextsOfTwoBytesKeepTheirLength) {
   EXPECT_EQ(Decoded(bytes, kJapanese), text);
 }
 
+TEST(CodePages, ManyBadBytesAreReplacedOneByOne) {
+  EXPECT_EQ(Decoded(std::string(300'000, '\xFF'), kJapanese).size(), 300'000U);
+}
+
 TEST(CodePages, LocaleZeroIsTheSystemsPage) {
   EXPECT_EQ(Decoded("\xE4", 0, 1252), u"ä");
   EXPECT_EQ(Decoded("\xE4", 0, 1251), u"д");

@@ -121,7 +121,7 @@ TEST_F(TableDirectMode, FirstCellWithASpanToTheEndSpansTwo) {
   table->SetNextCellColSpan(-1);
   table->Cell(u"title");
   table->Deprecated_TableCellBegin();
-  EXPECT_THAT(Written(), testing::Contains(std::string(kBegin) + "<tr><td colspan=\"2\">title</td>"));
+  EXPECT_THAT(Written(), testing::Contains(std::string(kBegin) + "<tr><td  colspan=\"2\">title</td>"));
 }
 
 TEST_F(TableDirectMode, AnotherSpanToTheEndReachesTheLastColumn) {
@@ -134,7 +134,7 @@ TEST_F(TableDirectMode, AnotherSpanToTheEndReachesTheLastColumn) {
   table->Cell(u"title");
   table->Deprecated_TableCellBegin();
   EXPECT_THAT(Written(), testing::Contains(std::string(kBegin) + "<tr><td>a</td><td>b</td><td>c</td></tr>~"
-                                                                 "<tr><td colspan=\"3\">title</td>"));
+                                                                 "<tr><td  colspan=\"3\">title</td>"));
 }
 
 TEST_F(TableDirectMode, BorderTableIsOpenedAndClosed) {
@@ -194,7 +194,7 @@ TEST_F(TableDirectMode, SpanToTheEndIsWrittenAndEndsTheRow) {
   table->SetNextCellColSpan(-1);
   table->Cell(u"all");
   EXPECT_THAT(Written(),
-              ElementsAre(kRowBegin, "~<!-- DirectMode: Cell -->~<td colspan=\"2\">all</td>", kRowEnd));
+              ElementsAre(kRowBegin, "~<!-- DirectMode: Cell -->~<td  colspan=\"2\">all</td>", kRowEnd));
 }
 
 TEST_F(TableDirectMode, NewRowAtTheStartOfARowWritesNothing) {
@@ -255,7 +255,7 @@ TEST_F(TableDirectMode, EndOutsideWritesAllTheSameAndChangesNothing) {
 
 // The opened cell has no font, the heading behind it has one.
 TEST_F(TableDirectMode, EndClosesByTheLookOfThePositionBehindTheCell) {
-  Configure(u"TableHeadingFontFace", u"Arial");
+  Configure(u"TableHeadingFont", u"Arial");
   const auto table = NewTable();
   table->HeaderCellAt(1, 2, u"b");
   table->Deprecated_TableCellBegin();
@@ -295,6 +295,7 @@ TEST_F(TableDirectMode, TableThatNoPageMadeFails) {
   EXPECT_EQ(NumberOf([&] { table->Deprecated_TableCellEnd(); }), 9);
 }
 
+// Rows are forgotten once they are written; what they say about their positions stays.
 TEST_F(TableDirectMode, TakenPositionStaysTakenAfterManyRows) {
   const auto table = DirectTable();
   for (int row = 0; row < 500; ++row) {
@@ -306,6 +307,51 @@ TEST_F(TableDirectMode, TakenPositionStaysTakenAfterManyRows) {
   table->CellAt(2, 2, u"c");
   EXPECT_THAT(Written(), ElementsAre(CellText("c")));
   EXPECT_EQ(NumberOf([&] { table->CellAt(2, 2, u"d"); }), -1);
+  for (int row = 0; row < 500; ++row) {
+    table->NewRow();
+    table->Cell(u"a");
+  }
+  EXPECT_EQ(NumberOf([&] { table->CellAt(2, 2, u"d"); }), -1);
+  EXPECT_EQ(NumberOf([&] { table->CellAt(999, 1, u"d"); }), -1);
+}
+
+TEST_F(TableDirectMode, SpanToTheEndFollowsTheColumnsAfterManyRows) {
+  const auto table = DirectTable();
+  table->NewRow();
+  table->SetNextCellColSpan(-1);
+  table->Cell(u"title");
+  for (int row = 0; row < 500; ++row) {
+    table->Cell(u"a");
+    table->NewRow();
+  }
+  table->CellAt(1, 15, u"wide");
+  EXPECT_EQ(NumberOf([&] { table->CellAt(2, 15, u"b"); }), -1);
+  EXPECT_EQ(NumberOf([&] { table->CellAt(3, 15, u"b"); }), 0);
+}
+
+TEST_F(TableDirectMode, SpanToTheLastRowFollowsTheRowsAfterManyRows) {
+  const auto table = DirectTable();
+  table->SetNextCellRowSpan(-1);
+  table->CellAt(1, 3, u"side");
+  for (int row = 0; row < 500; ++row) {
+    table->NewRow();
+    table->Cell(u"a");
+  }
+  EXPECT_EQ(NumberOf([&] { table->CellAt(400, 3, u"b"); }), -1);
+  EXPECT_EQ(NumberOf([&] { table->CellAt(519, 3, u"b"); }), -1);
+  EXPECT_EQ(NumberOf([&] { table->CellAt(400, 4, u"b"); }), 0);
+}
+
+TEST_F(TableDirectMode, RowsBeyondTheCountersFail) {
+  const auto table = DirectTable();
+  const auto fill = [&] {
+    while (true) {
+      table->NewRow();
+      table->Cell(u"a");
+    }
+  };
+  EXPECT_EQ(NumberOf(fill), 9);
+  EXPECT_EQ(table->LastUsed().row, 32766);
 }
 
 }  // namespace

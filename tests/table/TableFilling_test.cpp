@@ -359,6 +359,8 @@ TEST_F(TableFilling, TheMembersStandInTheirPublicOrder) {
                                   u"HeaderCellAt",
                                   u"TitleCell",
                                   u"Title",
+                                  u"Deprecated_TableCellBegin",
+                                  u"Deprecated_TableCellEnd",
                                   u"NewRow",
                                   u"SetTableBgImage",
                                   u"SetTableHeight",

@@ -17,7 +17,8 @@ namespace {
 using hostfake::NumberOf;
 using test::BytesOf;
 
-constexpr std::size_t kTenMegabytes = 10 << 20;
+// Enough that a quadratic time would be hours.
+constexpr std::size_t kLarge = 2 << 20;
 
 std::shared_ptr<Collection> Parse(const Bytes& body) {
   hostfake::FakeCodePages pages;
@@ -49,34 +50,32 @@ TEST(Multipart, HundredThousandPartsAreRead) {
 }
 
 TEST(Multipart, BoundariesAloneFailAtOnce) {
-  EXPECT_EQ(FieldsOf(Repeated("-", 20) + "\r\n" + Repeated("-", kTenMegabytes)), -5);
-  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kTenMegabytes)), -5);
+  EXPECT_EQ(FieldsOf(Repeated("-", 20) + "\r\n" + Repeated("-", kLarge)), -5);
+  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kLarge)), -5);
 }
 
 TEST(Multipart, OneDispositionForAllPartsIsARepeatedName) {
-  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kTenMegabytes) + "Content-Disposition: name=\"a\"\r\n\r\n1\r\n-"),
-            -457);
+  EXPECT_EQ(FieldsOf("-\r" + Repeated("-", kLarge) + "Content-Disposition: name=\"a\"\r\n\r\n1\r\n-"), -457);
 }
 
 // Every part's name would reach to the one quotation mark far behind, and hold all the others.
 TEST(Multipart, PartsThatOverlapEndInAnError) {
-  EXPECT_EQ(FieldsOf("#\r" + Repeated("Content-Disposition name= #", kTenMegabytes) + "\"\r\n\r\n1\r\n#"),
-            -7);
+  EXPECT_EQ(FieldsOf("#\r" + Repeated("Content-Disposition name= #", kLarge) + "\"\r\n\r\n1\r\n#"), -7);
 }
 
 TEST(Multipart, WordsWithoutEndAreLookedForOnce) {
   // Plain parts, none with a file: the word is missed once, not once for each part.
   std::string parts;
-  for (int i = 0; parts.size() < (4 << 20); ++i)
+  for (int i = 0; parts.size() < kLarge; ++i)
     parts += "#\r\nContent-Disposition name=\"" + std::to_string(i) + "\"\r\n\r\nv\r\n";
-  EXPECT_GT(FieldsOf(parts + "#"), 80'000);
+  EXPECT_GT(FieldsOf(parts + "#"), 40'000);
   // A quotation mark far away, and the boundary behind it still further.
-  const std::string head = "-\r" + Repeated("-", 1 << 20) + "Content-Disposition name=";
-  EXPECT_EQ(FieldsOf(head + std::string(9 << 20, 'x') + "\"\r\n\r\n1\r\n-"), -457);
+  const std::string head = "-\r" + Repeated("-", kLarge / 8) + "Content-Disposition name=";
+  EXPECT_EQ(FieldsOf(head + std::string(kLarge, 'x') + "\"\r\n\r\n1\r\n-"), -457);
 }
 
-TEST(Multipart, FirstLineOfMegabytesIsABoundaryToo) {
-  const std::string line(5 << 20, '-');
+TEST(Multipart, FirstLineOfAMegabyteIsABoundaryToo) {
+  const std::string line(kLarge / 2, '-');
   EXPECT_EQ(FieldsOf(line + "\r\n" + line + "--"), -5);
   EXPECT_EQ(FieldsOf(line + "\r\n" + line.substr(1)), 0);
 }
@@ -87,7 +86,7 @@ TEST(Multipart, RandomBytesGiveAResultOrAnError) {
                                     "name=\"",    "a",    "b\"",   "x",   "filename=\"",
                                     "name=\"q\"", "\n",   "--b--", "\0y", "Content-Type: a/b\r\n\r\n"};
   int read = 0;
-  for (int round = 0; round < 20'000; ++round) {
+  for (int round = 0; round < 5'000; ++round) {
     std::string body = "--b\r\n";
     for (std::size_t i = random() % 30; i > 0; --i) body += words[random() % std::size(words)];
     for (std::size_t i = random() % 4; i > 0; --i) body[random() % body.size()] = static_cast<char>(random());

@@ -187,11 +187,15 @@ TEST_F(UploadTest, BodyWithoutAFirstLineHasNoFields) {
   }
 }
 
-TEST_F(UploadTest, RepeatedNameFails) {
-  Sent(Field("a", "1") + Field("A", "2") + End());
+TEST_F(UploadTest, RepeatedNameFailsInEveryOperation) {
+  const std::string body = Field("a", "1") + Field("A", "2") + End();
+  Sent(body);
   EXPECT_EQ(FailureOfReading(), 457);
+  Sent(body);
   EXPECT_EQ(NumberOf([&] { Content(u"a"); }), 457);
+  Sent(body);
   EXPECT_EQ(NumberOf([&] { Text(u"a"); }), 457);
+  Sent(body);
   EXPECT_EQ(NumberOf([&] { Type(u"a"); }), 457);
 }
 

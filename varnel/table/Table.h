@@ -118,6 +118,7 @@ class Table : public Object, public ITable {
   void EnterDirectMode();
   void WriteDirect(StringView iName, const String& iText);
   void WriteCellDirect(CellPosition iPosition);
+  void EndRowDirect();
 
   // Auto extension (TableExtension.cpp)
   void ExtendCells();

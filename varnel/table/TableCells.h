@@ -86,15 +86,32 @@ class TableCells {
   // `Dimension`, and 7 where that would be more than 4,000,000 cells; nothing has grown then.
   void Grow(int row, int col);
 
+  // The rows before `row` were written out: keeps of their cells only whether they are taken, and how, once
+  // there are enough of them. A look at such a cell brings it back without its data. Does nothing where a
+  // span to the last row stands in one of them.
+  void Forget(int row);
+
  private:
+  struct OpenSpan {
+    CellPosition top;
+    Integer rowSpan;
+    Integer colSpan;
+  };
+
   std::size_t IndexOf(int row, int col) const;
+  std::size_t CountOf(int rows) const;
+  void Remember() const;
   void Widen(int cols);
   void FollowBounds();
 
   int m_rows = 0;
   int m_cols = 0;
-  std::vector<TableCell> m_cells;
-  std::vector<CellPosition> m_openSpans;
+  // A look may bring forgotten cells back, which changes nothing of what they say.
+  mutable std::vector<TableCell> m_cells;  // of the rows from m_forgottenRows on
+  mutable std::vector<CellPosition> m_openSpans;
+  mutable int m_forgottenRows = 0;
+  mutable std::vector<Integer> m_forgottenFlags;
+  mutable std::vector<OpenSpan> m_forgottenSpans;
 };
 
 // The settings of the columns. There is none until `Dimension`.

@@ -55,4 +55,10 @@ void Table::WriteCellDirect(CellPosition iPosition) {
   }
 }
 
+// What is written needs no memory any more: a streamed table may be long.
+void Table::EndRowDirect() {
+  WriteDirect(u"Row End", u"</tr>");
+  m_aCells.Forget(m_iCurRow - 1);
+}
+
 }  // namespace varnel

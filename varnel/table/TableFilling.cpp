@@ -74,7 +74,7 @@ void Table::NewRow() {
   if (m_iCurCol <= 1) return;
   m_iCurRow = Wrapped(m_iCurRow + 1);
   m_iCurCol = 1;
-  if (m_bDirectMode) WriteDirect(u"Row End", u"</tr>");
+  if (m_bDirectMode) EndRowDirect();
 }
 
 void Table::PlaceCell(const Variant& iData, Integer iFlags) {

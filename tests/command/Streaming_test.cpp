@@ -1,0 +1,103 @@
+// A table that is longer than memory, read by clients of every speed.
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/application/TestSite.h"
+#include "tests/command/Program.h"
+#include "tests/web/TestClient.h"
+
+namespace {
+
+using hosttest::ServingProgram;
+using hosttest::TestClient;
+
+constexpr std::size_t kMegabyte = 1 << 20;
+
+// A page with four tables of 25,000 rows each, since a table counts its rows in 16 bits.
+class StreamingTest : public testing::Test {
+ protected:
+  StreamingTest() {
+    m_site.WritePage("index.asp", "here");
+    m_site.WritePage(
+        "report.asp",
+        "<% Response.Buffer = false; var page = Server.CreateObject('Varnel.Page'),"
+        " text = 'x'.repeat(300);"
+        " for (var part = 0; part < 4; ++part) { var t = page.Table(); t.Deprecated_TableCellBegin();"
+        " t.Deprecated_TableCellEnd(); t.NewRow();"
+        " for (var row = 1; row < 25000; ++row) { t.Cell(row); t.Cell(text); t.NewRow(); }"
+        " page.Add(t); } %>");
+    // The address sanitizer would keep what is freed.
+    ::setenv("ASAN_OPTIONS", "quarantine_size_mb=1", 1);
+  }
+  ~StreamingTest() override { ::unsetenv("ASAN_OPTIONS"); }
+
+  void Start(const std::string& options) {
+    m_site.Write("site.toml",
+                 "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"300s\"\n"
+                 "max_response_buffer = 1000000000\n" +
+                     options + "[log]\nfile = \"site.log\"\n");
+    m_program = std::make_unique<ServingProgram>(m_site.Folder());
+  }
+
+  std::size_t PeakMemory() const {
+    std::ifstream status("/proc/" + std::to_string(m_program->Worker()) + "/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.starts_with("VmHWM")) return std::strtoull(line.c_str() + 6, nullptr, 10) * 1024;
+    return 0;
+  }
+
+  hosttest::TestSite m_site;
+  std::unique_ptr<ServingProgram> m_program;
+};
+
+std::size_t CountOf(std::string_view text, std::string_view what) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(what); at != std::string_view::npos; at = text.find(what, at + 1)) ++count;
+  return count;
+}
+
+TEST_F(StreamingTest, HundredThousandRowsTakeNoMemory) {
+  Start("");
+  EXPECT_EQ(TestClient(m_program->Port()).Get("/shop/").body, "here");
+  const std::size_t before = PeakMemory();
+  TestClient client(m_program->Port(), 16 * 1024);
+  client.Send("GET /shop/report.asp HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+  // The first rows are here while the page waits for this reader.
+  std::size_t rows = CountOf(client.ReadBytes(kMegabyte) + client.ReadThrough(">"), "<tr>");
+  EXPECT_GT(rows, 1000U);
+  EXPECT_LT(rows, 10'000U);
+  ::usleep(300'000);
+  std::size_t bytes = kMegabyte;
+  while (true) {
+    // In pieces that end behind a tag, so that none is counted twice or cut.
+    std::string piece = client.ReadBytes(kMegabyte);
+    if (piece.empty()) break;
+    bytes += piece.size();
+    if (piece.size() == kMegabyte) piece += client.ReadThrough(">");
+    rows += CountOf(piece, "<tr>");
+  }
+  EXPECT_EQ(rows, 100'004U);  // each table stands in the one row of its border
+  EXPECT_GT(bytes, 40 * kMegabyte);
+  EXPECT_LT(PeakMemory() - before, 30 * kMegabyte);
+}
+
+TEST_F(StreamingTest, ReaderThatStopsIsDroppedAndFreesItsThread) {
+  Start("write_timeout = \"500ms\"\n");
+  m_site.WritePage("endless.asp",
+                   "<% Response.Buffer = false; var rows = 0;"
+                   " while (Response.IsClientConnected) { Response.Write('x'.repeat(1000)); ++rows; }"
+                   " Application.Contents['rows'] = rows; %>");
+  m_site.WritePage("rows.asp", "<%= Application('rows') %>");
+  TestClient stopped(m_program->Port(), 16 * 1024);
+  stopped.Send("GET /shop/endless.asp HTTP/1.1\r\nHost: localhost\r\n\r\n");
+  stopped.ReadBytes(1000);
+  // There is one thread: this answer comes when it is free again.
+  const std::string rows = TestClient(m_program->Port()).Get("/shop/rows.asp").body;
+  EXPECT_GT(std::atoi(rows.c_str()), 200);
+  EXPECT_LT(std::atoi(rows.c_str()), 20'000);
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+// Uploads to the server as a real client sends them.
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+
+#include "tests/application/TestSite.h"
+#include "tests/command/Program.h"
+#include "tests/web/TestClient.h"
+
+namespace {
+
+using hosttest::ServingProgram;
+using testing::StartsWith;
+
+class CurlTest : public testing::Test {
+ protected:
+  CurlTest() {
+    m_site.Write(
+        "site.toml",
+        "[site]\nroot = \"/shop\"\nmode = \"development\"\n[server]\nthreads = 1\nmax_body = 30000000\n"
+        "[files]\nroots = [\"up\"]\n[log]\nfile = \"site.log\"\n");
+    m_site.WritePage("u.asp",
+                     "<% var u = Server.CreateObject('Varnel.Upload');"
+                     " for (var f of ['a', 'f', 'g']) { var b = u.GetFileBinary(f); %>"
+                     "<%= u.GetFormVar(f) %>;<%= u.GetFileContentType(f) %>;<%= b.length %>"
+                     "<% if (b.length > 0) u.WriteFileToFileSystem(f, 'up'); %>|<% } %>");
+  }
+
+  // What curl prints, in the site's folder. `form` are its own arguments.
+  std::string Curl(const std::string& form) {
+    if (!m_program) m_program = std::make_unique<ServingProgram>(m_site.Folder());
+    const std::string command = "cd '" + m_site.Folder().string() + "' && curl -sS --max-time 60 " + form +
+                                " http://127.0.0.1:" + std::to_string(m_program->Port()) + "/shop/u.asp 2>&1";
+    FILE* pipe = ::popen(command.c_str(), "r");
+    std::string out;
+    char bytes[4096];
+    while (const std::size_t count = std::fread(bytes, 1, sizeof bytes, pipe)) out.append(bytes, count);
+    ::pclose(pipe);
+    return out;
+  }
+
+  hosttest::TestSite m_site;
+  std::unique_ptr<ServingProgram> m_program;
+};
+
+TEST_F(CurlTest, SendsTwoFieldsWithAFileEach) {
+  m_site.Write("one.csv", "1;2\r\n");
+  m_site.Write("two.bin", std::string("\0\r\n--\xFF", 6));
+  EXPECT_EQ(Curl("-F 'a=plain text' -F 'f=@one.csv;type=text/csv' -F 'g=@two.bin'"),
+            "plain text;;0|one.csv;text/csv;5|two.bin;application/octet-stream;6|");
+  EXPECT_EQ(m_site.Read("up/one.csv"), m_site.Read("one.csv"));
+  EXPECT_EQ(m_site.Read("up/two.bin"), m_site.Read("two.bin"));
+}
+
+TEST_F(CurlTest, SendsAnEmptyFileInput) {
+  m_site.Write("empty", "");
+  EXPECT_EQ(Curl("-F a= -F 'f=@empty;filename=' -F 'g=@empty'"),
+            ";;0|;application/octet-stream;0|empty;application/octet-stream;0|");
+  EXPECT_FALSE(std::filesystem::exists(m_site.Folder() / "up"));
+}
+
+// The name's bytes are UTF-8; the session's code page knows each as a character.
+TEST_F(CurlTest, SendsANameInUtf8) {
+  m_site.Write("x", "data");
+  EXPECT_EQ(Curl("-F 'a=ä' -F 'f=@x;filename=Größe.txt'"), "Ã¤;;0|GrÃ¶ÃŸe.txt;text/plain;4|;;0|");
+  EXPECT_EQ(m_site.Read("up/GrÃ¶ÃŸe.txt"), "data");
+}
+
+TEST_F(CurlTest, SendsTwentyMegabytes) {
+  std::string large(20 << 20, '\0');
+  unsigned state = 3;
+  for (char& byte : large) byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+  m_site.Write("large", large);
+  EXPECT_EQ(Curl("-F 'f=@large'"), ";;0|large;application/octet-stream;20971520|;;0|");
+  EXPECT_TRUE(m_site.Read("up/large") == large);
+}
+
+TEST_F(CurlTest, ClientPathIsDropped) {
+  m_site.Write("x", "data");
+  EXPECT_THAT(Curl("-F 'f=@x;filename=../../evil'"), StartsWith(";;0|../../evil;"));
+  EXPECT_EQ(m_site.Read("up/evil"), "data");
+  EXPECT_FALSE(std::filesystem::exists(m_site.Folder().parent_path() / "evil"));
+}
+
+TEST_F(CurlTest, BodyThatIsTooLongIsRefusedBeforeItIsRead) {
+  m_program = std::make_unique<ServingProgram>(m_site.Folder());
+  hosttest::TestClient client(m_program->Port());
+  client.Send(
+      "POST /shop/u.asp HTTP/1.1\r\nHost: localhost\r\nContent-Type: multipart/form-data\r\n"
+      "Content-Length: 30000001\r\n\r\n--b\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 413);
+}
+
+TEST_F(CurlTest, ClaimedLengthThatNeverArrivesIsNoUpload) {
+  m_site.Write("site.toml", "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nbody_timeout = \"300ms\"\n");
+  m_program = std::make_unique<ServingProgram>(m_site.Folder());
+  hosttest::TestClient client(m_program->Port());
+  client.Send(
+      "POST /shop/u.asp HTTP/1.1\r\nHost: localhost\r\nContent-Type: multipart/form-data\r\n"
+      "Content-Length: 1000\r\n\r\n--b\r\n");
+  EXPECT_EQ(client.ReadAnswer().status, 408);
+}
+
+}  // namespace
