@@ -6,7 +6,7 @@
 #include <limits>
 #include <sstream>
 
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/SiteCodePages.h"
 #include "host-linux/services/Toml.h"
 
 namespace hostlinux {
