@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "host-fake/FakeHost.h"
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/ByteText.h"
 #include "host-linux/nls/LocaleCalls.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "varnel/locale/DataFunctions.h"

@@ -6,7 +6,6 @@
 
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
-#include "host-linux/nls/CodePages.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
@@ -157,9 +156,6 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
                  std::move(options.ownComponents)) {
   const auto locale = FindLocale(m_site.lcid);
   if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
-  if (!HasCodePage(m_site.codePage)) {
-    throw ConfigurationError("site.toml: there is no code page " + std::to_string(m_site.codePage));
-  }
   varnel::SetUserLocale(*locale);
   varnel::host::SetPlatform(&m_platform);
 }

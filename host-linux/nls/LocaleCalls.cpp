@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/ByteText.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "varnel/automation/Convert.h"
 

@@ -1,12 +1,8 @@
 // Numbers and dates of a visitor's locale, from a page.
 
-#include <gmock/gmock.h>
-
 #include "tests/application/ServedSite.h"
 
 namespace {
-
-using testing::HasSubstr;
 
 class DataFunctionsTest : public hosttest::PageTest {
  protected:
@@ -84,16 +80,6 @@ TEST_F(DataFunctionsTest, LcidOfTheSiteChangesNoOtherLocale) {
   EXPECT_EQ(Of("'price = ' + CDbl('1,5')"), "price = 1.5");
   EXPECT_EQ(Of("d.ValidateDateTime('30.04.2001')"), "True");
   EXPECT_EQ(Of("d.Number(CLng('1.234'), 1033)"), "1,234");
-}
-
-TEST_F(DataFunctionsTest, AnUnknownCodePageIsToldAtTheStart) {
-  site.Write("site.toml", "[site]\nroot = \"/shop\"\ncodepage = 4711\n");
-  try {
-    Served();
-    FAIL() << "the site was taken";
-  } catch (const std::exception& error) {
-    EXPECT_THAT(error.what(), HasSubstr("site.toml: there is no code page 4711"));
-  }
 }
 
 }  // namespace

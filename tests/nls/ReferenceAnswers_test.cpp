@@ -6,7 +6,7 @@
 #include <fstream>
 #include <map>
 
-#include "host-linux/nls/CodePages.h"
+#include "host-linux/nls/ByteText.h"
 #include "host-linux/nls/LocaleCalls.h"
 #include "varnel/automation/Convert.h"
 

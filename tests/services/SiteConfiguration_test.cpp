@@ -93,6 +93,8 @@ TEST(SiteConfiguration, says_which_line_is_wrong) {
   EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
             "site.toml, line 2: root must be exactly one segment such as \"/shop\"");
   EXPECT_EQ(FailureOf("[site]\nlcid = \"de\"\n"), "site.toml, line 2: lcid must be a whole number");
+  EXPECT_EQ(FailureOf("[site]\ncodepage = 932\n"),
+            "site.toml, line 2: codepage must be a code page of single bytes");
   EXPECT_EQ(FailureOf("[site]\nroots = \"/a\"\n"), "site.toml, line 2: [site] has no key roots");
   EXPECT_EQ(FailureOf("[server]\n\nthreads = 0\n"), "site.toml, line 3: threads must lie between 1 and 256");
   EXPECT_EQ(FailureOf("[server]\nidle_timeout = \"5h\"\n"),
