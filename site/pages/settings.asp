@@ -29,7 +29,7 @@ function choice(name, value, shown, chosen) {
 <form class="settings" method="post" action="<%= encode(page.URL("settings.asp")) %>">
 <%= formFields(back) %>
 <fieldset><legend><%= say(page, "ShopLanguage") %></legend>
-<% for (var each of shopLanguages()) Response.Write(choice("language", each.lcid, '<span lang="' + each.tag + '">' + encode(each.name) + "</span>", htmlLanguage() === each.tag)); %>
+<% for (var each of shopLanguages()) Response.Write(choice("language", each.lcid, '<span lang="' + each.tag + '">' + encode(each.name) + "</span>", htmlLanguage() === each.tag) + "\n"); %>
 </fieldset>
 <fieldset><legend><%= say(page, "ShopUser") %></legend>
 <%= choice("user", "demo", "demo", currentUser() === "demo") %>
