@@ -1,10 +1,12 @@
-// A number and a date in a visitor's locale, against the C library's printf and strftime.
+// A number and a date in a visitor's locale, against the C library's printf and strftime; and in all locales
+// in turn.
 #include <cstdio>
 #include <ctime>
 
 #include "bench/Ratio.h"
 #include "host-fake/FakeHost.h"
 #include "host-linux/nls/LocaleCalls.h"
+#include "host-linux/nls/LocaleTable.h"
 #include "varnel/locale/DataFunctions.h"
 
 namespace {
@@ -53,4 +55,15 @@ int main() {
         "DateTime, with the time", "strftime", kRuns,
         [&] { bench::Keep(functions.DateTime(day, locale, true)); }, printTime);
   }
+
+  const auto ids = hostlinux::LocaleIDs();
+  std::size_t turn = 0;
+  const auto next = [&] { return varnel::Variant(ids[++turn % ids.size()]); };
+  std::printf("%zu locales in turn:\n", ids.size());
+  bench::PrintRatio(
+      "FloatEx", "printf(\"%.2f\")", kRuns, [&] { bench::Keep(functions.FloatEx(number, next(), two)); },
+      print);
+  bench::PrintRatio(
+      "DateTime, with the time", "strftime", kRuns,
+      [&] { bench::Keep(functions.DateTime(day, next(), true)); }, printTime);
 }

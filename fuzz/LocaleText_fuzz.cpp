@@ -1,8 +1,11 @@
 // Reads any text as a number and as a date of any locale, for a user of any other: a value or Null comes out,
 // never an error, and what was read can be written. The text is also taken as a value to write and to
-// validate.
+// validate, and its first bytes as the bits of a number and of a date.
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "host-fake/FakeHost.h"
 #include "host-linux/nls/ByteText.h"
@@ -43,6 +46,22 @@ void CheckDate(varnel::DataFunctions& functions, const Variant& text, const Vari
   RequireTextOrNull(functions.DateFromJava(text, varnel::Long{1}, text, locale));
 }
 
+// Any bits may be a number: also no number, infinities, and days that no calendar has.
+void CheckBits(varnel::DataFunctions& functions, const std::string& bytes, const Variant& locale) {
+  double number = 0;
+  std::memcpy(&number, bytes.data(), std::min(sizeof number, bytes.size()));
+  RequireTextOrNull(functions.Float(number, locale));
+  RequireTextOrNull(functions.FloatEx(number, locale, varnel::Long{2}));
+  RequireTextOrNull(functions.Number(number, locale));
+  Require(functions.ValidateFloat(number) == Variant(std::isfinite(number)));
+  Require(functions.ValidateNumber(number) == Variant(false));
+  for (const Variant& day : {Variant(number), Variant(varnel::Date{number})}) {
+    const bool isDay = functions.ValidateDateTime(day) == Variant(true);
+    Require(functions.DateTime(day, varnel::Long{1033}, true).IsText() == isDay);
+    RequireTextOrNull(functions.DateTime(day, locale, true));
+  }
+}
+
 }  // namespace
 
 // The first byte is the locale, the second the user's.
@@ -58,6 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const Variant& locale : {Variant(ids[data[0] % ids.size()]), Variant(text)}) {
     CheckNumber(functions, text, locale);
     CheckDate(functions, text, locale);
+    CheckBits(functions, bytes, locale);
   }
   for (const int codePage : {874, 932, 936, 949, 950, 1250, 1252, 1255, 1258, 65001}) {
     hostlinux::ToCodePage(text, codePage);

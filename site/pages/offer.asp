@@ -5,7 +5,6 @@
 <%
 // Reads a price and a day as the visitor's language writes them, and says what it could not read.
 var page = Server.CreateObject("Varnel.Page");
-var lcid = visitorLanguage().lcid;
 var priceText = textParameter(Request.QueryString, "price");
 var dayText = textParameter(Request.QueryString, "day");
 var asked = Request.QueryString("price").Count > 0;
@@ -28,13 +27,13 @@ function dayProblem(day) {
 }
 
 // A Double stays one on its way through the script, so that a whole price is a number to the check too.
-var price = asked ? locale().ConvertFloatString(priceText, lcid) : null;
-var day = asked ? locale().ConvertDateString(dayText, lcid) : null;
+var price = asked ? readAmount(priceText) : null;
+var day = asked ? readDay(dayText) : null;
 var problems = asked ? { price: priceProblem(price), day: dayProblem(day) } : { price: "", day: "" };
 
-function field(name, key, text) {
+function field(name, label, text) {
   var bad = problems[name] !== "";
-  return '<div><label for="' + name + '">' + say(page, key) + '</label><input id="' + name + '" name="' + name + '" required autocomplete="off" value="' +
+  return '<div><label for="' + name + '">' + label + '</label><input id="' + name + '" name="' + name + '" required autocomplete="off" value="' +
     encode(text) + '"' + (bad ? ' aria-invalid="true"' : "") + ' aria-describedby="' + (bad ? name + "-problem" : "hint") + '">' +
     (bad ? '<span class="problem" id="' + name + '-problem">' + problems[name] + "</span>" : "") + "</div>";
 }
@@ -50,8 +49,8 @@ var good = asked && problems.price === "" && problems.day === "";
 <main id="content">
 <div class="bar"><h1><%= say(page, "ShopOffer") %></h1></div>
 <form class="filter offer" method="get" action="<%= encode(page.URL("offer.asp")) %>">
-<%= field("price", "ShopOfferPrice", asked ? priceText : formatAmount(1234.5)) %>
-<%= field("day", "ShopOfferFrom", asked ? dayText : formatDay(today())) %>
+<%= field("price", say(page, "ShopOfferPrice") + " (" + locale().GetEuroSymbol() + ")", asked ? priceText : formatAmount(1234.5)) %>
+<%= field("day", say(page, "ShopOfferFrom"), asked ? dayText : formatDay(today())) %>
 <button type="submit"><%= say(page, "ShopOfferRead") %></button>
 <p id="hint" class="hint"><%= say(page, "ShopOfferHint") %></p>
 <% if (good) { %><p class="note" role="status"><%= say(page, "ShopOfferDone", formatAmount(price) + "\u00a0" + locale().GetEuroSymbol() + ", " + formatDay(day)) %></p><% } %>

@@ -254,6 +254,28 @@ TEST_F(Formatting, EveryLocaleWrites) {
   }
 }
 
+// A default is English of the United States, a language alone its first country, a sort order its language.
+TEST_F(Formatting, OddLocalesWriteAsTheOnesTheyStandFor) {
+  const std::pair<Long, Long> answers[] = {{0, 1033},    {1024, 1033}, {2048, 1033}, {3072, 1033},
+                                           {4096, 1033}, {1, 1025},    {4, 2052},    {7, 1031},
+                                           {9, 1033},    {12, 1036},   {57, 1081}};
+  for (const auto& [lcid, as] : answers) {
+    EXPECT_EQ(functions.GetDecimalSeparator(lcid), functions.GetDecimalSeparator(as)) << lcid;
+    EXPECT_EQ(functions.GetThousandSeparator(lcid), functions.GetThousandSeparator(as)) << lcid;
+    EXPECT_EQ(functions.GetDateSeparator(lcid), functions.GetDateSeparator(as)) << lcid;
+    EXPECT_EQ(functions.GetShortDateFormatOrdering(lcid), functions.GetShortDateFormatOrdering(as)) << lcid;
+    EXPECT_EQ(Float(-1234567.5, lcid), Float(-1234567.5, as)) << lcid;
+    EXPECT_EQ(FloatEx(-1234567.5, lcid), FloatEx(-1234567.5, as)) << lcid;
+    EXPECT_EQ(Number(-1234567, lcid), Number(-1234567, as)) << lcid;
+    EXPECT_EQ(functions.DateTime(kMarch, lcid, true), functions.DateTime(kMarch, as, true)) << lcid;
+  }
+  // The exceptions among the tables of symbols go by the id itself, and not by what it stands for.
+  EXPECT_EQ(functions.GetCurrencySymbol(4), u"¥");
+  // Two write their days otherwise.
+  EXPECT_EQ(Shown(functions.DateTime(kMarch, Long{5})), "5.3.2024");
+  EXPECT_EQ(Shown(functions.DateTime(kMarch, Long{66567})), "5.3.2024");
+}
+
 class Asking : public ::testing::Test {
  protected:
   std::vector<std::string> Calls() { return host.Trace().LinesOf("Locale: Get"); }

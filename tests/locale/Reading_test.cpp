@@ -155,16 +155,6 @@ TEST_F(Reading, NullObjectsAndLocalesThatAreNoNumbers) {
   EXPECT_TRUE(host.Log().Entries().empty());
 }
 
-TEST_F(Reading, LongTexts) {
-  const String dots(10 << 20, u'.');
-  EXPECT_EQ(ReadDate(dots), Variant(Null()));
-  EXPECT_EQ(ReadFloat(dots), Variant(Null()));
-  EXPECT_EQ(ReadFloat(String(10 << 20, u'9')), Variant(Null()));
-  EXPECT_EQ(ReadFloat(String(10 << 20, u' ') + u"1,5"), Variant(1.5));
-  EXPECT_EQ(ReadFloat(u"0," + String(10 << 20, u'0') + u"1"), Variant(0.0));
-  EXPECT_EQ(functions.Float(1.5, String(10 << 20, u'1')), Variant(Null()));
-}
-
 class FromJava : public LocaleTest {
  protected:
   std::string Java(Long year, Long month, Long day, Long lcid = 1033) {

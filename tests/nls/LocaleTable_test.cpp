@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 
@@ -117,6 +119,19 @@ TEST(LocaleTable, DefaultsLanguagesAndSortOrdersAreAnsweredAsAnotherId) {
 
 TEST(LocaleTable, AnIdThatThePlatformDoesNotKnowHasNoFacts) {
   for (const Long lcid : {99999, -1, 2074, 66569, 1023, 5120, 65536}) EXPECT_FALSE(FindLocale(lcid)) << lcid;
+}
+
+TEST(LocaleTable, AThreadMakesTheFactsOfALocaleOnce) {
+  const LocaleFacts* german = CachedLocale(1031);
+  const LocaleFacts* hindi = CachedLocale(1081);
+  ASSERT_NE(german, nullptr);
+  ASSERT_NE(hindi, nullptr);
+  EXPECT_EQ(*german, FindLocale(1031));
+  EXPECT_EQ(*hindi, FindLocale(1081));
+  EXPECT_EQ(CachedLocale(1031), german);
+  EXPECT_EQ(CachedLocale(1081), hindi);
+  EXPECT_EQ(CachedLocale(99999), nullptr);
+  std::thread([&] { EXPECT_NE(CachedLocale(1031), german); }).join();
 }
 
 TEST(LocaleConversions, NumbersAreReadWithTheLocalesSeparators) {

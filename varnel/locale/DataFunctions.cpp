@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <exception>
 
 #include "varnel/automation/Error.h"
@@ -106,6 +107,20 @@ bool IsWholeNumberValue(const Variant& value) {
 }
 
 bool IsNumberValue(const Variant& value) { return IsWholeNumberValue(value) || value.Is<double>(); }
+
+// What isn't finite lies in no range, not even in one without bounds: raises 6.
+double ToFinite(const Variant& value) {
+  const double number = ToDouble(value);
+  if (!std::isfinite(number)) RaiseRuntimeError(runtime_error::kOverflow);
+  return number;
+}
+
+// A value of the type may hold what is no day: raises 6.
+Date ToDay(const Variant& value) {
+  const Date date = ToDate(value);
+  SplitDate(date);
+  return date;
+}
 
 // Both bounds belong to the range. The lower one is converted and looked at first.
 template <typename F>
@@ -237,14 +252,14 @@ Variant DataFunctions::Number(const Variant& i_lLongValue, const Variant& i_vLoc
 Variant DataFunctions::ValidateDateTime(const Variant& i_vDateValue, const Variant& i_vMinDateValue,
                                         const Variant& i_vMaxDateValue) {
   return ResultOr(
-      false, [&]() -> Variant { return IsWithin(i_vDateValue, i_vMinDateValue, i_vMaxDateValue, ToDate); });
+      false, [&]() -> Variant { return IsWithin(i_vDateValue, i_vMinDateValue, i_vMaxDateValue, ToDay); });
 }
 
 Variant DataFunctions::ValidateFloat(const Variant& i_vDoubleValue, const Variant& i_vMinDoubleValue,
                                      const Variant& i_vMaxDoubleValue) {
   return ResultOr(false, [&]() -> Variant {
     return AreAll(IsNumberValue, i_vDoubleValue, i_vMinDoubleValue, i_vMaxDoubleValue) &&
-           IsWithin(i_vDoubleValue, i_vMinDoubleValue, i_vMaxDoubleValue, ToDouble);
+           IsWithin(i_vDoubleValue, i_vMinDoubleValue, i_vMaxDoubleValue, ToFinite);
   });
 }
 

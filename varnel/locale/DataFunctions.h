@@ -45,7 +45,7 @@ class DataFunctions : public Object {
   // there are any.
   Variant ValidateDateTime(const Variant& i_vDateValue, const Variant& i_vMinDateValue = Missing(),
                            const Variant& i_vMaxDateValue = Missing());
-  // The same for numbers: text is none.
+  // The same for numbers: text is none, and neither is NaN nor an infinity.
   Variant ValidateFloat(const Variant& i_vDoubleValue, const Variant& i_vMinDoubleValue = Missing(),
                         const Variant& i_vMaxDoubleValue = Missing());
   // The same for values of a whole type: a Double is none, whatever its value.
