@@ -203,6 +203,16 @@ void WriteFavourites(Connection& connection, const Catalogue& catalogue) {
     insert.Row(each.user, each.productId, each.present ? 1 : 0, each.folder, each.warehouse ? 1 : 0);
 }
 
+// What the engine takes a category's size for. ANALYZE writes the mean, but most products are in the few
+// large categories: told the size of the category of an average product, the engine walks a list of a whole
+// catalogue in its order and stops when the page is full, where else it would read and sort the catalogue for
+// each page.
+constexpr char kWeighCategories[] =
+    "UPDATE sqlite_stat1 SET stat = (SELECT SUM(N) || ' ' || (SUM(N * N) / SUM(N)) FROM "
+    "(SELECT COUNT(*) AS N FROM PRODUCTSBYCATEGORY GROUP BY CATEGORYID)) || "
+    "CASE idx WHEN 'PRODUCTSBYCATEGORY_BY_SEQUENCE' THEN ' 1 1' ELSE ' 1' END "
+    "WHERE idx IN ('PRODUCTSBYCATEGORY_BY_SEQUENCE', 'sqlite_autoindex_PRODUCTSBYCATEGORY_1')";
+
 void Fill(const std::filesystem::path& path, const Catalogue& catalogue) {
   Connection connection(path);
   // Nobody else sees this file, and a broken one is never renamed: no journal is needed.
@@ -222,6 +232,7 @@ void Fill(const std::filesystem::path& path, const Catalogue& catalogue) {
   connection.Execute(kIndexesSql);
   connection.Execute("COMMIT");
   connection.Execute("ANALYZE");
+  connection.Execute(kWeighCategories);
 }
 
 }  // namespace

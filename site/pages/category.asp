@@ -11,12 +11,13 @@ var categoryId = node < 0 ? -1 : catalog.GetCategoryIDForNode(node);
 var named = rowsOfQuery("SELECT CATEGORYNAME FROM CATEGORY WHERE CATEGORYID = " + categoryId, ["CATEGORYNAME"]);
 var name = named.length > 0 ? named[0].CATEGORYNAME : "";
 
+// Places are numbered in the order of the names, and unlike the names they lie in one index with the category.
 function productGrid(rs) {
   return catalogueGrid(page, rs, name, [
     starColumn(page, (row) => row("PRESENT").Value === 1),
-    { title: page.I18N("ShopName"), sort: "P.PRODUCTDESCRIPTION", width: 58, cell: (row) => productLink(page, row) },
+    { title: page.I18N("ShopName"), sort: "PBC.SEQUENCE", width: 58, cell: (row) => productLink(page, row) },
     { title: page.I18N("ShopPartNumber"), sort: "P.PARTNUMBER", width: 24, cell: (row) => encode(row("PARTNUMBER").Value) },
-    { title: page.I18N("ShopPlace"), sort: "PBC.SEQUENCE", width: 12, align: AlignRight, cell: (row) => formatCount(row("SEQUENCE").Value) }
+    { title: page.I18N("ShopPlace"), width: 12, align: AlignRight, cell: (row) => formatCount(row("SEQUENCE").Value) }
   ]);
 }
 

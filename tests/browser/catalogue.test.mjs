@@ -220,7 +220,19 @@ test("a post without the session's token changes nothing", async () => {
     const answer = await page.request.post(shop.url + address, { form });
     assert.equal(answer.status(), 403, address);
   }
+  const prices = () => shop.query("SELECT COUNT(*) AS N, SUM(PRICE) AS S FROM CATALOGPRODUCTPRICE");
+  const all = prices();
+  const cookie = (await page.context().cookies()).map((each) => `${each.name}=${each.value}`).join("; ");
+  for (const [address, fields] of [
+    ["import.asp", { do: "import", list: new Blob(["PCI 8086:1533;;2031-01-01;1\n"]) }],
+    ["image-upload.asp", { product: "1", token: "0".repeat(32), image: new Blob(["GIF89a"]) }],
+  ]) {
+    const body = new FormData();
+    for (const [name, value] of Object.entries(fields)) body.set(name, value);
+    assert.equal((await fetch(shop.url + address, { method: "POST", headers: { cookie }, body })).status, 403, address);
+  }
   assert.deepEqual(favourites("demo"), before);
+  assert.deepEqual(prices(), all);
   assert.equal((await page.request.get(shop.url + "favourite.asp")).status(), 405);
 });
 
@@ -232,35 +244,85 @@ test("what doesn't exist is told so", async () => {
   }
 });
 
+// What axe calls serious or critical on the page as it stands, and that nothing lies beside the screen.
+async function expectAccessible(where) {
+  await page.evaluate(axe);
+  const { violations } = await page.evaluate(() => window.axe.run());
+  const grave = violations.filter((each) => ["serious", "critical"].includes(each.impact));
+  assert.deepEqual(grave.map((each) => `${each.id}: ${each.nodes[0].html}`), [], where);
+  const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
+  assert.equal(overflow, 0, `${where} scrolls sideways`);
+}
+
 test("accessible: axe finds nothing serious on pages with rows, in both widths", async () => {
-  const pages = ["", "category.asp?node=12", "quick-order.asp?search=8086*", "supplier.asp?supplier=1", "favourites.asp", "product.asp?product=32", "prices.asp?product=32", "properties.asp?product=32", "settings.asp", "list.asp", "products.asp", "products-form.asp", "two-lists.asp"];
   const supplier = shop.query("SELECT BUSINESSPARTNERID AS ID FROM PRODUCT GROUP BY 1 ORDER BY COUNT(*) DESC LIMIT 1")[0].ID;
+  const maker = shop.query("SELECT MANUFACTURERID AS ID FROM PRODUCT GROUP BY 1 HAVING COUNT(*) > 100 ORDER BY COUNT(*) LIMIT 1")[0].ID;
+  const withdrawn = shop.query("SELECT PRODUCTID AS ID FROM PRODUCT WHERE PRODUCTEXPIRYDATE IS NOT NULL LIMIT 1")[0].ID;
+  const alternatives = shop.query("SELECT ORIGINALPRODUCT AS ID FROM ALTERNATIVEPRODUCTS GROUP BY 1 ORDER BY COUNT(*) DESC LIMIT 1")[0].ID;
+  const pages = [
+    "", "category.asp?node=12", "quick-order.asp?search=8086*", "quick-order.asp?search=nothing", `supplier.asp?supplier=${supplier}`,
+    "favourites.asp", "product.asp?product=32", `product.asp?product=${withdrawn}`, `product.asp?product=${alternatives}`,
+    "prices.asp?product=32", "properties.asp?product=32", "settings.asp", "list.asp", "products.asp",
+    "products-form.asp", "two-lists.asp", "import.asp", "image-upload.asp?product=32", `report.asp?manufacturer=${maker}`,
+    "links.asp?catalog=2", "offer.asp?price=12.50&day=1/31/2026", "offer.asp?price=x&day=y",
+  ];
   for (const width of [1440, 375]) {
     await page.setViewportSize({ width, height: 900 });
     for (const address of pages) {
-      await open(address.replace("supplier=1", `supplier=${supplier}`));
-      await page.evaluate(axe);
-      const { violations } = await page.evaluate(() => window.axe.run());
-      const grave = violations.filter((each) => ["serious", "critical"].includes(each.impact));
-      assert.deepEqual(grave.map((each) => `${each.id}: ${each.nodes[0].html}`), [], `${address} at ${width}`);
-      const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
-      assert.equal(overflow, 0, `${address} at ${width} scrolls sideways`);
+      await open(address);
+      await expectAccessible(`${address} at ${width}`);
       if (width === 375 && address !== "") await screenshot(page, `${address.split(".")[0]}-375`);
     }
+    await open("import.asp");
+    const lines = "number;group;day;price\nPCI 8086:1533;;2031-01-01;12.50\nno such number;DEALER;2031-01-01;1\n";
+    await page.setInputFiles("#list", { name: "prices.csv", mimeType: "text/csv", buffer: Buffer.from(lines) });
+    await click(page, 'button[value="preview"]');
+    assert.equal(await page.locator(".rows tr").count(), 3);
+    await expectAccessible(`import.asp with lines at ${width}`);
   }
   await page.setViewportSize({ width: 1440, height: 900 });
 });
 
-test("without JavaScript and with the keyboard alone a visitor gets to a sheet", async () => {
-  const plain = await browser.newPage(1440, 900, { javaScriptEnabled: false });
-  await plain.goto(shop.url + "category.asp?node=12");
-  const target = await plain.locator(".catalogue a.name").first().innerText();
-  for (let presses = 0; presses < 60; presses++) {
+// Presses Tab until the focus is on what `selector` finds, and then `key`; waits for the page that comes.
+async function reach(plain, selector, key = "Enter") {
+  for (let presses = 0; presses < 120; presses++) {
     await plain.keyboard.press("Tab");
-    if ((await plain.locator(":focus").getAttribute("class").catch(() => "")) === "name") break;
+    if (await plain.locator(`${selector}:focus`).count() > 0) {
+      await Promise.all([plain.waitForNavigation(), plain.keyboard.press(key)]);
+      return;
+    }
   }
+  assert.fail(`${selector} can't be reached with the keyboard`);
+}
+
+test("without JavaScript and with the keyboard alone a visitor finds, sorts, pages, keeps and reads", async () => {
+  const plain = await browser.newPage(1440, 900, { javaScriptEnabled: false });
+  const shown = () => plain.locator(".catalogue a.name").allInnerTexts();
+  await plain.goto(shop.url);
+  await reach(plain, 'nav a:text-is("Quick order")');
+  for (let presses = 0; presses < 20 && (await plain.locator("#search:focus").count()) === 0; presses++) await plain.keyboard.press("Tab");
+  await plain.keyboard.type("8086*");
   await Promise.all([plain.waitForNavigation(), plain.keyboard.press("Enter")]);
-  assert.equal(await plain.locator("h1").innerText(), target);
+  assert.equal((await shown()).length, 20);
+
+  await plain.goto(shop.url + "category.asp?node=12");
+  const all = categoryNames(12, "PARTNUMBER");
+  await reach(plain, '.catalogue a:text-is("Part number")');
+  assert.deepEqual(await shown(), all.slice(0, 20));
+  await reach(plain, '.catalogue a:has(img[title="Next page"])');
+  assert.deepEqual(await shown(), all.slice(20, 40));
+  await reach(plain, '.catalogue a:text-is("5")');
+  assert.deepEqual(await shown(), all.slice(80, 100));
+
+  const before = favourites("demo");
+  const id = Number(await plain.locator(".catalogue button.star").first().getAttribute("value"));
+  await reach(plain, ".catalogue button.star", "Space");
+  assert.deepEqual(favourites("demo"), [...before, id].sort((a, b) => a - b));
+  await reach(plain, ".catalogue button.star", "Space");
+  assert.deepEqual(favourites("demo"), before);
+
+  await reach(plain, ".catalogue a.name");
+  assert.equal(await plain.locator("h1").innerText(), all[80]);
   await plain.close();
 });
 

@@ -1,5 +1,5 @@
 // Every list of the catalogue, page by page to its end and back, against a plain query of the same rows.
-#include "tests/catalog/LiveCatalog.h"
+#include "tests/catalog/ListWalk.h"
 
 namespace varnel {
 namespace {
@@ -16,79 +16,21 @@ const String kOfCatalogs =
 
 class LiveLists : public LiveCatalog {
  protected:
-  // Opens the list at a state, with or without a page.
-  using Opener = std::function<List(const CatalogQuery::PagePtr&, const String& state)>;
-
   // Walks all ways; `plain` gives `columns` of all rows, in order.
-  void Walk(const std::vector<StringView>& columns, const String& plain, const Opener& opener,
+  void Walk(const std::vector<StringView>& columns, const String& plain, const ListWalk::Opener& opener,
             const String& sort = u"") {
-    m_columns = columns;
-    m_rows.clear();
+    std::vector<std::string> expected;
     const std::string all = Rows(plain);
-    for (const String& row : Split(FromUtf8(all), u";")) m_rows.push_back(ToUtf8(row));
-    ASSERT_GT(m_rows.size(), 2 * kSize) << "too few rows to walk";
-    m_opener = opener;
-    for (const Road road : {Road::Page, Road::Jumping, Road::WithoutPage}) {
-      m_road = road;
-      ASSERT_NO_FATAL_FAILURE(WalkBothWays(sort)) << "road " << static_cast<int>(road);
+    for (const String& row : Split(FromUtf8(all), u";")) expected.push_back(ToUtf8(row));
+    m_host = nullptr;  // one host at a time
+    const auto newHost = [this] { return std::make_unique<LiveHost>(m_database); };
+    for (const auto road : {ListWalk::Road::Page, ListWalk::Road::Jumping, ListWalk::Road::WithoutPage}) {
+      ListWalk walk(newHost, kPageSize, TextOf);
+      ASSERT_NO_FATAL_FAILURE(walk.Walk(road, columns, expected, opener, sort))
+          << "road " << static_cast<int>(road);
     }
+    m_host = newHost();
   }
-
- private:
-  enum class Road { Page, Jumping, WithoutPage };
-  static constexpr auto kSize = static_cast<std::size_t>(kPageSize);
-
-  List Open(const String& state) {
-    m_host = nullptr;
-    m_host = std::make_unique<LiveHost>(m_database);
-    if (m_road == Road::WithoutPage) return m_opener(nullptr, state);
-    if (!state.empty()) m_host->Request().Query().Set(u"R_1", state);
-    const auto page = m_host->Create<Page>(u"Varnel.Page");
-    if (m_road == Road::Jumping) page->ShowPageJump(5);
-    return m_opener(page, u"");
-  }
-
-  void ExpectPage(DRecordset& list, std::size_t begin, const char* way) {
-    std::vector<std::string> found;
-    for (; !list.IsEOF(); list.MoveNext()) {
-      std::string row;
-      for (const StringView column : m_columns) {
-        Variant name{String(column)};
-        row += (row.empty() ? "" : ",") + TextOf(list.GetDefault(name)->Value);
-      }
-      found.push_back(row);
-    }
-    const auto from = m_rows.begin() + static_cast<std::ptrdiff_t>(begin);
-    const auto to = m_rows.begin() + static_cast<std::ptrdiff_t>(std::min(begin + kSize, m_rows.size()));
-    ASSERT_EQ(found, std::vector<std::string>(from, to)) << way << " at " << begin;
-  }
-
-  void WalkBothWays(const String& sort) {
-    List list = Open(u"");
-    if (!sort.empty()) list = Open(list->GetStateSorted(sort));
-    const String last = list->GetStateLast();
-    std::size_t begin = 0;
-    ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "first"));
-    while (begin + kSize < m_rows.size()) {
-      list = Open(list->GetStateNext());
-      begin += kSize;
-      ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "next"));
-    }
-    while (begin > 0) {
-      list = Open(list->GetStatePrev());
-      begin -= kSize;
-      ASSERT_NO_FATAL_FAILURE(ExpectPage(*list, begin, "previous"));
-    }
-    if (m_road != Road::Jumping) return;
-    list = Open(last);
-    EXPECT_EQ(list->GetTotalNumberOfRecords(), static_cast<Long>(m_rows.size()));
-    ExpectPage(*list, (m_rows.size() - 1) / kSize * kSize, "last");
-  }
-
-  Opener m_opener;
-  Road m_road = Road::Page;
-  std::vector<StringView> m_columns;
-  std::vector<std::string> m_rows;
 };
 
 TEST_F(LiveLists, OfACategoryTellTheUsersFavourites) {

@@ -123,6 +123,19 @@ TEST_F(DatabaseWriter, IsAnalysed) {
   EXPECT_EQ(Rows("SELECT COUNT(*) > 0 FROM sqlite_stat1 WHERE tbl = 'PRODUCT'"), Texts{"1"});
 }
 
+// Two products in one category, one in another: an average product is in a category of (2 * 2 + 1 * 1) / 3.
+TEST_F(DatabaseWriter, CountsLargeCategoriesByTheirProducts) {
+  WriteDatabase(Small(), Path());
+  EXPECT_EQ(Rows("SELECT idx, stat FROM sqlite_stat1 WHERE tbl = 'PRODUCTSBYCATEGORY' ORDER BY idx"),
+            (Texts{"PRODUCTSBYCATEGORY_BY_PRODUCT|3 1 1", "PRODUCTSBYCATEGORY_BY_SEQUENCE|3 1 1 1",
+                   "sqlite_autoindex_PRODUCTSBYCATEGORY_1|3 1 1"}));
+}
+
+TEST_F(DatabaseWriter, WritesNoSizeOfCategoriesThatArentThere) {
+  WriteDatabase(BuildCatalogue({{"PCI", {}}}, Keywords::Parse("network adapters\tethernet\n")), Path());
+  EXPECT_EQ(Rows("SELECT COUNT(*) FROM sqlite_stat1 WHERE tbl = 'PRODUCTSBYCATEGORY'"), Texts{"0"});
+}
+
 std::string BytesOf(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
