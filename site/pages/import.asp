@@ -111,7 +111,7 @@ function preview() {
 <% if (notice !== "") { %><p class="note<%= sound ? "" : " bad" %>" role="status"><%= say(page, notice, entries === null ? mostLines : entries.length) %></p><% } %>
 </form>
 <% if (entries !== null) { %>
-<div class="rows">
+<div class="rows pricelist">
 <% page.Add(preview()); %>
 </div>
 <% if (sound && !stored) { %>

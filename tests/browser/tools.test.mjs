@@ -131,6 +131,9 @@ test("a price list with mistakes is told line by line and changes nothing", asyn
   assert.equal(await page.locator(".go").count(), 0);
   assert.equal(prices(), before);
   await screenshot(page, "import-mistakes-1440");
+  await page.setViewportSize({ width: 375, height: 900 });
+  await screenshot(page, "import-mistakes-375");
+  await page.setViewportSize({ width: 1440, height: 900 });
 });
 
 test("a sound price list is shown, and taken over at a click", async () => {
