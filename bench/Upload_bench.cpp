@@ -1,5 +1,5 @@
-// Uploads of 50 MB: how fast a body is split, and how much memory the server takes for one at the peak,
-// beside the body itself.
+// Uploads of 50 MB: how fast a body is split, and how much memory the server takes for one at the peak, the
+// body itself included. Bodies of 10 MB that are made to take long: each must end within two seconds.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,6 +14,7 @@
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/ListenSocket.h"
 #include "tests/web/TestClient.h"
+#include "varnel/automation/Error.h"
 #include "varnel/utilities/Multipart.h"
 
 namespace {
@@ -62,6 +63,61 @@ void PrintSpeeds() {
     many += FileHead("f" + std::to_string(i)) + Noise(100'000) + "\r\n";
   PrintSpeed("500 files", many + kBoundary + "--\r\n");
   PrintSpeed("one file of dashes", FileHead("f") + std::string(kBodySize, '-') + LastLine());
+}
+
+// --- Bodies that are made to take long
+
+constexpr std::size_t kBadBodySize = 10 << 20;
+
+std::string Repeated(const std::string& piece, std::size_t size) {
+  std::string text;
+  text.reserve(size + piece.size());
+  while (text.size() < size) text += piece;
+  return text;
+}
+
+std::string ShortParts(std::size_t size) {
+  std::string body;
+  for (int i = 0; body.size() < size; ++i)
+    body += "#\r\nContent-Disposition name=\"" + std::to_string(i) + "\"\r\n\r\nv\r\n";
+  return body + "#";
+}
+
+void PrintTime(const char* what, const std::string& body, varnel::Long lcid) {
+  hostlinux::CodePages pages(1252);
+  const std::span<const varnel::Byte> bytes(reinterpret_cast<const varnel::Byte*>(body.data()), body.size());
+  std::string outcome;
+  const double time = bench::TimeOf(1, [&] {
+    try {
+      outcome = std::to_string(varnel::ParseMultipart(bytes, lcid, pages)->Count()) + " fields";
+    } catch (const varnel::Error& error) {
+      outcome = "error " + std::to_string(error.Info().Number);
+    }
+  });
+  std::printf("%-34s %6.0f ms, %s\n", what, time / 1e6, outcome.c_str());
+}
+
+void PrintTimes() {
+  constexpr varnel::Long kOneByte = 1033;
+  constexpr varnel::Long kTwoBytes = 1041;
+  const std::string dashes(kBadBodySize, '-');
+  const std::string overlapping =
+      "#\r" + Repeated("Content-Disposition name= #", kBadBodySize) + "\"\r\n\r\n1\r\n#";
+  PrintTime("nothing but boundaries", "-\r" + dashes, kOneByte);
+  PrintTime("dashes behind a long boundary",
+            "x" + std::string(250, '-') + "\r\nContent-Disposition: name=\"a\"\r\n\r\n" + dashes, kOneByte);
+  PrintTime("a boundary of half the body", dashes.substr(0, kBadBodySize / 2) + "\r\n" + dashes, kOneByte);
+  PrintTime("one disposition for all parts", "-\r" + dashes + "Content-Disposition: name=\"a\"\r\n\r\n1\r\n-",
+            kOneByte);
+  PrintTime("parts that overlap", overlapping, kOneByte);
+  PrintTime("parts that overlap, two bytes", overlapping, kTwoBytes);
+  PrintTime("bytes that are no characters",
+            "#\r\nContent-Disposition name=\"a\"\r\n\r\n" + std::string(kBadBodySize, '\xFF') + "\r\n#",
+            kTwoBytes);
+  PrintTime("as many names, of one name's bytes",
+            "#\r" + Repeated("Content-Disposition name=\xFF#", kBadBodySize) + "\"\r\n\r\n1\r\n#", kTwoBytes);
+  PrintTime("short parts", ShortParts(kBadBodySize), kOneByte);
+  PrintTime("noise", Noise(kBadBodySize), kOneByte);
 }
 
 // --- The server
@@ -139,4 +195,6 @@ int main() {
   std::printf("An upload of %zu MB:\n", kBodySize >> 20);
   PrintSpeeds();
   PrintPeaks();
+  std::printf("\nBodies of %zu MB that are made to take long:\n", kBadBodySize >> 20);
+  PrintTimes();
 }

@@ -45,8 +45,9 @@ constexpr Long kPathNotFound = 76;
       Fail(kDiskFull, "The disk is full", path);
     case EACCES:
     case EPERM:
-    case EROFS:
       Fail(kPermissionDenied, "Permission denied", path);
+    case EROFS:
+      Fail(kPermissionDenied, "The disk is read-only", path);
     case ELOOP:
       Fail(kPermissionDenied, "A link is not followed", path);
     case ENOENT:

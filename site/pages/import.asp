@@ -5,7 +5,8 @@
 <!--#include file="includes/csv.inc"-->
 <!--#include file="includes/tools.inc"-->
 <%
-// Reads a price list from a file: order number, group, first day, price. Shows what it would do, and does it when told to.
+// Reads a price list from a file: order number, group, first day, price. Shows what it would do, and does it when told to;
+// what was shown comes back with the form, so that nobody has to choose the file again.
 var page = Server.CreateObject("Varnel.Page");
 var mostLines = 1000;
 
@@ -51,19 +52,26 @@ function store(entries) {
   connection.Close();
 }
 
+// The lines as they were shown, each field quoted.
+function listOf(entries) {
+  function quotedField(field) { return '"' + field.replace(/"/g, '""') + '"'; }
+  return entries.map((entry) => [entry.number, entry.group, entry.day, entry.amount].map(quotedField).join(";")).join("\n");
+}
+
 var entries = null;
+var sound = false;
 var stored = false;
 var notice = "";
 if (isPost()) {
   var upload = Server.CreateObject("Varnel.Upload");
   requireOwnUpload(upload);
-  var lines = csvLines(upload.GetFileAsString("list"));
+  var lines = csvLines(upload.GetFormVar("shown") || upload.GetFileAsString("list"));
   if (lines.length > 0 && lines[0].fields[0].trim().toLowerCase() === "number") lines.shift();
   if (lines.length === 0) notice = "ShopCsvEmpty";
   else if (lines.length > mostLines) notice = "ShopCsvLong";
   else {
     entries = lines.map(priceOfLine);
-    var sound = entries.every((entry) => entry.problem === "");
+    sound = entries.every((entry) => entry.problem === "");
     if (upload.GetFormVar("do") === "import" && sound) {
       store(entries);
       stored = true;
@@ -100,13 +108,19 @@ function preview() {
 <button type="submit" name="do" value="preview"><%= say(page, "ShopCsvPreview") %></button>
 <button type="submit" name="do" value="import"><%= say(page, "ShopCsvImport") %></button>
 <p id="hint" class="hint"><%= say(page, "ShopCsvHint") %></p>
-<% if (notice !== "") { %><p class="note" role="status"><%= say(page, notice, entries === null ? mostLines : entries.length) %></p><% } %>
+<% if (notice !== "") { %><p class="note<%= sound ? "" : " bad" %>" role="status"><%= say(page, notice, entries === null ? mostLines : entries.length) %></p><% } %>
 </form>
 <% if (entries !== null) { %>
-<div class="rows">
+<div class="rows pricelist">
 <% page.Add(preview()); %>
 </div>
-<% } %>
+<% if (sound && !stored) { %>
+<form class="go" method="post" enctype="multipart/form-data" action="<%= encode(page.URL("import.asp")) %>">
+<%= formFields(page.URL("import.asp")) %>
+<input type="hidden" name="shown" value="<%= encode(listOf(entries)) %>">
+<button type="submit" name="do" value="import"><%= say(page, "ShopCsvTake", entries.length) %></button>
+</form>
+<% } } %>
 </main>
 <%= siteFooter(page, "import.asp") %>
 </body>

@@ -60,7 +60,7 @@ function writeReport() {
 </form>
 <% if (chosen) { %>
 <h2><%= encode(chosen.MANUFACTURERNAME) %></h2>
-<div class="rows">
+<div class="rows report">
 <% writeReport(); %>
 </div>
 <% } %>

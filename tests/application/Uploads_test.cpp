@@ -88,6 +88,41 @@ TEST_F(UploadsTest, NameThatCannotBeUsedIsRefused) {
       testing::StartsWith("52 "));
 }
 
+// Whatever the client calls the file, it stands in the folder that the page names.
+TEST_F(UploadsTest, ClientPathsLeadNowhere) {
+  const auto isBeside = [this](const std::string& name) {
+    return std::filesystem::exists(site.Folder() / name) ||
+           std::filesystem::exists(site.Folder().parent_path() / name);
+  };
+  const std::pair<std::string, std::string> kNames[] = {
+      {"..\\..\\x", "x"}, {"/etc/varnel-y", "varnel-y"}, {"C:\\boot\\z.ini", "z.ini"}, {"a/../../b", "b"}};
+  std::filesystem::create_directory(site.Folder() / "up");
+  for (const auto& [sent, written] : kNames) {
+    EXPECT_EQ(Upload("<% u.WriteFileToFileSystem('f', 'up/in'); %>done", File("f", sent, sent) + End()),
+              "done");
+    EXPECT_EQ(site.Read("up/in/" + written), sent);
+    EXPECT_FALSE(isBeside(written) || std::filesystem::exists(site.Folder() / "up" / written));
+  }
+  EXPECT_FALSE(std::filesystem::exists("/etc/varnel-y"));
+}
+
+TEST_F(UploadsTest, LinksInTheFolderAreNotFollowed) {
+  site.Write("secret/x.txt", "old");
+  std::filesystem::create_directory(site.Folder() / "up");
+  std::filesystem::create_symlink("../secret/x.txt", site.Folder() / "up/x.txt");
+  std::filesystem::create_symlink(site.Folder() / "secret/new.txt", site.Folder() / "up/new.txt");
+  std::filesystem::create_directory_symlink("../secret", site.Folder() / "up/link");
+  const auto isRefused = testing::AllOf(testing::StartsWith("70 "), HasSubstr("A link is not followed: up/"));
+  for (const std::string name : {"x.txt", "new.txt"})
+    EXPECT_THAT(Raised("u.WriteFileToFileSystem('f', 'up');", File("f", name, "data") + End()), isRefused);
+  for (const std::string folder : {"up/link", "up/link/deeper"})
+    EXPECT_THAT(Raised("u.WriteFileToFileSystem('f', '" + folder + "');", File("f", "y", "data") + End()),
+                isRefused);
+  EXPECT_EQ(site.Read("secret/x.txt"), "old");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(site.Folder() / "secret"), {}), 1);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(site.Folder() / "up"), {}), 3);
+}
+
 TEST_F(UploadsTest, EmptyFileIsNotWritten) {
   EXPECT_THAT(Raised("u.WriteFileToFileSystem('f', 'up');", File("f", "", "") + End()),
               testing::AllOf(testing::StartsWith("-2147221503 "),

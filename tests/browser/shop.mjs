@@ -57,8 +57,8 @@ async function loadedDatabase() {
   return database;
 }
 
-// With `empty`, the shop has no products.
-export async function openShop({ empty = false } = {}) {
+// With `empty`, the shop has no products. `prepare` may change the site's folder before it is served.
+export async function openShop({ empty = false, prepare = () => {} } = {}) {
   const folder = mkdtempSync(join(tmpdir(), "varnel-shop-"));
   const site = join(folder, "site");
   const database = join(site, "shop.db");
@@ -72,6 +72,7 @@ export async function openShop({ empty = false } = {}) {
       copyFileSync(await loadedDatabase(), database);
     }
 
+    prepare(site);
     const port = await freePort();
     server = spawn(join(programs, "varnel"), ["serve", site, "--listen", `127.0.0.1:${port}`]);
     server.stdout.on("data", (data) => (words += data));
@@ -84,6 +85,7 @@ export async function openShop({ empty = false } = {}) {
 
     return {
       url: `http://127.0.0.1:${port}/shop/`,
+      site,
       // The rows of `sql` as objects, straight from the database.
       query(sql) {
         const text = execFileSync("sqlite3", ["-json", "-readonly", database, sql], { maxBuffer: 1 << 26 }).toString();

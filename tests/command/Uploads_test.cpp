@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -12,6 +13,9 @@
 namespace {
 
 using hosttest::ServingProgram;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 class CurlTest : public testing::Test {
@@ -101,6 +105,74 @@ TEST_F(CurlTest, ClaimedLengthThatNeverArrivesIsNoUpload) {
       "POST /shop/u.asp HTTP/1.1\r\nHost: localhost\r\nContent-Type: multipart/form-data\r\n"
       "Content-Length: 1000\r\n\r\n--b\r\n");
   EXPECT_EQ(client.ReadAnswer().status, 408);
+}
+
+// A disk of its own on the folder for files, in a mount namespace that ends with the command.
+class DiskTest : public testing::Test {
+ protected:
+  DiskTest() {
+    m_site.Write("site.toml",
+                 "[site]\nroot = \"/shop\"\n[files]\nroots = [\"up\"]\n[log]\nfile = \"site.log\"\n");
+    m_site.WritePage("u.asp",
+                     "<% var u = Server.CreateObject('Varnel.Upload');"
+                     " try { u.WriteFileToFileSystem('f', 'up'); } catch (e) { %><%= e.number %> <%= "
+                     "e.description %><% } %>");
+    std::filesystem::create_directory(m_site.Folder() / "up");
+  }
+
+  void SetUp() override {
+    if (InNamespace("true").find("mounted") == std::string::npos)
+      GTEST_SKIP() << "This user may mount nothing here: " << InNamespace("true");
+  }
+
+  // What the commands print in the site's folder, "up" being an empty disk of 64 KB.
+  std::string InNamespace(const std::string& commands) const {
+    const std::string user = ::geteuid() == 0 ? "" : "--map-root-user ";
+    const std::string line = "cd '" + m_site.Folder().string() + "' && unshare --mount " + user +
+                             "sh -c 'mount -t tmpfs -o size=64k none up && echo mounted && " + commands +
+                             "' 2>&1";
+    FILE* pipe = ::popen(line.c_str(), "r");
+    std::string out;
+    char bytes[4096];
+    while (const std::size_t count = std::fread(bytes, 1, sizeof bytes, pipe)) out.append(bytes, count);
+    ::pclose(pipe);
+    return out;
+  }
+
+  // The command that has the page write a file of `size` bytes, named x.bin.
+  std::string Sending(std::size_t size) const {
+    m_site.Write("body",
+                 "--b\r\nContent-Disposition: form-data; name=\"f\"; filename=\"x.bin\"\r\n"
+                 "Content-Type: application/octet-stream\r\n\r\n" +
+                     std::string(size, 'x') + "\r\n--b--\r\n");
+    return "\"" VARNEL_PROGRAM
+           "\" run . u.asp --method POST --body body --content-type \"multipart/form-data\"";
+  }
+
+  hosttest::TestSite m_site;
+};
+
+constexpr char kNamesOfFiles[] = "; echo \"[$(ls -A up)]\"";
+
+TEST_F(DiskTest, SmallFileFitsOnIt) {
+  EXPECT_EQ(InNamespace(Sending(4) + kNamesOfFiles), "mounted\n[x.bin]\n");
+}
+
+TEST_F(DiskTest, FullDiskLeavesNoPartOfAFile) {
+  EXPECT_THAT(InNamespace(Sending(200'000) + kNamesOfFiles),
+              AllOf(StartsWith("mounted\n61 "), HasSubstr("The disk is full: up/x.bin"), EndsWith("[]\n")));
+}
+
+TEST_F(DiskTest, FullDiskLeavesAnOlderFileAsItWas) {
+  EXPECT_THAT(InNamespace("echo old > up/x.bin && " + Sending(200'000) + kNamesOfFiles + " && cat up/x.bin"),
+              AllOf(StartsWith("mounted\n61 "), EndsWith("[x.bin]\nold\n")));
+}
+
+// Root too can't write there.
+TEST_F(DiskTest, ReadOnlyFolderIsLeftAlone) {
+  EXPECT_THAT(
+      InNamespace("mount -o remount,ro up && " + Sending(4) + kNamesOfFiles),
+      AllOf(StartsWith("mounted\n70 "), HasSubstr("The disk is read-only: up/x.bin"), EndsWith("[]\n")));
 }
 
 }  // namespace

@@ -8,8 +8,7 @@ namespace varnel {
 
 Long ByteSearch::From(Long from) {
   if (from < 1) RaiseRuntimeError(runtime_error::kInvalidArgument, u"a search from before the first byte");
-  const bool isKnown = m_lastFrom > 0 && from >= m_lastFrom && (m_lastFound == 0 || from <= m_lastFound);
-  if (!isKnown) {
+  if (!Knows(from)) {
     m_lastFound = Search(from);
     m_lastFrom = from;
   }

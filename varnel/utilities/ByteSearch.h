@@ -16,6 +16,10 @@ class ByteSearch {
   // The first position of the pattern at or behind `from`, from 1; 0 if there is none, and where `from` lies
   // behind the text. Raises 5 for a position below 1.
   Long From(Long from);
+  // Whether `From(from)` answers from memory.
+  bool Knows(Long from) const {
+    return m_lastFrom > 0 && from >= m_lastFrom && (m_lastFound == 0 || from <= m_lastFound);
+  }
 
  private:
   Long Search(Long from) const;

@@ -18,7 +18,8 @@ constexpr std::int64_t kMostCopiesOfTheBody = 8;
 
 // Positions count from 1 and 0 stands for "not found", from which the arithmetic goes on: a search from 0 and
 // a negative length are errors. Each search begins where the part before began it or later, so that each has
-// its own memory and the whole scan passes over the body a fixed number of times.
+// its own memory and the whole scan passes over the body a fixed number of times. In a sound body the
+// boundary behind a part's name and data is the next part's, which is known already: it is passed over once.
 class MultipartScan {
  public:
   MultipartScan(std::span<const Byte> body, Bytes boundary, Long lcid, host::ICodePages& codePages)
@@ -55,15 +56,19 @@ class MultipartScan {
     const Long nameEnd = m_endOfName.From(nameStart);
     const String key = ToLower(TextOf(nameStart, nameEnd - nameStart));
     const Long fileName = m_fileName.From(partStart);
-    const Long partEnd = m_boundaryBehindName.From(nameEnd);
+    const Long partEnd = BoundaryFrom(nameEnd, m_boundaryBehindName);
     const bool isFile = fileName != 0 && fileName < partEnd;
     fields.Add(isFile ? ReadFile(fileName) : ReadPlain(name), key);
+  }
+
+  Long BoundaryFrom(Long from, ByteSearch& search) {
+    return m_nextBoundary.Knows(from) ? m_nextBoundary.From(from) : search.From(from);
   }
 
   ObjectPtr ReadPlain(Long name) {
     auto field = std::make_shared<Collection>();
     const Long start = m_endOfDisposition.From(name) + 4;  // past the line's end and the empty line
-    const Long end = m_boundaryBehindValue.From(start) - 2;
+    const Long end = BoundaryFrom(start, m_boundaryBehindValue) - 2;
     field->Add(TextOf(start, end - start), u"Value");
     return field;
   }
@@ -78,7 +83,7 @@ class MultipartScan {
     const Long typeEnd = m_endOfType.From(typeStart);
     field->Add(TextOf(typeStart, typeEnd - typeStart), u"ContentType");
     const Long start = typeEnd + 4;
-    const Long end = m_boundaryBehindData.From(start) - 2;
+    const Long end = BoundaryFrom(start, m_boundaryBehindData) - 2;
     const auto data = BytesOf(start, end - start);
     field->Add(std::make_shared<const Bytes>(data.begin(), data.end()), u"Content");
     return field;
