@@ -22,7 +22,7 @@ constexpr std::int64_t kMostCopiesOfTheBody = 8;
 // boundary behind a part's name and data is the next part's, which is known already: it is passed over once.
 class MultipartScan {
  public:
-  MultipartScan(std::span<const Byte> body, Bytes boundary, Long lcid, host::ICodePages& codePages)
+  MultipartScan(std::span<const Byte> body, const Bytes& boundary, Long lcid, host::ICodePages& codePages)
       : m_body(body),
         m_lcid(lcid),
         m_codePages(codePages),

@@ -39,9 +39,9 @@ class Utilities : public Object {
 
   // Sorts an array of values in place: numbers before texts, texts without regard to case; the order of equal
   // elements isn't kept. Raises 13 for anything but an array and 9 for one without elements. An array of more
-  // than 32,768 is not for this sort: its bound wraps at 16 bits, to 9 where it is negative then and to a sort
-  // of the beginning alone where it isn't. An element that can't be compared fails the sort (94 where two
-  // Nulls meet, 13) and leaves the array as far as the sort got.
+  // than 32,768 is not for this sort: its bound wraps at 16 bits, to 9 where it is negative then and to a
+  // sort of the beginning alone where it isn't. An element that can't be compared fails the sort (94 where
+  // two Nulls meet, 13) and leaves the array as far as the sort got.
   void QuickSort(Variant& iData);
   // The same from position `lower` to `upper`, both included, from 0. A Null as the first of two or more
   // elements raises 94: nothing has an order beside it.
