@@ -226,16 +226,15 @@ void AppendBytes(std::string& target, char32_t code) {
 
 // How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go. They are
 // looked at in blocks, whose units are judged together.
-constexpr int kAsciiBlock = 16;
+constexpr std::size_t kAsciiBlock = 16;
 
 template <typename Text>
 std::size_t AsciiLength(const Text& text, std::size_t from) {
-  constexpr std::size_t kBlock = kAsciiBlock;
   using Unit = std::make_unsigned_t<typename Text::value_type>;
   std::size_t end = from;
-  for (; end + kBlock <= text.size(); end += kBlock) {
+  for (; end + kAsciiBlock <= text.size(); end += kAsciiBlock) {
     Unit bits = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
+    for (std::size_t i = 0; i < kAsciiBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
     if (bits >= 0x80) break;
   }
   while (end < text.size() && static_cast<Unit>(text[end]) < 0x80) ++end;
@@ -273,13 +272,14 @@ std::size_t AppendPlain(std::string& target, StringView text, std::size_t from) 
   const std::size_t before = target.size();
   target.resize(before + count);
   char* to = target.data() + before;
-  const char16_t* unit = text.data() + from;
-  const char16_t* const end = unit + count;
-  // Blocks of a known length are narrowed as a whole.
-  for (; end - unit >= kAsciiBlock; unit += kAsciiBlock, to += kAsciiBlock) {
-    for (int i = 0; i < kAsciiBlock; ++i) to[i] = static_cast<char>(unit[i]);
+  std::size_t done = 0;
+  for (; done + kAsciiBlock <= count; done += kAsciiBlock) {
+    // Taken as a whole, then written: what is written can't be what is still to be read.
+    std::array<char, kAsciiBlock> block;
+    for (std::size_t i = 0; i < kAsciiBlock; ++i) block[i] = static_cast<char>(text[from + done + i]);
+    std::copy(block.begin(), block.end(), to + done);
   }
-  while (unit != end) *to++ = static_cast<char>(*unit++);
+  for (; done < count; ++done) to[done] = static_cast<char>(text[from + done]);
   return count;
 }
 
