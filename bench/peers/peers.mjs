@@ -3,7 +3,7 @@
 import { spawn, spawnSync } from 'node:child_process';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
-import { freePort, interleaved, listSite, machine, memory, nextPageUrl, root, start, startVarnel, table, temporaryFolder, threads } from '../servers.mjs';
+import { freePort, interleaved, listSite, machine, memory, nextPageUrl, root, sleep, start, startVarnel, table, temporaryFolder, threads } from '../servers.mjs';
 
 const rounds = Number(process.argv[2] ?? 3);
 const seconds = Number(process.argv[3] ?? 5);
@@ -48,6 +48,8 @@ const nginxConfiguration = filled('nginx.conf');
 if (asRoot) writeFileSync(nginxConfiguration, 'user root;\n' + readFileSync(nginxConfiguration, 'utf8'));
 const fpm = spawn('php-fpm8.2', ['--nodaemonize', ...(asRoot ? ['-R'] : []), '-y', fpmConfiguration], { stdio: 'ignore' });
 process.on('exit', () => { try { fpm.kill(); } catch { /* it has ended */ } });
+// It listens a moment later; until then nginx would answer with an error.
+for (let attempt = 0; attempt < 100 && !existsSync(path.join(phpFolder, 'php.sock')); ++attempt) await sleep(100);
 const nginx = await start('nginx', ['-c', nginxConfiguration], phpPort, { stdio: 'ignore' });
 
 // The page that each one's first page links to, and proof that all show the same rows.

@@ -40,7 +40,7 @@ void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
 }
 
 void CallArguments::Note(std::size_t position, v8::Local<v8::Value> given) {
-  if (!given->IsObject() || !HasTag(given.As<v8::Object>(), byRefTag)) return;
+  if (given->IsString() || !given->IsObject() || !HasTag(given.As<v8::Object>(), byRefTag)) return;
   m_references.push_back({position, given.As<v8::Object>(), m_values[position]});
 }
 

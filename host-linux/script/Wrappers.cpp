@@ -71,14 +71,21 @@ void RefuseDefine(v8::Local<v8::Name>, const v8::PropertyDescriptor&,
 // What a call has changed by reference goes back into the script even where it fails.
 template <typename Callee>
 varnel::Variant CallAndStoreBack(CallArguments& arguments, Callee callee) {
+  varnel::Variant result;
   try {
-    const varnel::Variant result = callee(arguments.Values());
-    arguments.StoreBack();
-    return result;
+    result = callee(arguments.Values());
   } catch (const varnel::Error&) {
     arguments.StoreBack();
     throw;
   }
+  arguments.StoreBack();
+  return result;
+}
+
+// A slot's generation as a wrapper keeps it: read as a pointer, it needs no handle of the engine. The lowest
+// bit of a pointer must be clear.
+void* GenerationMark(std::uint32_t generation) {
+  return reinterpret_cast<void*>(std::uintptr_t{generation} << 1);
 }
 
 }  // namespace
@@ -114,8 +121,8 @@ bool Wrappers::IsWrapper(v8::Local<v8::Value> value) {
 
 const varnel::ObjectPtr& Wrappers::Unwrap(v8::Local<v8::Object> wrapper) {
   const auto* slot = static_cast<const Slot*>(wrapper->GetAlignedPointerFromInternalField(kFieldData));
-  const auto generation = wrapper->GetInternalField(kFieldGeneration).As<v8::Uint32>()->Value();
-  if (slot->generation != generation || !slot->object)
+  const void* generation = wrapper->GetAlignedPointerFromInternalField(kFieldGeneration);
+  if (generation != GenerationMark(slot->generation) || !slot->object)
     varnel::RaiseRuntimeError(kObjectNotSet, u"the request that made this object is over");
   return slot->object;
 }
@@ -138,7 +145,7 @@ v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
   slot.object = object;
   slot.wrapper.Reset(isolate, wrapper);
   wrapper->SetAlignedPointerInInternalField(kFieldData, &slot);
-  wrapper->SetInternalField(kFieldGeneration, v8::Integer::NewFromUnsigned(isolate, slot.generation));
+  wrapper->SetAlignedPointerInInternalField(kFieldGeneration, GenerationMark(slot.generation));
   SetTag(wrapper, wrapperTag);
   m_slotOf.Add(object.get(), &slot);
   return wrapper;

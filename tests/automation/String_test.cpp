@@ -75,6 +75,8 @@ TEST(FindNoCase, GivesTheFirstPositionAtOrBehindTheStart) {
 
 TEST(NumberTexts, AreDecimalOrUpperCaseHexadecimal) {
   EXPECT_EQ(DecimalText(-2147483648LL), u"-2147483648");
+  EXPECT_EQ(DecimalText(std::numeric_limits<std::int64_t>::max()), u"9223372036854775807");
+  EXPECT_EQ(DecimalText(std::numeric_limits<std::int64_t>::min()), u"-9223372036854775808");
   EXPECT_EQ(HexText(0), u"0");
   EXPECT_EQ(HexText(0xABC), u"ABC");
   EXPECT_EQ(HexText(-1), u"FFFFFFFF");
@@ -124,6 +126,17 @@ TEST(Utf8, IsAppendedBehindWhatIsThere) {
   std::string target = "a";
   AppendUtf8(target, u"\u00E9");
   EXPECT_EQ(target, "a\xC3\xA9");
+}
+
+// Plain text is narrowed in blocks: whatever is left of one, and what ends it, is told from it.
+TEST(Utf8, PlainTextOfAnyLengthEndsAtTheFirstLetterBeyond) {
+  for (std::size_t before = 0; before < 40; ++before) {
+    for (std::size_t behind = 0; behind < 20; ++behind) {
+      const String text = String(before, u'x') + u"\u00E9" + String(behind, u'y');
+      EXPECT_EQ(ToUtf8(text), std::string(before, 'x') + "\xC3\xA9" + std::string(behind, 'y'));
+    }
+    EXPECT_EQ(ToUtf8(String(before, u'x')), std::string(before, 'x'));
+  }
 }
 
 TEST(Utf8, KeepsTheCharacterZero) {

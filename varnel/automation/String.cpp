@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <type_traits>
 
 namespace varnel {
@@ -137,12 +136,15 @@ void AppendAscii(String& target, std::string_view ascii) {
 }  // namespace
 
 void AppendDecimal(String& target, std::int64_t value) {
-  std::array<char, 20> digits;  // the longest is -9223372036854775808
-  std::array<char16_t, digits.size()> units;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  const auto count = static_cast<std::size_t>(end - digits.data());
-  std::copy_n(digits.data(), count, units.data());
-  target.append(units.data(), count);
+  std::array<char16_t, 20> units;  // the longest is -9223372036854775808
+  auto first = units.end();
+  auto rest = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+  do {
+    *--first = static_cast<char16_t>(u'0' + rest % 10);
+    rest /= 10;
+  } while (rest != 0);
+  if (value < 0) *--first = u'-';
+  target.append(first, units.end());
 }
 
 String DecimalText(std::int64_t value) {
@@ -224,14 +226,15 @@ void AppendBytes(std::string& target, char32_t code) {
 
 // How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go. They are
 // looked at in blocks, whose units are judged together.
+constexpr std::size_t kAsciiBlock = 16;
+
 template <typename Text>
 std::size_t AsciiLength(const Text& text, std::size_t from) {
-  constexpr std::size_t kBlock = 16;
   using Unit = std::make_unsigned_t<typename Text::value_type>;
   std::size_t end = from;
-  for (; end + kBlock <= text.size(); end += kBlock) {
+  for (; end + kAsciiBlock <= text.size(); end += kAsciiBlock) {
     Unit bits = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
+    for (std::size_t i = 0; i < kAsciiBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
     if (bits >= 0x80) break;
   }
   while (end < text.size() && static_cast<Unit>(text[end]) < 0x80) ++end;
@@ -261,16 +264,31 @@ String FromUtf8(std::string_view bytes) {
   return result;
 }
 
+namespace {
+
+// Appends the ASCII characters from `from` on, and gives how many there are.
+std::size_t AppendPlain(std::string& target, StringView text, std::size_t from) {
+  const std::size_t count = AsciiLength(text, from);
+  const std::size_t before = target.size();
+  target.resize(before + count);
+  char* to = target.data() + before;
+  std::size_t done = 0;
+  for (; done + kAsciiBlock <= count; done += kAsciiBlock) {
+    // Taken as a whole, then written: what is written can't be what is still to be read.
+    std::array<char, kAsciiBlock> block;
+    for (std::size_t i = 0; i < kAsciiBlock; ++i) block[i] = static_cast<char>(text[from + done + i]);
+    std::copy(block.begin(), block.end(), to + done);
+  }
+  for (; done < count; ++done) to[done] = static_cast<char>(text[from + done]);
+  return count;
+}
+
+}  // namespace
+
 void AppendUtf8(std::string& target, StringView text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (const std::size_t plain = AsciiLength(text, i); plain > 0) {
-      const std::size_t before = target.size();
-      target.resize(before + plain);
-      std::transform(text.data() + i, text.data() + i + plain, target.data() + before,
-                     [](char16_t unit) { return static_cast<char>(unit); });
-      i += plain - 1;
-      continue;
-    }
+    i += AppendPlain(target, text, i);
+    if (i == text.size()) return;
     const char16_t unit = text[i];
     const bool high = InRange(unit, 0xD800, 0xDBFF);
     const bool paired = high && i + 1 < text.size() && InRange(text[i + 1], 0xDC00, 0xDFFF);

@@ -28,21 +28,17 @@ int GrownCount(int count, int position, int step) {
 void TableCells::Dimension() {
   m_rows = kRowStep;
   m_cols = kColStep;
-  m_cells.assign(static_cast<std::size_t>(m_rows * m_cols), TableCell());
+  m_cells.clear();
+  m_cells.resize(static_cast<std::size_t>(m_rows * m_cols));
   m_openSpans.clear();
   m_forgottenRows = 0;
   m_forgottenFlags.clear();
   m_forgottenSpans.clear();
 }
 
-std::size_t TableCells::CountOf(int rows) const {
-  return static_cast<std::size_t>(rows) * static_cast<std::size_t>(m_cols);
-}
-
-std::size_t TableCells::IndexOf(int row, int col) const {
+void TableCells::Reach(int row, int col) const {
   if (!Contains(row, col)) RaiseRuntimeError(runtime_error::kSubscript);
   if (row < m_forgottenRows) Remember();
-  return CountOf(row - m_forgottenRows) + static_cast<std::size_t>(col);
 }
 
 void TableCells::Forget(int row) {
@@ -77,10 +73,6 @@ void TableCells::Remember() const {
   }
   m_forgottenSpans.clear();
 }
-
-TableCell& TableCells::At(int row, int col) { return m_cells[IndexOf(row, col)]; }
-
-const TableCell& TableCells::At(int row, int col) const { return m_cells[IndexOf(row, col)]; }
 
 void TableCells::Cover(const CellRange& range, CellPosition top) {
   for (int row = range.firstRow; row <= range.lastRow; ++row) {

@@ -72,8 +72,8 @@ class TableCells {
   bool Contains(int row, int col) const { return row >= 0 && row < m_rows && col >= 0 && col < m_cols; }
 
   // Raises 9 for a position outside.
-  TableCell& At(int row, int col);
-  const TableCell& At(int row, int col) const;
+  TableCell& At(int row, int col) { return m_cells[IndexOf(row, col)]; }
+  const TableCell& At(int row, int col) const { return m_cells[IndexOf(row, col)]; }
 
   // Marks all positions of `range` but `top` as covered, written or not. Raises 9 for a position outside.
   void Cover(const CellRange& range, CellPosition top);
@@ -98,8 +98,16 @@ class TableCells {
     Integer colSpan;
   };
 
-  std::size_t IndexOf(int row, int col) const;
-  std::size_t CountOf(int rows) const;
+  // Cells are looked at many times for each that is written.
+  std::size_t IndexOf(int row, int col) const {
+    if (!Contains(row, col) || row < m_forgottenRows) Reach(row, col);
+    return CountOf(row - m_forgottenRows) + static_cast<std::size_t>(col);
+  }
+  std::size_t CountOf(int rows) const {
+    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(m_cols);
+  }
+  // Brings a forgotten cell back. Raises 9 for a position outside.
+  void Reach(int row, int col) const;
   void Remember() const;
   void Widen(int cols);
   void FollowBounds();
