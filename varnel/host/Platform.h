@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "varnel/automation/Error.h"
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
 #include "varnel/host/ICodePages.h"
@@ -46,5 +47,13 @@ IPlatform& Platform();
 
 // Short for Platform().GetObjectContext().
 std::shared_ptr<IObjectContext> GetObjectContext();
+
+// The request's object `name` of `context` as the interface T of Intrinsics.h. Raises 13 if it is none.
+template <typename T>
+std::shared_ptr<T> RequiredIntrinsic(IObjectContext& context, StringView name) {
+  auto intrinsic = CastObject<T>(context.Item(name));
+  if (intrinsic == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch, name);
+  return intrinsic;
+}
 
 }  // namespace varnel::host

@@ -20,14 +20,6 @@ const String kSource = u"Varnel.Page";
 const String kMessageManagerKey = u"I18NMessageManager";
 constexpr Long kGeneralFailure = static_cast<Long>(0x80004005);
 
-// An intrinsic of the request as the interface that the page works with.
-template <typename T>
-std::shared_ptr<T> Intrinsic(host::IObjectContext& context, StringView name) {
-  auto intrinsic = CastObject<T>(context.Item(name));
-  if (intrinsic == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch, name);
-  return intrinsic;
-}
-
 template <typename T>
 std::shared_ptr<T> Component(const ObjectPtr& object) {
   auto component = CastObject<T>(object);
@@ -66,11 +58,11 @@ void Page::Activate() {
   m_ObjectContext = host::GetObjectContext();
   if (m_ObjectContext == nullptr)
     RaiseRuntimeError(runtime_error::kObjectNotSet, u"there is no object context");
-  m_Server = Intrinsic<host::IServer>(*m_ObjectContext, u"Server");
-  m_Session = Intrinsic<host::ISession>(*m_ObjectContext, u"Session");
-  m_Application = Intrinsic<host::IApplication>(*m_ObjectContext, u"Application");
-  m_Response = Intrinsic<host::IResponse>(*m_ObjectContext, u"Response");
-  m_Request = Intrinsic<host::IRequest>(*m_ObjectContext, u"Request");
+  m_Server = host::RequiredIntrinsic<host::IServer>(*m_ObjectContext, u"Server");
+  m_Session = host::RequiredIntrinsic<host::ISession>(*m_ObjectContext, u"Session");
+  m_Application = host::RequiredIntrinsic<host::IApplication>(*m_ObjectContext, u"Application");
+  m_Response = host::RequiredIntrinsic<host::IResponse>(*m_ObjectContext, u"Response");
+  m_Request = host::RequiredIntrinsic<host::IRequest>(*m_ObjectContext, u"Request");
   m_ObjectContext = nullptr;
   ClearEndUserMode();
 }

@@ -6,17 +6,6 @@
 
 namespace varnel {
 
-namespace {
-
-template <typename T>
-std::shared_ptr<T> Intrinsic(host::IObjectContext& context, StringView name) {
-  auto intrinsic = CastObject<T>(context.Item(name));
-  if (intrinsic == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch, name);
-  return intrinsic;
-}
-
-}  // namespace
-
 const ClassInfo& PageUtil::Class() const {
   static const ClassInfo info{u"PageUtil",
                               {
@@ -45,8 +34,8 @@ void PageUtil::Activate() {
 void PageUtil::Bind() {
   const auto context = host::GetObjectContext();
   if (context == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet, u"there is no object context");
-  m_Server = Intrinsic<host::IServer>(*context, u"Server");
-  m_Application = Intrinsic<host::IApplication>(*context, u"Application");
+  m_Server = host::RequiredIntrinsic<host::IServer>(*context, u"Server");
+  m_Application = host::RequiredIntrinsic<host::IApplication>(*context, u"Application");
   const auto configured = [this](StringView key) { return ToText(m_Application->Value(key)); };
   const String mode = ToLower(configured(u"CommonParam_SSLMode"));
   m_iSSLMode = mode == u"all" ? kAll : mode == u"none" ? kNone : kAsAsked;

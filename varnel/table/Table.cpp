@@ -8,14 +8,6 @@ namespace varnel {
 
 namespace {
 
-// An intrinsic of the request as the interface that the table works with.
-template <typename T>
-std::shared_ptr<T> Intrinsic(host::IObjectContext& context, StringView name) {
-  auto intrinsic = CastObject<T>(context.Item(name));
-  if (intrinsic == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch, name);
-  return intrinsic;
-}
-
 // What isn't configured adds nothing to a sum.
 int ConfiguredOrZero(Integer iValue) { return iValue == -1 ? 0 : iValue; }
 
@@ -68,8 +60,8 @@ void Table::InitFromPage(const std::shared_ptr<Page>& iPage) {
   if (m_ObjectContext == nullptr) {
     RaiseRuntimeError(runtime_error::kObjectNotSet, u"there is no object context");
   }
-  m_Application = Intrinsic<host::IApplication>(*m_ObjectContext, u"Application");
-  m_Response = Intrinsic<host::IResponse>(*m_ObjectContext, u"Response");
+  m_Application = host::RequiredIntrinsic<host::IApplication>(*m_ObjectContext, u"Application");
+  m_Response = host::RequiredIntrinsic<host::IResponse>(*m_ObjectContext, u"Response");
   m_aCells.Dimension();
   m_iLastRow = -1;
   m_iLastCol = -1;

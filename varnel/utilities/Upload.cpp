@@ -14,13 +14,6 @@ namespace {
 constexpr Long kNoContent = static_cast<Long>(0x80040001);
 constexpr StringView kMultipart = u"multipart/form-data";
 
-template <typename T>
-std::shared_ptr<T> Intrinsic(host::IObjectContext& context, StringView name) {
-  auto intrinsic = CastObject<T>(context.Item(name));
-  if (intrinsic == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch, name);
-  return intrinsic;
-}
-
 // What `lookUp` gives; an empty result where it fails in any way.
 template <typename F>
 auto OrEmpty(F&& lookUp) -> decltype(lookUp()) {
@@ -74,8 +67,8 @@ void Upload::Activate() {
 void Upload::Bind() {
   const auto context = host::GetObjectContext();
   if (context == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet, u"there is no object context");
-  m_Request = Intrinsic<host::IRequest>(*context, u"Request");
-  m_Session = Intrinsic<host::ISession>(*context, u"Session");
+  m_Request = host::RequiredIntrinsic<host::IRequest>(*context, u"Request");
+  m_Session = host::RequiredIntrinsic<host::ISession>(*context, u"Session");
   m_bIsMultipart = ToText(m_Request->ServerVariables().Value(u"HTTP_CONTENT_TYPE")).starts_with(kMultipart);
 }
 
