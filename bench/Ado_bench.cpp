@@ -154,6 +154,7 @@ class Facts : public hostlinux::IColumnFacts {
     }
     return facts;
   }
+  bool SortsInPart(const std::u16string&) override { return false; }
   bool HasPartialIndex() override { return false; }
 
  private:

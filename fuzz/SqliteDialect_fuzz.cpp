@@ -23,6 +23,7 @@ class AnyFacts : public hostlinux::IColumnFacts {
     if (select.size() % 3 == 0) return std::nullopt;
     return std::vector<ColumnFact>{{u"a", kTypes[select.size() % 7]}};
   }
+  bool SortsInPart(const std::u16string& select) override { return select.size() % 2 == 0; }
   bool HasPartialIndex() override { return false; }
 };
 

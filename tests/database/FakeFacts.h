@@ -20,9 +20,11 @@ class FakeFacts : public hostlinux::IColumnFacts {
     if (type != types.end()) return std::vector<hostlinux::ColumnFact>{{type->first, type->second}};
     return columns.empty() ? std::vector<hostlinux::ColumnFact>{{u"x", u""}} : columns;
   }
+  bool SortsInPart(const std::u16string&) override { return sortsInPart; }
   bool HasPartialIndex() override { return hasPartialIndex; }
 
   bool hasPartialIndex = false;
+  bool sortsInPart = false;
 
  private:
   static std::u16string FirstItem(const std::u16string& select) {

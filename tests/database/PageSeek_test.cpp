@@ -75,6 +75,56 @@ TEST_F(PageSeek, BehindANullComeTheOtherNullsAndThenTheLowestValue) {
                         u"id > '42')) ORDER BY day ASC,id ASC")));
 }
 
+TEST_F(PageSeek, AFirstPageThatIsSortedInPartReadsTheLeadingValueAlone) {
+  m_facts.sortsInPart = true;
+  EXPECT_EQ(
+      "SELECT * FROM (WITH \"page 0\" AS MATERIALIZED (SELECT id, name FROM customer WHERE name is (SELECT "
+      "name "
+      "FROM customer WHERE (  active = 1) ORDER BY name DESC LIMIT 1) and ( (  active = 1)) ORDER BY name "
+      "DESC,id ASC LIMIT 10), \"page 1\" AS MATERIALIZED (SELECT * FROM \"page 0\" UNION ALL SELECT * FROM "
+      "(SELECT id, name FROM customer WHERE name is not (SELECT name FROM customer WHERE (  active = 1) "
+      "ORDER "
+      "BY name DESC LIMIT 1) and ( (  active = 1)) ORDER BY name DESC,id ASC LIMIT 10 - (SELECT COUNT(\"id\" "
+      "IS "
+      "NULL) FROM \"page 0\"))) SELECT * FROM \"page 1\") ORDER BY 2 DESC,1 ASC LIMIT 10",
+      InArms(u"SELECT TOP 10 id, name FROM customer WHERE (  active = 1) ORDER BY name DESC,id ASC"));
+}
+
+TEST_F(PageSeek, AFirstPageOfAWholeTable) {
+  m_facts.sortsInPart = true;
+  EXPECT_EQ(
+      "SELECT * FROM (WITH \"page 0\" AS MATERIALIZED (SELECT DISTINCT name, id FROM customer WHERE name is "
+      "(SELECT name FROM customer ORDER BY name ASC LIMIT 1) ORDER BY name,id DESC LIMIT 10), \"page 1\" AS "
+      "MATERIALIZED (SELECT * FROM \"page 0\" UNION ALL SELECT * FROM (SELECT DISTINCT name, id FROM "
+      "customer "
+      "WHERE name is not (SELECT name FROM customer ORDER BY name ASC LIMIT 1) ORDER BY name,id DESC LIMIT "
+      "10 - "
+      "(SELECT COUNT(\"id\" IS NULL) FROM \"page 0\"))) SELECT * FROM \"page 1\") ORDER BY 2,1 DESC LIMIT 10",
+      InArms(u"SELECT DISTINCT TOP 10 name, id FROM customer ORDER BY name,id DESC"));
+}
+
+TEST_F(PageSeek, OtherFirstPagesStayAsTheyAre) {
+  const auto expectAsItIs = [&](std::u16string_view sql, const std::string& expected) {
+    EXPECT_EQ(InArms(sql), expected);
+  };
+  // An index gives the order, or the whole is sorted.
+  expectAsItIs(u"SELECT TOP 10 id, name FROM customer ORDER BY name DESC,id ASC",
+               "SELECT id, name FROM customer ORDER BY name DESC,id ASC LIMIT 10");
+  m_facts.sortsInPart = true;
+  expectAsItIs(u"SELECT TOP 10 id, name FROM customer ORDER BY name DESC,id DESC",
+               "SELECT id, name FROM customer ORDER BY name DESC,id DESC LIMIT 10");
+  // In WHERE the name would be the column's, not the item's.
+  expectAsItIs(u"SELECT TOP 10 id, other AS name FROM customer ORDER BY name DESC,id ASC",
+               "SELECT id, other AS name FROM customer ORDER BY name DESC,id ASC LIMIT 10");
+  expectAsItIs(u"SELECT TOP 10 id, COUNT(*) AS name FROM customer ORDER BY name DESC,id ASC",
+               "SELECT id, COUNT(*) AS name FROM customer ORDER BY name DESC,id ASC LIMIT 10");
+  expectAsItIs(u"SELECT TOP 10 id, name FROM customer WHERE id > RANDOM() ORDER BY name DESC,id ASC",
+               "SELECT id, name FROM customer WHERE id > RANDOM() ORDER BY name DESC,id ASC LIMIT 10");
+  expectAsItIs(
+      u"SELECT * FROM (SELECT TOP 10 id, name FROM customer ORDER BY name DESC,id ASC) q ORDER BY name",
+      "SELECT * FROM (SELECT id, name FROM customer ORDER BY name DESC,id ASC LIMIT 10) q ORDER BY name");
+}
+
 TEST_F(PageSeek, BehindANullThatIsReadDescendingOnlyTheSameNullsCome) {
   EXPECT_EQ(
       "name is null and id < 42; name is null and id is null; ORDER BY 2 DESC,1 DESC LIMIT 10",

@@ -1,4 +1,4 @@
-// What a dialect asks of the engine about the columns of a query.
+// What a dialect asks of the engine about a query: its columns, and how it is sorted.
 #pragma once
 
 #include <optional>
@@ -29,6 +29,10 @@ class IColumnFacts {
   // The result columns of `select`, a text in the engine's own SQL that is not run. Nothing if the engine
   // refuses it.
   virtual std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) = 0;
+
+  // True if the engine reads `select` in the order of its leading sort columns and sorts rows only where they
+  // are equal in those. False too if it refuses the text.
+  virtual bool SortsInPart(const std::u16string& select) = 0;
 
   // True if an index has a condition: the engine uses it only where it sees the literals of a statement.
   virtual bool HasPartialIndex() = 0;

@@ -23,6 +23,8 @@ struct Seek {
   std::u16string inOrder;    // to be added to each arm; empty where it has an ORDER BY of its own
   std::u16string counted;    // the name of a column, to count rows by
   std::vector<RowPart> row;  // what each key is compared as in a row value; empty: in arms
+  SqlSpan lead;              // of a first page: the leading sort column
+  bool leadAscending = true;
 };
 
 // The condition of an arm, piece by piece.
@@ -114,19 +116,29 @@ class Seeker {
   void Look(size_t index) {
     const SqlScope& scope = m_structure.scopes[index];
     const std::optional<SelectTop> top = FindTop(m_tokens, scope);
+    if (!top || !IsPlain(scope)) return;
+    Seek seek{{scope.begin, scope.end}, {}, {}, *top, {}, {}, {}, {}, {}, true};
+    if (HasKeys(scope, seek) ? LookBehindKeys(index, seek) : LookAtFirst(index, seek)) {
+      m_seeks.push_back(std::move(seek));
+    }
+  }
+
+  bool HasKeys(const SqlScope& scope, Seek& seek) const {
     const SqlSpan where = scope.Clause(SqlClause::Where);
-    if (!top || where.IsEmpty() || !IsPlain(scope)) return;
-    Seek seek{{scope.begin, scope.end}, ConditionIn(where), {}, *top, {}, {}, {}, {}};
+    if (where.IsEmpty()) return false;
+    seek.condition = ConditionIn(where);
     std::optional<std::vector<PageKey>> keys =
         ReadKeysetPredicate(m_tokens, m_structure.partner, seek.condition);
-    if (!keys || ArmsOf(scope, *keys).size() < 2) return;
+    if (!keys) return false;
     seek.keys = std::move(*keys);
+    return true;
+  }
+
+  bool LookBehindKeys(size_t index, Seek& seek) {
+    const SqlScope& scope = m_structure.scopes[index];
+    if (ArmsOf(scope, seek.keys).size() < 2) return false;
     seek.row = RowOf(scope, seek.keys);
-    if (!seek.row.empty()) {
-      m_seeks.push_back(std::move(seek));
-      return;
-    }
-    if (Order(index, top->span.end, seek)) m_seeks.push_back(std::move(seek));
+    return !seek.row.empty() || Order(index, seek.top.span.end, seek);
   }
 
   bool IsPlain(const SqlScope& scope) const {
@@ -162,6 +174,36 @@ class Seeker {
     };
     const auto count = static_cast<size_t>(std::count_if(m_seeks.begin(), m_seeks.end(), isOf));
     if (count != compound.branches.size()) std::erase_if(m_seeks, isOf);
+  }
+
+  // --- first pages
+
+  bool LookAtFirst(size_t index, Seek& seek) {
+    const SqlScope& scope = m_structure.scopes[index];
+    const SqlSpan order = scope.Clause(SqlClause::Order);
+    if (order.IsEmpty() || scope.begin != m_structure.withEnd || !m_structure.compounds.empty()) return false;
+    if (HasAnyWord(m_tokens, seek.span, {u"RANDOM", u"RANDOMBLOB"})) return false;  // no two reads are alike
+    const auto terms = ReadOrder(m_tokens, order);
+    if (!terms || !IsMixed(*terms) || !Order(index, seek.top.span.end, seek)) return false;
+    const OrderTerm& first = terms->front();
+    seek.leadAscending = IsAscending(first);
+    const SqlSpan list{seek.top.span.end, scope.Clause(SqlClause::List).end};
+    for (const SelectItem& item : ReadItems(m_tokens, m_structure.partner, list)) {
+      if (IsBareStar(item)) seek.lead = {first.begin, first.name + 1};
+      if (Means(item, {first.begin, first.name + 1})) seek.lead = item.expression;
+    }
+    if (seek.lead.IsEmpty()) return false;
+    const std::u16string select =
+        Print({scope.begin, seek.top.span.begin}) + Print({seek.top.span.end, scope.end});
+    return m_facts.SortsInPart(Prefix() + select + u" LIMIT " + RowsOf(seek));
+  }
+
+  static bool IsAscending(const OrderTerm& term) { return UpperAscii(term.direction) != u" DESC"; }
+
+  static bool IsMixed(const std::vector<OrderTerm>& terms) {
+    return std::any_of(terms.begin(), terms.end(), [&](const OrderTerm& term) {
+      return IsAscending(term) != IsAscending(terms.front());
+    });
   }
 
   // --- row values
@@ -203,7 +245,7 @@ class Seeker {
     const SqlCompound* compound = own.IsEmpty() ? CompoundOf(static_cast<int>(index)) : nullptr;
     if (own.IsEmpty() && compound == nullptr) return false;
     const auto terms = ReadOrder(m_tokens, own.IsEmpty() ? compound->order : own);
-    if (!terms || terms->size() != seek.keys.size()) return false;
+    if (!terms || (!seek.keys.empty() && terms->size() != seek.keys.size())) return false;
     // The names of a union are those of its first branch.
     const SqlScope& named = compound == nullptr ? scope : Scope(compound->branches.front().scope);
     const std::optional<SelectTop> namedTop = FindTop(m_tokens, named);
@@ -338,7 +380,10 @@ class Seeker {
     m_result.insert(m_result.end(), tokens.begin(), tokens.end());
   }
 
-  void Write(const Seek& seek) { seek.row.empty() ? WriteArms(seek) : WriteRow(seek); }
+  void Write(const Seek& seek) {
+    if (!seek.row.empty()) return WriteRow(seek);
+    return seek.lead.IsEmpty() ? WriteArms(seek) : WriteFirst(seek);
+  }
 
   void WriteRow(const Seek& seek) {
     Copy({seek.span.begin, seek.condition.begin});
@@ -370,17 +415,68 @@ class Seeker {
   }
 
   void WriteArms(const Seek& seek) {
-    const size_t begin = m_result.size();
     const std::vector<Arm> arms = ArmsOf(ScopeAt(seek.span.begin), seek.keys);
+    WritePages(seek, arms.size(), [&](size_t i) {
+      Copy({seek.top.span.end, seek.condition.begin});
+      for (size_t piece = 0; piece < arms[i].size(); ++piece) WritePiece(seek, arms[i][piece], piece);
+      Copy({seek.condition.end, seek.span.end});
+    });
+  }
+
+  // The rows of the leading value, and all others.
+  void WriteFirst(const Seek& seek) {
+    const SqlScope& scope = ScopeAt(seek.span.begin);
+    const SqlSpan where = scope.Clause(SqlClause::Where);
+    const size_t from = scope.Clause(SqlClause::From).end;
+    const size_t rest = where.IsEmpty() ? from : where.end;
+    WritePages(seek, 2, [&](size_t i) {
+      Copy({seek.top.span.end, from});
+      Add(u" WHERE");
+      CopyBehindBlank(seek.lead);
+      Add(i == 0 ? u" is (SELECT" : u" is not (SELECT");
+      CopyBehindBlank(seek.lead);
+      Copy({scope.Clause(SqlClause::From).begin, rest});
+      Add(u" ORDER BY");
+      CopyBehindBlank(seek.lead);
+      Add(seek.leadAscending ? u" ASC LIMIT 1)" : u" DESC LIMIT 1)");
+      if (!where.IsEmpty()) {
+        Add(u" and (");
+        Copy({where.begin + 1, where.end});
+        Add(u")");
+      }
+      Copy({rest, seek.span.end});
+    });
+  }
+
+  // `writeRest` writes the i-th arm from behind its TOP on. An arm only gives the rows that those before it
+  // left open, often none.
+  template <typename F>
+  void WritePages(const Seek& seek, size_t count, F writeRest) {
+    const size_t begin = m_result.size();
     Add(u"SELECT * FROM (WITH");
-    for (size_t i = 0; i < arms.size(); ++i) {
+    for (size_t i = 0; i < count; ++i) {
       Add((i == 0 ? u" " : u", ") + NameOfPage(i) + u" AS MATERIALIZED (");
       if (i > 0) Add(u"SELECT * FROM " + NameOfPage(i - 1) + u" UNION ALL SELECT * FROM (");
-      WriteArm(seek, arms[i], i);
-      Add(i > 0 ? u"))" : u")");
+      const size_t arm = m_result.size();
+      Copy({seek.span.begin, i == 0 ? seek.top.span.end : seek.top.span.begin});
+      m_result[arm].gap.clear();
+      writeRest(i);
+      Add(seek.inOrder);
+      Add(i > 0 ? LimitBehind(seek, i - 1) + u"))" : u")");
     }
-    Add(u" SELECT * FROM " + NameOfPage(arms.size() - 1) + u")" + seek.order + u" LIMIT " + RowsOf(seek));
+    Add(u" SELECT * FROM " + NameOfPage(count - 1) + u")" + seek.order + u" LIMIT " + RowsOf(seek));
     m_result[begin].gap = m_tokens[seek.span.begin].gap;
+  }
+
+  std::u16string LimitBehind(const Seek& seek, size_t page) const {
+    return u" LIMIT " + RowsOf(seek) + u" - (SELECT COUNT(" + seek.counted + u" IS NULL) FROM " +
+           NameOfPage(page) + u")";
+  }
+
+  void CopyBehindBlank(SqlSpan span) {
+    const size_t begin = m_result.size();
+    Copy(span);
+    m_result[begin].gap = u" ";
   }
 
   // What the arms up to the i-th one gave.
@@ -388,25 +484,9 @@ class Seeker {
 
   std::u16string RowsOf(const Seek& seek) const { return m_tokens[seek.top.number].text; }
 
-  // An arm only gives the rows that those before it left open, often none.
-  void WriteArm(const Seek& seek, const Arm& arm, size_t index) {
-    const size_t begin = m_result.size();
-    Copy({seek.span.begin, index == 0 ? seek.top.span.end : seek.top.span.begin});
-    m_result[begin].gap.clear();
-    Copy({seek.top.span.end, seek.condition.begin});
-    for (size_t i = 0; i < arm.size(); ++i) WritePiece(seek, arm[i], i);
-    Copy({seek.condition.end, seek.span.end});
-    Add(seek.inOrder);
-    if (index == 0) return;
-    Add(u" LIMIT " + RowsOf(seek) + u" - (SELECT COUNT(" + seek.counted + u" IS NULL) FROM " +
-        NameOfPage(index - 1) + u")");
-  }
-
   // The i-th piece is about the i-th key, whose value it takes where its text ends in an operator.
   void WritePiece(const Seek& seek, const Piece& piece, size_t i) {
-    const size_t begin = m_result.size();
-    Copy(piece.span);
-    m_result[begin].gap = u" ";
+    CopyBehindBlank(piece.span);
     Add(piece.text);
     if (!piece.text.ends_with(u"> ") && !piece.text.ends_with(u"< ") && !piece.text.ends_with(u"= ")) return;
     m_result.push_back(m_tokens[seek.keys[i].literal]);

@@ -17,6 +17,7 @@ using varnel::String;
 
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
+constexpr std::size_t kDetail = 3;  // the column of a plan's line that tells what is done
 // Bytes of a value or a row. A function such as randomblob makes that much in one step, which nothing
 // interrupts.
 constexpr int kMaxValueLength = 64 << 20;
@@ -50,6 +51,10 @@ std::optional<std::string> CountingText(const std::string& sql, varnel::Long max
   if (maxRecords == 0) return "SELECT COUNT(*) FROM (" + query + ")";
   return "SELECT COUNT(*) FROM (SELECT * FROM (" + query + ") LIMIT " + std::to_string(maxRecords) + ")";
 }
+
+// A line of a plan: "USE TEMP B-TREE FOR RIGHT PART OF ORDER BY", or "... FOR LAST TERM OF ORDER BY". The
+// whole order's is "... FOR ORDER BY".
+bool IsSortInPart(const varnel::Variant& detail) { return varnel::ToText(detail).ends_with(u" OF ORDER BY"); }
 
 bool HasWithClause(std::u16string_view sql) {
   const std::vector<SqlToken> tokens = LexSql(sql);
@@ -229,6 +234,22 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
   return m_facts.emplace(select, std::move(facts)).first->second;
 }
 
+bool SqliteSession::SortsInPart(const std::u16string& select) {
+  const auto found = m_sortsInPart.find(select);
+  if (found != m_sortsInPart.end()) return found->second;
+  if (m_sortsInPart.size() >= kMaxFacts) m_sortsInPart.clear();
+  const SuspendedGuard suspended(m_guard);
+  bool sorts = false;
+  try {
+    SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + varnel::ToUtf8(select));
+    const RowStore rows = plan.Run({}, {}).rows;
+    for (std::size_t i = 0; i < rows.Rows(); ++i) sorts = sorts || IsSortInPart(rows.Value(kDetail, i));
+  } catch (const ProviderFailure&) {
+    return false;  // the statement itself will say why
+  }
+  return m_sortsInPart.emplace(select, sorts).first->second;
+}
+
 bool SqliteSession::HasPartialIndex() {
   const SuspendedGuard suspended(m_guard);
   SqliteStatement query(m_database.get(),
@@ -256,6 +277,7 @@ bool SqliteSession::SchemaHasChanged() {
 void SqliteSession::ForgetSchema() {
   m_statements.Clear();
   m_facts.clear();
+  m_sortsInPart.clear();
   m_dialect.ForgetSchema();
   m_guard.LearnViews(m_database.get());
 }

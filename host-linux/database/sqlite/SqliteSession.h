@@ -67,6 +67,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
+  bool SortsInPart(const std::u16string& select) override;
   bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
@@ -93,6 +94,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
   SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
+  std::unordered_map<varnel::String, bool> m_sortsInPart;
   std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
   std::vector<SqliteReader*> m_readers;      // whose statements are running
   bool m_broken = false;
