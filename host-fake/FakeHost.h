@@ -57,6 +57,8 @@ class FakeHost : public varnel::host::IPlatform {
   void Register(StringView progID, std::function<ObjectPtr()> factory);
   // An object in place of the context's "Server", "Session", ... ; null takes it away.
   void ReplaceItem(StringView name, ObjectPtr object);
+  // Guards the lists from now on; null: nothing does, as at first. The guard outlives its use.
+  void UseStateGuard(varnel::host::IStateGuard* guard) { m_stateGuard = guard; }
   // Deactivates what was made in the context and is still held, in the order of creation.
   void EndRequest();
 
@@ -74,6 +76,7 @@ class FakeHost : public varnel::host::IPlatform {
   varnel::host::ILocale& Locale() override { return *m_usedLocale; }
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
+  varnel::host::IStateGuard* StateGuard() override { return m_stateGuard; }
   bool EnterLog() override;
   void LeaveLog() override { m_logging = false; }
 
@@ -101,6 +104,7 @@ class FakeHost : public varnel::host::IPlatform {
   std::map<String, std::function<ObjectPtr()>> m_factories;  // by folded ProgID
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID
   std::map<String, ObjectPtr> m_items;                       // by folded name
+  varnel::host::IStateGuard* m_stateGuard = nullptr;
   bool m_hasContext = true;
   bool m_logging = false;
 };

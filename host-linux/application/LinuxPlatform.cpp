@@ -65,6 +65,8 @@ std::shared_ptr<varnel::host::IRecordset> LinuxPlatform::CreateRecordset() {
   return std::make_shared<AdoRecordset>(m_database);
 }
 
+varnel::host::IStateGuard* LinuxPlatform::StateGuard() { return CurrentStateGuard(); }
+
 bool LinuxPlatform::EnterLog() {
   if (logEntryIsBeingMade) return false;
   logEntryIsBeingMade = true;

@@ -6,6 +6,8 @@
 
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
+#include "host-linux/application/FirstPageLink.h"
+#include "host-linux/guard/SealKeys.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
@@ -153,7 +155,10 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_application(MakeApplication(m_site)),
       m_sessions(MakeSessions(m_site)),
       m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement)),
-                 std::move(options.ownComponents)) {
+                 std::move(options.ownComponents)),
+      m_links(options.guardsLists ? m_site.lists.links : SiteConfiguration::Links::Any),
+      m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site)
+                                                             : std::vector<SealKey>()) {
   const auto locale = FindLocale(m_site.lcid);
   if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
   varnel::SetUserLocale(*locale);
@@ -267,8 +272,9 @@ Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEng
   return options;
 }
 
-std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const PageDirectives& directives,
-                                                     ScriptEngine& engine, ClientLink* link) {
+std::shared_ptr<ObjectContext> SiteHost::MakeContext(const std::shared_ptr<PageRequest>& request,
+                                                     const PageDirectives& directives, ScriptEngine& engine,
+                                                     ClientLink* link) {
   Response::Options responseOptions;
   responseOptions.maxBuffer = m_site.server.maxResponseBuffer;
   responseOptions.link = link;
@@ -276,15 +282,50 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(PageRequest request, const 
   responseOptions.cookiePath = m_site.root;
 
   ObjectContext::Intrinsics objects;
-  objects.session = SessionOf(request, directives);
+  objects.session = SessionOf(*request, directives);
   if (!objects.session)
     objects.absentSession = std::make_shared<AbsentSession>(directives.lcid.value_or(m_site.lcid));
   objects.application = std::make_shared<Application>(m_application);
   objects.response = std::make_shared<Response>(std::move(responseOptions));
-  objects.server = std::make_shared<Server>(ServerOptionsFor(request, engine));
-  objects.request = std::make_shared<Request>(std::make_shared<PageRequest>(std::move(request)));
+  objects.server = std::make_shared<Server>(ServerOptionsFor(*request, engine));
+  objects.request = std::make_shared<Request>(request);
   return std::make_shared<ObjectContext>(
       std::move(objects), [this](varnel::StringView progID) { return m_platform.CreateObject(progID); });
+}
+
+ListGuard SiteHost::GuardFor(const std::string& page, ScriptEngine& engine) const {
+  ListGuard::Options options;
+  options.links = m_links;
+  options.keys = &m_sealKeys;
+  options.root = m_site.root;
+  options.defaultPage = m_site.defaultPage;
+  options.file = page;
+  options.endPage = [&engine] { engine.EndPage(); };
+  return ListGuard(std::move(options));
+}
+
+// The site's own page for it where there is one: told by the server variable REFUSED_LIST where the list
+// begins.
+HttpResponse SiteHost::RefusedList(const PageRequest& request) {
+  const std::string first = FirstPageLink(request.http.path, request.query);
+  const std::string& page = m_site.lists.refusedPage;
+  if (!page.empty() && IsPage(page)) {
+    const auto own = std::make_shared<PageRequest>();
+    own->http = request.http;
+    own->http.method = "GET";
+    own->http.path = m_site.root + "/" + page;
+    own->http.rawQuery.clear();
+    own->http.body.clear();
+    own->serverVariables = {{"REFUSED_LIST", first}};
+    std::optional<std::string> refusedAgain;
+    PageAnswer answer = RunGuarded(own, page, nullptr, refusedAgain);
+    if (!answer.failure && !refusedAgain) {
+      answer.response.status = 400;
+      return std::move(answer.response);
+    }
+  }
+  return ErrorResponse(400, request.http.id, "This link doesn't lead into the list any more.",
+                       "<p><a href=\"" + EscapeHtml(first) + "\">To the first page of the list</a></p>\n");
 }
 
 PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
@@ -292,17 +333,32 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const std::string page = FileOf(request.http.path).value_or("");
   if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt, true};
 
+  const auto asked = std::make_shared<PageRequest>(std::move(request));
+  std::optional<std::string> refusal;
+  PageAnswer answer = RunGuarded(asked, page, link, refusal);
+  if (!refusal) return answer;
+  WriteLog(LogLevel::Info, "Refused: " + *refusal);
+  answer.response = RefusedList(*asked);
+  return answer;
+}
+
+PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
+                                ClientLink* link, std::optional<std::string>& refusal) {
+  const std::string id = request->http.id;
   ScriptEngine& engine = EngineOfThread();
   PageDirectives directives;
   if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
 
-  const auto context = MakeContext(std::move(request), directives, engine, link);
+  const auto context = MakeContext(request, directives, engine, link);
+  ListGuard lists = GuardFor(page, engine);
+  if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
   const ContextGuard guard(context);
   Response& response = *context->Objects().response;
   ResponseOutput output(response);
   PageResult result =
       engine.RunPage(page, NamedIntrinsics(context->Objects()), output, m_site.server.scriptTimeout);
   context->End();
+  refusal = lists.Refusal();
 
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;

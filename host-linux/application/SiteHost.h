@@ -11,6 +11,7 @@
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoDatabase.h"
+#include "host-linux/guard/ListGuard.h"
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/services/SiteConfiguration.h"
 #include "host-linux/web/Application.h"
@@ -40,6 +41,8 @@ class SiteHost {
     ComponentFactory ownComponents;
     // A debugger may look into the pages by this; null: none. Pages then run on one thread.
     Inspection* inspection = nullptr;
+    // What a link brings a list is judged by the site's [lists]; false: it is used as it stands.
+    bool guardsLists = true;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises
@@ -55,7 +58,8 @@ class SiteHost {
   // Runs the page of `request`. A failed page is answered with 500, and logged.
   HttpResponse AnswerPage(HttpRequest request, ClientLink& link);
 
-  // Runs the page of a request that was taken apart before. `link` may be null.
+  // Runs the page of a request that was taken apart before. `link` may be null. A list that refuses its link
+  // is answered with 400, and logged.
   PageAnswer RunPage(PageRequest request, ClientLink* link);
 
   // Handles what the debugger has sent, on the thread that runs the pages, between two of them.
@@ -81,8 +85,13 @@ class SiteHost {
   ScriptEngine& EngineOfThread();
   std::shared_ptr<Session> SessionOf(const PageRequest& request, const PageDirectives& directives);
   Server::Options ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const;
-  std::shared_ptr<ObjectContext> MakeContext(PageRequest request, const PageDirectives& directives,
-                                             ScriptEngine& engine, ClientLink* link);
+  std::shared_ptr<ObjectContext> MakeContext(const std::shared_ptr<PageRequest>& request,
+                                             const PageDirectives& directives, ScriptEngine& engine,
+                                             ClientLink* link);
+  ListGuard GuardFor(const std::string& page, ScriptEngine& engine) const;
+  PageAnswer RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
+                        ClientLink* link, std::optional<std::string>& refusal);
+  HttpResponse RefusedList(const PageRequest& request);
   PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
 
   const SiteConfiguration m_site;
@@ -93,6 +102,8 @@ class SiteHost {
   std::shared_ptr<ApplicationState> m_application;
   std::shared_ptr<SessionStore> m_sessions;
   LinuxPlatform m_platform;
+  const SiteConfiguration::Links m_links;
+  const std::vector<SealKey> m_sealKeys;  // only for sealed links
   mutable KnownPages m_knownPages;
 };
 

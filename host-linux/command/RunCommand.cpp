@@ -142,6 +142,7 @@ int Run(const RunOptions& run) {
   StartLog(site);
   std::unique_ptr<SqlTraceFile> trace;
   SiteHost::Options options;
+  options.guardsLists = false;  // whoever runs the command writes his own links
   if (!run.traceFile.empty()) {
     trace = std::make_unique<SqlTraceFile>(run.traceFile);
     options.onStatement = [&trace](const SqlTraceEntry& entry) { trace->Write(entry); };

@@ -215,6 +215,34 @@ void ReadLog(const toml::table& table, SiteConfiguration::Log& log) {
                {"max_files", BytesInto(log.maxFiles)}});
 }
 
+SiteConfiguration::Links ReadLinks(const toml::node& node) {
+  const std::string links = ReadText(node, "links");
+  if (links == "columns") return SiteConfiguration::Links::Columns;
+  if (links == "sealed") return SiteConfiguration::Links::Sealed;
+  if (links == "any") return SiteConfiguration::Links::Any;
+  Fail(node, "links must be \"columns\", \"sealed\" or \"any\"");
+}
+
+std::vector<std::string> ReadKeys(const toml::node& node, const std::string& key) {
+  std::vector<std::string> keys = ReadTexts(node, key);
+  for (const std::string& digits : keys) {
+    const bool isKey =
+        digits.size() == 32 && digits.find_first_not_of("0123456789abcdef") == std::string::npos;
+    if (!isKey) Fail(node, key + " must hold texts of 32 hexadecimal digits, in lower case");
+  }
+  return keys;
+}
+
+void ReadLists(const toml::table& table, SiteConfiguration::Lists& lists) {
+  ReadSection(
+      table, "lists",
+      {{"links", [&](const toml::node& node, const std::string&) { lists.links = ReadLinks(node); }},
+       {"keys", [&](const toml::node& node, const std::string& key) { lists.keys = ReadKeys(node, key); }},
+       {"key_file",
+        [&](const toml::node& node, const std::string& key) { lists.keyFile = ReadText(node, key); }},
+       {"refused_page", TextInto(lists.refusedPage)}});
+}
+
 void ReadFiles(const toml::table& table, SiteConfiguration& site) {
   ReadSection(table, "files", {{"roots", [&](const toml::node& node, const std::string& key) {
                                   site.fileRoots.clear();
@@ -231,8 +259,9 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
     return node == nullptr ? nullptr : node->as_table();
   };
-  static const std::vector<std::string> kSections = {
-      "site", "server", "headers", "application", "session", "configuration", "users", "log", "files"};
+  static const std::vector<std::string> kSections = {"site",    "server",        "headers", "application",
+                                                     "session", "configuration", "users",   "log",
+                                                     "files",   "lists"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -247,6 +276,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   if (const auto* table = section("users")) ReadUsers(*table, site);
   if (const auto* table = section("log")) ReadLog(*table, site.log);
   if (const auto* table = section("files")) ReadFiles(*table, site);
+  if (const auto* table = section("lists")) ReadLists(*table, site.lists);
 }
 
 }  // namespace

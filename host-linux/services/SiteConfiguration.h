@@ -47,6 +47,20 @@ struct SiteConfiguration {
     std::vector<std::string> trustedProxies;              // addresses; "unix" for a local socket
   };
 
+  // What a list takes from its links and forms.
+  enum class Links {
+    Columns,  // sorts by columns that the list shows, and those that the page has declared
+    Sealed,   // what this site made for this page
+    Any       // everything, as it stands
+  };
+
+  struct Lists {
+    Links links = Links::Columns;
+    std::vector<std::string> keys;                // of sealed links, 32 hexadecimal digits each
+    std::filesystem::path keyFile = "links.key";  // where `keys` is empty; relative to the folder
+    std::string refusedPage;  // answers a refused link; below the pages; empty: a plain one of the server's
+  };
+
   struct User {
     varnel::Long language = 0;
   };
@@ -74,6 +88,7 @@ struct SiteConfiguration {
   Values configuration;                                      // connection strings by section
   std::map<std::string, User> users;
   Log log;
+  Lists lists;
   std::vector<std::filesystem::path> fileRoots;  // components may write below these; relative to the folder
 
   std::filesystem::path PagesFolder() const { return folder / pages; }

@@ -65,4 +65,8 @@ ContextGuard::~ContextGuard() {
 
 std::shared_ptr<ObjectContext> CurrentContext() { return currentContext; }
 
+varnel::host::IStateGuard* CurrentStateGuard() {
+  return currentContext == nullptr ? nullptr : currentContext->StateGuard();
+}
+
 }  // namespace hostlinux

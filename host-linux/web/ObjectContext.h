@@ -47,10 +47,15 @@ class ObjectContext : public varnel::host::IObjectContext {
 
   const Intrinsics& Objects() const { return m_intrinsics; }
 
+  // Guards the lists of the request; null where nothing does. It outlives the context.
+  void SetStateGuard(varnel::host::IStateGuard* guard) { m_stateGuard = guard; }
+  varnel::host::IStateGuard* StateGuard() const { return m_stateGuard; }
+
  private:
   Intrinsics m_intrinsics;
   Factory m_factory;
   std::vector<varnel::ObjectPtr> m_activated;
+  varnel::host::IStateGuard* m_stateGuard = nullptr;
 };
 
 // Makes a context the one of this thread while it lives; the one before comes back then.
@@ -67,5 +72,8 @@ class ContextGuard {
 
 // The context of the request that runs on this thread; null where there is none.
 std::shared_ptr<ObjectContext> CurrentContext();
+
+// The guard of its lists; null where there is none.
+varnel::host::IStateGuard* CurrentStateGuard();
 
 }  // namespace hostlinux

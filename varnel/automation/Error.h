@@ -30,6 +30,10 @@ class Error : public std::exception {
   std::string m_what;
 };
 
+// Thrown where the host ends the page in the middle of an operation. It is no failure, so no handler looks at
+// it: `CurrentError` lets it pass.
+struct PageEnded {};
+
 // The run-time errors that scripts know by number.
 namespace runtime_error {
 inline constexpr Long kInvalidArgument = 5;
@@ -49,7 +53,8 @@ inline constexpr Long kKeyTaken = 457;
 [[noreturn]] void RaiseRuntimeError(Long number, StringView detail = {});
 
 // The error in flight as a record: call it inside a catch clause. Without one the Number is 0; an exception
-// that is not ours becomes number 7 (out of memory) or 5 with its text.
+// that is not ours becomes number 7 (out of memory) or 5 with its text. A PageEnded in flight goes on from
+// here.
 ErrInfo CurrentError();
 
 }  // namespace varnel

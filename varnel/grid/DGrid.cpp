@@ -35,6 +35,16 @@ double LeadingNumber(const String& iText) {
   return value;
 }
 
+// A number that no page has is an overflow; where somebody guards the list, it ends the page.
+Long PostedPage(const String& iText) {
+  try {
+    return RoundToLong(LeadingNumber(iText));
+  } catch (const Error&) {
+    if (host::IStateGuard* guard = host::StateGuard()) guard->Refuse(u"an overflowing page number");
+    throw;
+  }
+}
+
 }  // namespace
 
 ObjectPtr MakeDGrid() { return std::make_shared<DGrid>(); }
@@ -119,6 +129,7 @@ void DGrid::Col(const String& iColTitle, const String& iSortFields, Integer iWid
   EnsureColumnCapacity(i);
   m_aColumns[static_cast<std::size_t>(i)] = {iColTitle, iSortFields, iColSpan, iAlign};
   if (!iSortFields.empty()) {
+    recordset.DeclareSort(iSortFields);
     if (m_bFormBased && !m_bStateTaken) {
       const String state = GetPostedState(ButtonName(m_sRecordsetName, i + kButtons));
       if (!state.empty()) recordset.SetState(state);
@@ -198,7 +209,7 @@ void DGrid::ShowPageJumpFromDRecordset(const String& i_sFormName) {
 DGrid::PageJumpRequest DGrid::GetPageJumpRequest(const String& iName) const {
   const String posted = Trim(FormText(iName + u"v"));
   if (posted.empty()) return {};
-  const Long page = RoundToLong(LeadingNumber(posted));
+  const Long page = PostedPage(posted);
   return {FormText(iName + (page > 0 ? u"n" : u"p")), RoundToLong(std::fabs(page))};
 }
 

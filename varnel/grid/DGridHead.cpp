@@ -140,8 +140,10 @@ String DGrid::PageNumbers() {
   const Long right = m_Recordset->m_rightPageNumber;
   const Long shown = m_Recordset->m_lDisplayPage;
   // The ends travel in the state text, and whoever changes that may ask for millions of numbers.
-  if (std::int64_t{right} - left > kWidestRow)
+  if (std::int64_t{right} - left > kWidestRow) {
+    m_Recordset->RefuseState(u"too many page numbers");
     RaiseRuntimeError(runtime_error::kOutOfMemory, u"too many page numbers");
+  }
   String html;
   if (left != 1) html += PageLink(1 - left, false, u"[&lt;&lt;]");
   // Pages before the one shown are written negative: the sign picks the state to walk from.

@@ -22,4 +22,6 @@ IPlatform& Platform() {
 
 std::shared_ptr<IObjectContext> GetObjectContext() { return Platform().GetObjectContext(); }
 
+IStateGuard* StateGuard() { return Platform().StateGuard(); }
+
 }  // namespace varnel::host

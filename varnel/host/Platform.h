@@ -8,6 +8,7 @@
 #include "varnel/host/Ado.h"
 #include "varnel/host/ICodePages.h"
 #include "varnel/host/IFileSystem.h"
+#include "varnel/host/IStateGuard.h"
 #include "varnel/host/Locale.h"
 
 namespace varnel::host {
@@ -35,6 +36,8 @@ class IPlatform {
   virtual ILocale& Locale() = 0;
   virtual IFileSystem& FileSystem() = 0;
   virtual ICodePages& CodePages() = 0;
+  // Guards the lists of the request that runs on this thread: null where nothing guards them.
+  virtual IStateGuard* StateGuard() = 0;
   // Before and after a log entry is made. False if one is being made on this thread already: a log that fails
   // reports its failure, and that report must not come back to the log. `LeaveLog` follows only on True.
   virtual bool EnterLog() = 0;
@@ -47,6 +50,9 @@ IPlatform& Platform();
 
 // Short for Platform().GetObjectContext().
 std::shared_ptr<IObjectContext> GetObjectContext();
+
+// Short for Platform().StateGuard().
+IStateGuard* StateGuard();
 
 // The request's object `name` of `context` as the interface T of Intrinsics.h. Raises 13 if it is none.
 template <typename T>

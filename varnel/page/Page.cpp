@@ -46,6 +46,9 @@ const ClassInfo& Page::Class() const {
                                   Method<&Page::GetDGridViaPost>(u"GetDGridViaPost"),
                                   Method<&Page::ShowPageJump>(u"ShowPageJump"),
                                   Method<&Page::GetPageJump>(u"GetPageJump"),
+                                  Method<&Page::AllowSort>(u"AllowSort"),
+                                  Method<&Page::SealState>(u"SealState"),
+                                  Method<&Page::AcceptStatesOf>(u"AcceptStatesOf"),
                               }};
   return info;
 }
@@ -209,6 +212,19 @@ Variant Page::GetPageJump(Integer& o_lMaxallowedpages, bool& o_bPageRequired) {
   o_lMaxallowedpages = m_iMaxAllowedPages;
   o_bPageRequired = m_bShowPageJump;
   return {};
+}
+
+void Page::AllowSort(const String& iSortFields) {
+  if (host::IStateGuard* guard = host::StateGuard()) guard->AllowSort(iSortFields);
+}
+
+String Page::SealState(const String& iState, const String& iFile, const String& iRecordsetName) {
+  host::IStateGuard* guard = host::StateGuard();
+  return guard == nullptr || iState.empty() ? iState : guard->LeavingFor(iState, iFile, iRecordsetName);
+}
+
+void Page::AcceptStatesOf(const String& iFile) {
+  if (host::IStateGuard* guard = host::StateGuard()) guard->AcceptStatesOf(iFile);
 }
 
 }  // namespace varnel

@@ -70,6 +70,19 @@ class Page : public Object, public host::IObjectControl {
   // Stores the count and the wish of `ShowPageJump` into the arguments.
   Variant GetPageJump(Integer& o_lMaxallowedpages, bool& o_bPageRequired);
 
+  // What follows concerns sites that guard their lists (host::IStateGuard); elsewhere nothing happens, and
+  // `SealState` gives its text back.
+  //
+  // Recordsets of this request may be sorted by exactly the text `iSortFields`, which may hold expressions.
+  // Columns that the query shows need no leave, nor do the sorts of `DGrid.Col` and `SetDefaultSortFields`.
+  void AllowSort(const String& iSortFields);
+  // The state text `iState` as recordset `iRecordsetName` of page `iFile` takes it; the path begins below the
+  // site's pages: "list.asp". Raises 5 for a text or a path that can't be one.
+  // Example: page.SealState(rs.GetState(), "print.asp", "R_1").
+  String SealState(const String& iState, const String& iFile, const String& iRecordsetName);
+  // States that were made for page `iFile` are good here too. Raises 5 for a path that can't be one.
+  void AcceptStatesOf(const String& iFile);
+
  private:
   ObjectPtr GetMessageManager();
   void BindUser();

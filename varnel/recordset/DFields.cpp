@@ -8,17 +8,9 @@ namespace varnel {
 
 namespace {
 
-// The last dotted piece; brackets go only if they stand around the whole. The empty text has no piece.
-StringView LookupKey(StringView name) {
-  if (name.starts_with(u'[') && name.ends_with(u']')) name = name.substr(1, name.size() - 2);
-  if (name.empty()) RaiseRuntimeError(runtime_error::kSubscript);
-  return name.substr(name.rfind(u'.') + 1);
-}
-
 // Positions count from 0 here and from 1 in the collection.
 std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>())
-    return CastObject<DField>(fields.ItemOf(LookupKey(*name)));
+  if (const String* name = indexOrKey.As<String>()) return CastObject<DField>(fields.ItemOf(FieldKey(*name)));
   return CastObject<DField>(fields.Item(ToDouble(indexOrKey) + 1));
 }
 
@@ -28,6 +20,13 @@ String UnderlyingText(const ErrInfo& error) {
 }
 
 }  // namespace
+
+// The empty text has no piece.
+StringView FieldKey(StringView iName) {
+  if (iName.starts_with(u'[') && iName.ends_with(u']')) iName = iName.substr(1, iName.size() - 2);
+  if (iName.empty()) RaiseRuntimeError(runtime_error::kSubscript);
+  return iName.substr(iName.rfind(u'.') + 1);
+}
 
 const ClassInfo& DFields::Class() const {
   static const ClassInfo info{u"DFields",

@@ -24,6 +24,10 @@ class DFields : public Object {
   std::shared_ptr<Collection> m_Fields;
 };
 
+// What a field of the name `iName` is found by: its last dotted piece, without brackets around the whole.
+// Raises 9 for an empty name.
+StringView FieldKey(StringView iName);
+
 // Adds `ioField` under `iKey`, or under the key with as many "_X" behind it as make it a free one.
 void AddFieldToCollection(Collection& ioCollection, const std::shared_ptr<DField>& ioField, String iKey);
 

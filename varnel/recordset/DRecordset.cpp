@@ -1,4 +1,5 @@
-// The member table, binding, options and rows. Opening, states and navigation have files of their own.
+// The member table, binding, options and rows. Opening, states, navigation and the guard have files of their
+// own.
 #include "varnel/recordset/DRecordset.h"
 
 #include "varnel/automation/Members.h"
@@ -94,31 +95,19 @@ void DRecordset::RequireOpen(StringView iOperation) const {
 
 void DRecordset::Initialize(const std::shared_ptr<Page>& iPage, Integer iRecordsetID,
                             const std::shared_ptr<host::IConnection>& iConnection) {
+  const auto context = host::GetObjectContext();
+  const auto server = Intrinsic<host::IServer>(Required(context), u"Server");
+  const auto request = Intrinsic<host::IRequest>(*context, u"Request");
+  static_cast<DRecordsetFields&>(*this) = {};
   m_oPage = iPage;
-  m_oContext = host::GetObjectContext();
-  m_oServer = Intrinsic<host::IServer>(Required(m_oContext), u"Server");
-  m_oRequest = Intrinsic<host::IRequest>(Required(m_oContext), u"Request");
-  m_bOpen = false;
+  m_oContext = context;
+  m_oServer = server;
+  m_oRequest = request;
   m_sName = String(u"R_") + static_cast<char16_t>(48 + iRecordsetID);
   m_oConnection = iConnection;
   m_iPageSize = 10;
-  m_bPageJump = false;
-  m_iDisplayablePages = 0;
-  m_Jump = WindowMove();
-  m_bPageState = false;
-  m_bDoubleTop = false;
-  m_oFields = nullptr;
-  m_vFields.clear();
-  m_vRows = host::RowBlock();
   m_iLastRow = -1;
-  m_iCurrentRow = 0;
-  m_State = PersistedState();
-  m_sDefaultSortFields.clear();
-  m_bRecCount = false;
-  m_Texts = NavigationTexts();
-  m_bStateFromUrl = false;
-  m_sBaseUrl.clear();
-  m_bDefaultSortReversed = false;
+  m_State.NavType = nav_type::kNone;
 }
 
 void DRecordset::SetConnection(const String& i_sConnectionString) {
@@ -149,6 +138,7 @@ bool DRecordset::IsOpen() { return m_bOpen; }
 void DRecordset::SetDefaultSortFields(const String& iSortFields) {
   RequireClosed(u"SetDefaultSortFields");
   m_sDefaultSortFields = iSortFields;
+  DeclareSort(iSortFields);
 }
 
 String DRecordset::GetDefaultSortFields() { return m_sDefaultSortFields; }

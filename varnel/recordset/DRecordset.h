@@ -5,6 +5,9 @@
 // Order of use: Initialize; SetPageSize, SetDefaultSortFields, SetRecCountON, SetPageJump, SetState as
 // wanted; OpenRS; then the rows and the navigation. A recordset serves one request and is opened once.
 //
+// Where the host guards its lists (varnel/host/IStateGuard.h), a state text that came from outside is judged
+// before it is used, a bad one ends the page, and every state that leaves may carry a seal.
+//
 // Failures of its own have the source "Varnel.DRecordset" and the operation's name in front of the text:
 // number -1 where an operation isn't allowed on an open recordset, -2 where it is allowed on an open one
 // only.
@@ -21,9 +24,40 @@
 
 namespace varnel {
 
+// The fields that `Initialize` sets back.
+struct DRecordsetFields {
+  std::shared_ptr<Page> m_oPage;
+  std::shared_ptr<host::IObjectContext> m_oContext;
+  std::shared_ptr<host::IServer> m_oServer;
+  std::shared_ptr<host::IRequest> m_oRequest;
+  bool m_bOpen = false;
+  String m_sName;
+  std::shared_ptr<host::IConnection> m_oConnection;
+  Integer m_iPageSize = 0;
+  bool m_bPageJump = false;
+  Integer m_iDisplayablePages = 0;
+  WindowMove m_Jump;          // the window must move to the left, to the right
+  bool m_bPageState = false;  // SetPageState has run
+  bool m_bDoubleTop = false;  // this read used the nested form
+  std::shared_ptr<DFields> m_oFields;
+  std::vector<std::shared_ptr<DField>> m_vFields;  // the same, in column order
+  host::RowBlock m_vRows;
+  Integer m_iLastRow = 0;
+  Integer m_iCurrentRow = 0;
+  PersistedState m_State;
+  String m_sDefaultSortFields;
+  bool m_bRecCount = false;
+  NavigationTexts m_Texts;
+  bool m_bStateFromUrl = false;
+  String m_sBaseUrl;
+  bool m_bDefaultSortReversed = false;
+  String m_sOutsideState;                // the text that m_State was read from; empty for a state made here
+  std::vector<String> m_vDeclaredSorts;  // sort texts that the page itself has named
+};
+
 // ProgID "Varnel.DRecordset". Without `Initialize` every field is zero, empty or Nothing, the page size too,
 // and no state is looked for in the request.
-class DRecordset : public Object, public IDRecordset {
+class DRecordset : public Object, public IDRecordset, private DRecordsetFields {
  public:
   DRecordset();
   const ClassInfo& Class() const override;
@@ -42,6 +76,11 @@ class DRecordset : public Object, public IDRecordset {
   void SetDefaultSortReversed(bool iSortReversed);
   // The state of the read that was done, as mended. Only while open.
   String GetState();
+
+  // A sort text that the page itself offers: a state may ask for it, whatever it says.
+  void DeclareSort(const String& iSortFields);
+  // Ends the page where its state came from outside and somebody guards the list; returns otherwise.
+  void RefuseState(const String& iReason) const;
 
   // 0 if the page isn't sorted by `iSortFields` (in any case of letters), -1 if reversed, else 1.
   Integer GetCurrentSortOrder(const String& iSortFields);
@@ -115,6 +154,14 @@ class DRecordset : public Object, public IDRecordset {
   void RequireClosed(StringView iOperation) const;
   void RequireOpen(StringView iOperation) const;
 
+  // DRecordset_Guard.cpp
+  host::IStateGuard* GuardOfState() const;
+  String Leaving(const String& iState) const;
+  bool SortIsDeclared() const;
+  PersistedState ReadState(const String& iText) const;
+  void AdmitState(const std::vector<String>& iBranches, const std::vector<SortField>& iFields);
+  void OpenRead(host::IRecordset& ioRecordset, const String& iSql, const std::vector<SortField>& iFields);
+
   // DRecordset_State.cpp
   void TakeDefaultState();
   void TakeDefaultSort();
@@ -142,38 +189,14 @@ class DRecordset : public Object, public IDRecordset {
   // DRecordset_Navigation.cpp
   PageShown PageJustRead(const std::vector<SortField>& iFields);
   String BuildBaseUrl();
+  String StateOf(StringView iOperation, String NavigationTexts::*iText) const;
+  String UrlOf(StringView iOperation, String NavigationTexts::*iText);
   String UrlOf(const String& iState);
   String SortedState(const String& iSortFields) const;
   Integer SortOrder(const String& iSortFields) const;
 
   void LoadRow(Integer iRow);
   const Variant& BufferedValue(Long iColumn, Long iRow) const;
-
-  std::shared_ptr<Page> m_oPage;
-  std::shared_ptr<host::IObjectContext> m_oContext;
-  std::shared_ptr<host::IServer> m_oServer;
-  std::shared_ptr<host::IRequest> m_oRequest;
-  bool m_bOpen = false;
-  String m_sName;
-  std::shared_ptr<host::IConnection> m_oConnection;
-  Integer m_iPageSize = 0;
-  bool m_bPageJump = false;
-  Integer m_iDisplayablePages = 0;
-  WindowMove m_Jump;          // the window must move to the left, to the right
-  bool m_bPageState = false;  // SetPageState has run
-  bool m_bDoubleTop = false;  // this read used the nested form
-  std::shared_ptr<DFields> m_oFields;
-  std::vector<std::shared_ptr<DField>> m_vFields;  // the same, in column order
-  host::RowBlock m_vRows;
-  Integer m_iLastRow = 0;
-  Integer m_iCurrentRow = 0;
-  PersistedState m_State;
-  String m_sDefaultSortFields;
-  bool m_bRecCount = false;
-  NavigationTexts m_Texts;
-  bool m_bStateFromUrl = false;
-  String m_sBaseUrl;
-  bool m_bDefaultSortReversed = false;
 };
 
 // A new recordset, not yet initialised.

@@ -7,41 +7,31 @@
 
 namespace varnel {
 
-String DRecordset::GetStateFirst() {
-  RequireOpen(u"GetStateFirst");
-  return m_Texts.m_sStateFirst;
+String DRecordset::StateOf(StringView iOperation, String NavigationTexts::*iText) const {
+  RequireOpen(iOperation);
+  return Leaving(m_Texts.*iText);
 }
 
-String DRecordset::GetStatePrev() {
-  RequireOpen(u"GetStatePrev");
-  return m_Texts.m_sStatePrev;
+String DRecordset::UrlOf(StringView iOperation, String NavigationTexts::*iText) {
+  RequireOpen(iOperation);
+  return UrlOf(m_Texts.*iText);
 }
 
-String DRecordset::GetStateNext() {
-  RequireOpen(u"GetStateNext");
-  return m_Texts.m_sStateNext;
-}
+using Texts = NavigationTexts;
 
-String DRecordset::GetStateLast() {
-  RequireOpen(u"GetStateLast");
-  return m_Texts.m_sStateLast;
-}
-
-String DRecordset::GetStatePrevPage() {
-  RequireOpen(u"GetStatePrevPage");
-  return m_Texts.m_sStatePrevPage;
-}
-
-String DRecordset::GetStateNextPage() {
-  RequireOpen(u"GetStateNextPage");
-  return m_Texts.m_sStateNextPage;
-}
-
+String DRecordset::GetStateFirst() { return StateOf(u"GetStateFirst", &Texts::m_sStateFirst); }
+String DRecordset::GetStatePrev() { return StateOf(u"GetStatePrev", &Texts::m_sStatePrev); }
+String DRecordset::GetStateNext() { return StateOf(u"GetStateNext", &Texts::m_sStateNext); }
+String DRecordset::GetStateLast() { return StateOf(u"GetStateLast", &Texts::m_sStateLast); }
+String DRecordset::GetStatePrevPage() { return StateOf(u"GetStatePrevPage", &Texts::m_sStatePrevPage); }
+String DRecordset::GetStateNextPage() { return StateOf(u"GetStateNextPage", &Texts::m_sStateNextPage); }
 // Its guard bears the name of its neighbour; scripts have known the text that way.
-String DRecordset::GetCurrentState() {
-  RequireOpen(u"GetStateNextPage");
-  return m_Texts.m_sStateCurrent;
-}
+String DRecordset::GetCurrentState() { return StateOf(u"GetStateNextPage", &Texts::m_sStateCurrent); }
+
+String DRecordset::GetUrlFirst() { return UrlOf(u"GetUrlFirst", &Texts::m_sStateFirst); }
+String DRecordset::GetUrlPrev() { return UrlOf(u"GetUrlPrev", &Texts::m_sStatePrev); }
+String DRecordset::GetUrlNext() { return UrlOf(u"GetUrlNext", &Texts::m_sStateNext); }
+String DRecordset::GetUrlLast() { return UrlOf(u"GetUrlLast", &Texts::m_sStateLast); }
 
 Integer DRecordset::GetCurrentSortOrder(const String& iSortFields) {
   RequireOpen(u"GetCurrentSortOrder");
@@ -50,32 +40,12 @@ Integer DRecordset::GetCurrentSortOrder(const String& iSortFields) {
 
 String DRecordset::GetStateSorted(const String& iSortFields) {
   RequireOpen(u"GetStateSorted");
-  return SortedState(iSortFields);
+  return Leaving(SortedState(iSortFields));
 }
 
 String DRecordset::GetUrlSorted(const String& iSortFields) {
   RequireOpen(u"GetUrlSorted");
-  return m_sBaseUrl + Required(m_oPage).URLEncode(SortedState(iSortFields));
-}
-
-String DRecordset::GetUrlFirst() {
-  RequireOpen(u"GetUrlFirst");
-  return UrlOf(m_Texts.m_sStateFirst);
-}
-
-String DRecordset::GetUrlPrev() {
-  RequireOpen(u"GetUrlPrev");
-  return UrlOf(m_Texts.m_sStatePrev);
-}
-
-String DRecordset::GetUrlNext() {
-  RequireOpen(u"GetUrlNext");
-  return UrlOf(m_Texts.m_sStateNext);
-}
-
-String DRecordset::GetUrlLast() {
-  RequireOpen(u"GetUrlLast");
-  return UrlOf(m_Texts.m_sStateLast);
+  return UrlOf(SortedState(iSortFields));
 }
 
 // The sign tells the side on which the page lies, and with it which text is the base.
@@ -145,7 +115,7 @@ String DRecordset::BuildBaseUrl() {
 
 String DRecordset::UrlOf(const String& iState) {
   if (iState.empty()) return {};
-  return m_sBaseUrl + Required(m_oPage).URLEncode(iState);
+  return m_sBaseUrl + Required(m_oPage).URLEncode(Leaving(iState));
 }
 
 Integer DRecordset::SortOrder(const String& iSortFields) const {

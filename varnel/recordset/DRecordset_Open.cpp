@@ -18,6 +18,7 @@ void DRecordset::OpenRS(const String& iQuery, const String& iPrimaryKeyFields) {
   if (m_State.NavType == nav_type::kNone) TakeStateFromRequest();
   std::vector<SortField> fields = ParseSortFields(m_State, keyList);
   std::vector<String> branches = SplitUnionBranches(iQuery);
+  AdmitState(branches, fields);
 
   const auto recordset = NewRecordset();
   if (m_State.TotalRecords == -1 && m_bRecCount) CountAllBranches(branches, *recordset);
@@ -71,7 +72,7 @@ bool DRecordset::ReadPage(std::vector<String>& ioBranches, std::vector<SortField
     const String query = BuildReadQuery(ioBranches, m_State, ioFields, top);
     m_bDoubleTop = top.nested;
     LimitLastPage(ioRecordset);
-    OpenDisconnected(m_oConnection, ioRecordset, query);
+    OpenRead(ioRecordset, query, ioFields);
     m_iLastRow = -1;
     if (!ioRecordset.IsEOF()) TakeRows(ioRecordset);
     ioRecordset.Close();

@@ -14,7 +14,8 @@ void DRecordset::SetState(const String& iPersistedStateInfo) {
     TakeDefaultState();
     m_State.JumpPage = 1;
   } else {
-    m_State = ParseState(iPersistedStateInfo, m_bStateFromUrl);
+    m_State = ReadState(iPersistedStateInfo);
+    m_sOutsideState = iPersistedStateInfo;
     if (m_bStateFromUrl && m_State.JumpPage != 0) SetPageState(iPersistedStateInfo, m_State.JumpPage);
     if (m_State.JumpPage == 0) ShowPageOfState();
   }
@@ -23,7 +24,7 @@ void DRecordset::SetState(const String& iPersistedStateInfo) {
 
 String DRecordset::GetState() {
   RequireOpen(u"GetState");
-  return SerializeState(m_State);
+  return Leaving(SerializeState(m_State));
 }
 
 void DRecordset::TakeDefaultState() {
@@ -36,6 +37,7 @@ void DRecordset::TakeDefaultState() {
   m_State.LeftPage = 0;
   m_State.RightPage = 0;
   m_lDisplayPage = 1;
+  m_sOutsideState.clear();
 }
 
 void DRecordset::TakeDefaultSort() {
@@ -74,7 +76,8 @@ void DRecordset::SetPageState(const String& iPersistedStateInfo, Long lPosition)
     m_rightPageNumber = 0;
   } else {
     // From a URL the text has just been read by SetState.
-    if (!m_bStateFromUrl) m_State = ParseState(iPersistedStateInfo, false);
+    if (!m_bStateFromUrl) m_State = ReadState(iPersistedStateInfo);
+    m_sOutsideState = iPersistedStateInfo;
     JumpTo(lPosition);
   }
   TakeDefaultSort();

@@ -24,11 +24,23 @@ SortField FieldOf(const String& column, bool ascending) {
   return {column.substr(alias + kAlias.size()), column.substr(0, alias), ascending};
 }
 
-SortField ParseSortEntry(const String& text) {
+struct SortEntry {
+  String column;
+  bool ascending = true;
+};
+
+SortEntry CutDirection(const String& text) {
   const String entry = TrimRight(text);
-  if (EndsNoCase(entry, kDescending)) return FieldOf(WithoutEnd(entry, kDescending), false);
-  if (EndsNoCase(entry, kAscending)) return FieldOf(WithoutEnd(entry, kAscending), true);
-  return FieldOf(Trim(entry), true);
+  if (EndsNoCase(entry, kDescending)) return {WithoutEnd(entry, kDescending), false};
+  if (EndsNoCase(entry, kAscending)) return {WithoutEnd(entry, kAscending), true};
+  return {Trim(entry), true};
+}
+
+std::vector<SortEntry> CutEntries(StringView sortText) {
+  std::vector<SortEntry> entries;
+  if (Trim(sortText).empty()) return entries;
+  for (const String& entry : Split(sortText, u",")) entries.push_back(CutDirection(entry));
+  return entries;
 }
 
 bool Names(const std::vector<SortField>& fields, const String& name) {
@@ -42,10 +54,16 @@ void ReverseSort(std::vector<SortField>& ioFields) {
   for (SortField& field : ioFields) field.Ascending = !field.Ascending;
 }
 
+std::vector<String> SortColumns(StringView iSortText) {
+  std::vector<String> columns;
+  for (SortEntry& entry : CutEntries(iSortText)) columns.push_back(std::move(entry.column));
+  return columns;
+}
+
 std::vector<SortField> ParseSortFields(const PersistedState& iState, const String& iPrimaryKeyFields) {
   std::vector<SortField> fields;
-  if (!Trim(iState.SortFields).empty()) {
-    for (const String& entry : Split(iState.SortFields, u",")) fields.push_back(ParseSortEntry(entry));
+  for (const SortEntry& entry : CutEntries(iState.SortFields)) {
+    fields.push_back(FieldOf(entry.column, entry.ascending));
   }
   for (const String& piece : Split(iPrimaryKeyFields, u",")) {
     const String key = Trim(piece);

@@ -20,6 +20,9 @@ struct SortField {
 // ascending. SortReversed turns all directions around, and a NavType of 2 or more does so once more.
 std::vector<SortField> ParseSortFields(const PersistedState& iState, const String& iPrimaryKeyFields);
 
+// The entries of `iSortText` without their directions, as the fields are made of them; none for a blank text.
+std::vector<String> SortColumns(StringView iSortText);
+
 // Turns all directions around.
 void ReverseSort(std::vector<SortField>& ioFields);
 
