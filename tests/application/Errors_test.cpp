@@ -40,6 +40,7 @@ TEST_F(ErrorsTest, ErrorOfTheDatabaseIsCaughtToo) {
 }
 
 TEST_F(ErrorsTest, DamagedStateTextIsTheRunTimeErrorOfItsStep) {
+  site.Write("site.toml", site.Read("site.toml") + "\n[lists]\nlinks = \"any\"\n");
   site.MakeCustomers(3);
   site.WritePage(
       "list.asp",

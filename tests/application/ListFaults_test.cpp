@@ -1,15 +1,20 @@
 // What a visitor can do to a list by its link or its form: a state text is damaged, lies or asks for what
-// there isn't. Each request fails with the run-time error of its step or shows a page; the data stay as they
-// are, and the next request is served.
+// there isn't. As the site's owner says nothing, damage is refused. Where he lets anything through, each
+// request fails with the run-time error of its step. Both ways it may show a page; the data stay as they are,
+// and the next request is served.
 
 #include <gmock/gmock.h>
 
 #include "host-linux/web/FormFields.h"
 #include "tests/application/ServedSite.h"
+#include "tests/application/StateTexts.h"
 
 namespace {
 
 using hosttest::Answer;
+using hosttest::Encoded;
+using hosttest::FirstPageBy;
+using hosttest::StateText;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -27,34 +32,15 @@ constexpr char kForm[] =
     "rs.OpenRS('SELECT id, name FROM customer', 'id');\n"
     "for (; !rs.EOF; rs.MoveNext()) { %><%= rs('id') %> <% } %>";
 
+constexpr char kGrid[] =
+    "<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');\n"
+    "var rs = page.DRecordset(); rs.SetPageSize(3);\n"
+    "var grid = page.DGrid(rs, 'Customers'); grid.Col('Id', 'id'); grid.ShowPageJump(5, 5, '');\n"
+    "rs.OpenRS('SELECT id, name FROM customer', 'id'); page.Add(grid); %>";
+
 constexpr char kMessages[] =
     "SLBGE0015 = \"Records\"\nSLBGE0016 = \"x\"\nSLBGE0017 = \"none\"\nSLBGE0018 = \"x\"\nSLBGE0019 = \"x\"\n"
     "SLBGE0020 = \"x\"\nSLBGE0021 = \"x\"\nSLBGE0032 = \"x\"\nSLBGE0034 = \"x\"\nSLBGE0035 = \"x\"\n";
-
-std::string Encoded(const std::string& text) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (std::isalnum(byte) != 0) {
-      encoded += c;
-    } else {
-      encoded += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  return encoded;
-}
-
-// A text as it stands in a state text: its length, then the codes of its characters.
-std::string StateText(const std::string& text) {
-  std::string body;
-  for (const char c : text) body += (body.empty() ? "" : "+") + std::to_string(static_cast<int>(c));
-  const std::string length = std::to_string(body.size());
-  return std::string(3 - length.size(), ' ') + length + body;
-}
-
-// The first page of 10 rows in the order `sort`.
-std::string FirstPageBy(const std::string& sort) { return "0x10x1x" + StateText(sort) + "0x1x0x0x"; }
 
 // Page 2 of 10 rows, behind the row 3, which "n03" and 3 are the keys of; `total` rows are claimed.
 std::string SecondPage(const std::string& total = "10", const std::string& first = "4") {
@@ -63,7 +49,8 @@ std::string SecondPage(const std::string& total = "10", const std::string& first
 
 class ListFaultsTest : public hosttest::PageTest {
  protected:
-  ListFaultsTest() {
+  explicit ListFaultsTest(const std::string& lists = "links = \"any\"") {
+    site.Write("site.toml", site.Read("site.toml") + "\n[lists]\n" + lists + "\n");
     site.MakeCustomers(10);
     site.Write("messages/1033.toml", kMessages);
     site.WritePage("list.asp", kList);
@@ -111,6 +98,18 @@ class ListFaultsTest : public hosttest::PageTest {
   }
 
   int m_errors = 0;
+};
+
+// The same, judged by what the site's defaults say.
+class RefusedLinksTest : public ListFaultsTest {
+ protected:
+  RefusedLinksTest() : ListFaultsTest("") {}
+
+  void ExpectRefused(const Answer& answer, const std::string& what) {
+    EXPECT_EQ(answer.status, 400) << what << ": " << answer.body;
+    EXPECT_THAT(answer.body, HasSubstr("To the first page of the list")) << what;
+    ExpectServed();
+  }
 };
 
 TEST_F(ListFaultsTest, WholeStateTextIsTheNextPage) { ExpectRows(List(SecondPage()), "4 5 6 "); }
@@ -211,6 +210,69 @@ TEST_F(ListFaultsTest, PressedButtonWithoutItsHiddenFieldIsNoClick) {
 TEST_F(ListFaultsTest, PressedButtonWithADamagedHiddenFieldIsTheErrorOfItsStep) {
   ExpectError(Post("/shop/form.asp", "R_12.x=3&R_12.y=4&R_12d=1x10"), 5, "cut short");
   ExpectError(Post("/shop/form.asp", "R_12.x=3&R_12.y=4&R_12d=ax10x"), 13, "letters");
+}
+
+// --- With a guard
+
+TEST_F(RefusedLinksTest, StateTextCutShortIsRefusedWhereverItIsCut) {
+  const std::string whole = SecondPage();
+  for (std::size_t length = 1; length + 1 < whole.size(); ++length) {
+    EXPECT_EQ(List(whole.substr(0, length)).status, 400) << whole.substr(0, length);
+  }
+  ExpectServed();
+}
+
+TEST_F(RefusedLinksTest, LettersAndNumbersOutOfRangeAreRefused) {
+  ExpectRefused(List("ax10x4x" + StateText("id") + "0x0x" + StateText("3") + "1x1x4x"), "the read");
+  ExpectRefused(List("1x10x4xabcd0x"), "a length");
+  ExpectRefused(List("1x10x4x  3abc0x0x" + StateText("3") + "1x1x4x"), "a character");
+  ExpectRefused(List(SecondPage("99999999999")), "the total");
+  ExpectRefused(List("1x10x4x" + StateText("id") + "0xz2x" + StateText("3") + "1x1x4x"), "the highest key");
+  ExpectRefused(List("1x10x4x" + StateText("id") + "0x29999x" + StateText("3")), "thirty thousand keys");
+}
+
+TEST_F(RefusedLinksTest, AWrongNumberOfKeysIsRefused) {
+  ExpectRefused(List("1x10x4x" + StateText("name, id") + "0x0x" + StateText("3") + "1x1x4x"), "too few");
+  ExpectRefused(List("1x10x4x" + StateText("id") + "0x1x" + StateText("3") + StateText("3") + "1x1x4x"),
+                "too many");
+}
+
+TEST_F(RefusedLinksTest, SortsThatAreNoColumnAreRefused) {
+  for (const char* sort : {"nothing", "name,, id", "name SIDEWAYS", "'", "1; DROP TABLE customer",
+                           "id; DELETE FROM customer; --", "id UNION SELECT 1, 2"}) {
+    ExpectRefused(List(FirstPageBy(sort)), sort);
+  }
+}
+
+TEST_F(RefusedLinksTest, NumbersThatLieAreUsedAsTheyStand) {
+  ExpectRows(List(SecondPage("2000000000")), "4 5 6 ");
+  ExpectRows(List(SecondPage("z5")), "4 5 6 ");
+  ExpectRows(List(SecondPage("10", "1000000")), "4 5 6 ");
+  EXPECT_EQ(List("7x10x4x" + StateText("id") + "0x1x1x4x").status, 200);
+  for (const char* page : {"0", "z5", "1000000000", "2147483647", "z2147483648"}) {
+    EXPECT_EQ(List(SecondPage() + page + "x").status, 200) << page;
+  }
+}
+
+TEST_F(RefusedLinksTest, OverflowingPageNumbersAreRefused) {
+  ExpectRefused(List(SecondPage() + "99999999999x"), "by link");
+  ExpectRefused(List(SecondPage() + "twox"), "letters");
+  const std::string next =
+      "&R_1_jn=" + Encoded("1x10x4x" + StateText("id") + "0x0x" + StateText("3") + "1x1x4x");
+  ExpectRefused(Post("/shop/form.asp", "R_1_jv=99999999999" + next), "by form");
+}
+
+TEST_F(RefusedLinksTest, MorePageNumbersThanAPageHoldsAreRefused) {
+  site.WritePage("grid.asp", kGrid);
+  ExpectRefused(Get("/shop/grid.asp?R_1=" +
+                    Encoded("1x10x4x" + StateText("id") + "0x0x" + StateText("3") + "1x1x2000000000x")),
+                "a window of two thousand million numbers");
+}
+
+TEST_F(RefusedLinksTest, DamagedHiddenFieldsAreRefused) {
+  ExpectRefused(Post("/shop/form.asp", "R_12.x=3&R_12.y=4&R_12d=1x10"), "cut short");
+  ExpectRefused(Post("/shop/form.asp", "R_14.x=3&R_14.y=4&R_14d=ax10x"), "a head's");
+  ExpectRefused(Post("/shop/form.asp", "CHOWC=1&CTATEC=" + Encoded(FirstPageBy("nothing"))), "submitted");
 }
 
 }  // namespace

@@ -7,12 +7,20 @@ namespace {
 constexpr StringView kSecondPage = u"1x57x11x  00x0x  549+481x0x0x";  // behind id 10
 constexpr StringView kByName = u"0x57x1x 14110+97+109+1010x1x0x0x";   // the first page by name
 
+constexpr StringView kReadByName = u"SELECT TOP 10 id, name FROM t ORDER BY name ASC,id ASC";
+constexpr StringView kFirstRead = u"SELECT TOP 10 id, name FROM t ORDER BY id ASC";
+
+hostfake::FakeAnswer Failing(StringView sqlState) {
+  hostfake::FakeAnswer answer;
+  answer.error = hostfake::Failure(-1, u"refused");
+  answer.providerErrors = {{-1, u"db", u"refused", 1, String(sqlState)}};
+  return answer;
+}
+
 // Notes what it is asked, and seals by a mark.
 class NotingGuard : public host::IStateGuard {
  public:
-  String Leaving(const String& text, const String& recordset) override {
-    return text + u"!" + recordset;
-  }
+  String Leaving(const String& text, const String& recordset) override { return text + u"!" + recordset; }
   String LeavingFor(const String& text, const String& file, const String& recordset) override {
     return text + u"!" + file + u"!" + recordset;
   }
@@ -96,12 +104,12 @@ TEST_F(GuardedRecordset, AnEmptyTextTakesAForeignStateBack) {
 
 TEST_F(GuardedRecordset, TheSortComesInItsEntriesAndTheQueryInItsBranches) {
   auto recordset = New();
-  recordset->SetState(u"0x57x1x 71110+97+109+101+32+68+69+83+67+44+32+105+100+32+65+83+32+120+44+44+105+1000x1x0x0x");
+  recordset->SetState(
+      u"0x57x1x 73110+97+109+101+32+68+69+83+67+44+32+105+100+32+65+83+32+120+44+44+105+1000x1x0x0x");
   EXPECT_ANY_THROW(recordset->OpenRS(u"SELECT id, name FROM t UNION (SELECT id, name FROM u)", u"id"));
   EXPECT_EQ(m_guard.sort, u"name DESC, id AS x,,id");
   EXPECT_EQ(m_guard.columns, (std::vector<String>{u"name", u"id AS x", u"", u"id"}));
-  EXPECT_EQ(m_guard.branches,
-            (std::vector<String>{u"SELECT id, name FROM t", u"SELECT id, name FROM u"}));
+  EXPECT_EQ(m_guard.branches, (std::vector<String>{u"SELECT id, name FROM t", u"SELECT id, name FROM u"}));
 }
 
 TEST_F(GuardedRecordset, ASortThatThePageNamesIsDeclared) {
@@ -125,16 +133,16 @@ TEST_F(GuardedRecordset, ATextWithoutASortTakesTheDefaultWhichIsDeclared) {
 }
 
 TEST_F(GuardedRecordset, DamageEndsThePage) {
-  ExpectEnd(u"1x57x11x");                                  // cut short
-  ExpectEnd(u"ax57x1x  00x1x0x0x");                        // letters
-  ExpectEnd(u"40000x57x1x  00x1x0x0x");                    // out of range
-  ExpectEnd(u"1x57x11x  00xz2x1x0x0x");                    // no key at all
+  ExpectEnd(u"1x57x11x");                                   // cut short
+  ExpectEnd(u"ax57x1x  00x1x0x0x");                         // letters
+  ExpectEnd(u"40000x57x1x  00x1x0x0x");                     // out of range
+  ExpectEnd(u"1x57x11x  00xz2x1x0x0x");                     // no key at all
   ExpectEnd(u"1x57x11x  00x0x  549+481x0x0x99999999999x");  // a page out of range
 }
 
 TEST_F(GuardedRecordset, AWrongNumberOfKeysEndsThePage) {
-  ExpectEnd(u"1x57x11x  00x1x  549+48  549+481x0x0x");                 // two for one column
-  ExpectEnd(u"1x57x11x 14110+97+109+1010x0x  549+481x0x0x");           // one for two
+  ExpectEnd(u"1x57x11x  00x1x  549+48  549+481x0x0x");        // two for one column
+  ExpectEnd(u"1x57x11x 14110+97+109+1010x0x  549+481x0x0x");  // one for two
 }
 
 TEST_F(GuardedRecordset, NumbersThatLieAreUsedAsTheyStand) {
@@ -142,45 +150,32 @@ TEST_F(GuardedRecordset, NumbersThatLieAreUsedAsTheyStand) {
 }
 
 TEST_F(GuardedRecordset, ASortByAColumnThatTheResultLacksEndsThePageWithAndWithoutRows) {
-  m_host.Database().AnswerWith([](const String&) -> std::optional<hostfake::FakeAnswer> {
-    return hostfake::FakeAnswer{{{u"id", hostfake::kTypeLong}}, {}, {}, {}};
-  });
+  m_host.Database().Answer(kReadByName, {{{u"id", hostfake::kTypeLong}}, {}, {}, {}});
   ExpectEnd(kByName);
-  m_host.Database().AnswerWith([](const String&) -> std::optional<hostfake::FakeAnswer> {
-    return hostfake::FakeAnswer{{{u"id", hostfake::kTypeLong}}, {{Long{1}}}, {}, {}};
-  });
+  m_host.Database().Answer(kReadByName, {{{u"id", hostfake::kTypeLong}}, {{Long{1}}}, {}, {}});
   ExpectEnd(kByName);
 }
 
 TEST_F(GuardedRecordset, WhatTheDatabaseSaysOfAForeignSortOrKeyEndsThePage) {
   for (const StringView sqlState : {u"22018", u"42S22", u"42000"}) {
-    m_host.Database().AnswerWith([&](const String&) -> std::optional<hostfake::FakeAnswer> {
-      hostfake::FakeAnswer answer;
-      answer.error = {-1, u"db", u"refused", u"", 0};
-      answer.providerErrors = {{-1, u"db", u"refused", 1, String(sqlState)}};
-      return answer;
-    });
+    m_host.Database().Answer(kReadByName, Failing(sqlState));
     ExpectEnd(kByName);
+    m_host.Database().Answer(kFirstRead, Failing(sqlState));
     EXPECT_THROW(OpenAt(u""), Error) << "a fault of the page's own query";
   }
 }
 
 TEST_F(GuardedRecordset, OtherFaultsOfTheDatabaseStayFailures) {
-  m_host.Database().AnswerWith([&](const String&) -> std::optional<hostfake::FakeAnswer> {
-    hostfake::FakeAnswer answer;
-    answer.error = {-1, u"db", u"gone", u"", 0};
-    answer.providerErrors = {{-1, u"db", u"gone", 1, u"08S01"}};
-    return answer;
-  });
+  m_host.Database().Answer(kReadByName, Failing(u"08S01"));
   EXPECT_THROW(OpenAt(kByName), Error);
 }
 
 TEST_F(GuardedRecordset, EveryStateThatLeavesIsSealedForItsRecordset) {
   const auto recordset = OpenAt(kSecondPage, 10, true, 5);
   for (const String& state :
-       {recordset->GetState(), recordset->GetStateFirst(), recordset->GetStatePrev(), recordset->GetStateNext(),
-        recordset->GetStateLast(), recordset->GetStatePrevPage(), recordset->GetStateNextPage(),
-        recordset->GetCurrentState(), recordset->GetStateSorted(u"name")}) {
+       {recordset->GetState(), recordset->GetStateFirst(), recordset->GetStatePrev(),
+        recordset->GetStateNext(), recordset->GetStateLast(), recordset->GetStatePrevPage(),
+        recordset->GetStateNextPage(), recordset->GetCurrentState(), recordset->GetStateSorted(u"name")}) {
     EXPECT_TRUE(state.ends_with(u"x!R_1")) << ToUtf8(state);
   }
   Long page = 4;
