@@ -1,5 +1,8 @@
 #include "host-linux/services/AccountsComponent.h"
 
+#include <stdexcept>
+
+#include "varnel/automation/Error.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -20,8 +23,12 @@ const varnel::ClassInfo& AccountsComponent::Class() const {
 }
 
 bool AccountsComponent::Check(const varnel::String& name, const varnel::String& password) {
-  const Accounts::Verdict verdict =
-      m_accounts->Check(varnel::ToUtf8(name), varnel::ToUtf8(password), m_visitorAddress());
+  Accounts::Verdict verdict;
+  try {
+    verdict = m_accounts->Check(varnel::ToUtf8(name), varnel::ToUtf8(password), m_visitorAddress());
+  } catch (const std::runtime_error& error) {
+    varnel::RaiseRuntimeError(varnel::runtime_error::kOutOfMemory, varnel::FromUtf8(error.what()));
+  }
   m_retryAfter = static_cast<varnel::Long>(verdict.retryAfter.count());
   return verdict.isRight;
 }

@@ -18,12 +18,12 @@ function choice(name, value, shown, chosen) {
 %><!DOCTYPE html>
 <html lang="<%= htmlLanguage() %>">
 <head>
-<%= documentHead(page, page.I18N("ShopSettings")) %>
+<%= documentHead(page, page.I18N("ShopLanguage")) %>
 </head>
 <body>
 <%= siteHeader(page, "settings.asp") %>
 <main id="content">
-<div class="bar"><h1><%= say(page, "ShopSettings") %></h1></div>
+<div class="bar"><h1><%= say(page, "ShopLanguage") %></h1></div>
 <form class="settings" method="post" action="<%= encode(page.URL("settings.asp")) %>">
 <%= formFields(back) %>
 <fieldset><legend><%= say(page, "ShopLanguage") %></legend>

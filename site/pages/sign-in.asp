@@ -45,7 +45,7 @@ var wrong = problem === "ShopSignInWrong" ? ' aria-invalid="true" aria-described
 <form class="signin" method="post" action="<%= encode(page.URL("sign-in.asp")) %>">
 <%= formFields(back) %>
 <% if (problem !== "") { %><p id="problem" class="note bad" role="alert"><%= say(page, problem, wait) %></p><% } %>
-<div><label for="name"><%= say(page, "ShopUserName") %></label>
+<div><label for="name"><%= say(page, "ShopUser") %></label>
 <input id="name" name="name" required maxlength="30" autocomplete="username" autocapitalize="none" spellcheck="false" value="<%= encode(name) %>"<%= wrong %>></div>
 <div><label for="password"><%= say(page, "ShopPassword") %></label>
 <input id="password" name="password" type="password" required maxlength="256" autocomplete="current-password"<%= wrong %>></div>
