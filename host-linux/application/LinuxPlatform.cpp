@@ -10,6 +10,7 @@
 #include "host-linux/services/Log.h"
 #include "host-linux/services/UserComponent.h"
 #include "host-linux/web/ObjectContext.h"
+#include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/component/ClassFactory.h"
 
