@@ -21,7 +21,7 @@ before(async () => {
       editSettings(site, (text) => text
         .replace(/^Quota_Images = .*/m, "Quota_Images = 2")
         .replace(/^Quota_Prices = .*/m, "Quota_Prices = 3")
-        .replace(/^Quota_Favorites = .*/m, "Quota_Favorites = 30")
+        .replace(/^Quota_Favorites = .*/m, "Quota_Favorites = 45")
         .replace(/^max_bytes = .*/m, "max_bytes = 5000"));
     },
   });
@@ -258,9 +258,9 @@ test("a user keeps so many favourites", async () => {
   const token = await guest.token();
   const count = () => shop.query("SELECT COUNT(*) AS N FROM FAVORITES WHERE USERID = 'demo'")[0].N;
   const first = count();
-  assert.ok(first > 0 && first <= 30);
+  assert.ok(first > 0 && first < 45);
   for (let id = 1000; id < 1040; id++) await guest.post("favourite.asp", { token, add: String(id), back: "/shop/" });
-  assert.equal(count(), 30);
+  assert.equal(count(), 45);
 });
 
 test("without JavaScript a user signs in, in each language", async () => {
