@@ -2,6 +2,7 @@
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/services/AccountsComponent.h"
 #include "host-linux/web/ObjectContext.h"
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
@@ -68,6 +69,7 @@ std::vector<PublicClass> PublicClasses() {
           {"Application", intrinsics.application},
           {"Contents", intrinsics.application->ContentsObject()},
           {"Server", intrinsics.server},
+          {"Host.Accounts", std::make_shared<AccountsComponent>(nullptr, nullptr)},
           {"ADODB.Connection", connection},
           {"ADODB.Errors", connection->ErrorCollection()},
           {"ADODB.Error", std::make_shared<AdoError>(varnel::host::ProviderError())},

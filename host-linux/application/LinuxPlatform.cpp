@@ -5,10 +5,12 @@
 
 #include "host-linux/database/AdoConnection.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/services/AccountsComponent.h"
 #include "host-linux/services/ConfigurationComponent.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/UserComponent.h"
 #include "host-linux/web/ObjectContext.h"
+#include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/component/ClassFactory.h"
 
@@ -29,6 +31,13 @@ varnel::Variant LanguageOfSession() {
   return session == nullptr ? varnel::Variant() : session->Value(kLanguageKey);
 }
 
+// Of the running request; empty where there is none.
+std::string AddressOfVisitor() {
+  const auto context = CurrentContext();
+  if (context == nullptr) return "";
+  return varnel::ToUtf8(varnel::ToText(context->Objects().request->ServerVariables().Value(u"REMOTE_ADDR")));
+}
+
 }  // namespace
 
 LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
@@ -36,8 +45,9 @@ LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoD
     : m_site(site),
       m_database(std::move(database)),
       m_ownComponents(std::move(ownComponents)),
+      m_accounts(std::make_shared<Accounts>(site)),
       m_locale(site.codePage),
-      m_files({site.folder, site.fileRoots, site.PagesFolder()}),
+      m_files({site.folder, site.fileRoots, site.PagesFolder(), site.maxFiles, site.maxFileBytes}),
       m_codePages(site.codePage) {}
 
 std::shared_ptr<varnel::host::IObjectContext> LinuxPlatform::GetObjectContext() { return CurrentContext(); }
@@ -50,6 +60,7 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
   if (is(u"Ostrand.Log")) return std::make_shared<LogComponent>();
   if (is(u"Ostrand.Configuration")) return std::make_shared<ConfigurationComponent>(m_site);
   if (is(u"Tolvane.User")) return std::make_shared<UserComponent>(m_site, LanguageOfSession);
+  if (is(u"Host.Accounts")) return std::make_shared<AccountsComponent>(m_accounts, AddressOfVisitor);
   if (m_ownComponents != nullptr) {
     if (auto component = m_ownComponents(progID)) return component;
   }

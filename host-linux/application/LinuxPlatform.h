@@ -7,6 +7,7 @@
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/nls/LocaleCalls.h"
 #include "host-linux/nls/SiteCodePages.h"
+#include "host-linux/services/Accounts.h"
 #include "host-linux/services/SiteConfiguration.h"
 #include "host-linux/services/SiteFiles.h"
 #include "varnel/host/Platform.h"
@@ -38,6 +39,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   const SiteConfiguration& m_site;
   std::shared_ptr<AdoDatabase> m_database;
   ComponentFactory m_ownComponents;
+  std::shared_ptr<Accounts> m_accounts;
   LocaleCalls m_locale;
   SiteFiles m_files;
   hostlinux::CodePages m_codePages;

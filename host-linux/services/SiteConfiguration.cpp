@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "host-linux/nls/SiteCodePages.h"
+#include "host-linux/services/PasswordHash.h"
 #include "host-linux/services/Toml.h"
 
 namespace hostlinux {
@@ -187,17 +188,36 @@ void ReadHeaders(const toml::table& table, SiteConfiguration& site) {
   }
 }
 
+// Anything else than a hash could be a password as it is typed, which must not stand in a file.
+std::string ReadPassword(const toml::node& node, const std::string& key) {
+  std::string hash = ReadText(node, key);
+  if (!IsPasswordHash(hash)) Fail(node, key + " must be a hash, as \"varnel password\" makes it");
+  return hash;
+}
+
 void ReadUsers(const toml::table& table, SiteConfiguration& site) {
   for (const auto& [key, node] : table) {
     const std::string name(key.str());
     if (!node.is_table()) Fail(node, "[users] holds a table for each user, such as [users.demo]");
-    SiteConfiguration::User user{site.lcid};
-    ReadSection(*node.as_table(), "users." + name,
-                {{"language", [&](const toml::node& value, const std::string& valueKey) {
-                    user.language = static_cast<varnel::Long>(ReadNumber(value, valueKey, 0, 0xFFFFF));
-                  }}});
+    SiteConfiguration::User user{site.lcid, "", ""};
+    ReadSection(
+        *node.as_table(), "users." + name,
+        {{"language",
+          [&](const toml::node& value, const std::string& valueKey) {
+            user.language = static_cast<varnel::Long>(ReadNumber(value, valueKey, 0, 0xFFFFF));
+          }},
+         {"password", [&](const toml::node& value,
+                          const std::string& valueKey) { user.password = ReadPassword(value, valueKey); }},
+         {"role", TextInto(user.role)}});
     site.users[name] = user;
   }
+}
+
+void ReadSignIn(const toml::table& table, SiteConfiguration& site) {
+  ReadSection(table, "sign_in", {{"attempts", [&](const toml::node& node, const std::string& key) {
+                                    site.signInAttempts =
+                                        static_cast<std::size_t>(ReadNumber(node, key, 1, 1'000'000));
+                                  }}});
 }
 
 void ReadLog(const toml::table& table, SiteConfiguration::Log& log) {
@@ -244,13 +264,17 @@ void ReadLists(const toml::table& table, SiteConfiguration::Lists& lists) {
 }
 
 void ReadFiles(const toml::table& table, SiteConfiguration& site) {
-  ReadSection(table, "files", {{"roots", [&](const toml::node& node, const std::string& key) {
-                                  site.fileRoots.clear();
-                                  for (const std::string& root : ReadTexts(node, key)) {
-                                    if (root.empty()) Fail(node, key + " must not hold an empty text");
-                                    site.fileRoots.emplace_back(root);
-                                  }
-                                }}});
+  ReadSection(table, "files",
+              {{"roots",
+                [&](const toml::node& node, const std::string& key) {
+                  site.fileRoots.clear();
+                  for (const std::string& root : ReadTexts(node, key)) {
+                    if (root.empty()) Fail(node, key + " must not hold an empty text");
+                    site.fileRoots.emplace_back(root);
+                  }
+                }},
+               {"max_files", BytesInto(site.maxFiles)},
+               {"max_bytes", BytesInto(site.maxFileBytes)}});
 }
 
 void ReadAll(const toml::table& file, SiteConfiguration& site) {
@@ -260,8 +284,8 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     return node == nullptr ? nullptr : node->as_table();
   };
   static const std::vector<std::string> kSections = {"site",    "server",        "headers", "application",
-                                                     "session", "configuration", "users",   "log",
-                                                     "files",   "lists"};
+                                                     "session", "configuration", "users",   "sign_in",
+                                                     "log",     "files",         "lists"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -274,6 +298,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   if (const auto* table = section("session")) site.session = ReadValues(*table);
   if (const auto* table = section("configuration")) site.configuration = ReadValues(*table);
   if (const auto* table = section("users")) ReadUsers(*table, site);
+  if (const auto* table = section("sign_in")) ReadSignIn(*table, site);
   if (const auto* table = section("log")) ReadLog(*table, site.log);
   if (const auto* table = section("files")) ReadFiles(*table, site);
   if (const auto* table = section("lists")) ReadLists(*table, site.lists);

@@ -63,6 +63,8 @@ struct SiteConfiguration {
 
   struct User {
     varnel::Long language = 0;
+    std::string password;  // as MakePasswordHash makes it; empty: nobody can sign in as this user
+    std::string role;      // empty: none
   };
 
   struct Log {
@@ -89,7 +91,10 @@ struct SiteConfiguration {
   std::map<std::string, User> users;
   Log log;
   Lists lists;
+  std::size_t signInAttempts = 10;               // of one address in a minute
   std::vector<std::filesystem::path> fileRoots;  // components may write below these; relative to the folder
+  std::size_t maxFiles = 10000;                  // files and folders below one of them
+  std::size_t maxFileBytes = 1 << 30;            // bytes of these files together
 
   std::filesystem::path PagesFolder() const { return folder / pages; }
 };

@@ -206,6 +206,33 @@ bool IsBelow(const fs::path& path, const fs::path& folder) {
   return inFolder == folder.end();
 }
 
+// What lies below a folder. Links count as files, and aren't followed.
+struct Holdings {
+  std::size_t files = 0;  // and folders
+  std::uintmax_t bytes = 0;
+};
+
+// Counts no further than `maxFiles`. A folder that isn't there holds nothing.
+Holdings HoldingsOf(const fs::path& folder, std::size_t maxFiles) {
+  Holdings all;
+  std::error_code error;
+  fs::recursive_directory_iterator entry(folder, error);
+  while (!error && entry != fs::recursive_directory_iterator() && all.files < maxFiles) {
+    ++all.files;
+    struct stat facts {};
+    if (::lstat(entry->path().c_str(), &facts) == 0 && S_ISREG(facts.st_mode))
+      all.bytes += static_cast<std::uintmax_t>(facts.st_size);
+    entry.increment(error);
+  }
+  if (error && error != std::errc::no_such_file_or_directory) FailWith(error.value(), folder.string());
+  return all;
+}
+
+std::uintmax_t SizeOf(const Handle& file) {
+  struct stat facts {};
+  return file && ::fstat(file.Get(), &facts) == 0 ? static_cast<std::uintmax_t>(facts.st_size) : 0;
+}
+
 // Without "." and "..", and without a separator at the end.
 fs::path Normalised(const fs::path& path) {
   const fs::path normal = path.lexically_normal();
@@ -244,6 +271,14 @@ SiteFiles::Place SiteFiles::PlaceOf(StringView path) const {
   Fail(kPermissionDenied, "The path lies in no folder of [files] roots", text);
 }
 
+// Raises 61 where the place's root can't take so many files and bytes more.
+void SiteFiles::CheckRoom(const Place& place, std::size_t files, std::uintmax_t bytes) const {
+  const Holdings all = HoldingsOf(place.root, m_options.maxFiles);
+  const bool hasRoom = all.files <= m_options.maxFiles && files <= m_options.maxFiles - all.files &&
+                       all.bytes <= m_options.maxBytes && bytes <= m_options.maxBytes - all.bytes;
+  if (!hasRoom) Fail(kDiskFull, "The folder may hold no more", place.text);
+}
+
 bool SiteFiles::FolderExists(StringView path) {
   const Place place = PlaceOf(path);
   if (OpenBelow(place.root, place.below)) return true;
@@ -253,6 +288,8 @@ bool SiteFiles::FolderExists(StringView path) {
 
 void SiteFiles::CreateFolder(StringView path) {
   const Place place = PlaceOf(path);
+  const std::lock_guard lock(m_writing);
+  if (!place.below.empty()) CheckRoom(place, 1, 0);
   const int made = place.below.empty()
                        ? ::mkdir(place.root.c_str(), 0777)
                        : ::mkdirat(place.OpenParent().Get(), place.below.filename().c_str(), 0777);
@@ -271,8 +308,11 @@ void SiteFiles::WriteFile(StringView path, const Bytes& data) {
   if (IsPageSource(name) && IsBelow(place.root / place.below, m_options.pages)) {
     Fail(kPermissionDenied, "No page is written", place.text);
   }
+  const std::lock_guard lock(m_writing);
   const Handle folder = place.OpenParent();
   const Handle existing = OpenExisting(folder.Get(), name, place.text);
+  const std::uintmax_t before = SizeOf(existing);
+  CheckRoom(place, existing ? 0 : 1, data.size() > before ? data.size() - before : 0);
   UnfinishedFile file(folder.Get(), place.text);
   WriteAll(file.Get(), data.data(), data.size(), place.text);
   if (existing) {

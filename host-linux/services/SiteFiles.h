@@ -1,7 +1,9 @@
 // The files that a site's components may write: below the folders that the site names, and nowhere else.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -11,12 +13,15 @@ namespace hostlinux {
 
 // Relative paths are relative to the site's folder. No link below a root is followed: every component is
 // opened from the one before it. A file is written under another name and takes its own when it is complete.
+// Before a folder is made or a file written, what its root holds is counted: 61 where it would be too much.
 class SiteFiles : public varnel::host::IFileSystem {
  public:
   struct Options {
     std::filesystem::path folder;              // the site's, absolute
     std::vector<std::filesystem::path> roots;  // relative ones are relative to `folder`
     std::filesystem::path pages;               // below it nothing is written that the server would run
+    std::size_t maxFiles = SIZE_MAX;           // files and folders below one root
+    std::uintmax_t maxBytes = UINTMAX_MAX;     // of all files below one root
   };
 
   explicit SiteFiles(Options options);
@@ -32,8 +37,10 @@ class SiteFiles : public varnel::host::IFileSystem {
  private:
   struct Place;
   Place PlaceOf(varnel::StringView path) const;
+  void CheckRoom(const Place& place, std::size_t files, std::uintmax_t bytes) const;
 
   Options m_options;
+  std::mutex m_writing;  // what was counted holds until it was written
 };
 
 }  // namespace hostlinux

@@ -21,7 +21,8 @@ constexpr Long MaxMinutes = 24 * 60;
 Session::Session(std::shared_ptr<SessionStore> store, const std::string& token, Options options)
     : m_store(std::move(store)),
       m_state(token.empty() ? nullptr : m_store->Find(token)),
-      m_options(std::move(options)) {}
+      m_options(std::move(options)),
+      m_cameWithCookie(m_state != nullptr) {}
 
 const ClassInfo& Session::Class() const {
   using S = Session;
@@ -34,6 +35,7 @@ const ClassInfo& Session::Class() const {
                                   varnel::Property<&S::LCID, &S::SetLCID>(u"LCID"),
                                   varnel::Property<&S::CodePage, &S::SetCodePage>(u"CodePage"),
                                   varnel::Property<&S::Timeout, &S::SetTimeout>(u"Timeout"),
+                                  varnel::Method<&S::Renew>(u"Renew"),
                                   varnel::Method<&S::Abandon>(u"Abandon"),
                               }};
   return info;
@@ -89,6 +91,12 @@ void Session::SetTimeout(Long minutes) {
   Begun().minutes = minutes;
 }
 
+void Session::Renew() {
+  if (m_abandoned) return;
+  m_state = m_store->Renew(Begun());
+  m_isNew = true;
+}
+
 void Session::Abandon() {
   if (!m_state) return;
   m_abandoned = true;
@@ -97,7 +105,7 @@ void Session::Abandon() {
 
 void Session::CompleteHead(HttpResponse& head) const {
   // A session that was begun and abandoned at once never reached the browser.
-  if (m_isNew == m_abandoned) return;
+  if (m_abandoned ? !m_cameWithCookie : !m_isNew) return;
   Cookie cookie;
   cookie.name = kSessionCookie;
   cookie.path = m_options.cookiePath;

@@ -51,10 +51,14 @@ class Session : public varnel::Object,
   // Minutes without a request after which the session ends: 1 to 1440, otherwise 5.
   varnel::Long Timeout() const;
   void SetTimeout(varnel::Long minutes);
+  // Gives the session another id, cookie and form token; its values, locale and timeout stay. The old ones
+  // name nothing from here on, so that whoever has learned or planted them has no part in what follows: for
+  // sign-in, before anything is sent. A session that hasn't begun begins; an abandoned one stays so.
+  void Renew();
   // The next request finds the session gone; this one still sees its values.
   void Abandon();
 
-  // Adds the cookie of a session that this request has begun or abandoned.
+  // Adds the cookie of a session that this request has begun, renewed or abandoned.
   void CompleteHead(HttpResponse& head) const;
 
   varnel::Variant Read(varnel::StringView key) override { return Value(key); }
@@ -71,6 +75,7 @@ class Session : public varnel::Object,
   std::shared_ptr<SessionState> m_state;
   Options m_options;
   varnel::Long m_pageLcid = 0;
+  bool m_cameWithCookie;  // the browser has one of a living session
   bool m_isNew = false;
   bool m_abandoned = false;
 };

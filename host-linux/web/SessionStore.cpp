@@ -83,31 +83,48 @@ std::shared_ptr<SessionState> SessionStore::Find(const std::string& token) {
   return entry->state;
 }
 
-std::shared_ptr<SessionState> SessionStore::Begin() {
-  Entries dropped;
-  std::string token = RandomToken();
-  std::string formToken = RandomToken();
-  const std::lock_guard lock(m_mutex);
+// Under the lock.
+std::shared_ptr<SessionState> SessionStore::Add(const ValueStore& values, Entries& dropped) {
   const auto now = m_options.now();
   DropExpired(now, dropped);
   while (!m_entries.empty() && m_entries.size() >= m_options.maxSessions) {
     m_byToken.erase(m_entries.front().state->token);
     dropped.splice(dropped.end(), m_entries, m_entries.begin());
   }
-  auto state =
-      std::make_shared<SessionState>(std::move(token), std::move(formToken), NextId(m_lastId), m_initial);
+  auto state = std::make_shared<SessionState>(RandomToken(), RandomToken(), NextId(m_lastId), values);
   m_entries.push_back({state, now});
   m_byToken.emplace(state->token, std::prev(m_entries.end()));
+  return state;
+}
+
+// Under the lock.
+void SessionStore::Drop(const std::string& token, Entries& dropped) {
+  const auto found = m_byToken.find(token);
+  if (found == m_byToken.end()) return;
+  dropped.splice(dropped.end(), m_entries, found->second);
+  m_byToken.erase(found);
+}
+
+std::shared_ptr<SessionState> SessionStore::Begin() {
+  Entries dropped;
+  const std::lock_guard lock(m_mutex);
+  return Add(m_initial, dropped);
+}
+
+std::shared_ptr<SessionState> SessionStore::Renew(const SessionState& old) {
+  Entries dropped;
+  const std::lock_guard lock(m_mutex);
+  Drop(old.token, dropped);
+  auto state = Add(old.values, dropped);
+  state->lcid = old.lcid.load();
+  state->minutes = old.minutes.load();
   return state;
 }
 
 void SessionStore::Remove(const std::string& token) {
   Entries dropped;
   const std::lock_guard lock(m_mutex);
-  const auto found = m_byToken.find(token);
-  if (found == m_byToken.end()) return;
-  dropped.splice(dropped.end(), m_entries, found->second);
-  m_byToken.erase(found);
+  Drop(token, dropped);
 }
 
 std::size_t SessionStore::Count() {

@@ -52,6 +52,9 @@ class SessionStore {
   std::shared_ptr<SessionState> Find(const std::string& token);
   // A new session. Where there are too many the one longest idle is dropped.
   std::shared_ptr<SessionState> Begin();
+  // A new session with the values and settings of `old`, whose tokens name nothing from here on. What
+  // requests that still hold `old` write there isn't seen in the new one.
+  std::shared_ptr<SessionState> Renew(const SessionState& old);
   void Remove(const std::string& token);
   std::size_t Count();
 
@@ -66,6 +69,8 @@ class SessionStore {
   };
   using Entries = std::list<Entry>;
 
+  std::shared_ptr<SessionState> Add(const ValueStore& values, Entries& dropped);
+  void Drop(const std::string& token, Entries& dropped);
   bool IsExpired(const Entry& entry, Clock::time_point now) const;
   void DropExpired(Clock::time_point now, Entries& dropped);
 

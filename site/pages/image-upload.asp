@@ -7,6 +7,7 @@
 <%
 // Takes an image for a product and shows it. The file keeps its name, in a folder of the product's own.
 var page = Server.CreateObject("Varnel.Page");
+requireEditor(page, "image-upload.asp");
 var notice = "";
 var failed = false;
 
@@ -26,11 +27,28 @@ function fileName(sent) {
   return sent.slice(Math.max(sent.lastIndexOf("/"), sent.lastIndexOf("\\")) + 1);
 }
 
-function keep(product, file) {
-  var connection = Server.CreateObject("ADODB.Connection");
-  connection.Open(Application("FavoritesConnection_ConnectionString"));
-  connection.Execute("UPDATE PRODUCT SET IMAGEFILENAME = '" + quoted(file) + "' WHERE PRODUCTID = " + product);
-  connection.Close();
+// Notes the image as the user's. Whether he may have it is asked behind it: by then nobody else can write.
+function fitsQuota(connection, product, file, size) {
+  connection.Execute("INSERT OR REPLACE INTO UPLOADEDIMAGE (PRODUCTID, IMAGEFILENAME, USERID, BYTES) VALUES (" + product + ", '" + quoted(file) +
+    "', '" + currentUser() + "', " + size + ")");
+  var rs = connection.Execute("SELECT COUNT(*) AS IMAGES, SUM(BYTES) AS SIZE FROM UPLOADEDIMAGE WHERE USERID = '" + currentUser() + "'");
+  return rs("IMAGES").Value <= quota("Images") && rs("SIZE").Value <= quota("ImageBytes");
+}
+
+// The number that a component raises where a folder of [files] may hold no more.
+var folderFull = 61;
+
+// Writes the file once it is sure that it may be there; what was noted goes again if it isn't.
+function keep(connection, upload, product, file, size) {
+  if (!fitsQuota(connection, product, file, size)) return "ShopImageQuota";
+  try {
+    upload.WriteFileToFileSystem("image", Server.MapPath("images/products/" + product));
+  } catch (error) {
+    if (error.number !== folderFull) throw error;
+    return "ShopImageFull";
+  }
+  connection.Execute("UPDATE PRODUCT SET IMAGEFILENAME = '" + quoted("products/" + product + "/" + file) + "' WHERE PRODUCTID = " + product);
+  return "";
 }
 
 function take(upload, product) {
@@ -39,9 +57,14 @@ function take(upload, product) {
   if (bytes.length === 0) return "ShopImageEmpty";
   if (!/^[A-Za-z0-9][A-Za-z0-9 ._-]{0,99}$/.test(sent)) return "ShopImageName";
   if (!isImage(sent, bytes)) return "ShopImageKind";
-  upload.WriteFileToFileSystem("image", Server.MapPath("images/products/" + product));
-  keep(product, "products/" + product + "/" + sent);
-  return "";
+  var connection = Server.CreateObject("ADODB.Connection");
+  connection.Open(Application("EditorConnection_ConnectionString"));
+  connection.BeginTrans();
+  var problem = keep(connection, upload, product, sent, bytes.length);
+  if (problem === "") connection.CommitTrans();
+  else connection.RollbackTrans();
+  connection.Close();
+  return problem;
 }
 
 var id = numberParameter(Request.QueryString, "product");

@@ -8,6 +8,7 @@
 // Reads a price list from a file: order number, group, first day, price. Shows what it would do, and does it when told to;
 // what was shown comes back with the form, so that nobody has to choose the file again.
 var page = Server.CreateObject("Varnel.Page");
+requireEditor(page, "import.asp");
 var mostLines = 1000;
 
 function productOf(orderNumber) {
@@ -39,17 +40,31 @@ function priceOfLine(line) {
   return entry;
 }
 
-// All or nothing.
+// Notes that the user brings in so many prices today. Whether he may is asked behind it: by then nobody else can write.
+function fitsQuota(connection, count) {
+  var todays = "USERID = '" + currentUser() + "' AND IMPORTDAY = DATE('now', 'localtime')";
+  connection.Execute("INSERT OR IGNORE INTO IMPORTEDPRICES (USERID, IMPORTDAY, PRICES) VALUES ('" + currentUser() + "', DATE('now', 'localtime'), 0)");
+  connection.Execute("UPDATE IMPORTEDPRICES SET PRICES = PRICES + " + count + " WHERE " + todays);
+  return connection.Execute("SELECT PRICES FROM IMPORTEDPRICES WHERE " + todays)("PRICES").Value <= quota("Prices");
+}
+
+// All or nothing. Tells whether they were stored.
 function store(entries) {
   var connection = Server.CreateObject("ADODB.Connection");
-  connection.Open(Application("FavoritesConnection_ConnectionString"));
+  connection.Open(Application("EditorConnection_ConnectionString"));
   connection.BeginTrans();
+  if (!fitsQuota(connection, entries.length)) {
+    connection.RollbackTrans();
+    connection.Close();
+    return false;
+  }
   for (var entry of entries) {
     connection.Execute("INSERT OR REPLACE INTO CATALOGPRODUCTPRICE (PRODUCTID, GROUPBY, PRICEEFFECTIVEDATE, PRICE, CURRENCYCODE) VALUES (" +
       entry.productId + ", '" + entry.group + "', '" + entry.day + " 00:00:00', " + entry.amount.replace(",", ".") + ", 'EUR')");
   }
   connection.CommitTrans();
   connection.Close();
+  return true;
 }
 
 // The lines as they were shown, each field quoted.
@@ -61,6 +76,7 @@ function listOf(entries) {
 var entries = null;
 var sound = false;
 var stored = false;
+var full = false;
 var notice = "";
 if (isPost()) {
   var upload = Server.CreateObject("Varnel.Upload");
@@ -73,10 +89,10 @@ if (isPost()) {
     entries = lines.map(priceOfLine);
     sound = entries.every((entry) => entry.problem === "");
     if (upload.GetFormVar("do") === "import" && sound) {
-      store(entries);
-      stored = true;
+      stored = store(entries);
+      full = !stored;
     }
-    notice = stored ? "ShopCsvStored" : sound ? "ShopCsvSound" : "ShopCsvBroken";
+    notice = stored ? "ShopCsvStored" : full ? "ShopCsvQuota" : sound ? "ShopCsvSound" : "ShopCsvBroken";
   }
 }
 
@@ -108,13 +124,13 @@ function preview() {
 <button type="submit" name="do" value="preview"><%= say(page, "ShopCsvPreview") %></button>
 <button type="submit" name="do" value="import"><%= say(page, "ShopCsvImport") %></button>
 <p id="hint" class="hint"><%= say(page, "ShopCsvHint") %></p>
-<% if (notice !== "") { %><p class="note<%= sound ? "" : " bad" %>" role="status"><%= say(page, notice, entries === null ? mostLines : entries.length) %></p><% } %>
+<% if (notice !== "") { %><p class="note<%= sound && !full ? "" : " bad" %>" role="status"><%= say(page, notice, full ? quota("Prices") : entries === null ? mostLines : entries.length) %></p><% } %>
 </form>
 <% if (entries !== null) { %>
 <div class="rows pricelist">
 <% page.Add(preview()); %>
 </div>
-<% if (sound && !stored) { %>
+<% if (sound && !stored && !full) { %>
 <form class="go" method="post" enctype="multipart/form-data" action="<%= encode(page.URL("import.asp")) %>">
 <%= formFields(page.URL("import.asp")) %>
 <input type="hidden" name="shown" value="<%= encode(listOf(entries)) %>">

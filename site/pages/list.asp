@@ -5,7 +5,7 @@
 <!--#include file="includes/list.inc"-->
 <%
 var page = Server.CreateObject("Varnel.Page");
-page.OpenDatabaseConnection("QuenbyConnection");
+page.OpenDatabaseConnection("ProductsConnection");
 
 var columns = productColumns();
 var rs = page.DRecordset();

@@ -9,7 +9,7 @@ Response.AddHeader("Content-Security-Policy", "default-src 'self'; script-src 's
   "img-src 'self' data:; object-src 'none'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'");
 
 var page = Server.CreateObject("Varnel.Page");
-page.OpenDatabaseConnection("QuenbyConnection");
+page.OpenDatabaseConnection("ProductsConnection");
 page.SetDGridViaPost();
 
 var rs = page.DRecordset();

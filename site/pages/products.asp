@@ -5,7 +5,7 @@
 <!--#include file="includes/grid.inc"-->
 <%
 var page = Server.CreateObject("Varnel.Page");
-page.OpenDatabaseConnection("QuenbyConnection");
+page.OpenDatabaseConnection("ProductsConnection");
 
 var rs = page.DRecordset();
 rs.SetPageSize(20);

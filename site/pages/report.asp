@@ -27,7 +27,7 @@ function writeCell(table, html) {
 
 function writeReport() {
   var connection = Server.CreateObject("ADODB.Connection");
-  connection.Open(Application("QuenbyConnection_ConnectionString"));
+  connection.Open(Application("FactsConnection_ConnectionString"));
   var rs = connection.Execute("SELECT PARTNUMBER, PRODUCTDESCRIPTION, CLASSIFICATION FROM PRODUCT WHERE MANUFACTURERID = " + maker +
     " ORDER BY PRODUCTDESCRIPTION");
   var table = page.Table();

@@ -2,14 +2,12 @@
 <!--#include file="includes/text.inc"-->
 <!--#include file="includes/frame.inc"-->
 <%
-// Chooses the language and the user. There are no passwords: both users are for show.
+// Chooses the language.
 var page = Server.CreateObject("Varnel.Page");
-if (String(Request.ServerVariables("REQUEST_METHOD")) === "POST") {
+if (isPost()) {
   requireOwnPost();
   var language = numberParameter(Request.Form, "language");
-  var user = String(Request.Form("user"));
   if (shopLanguages().some((each) => each.lcid === language)) Session.Contents["LanguageID"] = language;
-  if (user === "demo" || user === "anna") Session.Contents["REMOTE_USER"] = user;
   goBack(page);
 }
 var back = ownAddress(page, String(Request.QueryString("back")));
@@ -20,20 +18,16 @@ function choice(name, value, shown, chosen) {
 %><!DOCTYPE html>
 <html lang="<%= htmlLanguage() %>">
 <head>
-<%= documentHead(page, page.I18N("ShopSettings")) %>
+<%= documentHead(page, page.I18N("ShopLanguage")) %>
 </head>
 <body>
 <%= siteHeader(page, "settings.asp") %>
 <main id="content">
-<div class="bar"><h1><%= say(page, "ShopSettings") %></h1></div>
+<div class="bar"><h1><%= say(page, "ShopLanguage") %></h1></div>
 <form class="settings" method="post" action="<%= encode(page.URL("settings.asp")) %>">
 <%= formFields(back) %>
 <fieldset><legend><%= say(page, "ShopLanguage") %></legend>
 <% for (var each of shopLanguages()) Response.Write(choice("language", each.lcid, '<span lang="' + each.tag + '">' + encode(each.name) + "</span>", htmlLanguage() === each.tag) + "\n"); %>
-</fieldset>
-<fieldset><legend><%= say(page, "ShopUser") %></legend>
-<%= choice("user", "demo", "demo", currentUser() === "demo") %>
-<%= choice("user", "anna", "anna", currentUser() === "anna") %>
 </fieldset>
 <button type="submit"><%= say(page, "ShopChoose") %></button>
 </form>

@@ -5,7 +5,7 @@
 <!--#include file="includes/grid.inc"-->
 <%
 var page = Server.CreateObject("Varnel.Page");
-page.OpenDatabaseConnection("QuenbyConnection");
+page.OpenDatabaseConnection("ProductsConnection");
 
 // Each recordset has a parameter of its own in the links, and each link keeps that of the other one.
 function openList(title, query, key, columns) {

@@ -1,7 +1,7 @@
 // A shop of our own for a test: a copy of the site with freshly loaded data, served on a free port.
 import { execFile, execFileSync, spawn } from "node:child_process";
 import { once } from "node:events";
-import { copyFileSync, cpSync, existsSync, mkdtempSync, renameSync, rmSync, statSync } from "node:fs";
+import { copyFileSync, cpSync, existsSync, mkdtempSync, readFileSync, renameSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { connect, createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { dirname, join, resolve } from "node:path";
@@ -57,6 +57,29 @@ async function loadedDatabase() {
   return database;
 }
 
+// The shop comes without passwords. Ours has these, and takes more attempts, since all tests come from one address.
+export const passwords = { clerk: "test of the clerk", anna: "test of anna" };
+
+export function editSettings(site, change) {
+  const file = join(site, "site.toml");
+  writeFileSync(file, change(readFileSync(file, "utf8")));
+}
+
+function setPasswords(site) {
+  for (const [name, password] of Object.entries(passwords)) {
+    const line = execFileSync(join(programs, "varnel"), ["password"], { input: `${password}\n` }).toString();
+    editSettings(site, (text) => text.replace(`[users.${name}]\n`, `[users.${name}]\n${line}`));
+  }
+  editSettings(site, (text) => `${text}\n[sign_in]\nattempts = 1000\n`);
+}
+
+export async function signIn(page, shop, name) {
+  await page.goto(`${shop.url}sign-in.asp`);
+  await page.fill("#name", name);
+  await page.fill("#password", passwords[name]);
+  await Promise.all([page.waitForNavigation(), page.click(".signin button")]);
+}
+
 // With `empty`, the shop has no products. `prepare` may change the site's folder before it is served.
 export async function openShop({ empty = false, prepare = () => {} } = {}) {
   const folder = mkdtempSync(join(tmpdir(), "varnel-shop-"));
@@ -72,6 +95,7 @@ export async function openShop({ empty = false, prepare = () => {} } = {}) {
       copyFileSync(await loadedDatabase(), database);
     }
 
+    setPasswords(site);
     prepare(site);
     const port = await freePort();
     server = spawn(join(programs, "varnel"), ["serve", site, "--listen", `127.0.0.1:${port}`]);

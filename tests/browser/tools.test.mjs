@@ -8,7 +8,7 @@ import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { click, openBrowser, screenshot } from "./browser.mjs";
-import { openShop, repository } from "./shop.mjs";
+import { openShop, repository, signIn } from "./shop.mjs";
 
 const axe = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
 
@@ -41,6 +41,7 @@ before(async () => {
   });
   browser = await openBrowser();
   page = await browser.newPage(1440, 900);
+  await signIn(page, shop, "clerk");
 });
 
 after(async () => {

@@ -45,14 +45,16 @@ std::string Content(const std::filesystem::path& path) {
 
 }  // namespace
 
-Ran RunVarnel(const std::vector<std::string>& arguments) {
+Ran RunVarnel(const std::vector<std::string>& arguments, const std::string& input) {
   std::string folder = (std::filesystem::temp_directory_path() / "varnel-run-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("no folder for what varnel prints");
   const std::string out = folder + "/out";
   const std::string err = folder + "/err";
+  const std::string in = folder + "/in";
+  std::ofstream(in, std::ios::binary) << input;
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
-  ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  ::posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
   ::posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
   ::posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
   Ran ran;

@@ -15,8 +15,8 @@ struct Ran {
   std::string err;
 };
 
-// Runs `varnel` with these arguments to its end.
-Ran RunVarnel(const std::vector<std::string>& arguments);
+// Runs `varnel` with these arguments, and `input` as its standard input, to its end.
+Ran RunVarnel(const std::vector<std::string>& arguments, const std::string& input = "");
 
 // `varnel serve SITE` on a port of its own. Is killed in the end if it still runs.
 class ServingProgram {

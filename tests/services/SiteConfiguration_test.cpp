@@ -89,6 +89,34 @@ TEST(SiteConfiguration, reads_the_servers_guards_and_headers) {
   EXPECT_EQ(FailureOf("[headers]\nX-A = \"1\\n2\"\n"), "site.toml, line 2: X-A can't be a header");
 }
 
+TEST(SiteConfiguration, users_have_passwords_as_hashes_and_roles) {
+  const std::string hash = "$y$j9T$abcdefgh$" + std::string(43, 'a');
+  const SiteConfiguration site =
+      Parse("[users.clerk]\npassword = \"" + hash + "\"\nrole = \"editor\"\n[users.demo]\n");
+  EXPECT_EQ(site.users.at("clerk").password, hash);
+  EXPECT_EQ(site.users.at("clerk").role, "editor");
+  EXPECT_EQ(site.users.at("demo").password, "");
+  EXPECT_EQ(site.users.at("demo").role, "");
+  EXPECT_EQ(FailureOf("[users.clerk]\npassword = \"open sesame\"\n"),
+            "site.toml, line 2: password must be a hash, as \"varnel password\" makes it");
+  EXPECT_EQ(FailureOf("[users.clerk]\npassword = \"\"\n"),
+            "site.toml, line 2: password must be a hash, as \"varnel password\" makes it");
+}
+
+TEST(SiteConfiguration, attempts_and_files_have_limits_of_their_own) {
+  const SiteConfiguration plain = Parse("");
+  EXPECT_EQ(plain.signInAttempts, 10U);
+  EXPECT_EQ(plain.maxFiles, 10000U);
+  EXPECT_EQ(plain.maxFileBytes, 1U << 30);
+  const SiteConfiguration site =
+      Parse("[sign_in]\nattempts = 3\n[files]\nroots = [\"up\"]\nmax_files = 5\nmax_bytes = 7\n");
+  EXPECT_EQ(site.signInAttempts, 3U);
+  EXPECT_EQ(site.maxFiles, 5U);
+  EXPECT_EQ(site.maxFileBytes, 7U);
+  EXPECT_EQ(FailureOf("[sign_in]\nattempts = 0\n"),
+            "site.toml, line 2: attempts must lie between 1 and 1000000");
+}
+
 TEST(SiteConfiguration, says_which_line_is_wrong) {
   EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
             "site.toml, line 2: root must be exactly one segment such as \"/shop\"");

@@ -7,10 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <functional>
 #include <sstream>
+#include <thread>
 
 #include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
@@ -201,6 +203,78 @@ TEST_F(SiteFilesTest, NoPageIsWrittenAmongThePages) {
   EXPECT_EQ(FailureOfWriting(u"pages/shown/x.inc").Number, 70);
   EXPECT_THAT(Names("pages/shown"), UnorderedElementsAre("x.png"));
   Write(u"up/x.asp", "1");
+}
+
+// --- How much a root may hold
+
+class FullRootTest : public SiteFilesTest {
+ protected:
+  // The root "up" holds the folder "in" and may hold three things more, and 100 bytes.
+  FullRootTest() {
+    m_files =
+        std::make_unique<SiteFiles>(SiteFiles::Options{m_folder, {"up", "new"}, m_folder / "pages", 4, 100});
+  }
+};
+
+TEST_F(FullRootTest, SoManyFilesAndFolders) {
+  Write(u"up/a", "1");
+  EXPECT_EQ(FailureOfFolder(u"up/in/deep"), 0);
+  Write(u"up/in/deep/b", "1");
+  EXPECT_EQ(FailureOfWriting(u"up/c").Number, 61);
+  EXPECT_EQ(FailureOfFolder(u"up/d"), 61);
+  EXPECT_THAT(Names("up"), UnorderedElementsAre("a", "in"));
+  Write(u"up/a", "written over");
+  EXPECT_EQ(Content("up/a"), "written over");
+}
+
+TEST_F(FullRootTest, SoManyBytes) {
+  Write(u"up/a", std::string(60, 'a'));
+  EXPECT_EQ(FailureOfWriting(u"up/in/b", std::string(41, 'b')).Number, 61);
+  EXPECT_THAT(Names("up/in"), IsEmpty());
+  Write(u"up/in/b", std::string(40, 'b'));
+  EXPECT_EQ(FailureOfWriting(u"up/a", std::string(61, 'c')).Number, 61);
+  EXPECT_EQ(Content("up/a"), std::string(60, 'a'));
+  Write(u"up/a", std::string(60, 'c'));
+}
+
+// What a shorter file leaves of a longer one stays, and counts.
+TEST_F(FullRootTest, AFileThatStaysLongCountsWhole) {
+  Write(u"up/a", std::string(90, 'a'));
+  Write(u"up/a", "b");
+  EXPECT_EQ(FailureOfWriting(u"up/c", std::string(11, 'c')).Number, 61);
+  Write(u"up/c", std::string(10, 'c'));
+}
+
+TEST_F(FullRootTest, AnotherRootCountsForItself) {
+  Write(u"up/a", std::string(100, 'a'));
+  EXPECT_EQ(FailureOfFolder(u"new"), 0);
+  Write(u"new/a", std::string(100, 'a'));
+}
+
+TEST_F(FullRootTest, LinksCountButNotWhatTheyLeadTo) {
+  Put("secret/large", std::string(1000, 'x'));
+  fs::create_directory_symlink(m_folder / "secret", m_folder / "up/link");
+  fs::create_symlink(m_folder / "secret/large", m_folder / "up/large");
+  Write(u"up/a", std::string(100, 'a'));
+  EXPECT_EQ(FailureOfFolder(u"up/d"), 61);
+}
+
+TEST_F(FullRootTest, SideBySideNoMoreIsWrittenThanFits) {
+  std::vector<std::thread> threads;
+  std::atomic<int> refused = 0;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&, name = u"up/in/f" + varnel::DecimalText(i)] {
+      try {
+        m_files->WriteFile(name, Bytes(30, 'x'));
+      } catch (const varnel::Error& error) {
+        EXPECT_EQ(error.Info().Number, 61);
+        ++refused;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(refused, 5);
+  EXPECT_EQ(Names("up/in").size(), 3U);
 }
 
 // As full as a disk: no file may grow over 100,000 bytes.

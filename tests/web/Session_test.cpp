@@ -256,6 +256,74 @@ TEST_F(SessionTest, AbandonedBeforeItWasSentLeavesNoCookie) {
   EXPECT_EQ(m_store->Count(), 0U);
 }
 
+TEST_F(SessionTest, RenewedItHasAnotherIdAndTheSameValues) {
+  const std::string token = BeginOne();
+  const auto session = Visit(token);
+  session->Store(u"a", Long{1});
+  session->SetLCID(1031);
+  session->SetTimeout(60);
+  const Long id = session->SessionID();
+  const String formToken = session->FormToken();
+  session->CallWith(u"Renew");
+  session->Store(u"b", Long{2});
+  const std::string renewed = TokenSetBy(*session);
+  EXPECT_EQ(renewed.size(), 32U);
+  EXPECT_NE(renewed, token);
+  EXPECT_NE(session->SessionID(), id);
+  EXPECT_NE(session->FormToken(), formToken);
+
+  const auto next = Visit(renewed);
+  EXPECT_EQ(next->Value(u"a"), Variant(Long{1}));
+  EXPECT_EQ(next->Value(u"b"), Variant(Long{2}));
+  EXPECT_EQ(next->Value(u"REMOTE_USER"), Variant(u"demo"));
+  EXPECT_EQ(next->LCID(), 1031);
+  EXPECT_EQ(next->Timeout(), 60);
+  EXPECT_EQ(next->FormToken(), session->FormToken());
+  EXPECT_EQ(m_store->Count(), 1U);
+}
+
+TEST_F(SessionTest, RenewedItsOldIdIsDeadAtOnceAndSeesNothingNew) {
+  const std::string token = BeginOne();
+  const auto planted = Visit(token);  // a request of somebody who knows the old id, under way
+  const auto session = Visit(token);
+  session->Renew();
+  session->Store(u"user", u"clerk");
+  EXPECT_EQ(planted->Value(u"user"), Variant());
+  planted->Store(u"user", u"mallory");
+  EXPECT_EQ(session->Value(u"user"), Variant(u"clerk"));
+  EXPECT_EQ(Visit(token)->Value(u"user"), Variant());
+  EXPECT_EQ(TokenSetBy(*planted), "");
+}
+
+TEST_F(SessionTest, RenewingBeginsOneThatHasNotBegun) {
+  const auto session = Visit("0123456789abcdef0123456789abcdef");
+  session->Renew();
+  EXPECT_EQ(TokenSetBy(*session).size(), 32U);
+  EXPECT_EQ(m_store->Count(), 1U);
+}
+
+TEST_F(SessionTest, RenewedAndThenAbandonedItsCookieGoes) {
+  const std::string token = BeginOne();
+  const auto session = Visit(token);
+  session->Renew();
+  session->Abandon();
+  session->Renew();
+  EXPECT_EQ(TokenSetBy(*session), "");
+  HttpResponse head;
+  session->CompleteHead(head);
+  EXPECT_NE(head.headers.Find("Set-Cookie"), nullptr);
+  EXPECT_EQ(m_store->Count(), 0U);
+}
+
+TEST_F(SessionTest, RenewingDropsNoOtherSession) {
+  const std::string first = BeginOne();
+  BeginOne();
+  const std::string third = BeginOne();
+  Visit(third)->Renew();
+  EXPECT_EQ(m_store->Count(), 3U);
+  EXPECT_NE(m_store->Find(first), nullptr);
+}
+
 TEST_F(SessionTest, LocaleIsKeptAndThePagesOwnGoesFirst) {
   const auto session = Visit();
   session->Put(u"LCID", Long{1031});

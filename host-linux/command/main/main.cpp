@@ -2,6 +2,7 @@
 
 #include "host-linux/command/CheckCommand.h"
 #include "host-linux/command/NewCommand.h"
+#include "host-linux/command/PasswordCommand.h"
 #include "host-linux/command/RunCommand.h"
 #include "host-linux/command/ServeCommand.h"
 #include "host-linux/command/StateCommand.h"
@@ -15,6 +16,7 @@ int main(int argc, char** argv) {
   hostlinux::AddNewCommand(app, status);
   hostlinux::AddCheckCommand(app, status);
   hostlinux::AddStateCommand(app, status);
+  hostlinux::AddPasswordCommand(app, status);
   CLI11_PARSE(app, argc, argv);
   return status;
 }
