@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host-linux/web/RequestBound.h"
+#include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/automation/Object.h"
 
@@ -28,6 +29,7 @@ void CheckObject(const varnel::Object& object, const MayKeep& mayKeep) {
 
 Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
   if (value.IsMissing()) return Variant();
+  if (value.Is<varnel::Date>()) varnel::ToDate(value);  // raises 13 for an invalid one
   if (const ObjectPtr* object = value.As<ObjectPtr>(); object && *object) CheckObject(**object, mayKeep);
   const ArrayPtr* array = value.As<ArrayPtr>();
   if (!array || !*array) return value;

@@ -7,7 +7,8 @@
 
 namespace varnel {
 
-// Before day 0 the fraction still counts forward: -1.25 is 29 December 1899, 06:00.
+// Before day 0 the fraction still counts forward: -1.25 is 29 December 1899, 06:00. Not a number is an
+// invalid date, as scripts make them: a value that no conversion takes.
 struct Date {
   double days = 0;
   auto operator<=>(const Date&) const = default;
