@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "host-linux/base/Ascii.h"
 #include "host-linux/command/NewSiteFiles.h"
 
 namespace hostlinux {
@@ -19,14 +20,10 @@ constexpr std::string_view kNamePlace = "[%Name%]";
 constexpr char kTableScript[] = "elements.sql";
 constexpr char kDatabase[] = "elements.db";
 
-bool IsLetterOrDigit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
-
 // The name stands in addresses, in HTML and in site.toml, and must need no encoding in any of them.
 bool IsGoodName(const std::string& name) {
-  const auto fits = [](char c) { return IsLetterOrDigit(c) || c == '-' || c == '_'; };
-  return !name.empty() && IsLetterOrDigit(name[0]) && std::all_of(name.begin(), name.end(), fits);
+  const auto fits = [](char c) { return IsAlphanumeric(c) || c == '-' || c == '_'; };
+  return !name.empty() && IsAlphanumeric(name[0]) && std::all_of(name.begin(), name.end(), fits);
 }
 
 // "a/b/" and "a/b" are the same folder b, and "." is called as the folder that it is.

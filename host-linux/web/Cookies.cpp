@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Percent.h"
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/HttpDate.h"
-#include "host-linux/web/UrlPath.h"
 
 namespace hostlinux {
 
@@ -28,22 +30,9 @@ std::string Decoded(std::string_view text) {
   return std::string(text);
 }
 
-bool IsPlain(char c) {
-  const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-  return alphanumeric || c == '-' || c == '_' || c == '.' || c == '~';
-}
-
 std::string Encoded(std::string_view text) {
-  std::string encoded;
-  for (const char c : text) {
-    if (IsPlain(c)) {
-      encoded += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-    }
-  }
-  return encoded;
+  return PercentEncode(
+      text, [](char c) { return IsAlphanumeric(c) || c == '-' || c == '_' || c == '.' || c == '~'; });
 }
 
 // A ";" in an attribute would begin another one.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Percent.h"
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/UrlPath.h"
 
 namespace hostlinux {

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "host-linux/base/Ascii.h"
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/HttpDate.h"
 #include "host-linux/web/ListenSocket.h"
@@ -57,8 +58,7 @@ std::string AddressText(const sockaddr* place) {
 // as SERVER_NAME and from there their links.
 bool IsHostText(std::string_view host) {
   return std::all_of(host.begin(), host.end(), [](char c) {
-    const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-    return alphanumeric || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
+    return IsAlphanumeric(c) || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
   });
 }
 

@@ -10,10 +10,10 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
-#include <random>
 #include <thread>
 #include <unordered_set>
 
+#include "host-linux/base/Random.h"
 #include "host-linux/web/HttpConnection.h"
 #include "host-linux/web/ListenSocket.h"
 
@@ -34,11 +34,6 @@ int FamilyOf(int socket) {
   socklen_t length = sizeof place;
   ::getsockname(socket, reinterpret_cast<sockaddr*>(&place), &length);
   return place.ss_family;
-}
-
-std::uint64_t RandomStart() {
-  std::random_device device;
-  return (static_cast<std::uint64_t>(device()) << 32) | device();
 }
 
 }  // namespace
@@ -211,7 +206,7 @@ class HttpServer::Impl final : public ConnectionOwner {
   std::atomic<bool> m_accepting = false;
   bool m_cut = false;
   std::atomic<bool> m_draining = false;
-  std::uint64_t m_nextId = RandomStart();
+  std::uint64_t m_nextId = RandomNumber<std::uint64_t>();
   std::atomic<std::uint64_t> m_bodyBytes = 0;
   std::mutex
       m_mutex;  // the set of connections is changed on the I/O thread only, under this for those who wait

@@ -8,8 +8,9 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/FolderAccess.h"
 #include "host-linux/web/ErrorPage.h"
-#include "host-linux/web/FolderAccess.h"
 #include "host-linux/web/HttpDate.h"
 
 namespace hostlinux {

@@ -59,13 +59,6 @@ bool AnyObject(const varnel::Object&) { return true; }
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
 
-// FNV-1a over the folded characters.
-std::size_t ValueStore::HashNoCase::operator()(StringView key) const {
-  std::uint64_t hash = 0xCBF29CE484222325U;
-  for (const char16_t unit : key) hash = (hash ^ varnel::FoldCase(unit)) * 0x100000001B3U;
-  return hash;
-}
-
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
