@@ -11,7 +11,7 @@ namespace hostlinux {
 
 namespace {
 
-constexpr std::size_t MaxCookies = 300;
+constexpr std::size_t kMaxCookies = 300;
 
 std::string_view Trim(std::string_view text) {
   const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
@@ -45,7 +45,7 @@ std::string Attribute(const char* name, std::string text) {
 
 std::vector<FormField> ParseCookies(std::string_view header) {
   std::vector<FormField> cookies;
-  while (!header.empty() && cookies.size() < MaxCookies) {
+  while (!header.empty() && cookies.size() < kMaxCookies) {
     const std::size_t end = std::min(header.find(';'), header.size());
     const std::string_view piece = Trim(header.substr(0, end));
     header.remove_prefix(std::min(end + 1, header.size()));

@@ -19,10 +19,10 @@ using varnel::Variant;
 
 namespace {
 
-constexpr char16_t FirstHigh = 0xD800;
-constexpr char16_t LastHigh = 0xDBFF;
+constexpr char16_t kFirstHigh = 0xD800;
+constexpr char16_t kLastHigh = 0xDBFF;
 
-bool IsHighSurrogate(char16_t unit) { return unit >= FirstHigh && unit <= LastHigh; }
+bool IsHighSurrogate(char16_t unit) { return unit >= kFirstHigh && unit <= kLastHigh; }
 
 bool HasControl(const std::string& text) {
   for (const char c : text) {

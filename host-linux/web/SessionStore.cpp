@@ -7,7 +7,7 @@ namespace hostlinux {
 namespace {
 
 // Expired sessions are looked for this often; in between a lookup judges only its own.
-constexpr std::chrono::seconds SweepInterval(30);
+constexpr std::chrono::seconds kSweepInterval(30);
 
 // Counting through all positive numbers keeps them apart while fewer sessions than that live.
 varnel::Long NextId(std::uint32_t& last) {
@@ -28,7 +28,7 @@ bool SessionStore::IsExpired(const Entry& entry, Clock::time_point now) const {
 
 void SessionStore::DropExpired(Clock::time_point now, Entries& dropped) {
   if (now < m_nextSweep) return;
-  m_nextSweep = now + SweepInterval;
+  m_nextSweep = now + kSweepInterval;
   for (auto entry = m_entries.begin(); entry != m_entries.end();) {
     const auto current = entry++;
     if (!IsExpired(*current, now)) continue;

@@ -18,7 +18,7 @@ using varnel::Variant;
 
 namespace {
 
-constexpr int MaxDepth = 32;
+constexpr int kMaxDepth = 32;
 
 void CheckObject(const varnel::Object& object, const MayKeep& mayKeep) {
   const bool bound = dynamic_cast<const RequestBound*>(&object) != nullptr;
@@ -34,7 +34,7 @@ Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
   const ArrayPtr* array = value.As<ArrayPtr>();
   if (!array || !*array) return value;
   // Also the end of an array that contains itself.
-  if (depth == MaxDepth)
+  if (depth == kMaxDepth)
     RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"an array is nested too deep");
   auto copy = std::make_shared<varnel::Array>();
   copy->items.reserve((*array)->items.size());

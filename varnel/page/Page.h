@@ -62,7 +62,7 @@ class Page : public Object, public host::IObjectControl {
   // none.
   String I18N(const String& iKey);
 
-  // Grids navigate by form post from now on; nothing sets it back.
+  // Recordsets without a state look for it in the form from now on; nothing sets it back.
   void SetDGridViaPost();
   bool GetDGridViaPost() const;
 
