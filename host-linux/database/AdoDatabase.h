@@ -12,12 +12,13 @@
 #include <unordered_set>
 
 #include "host-linux/database/SqlTrace.h"
-#include "host-linux/database/provider/Provider.h"
+#include "host-linux/database/provider/Engine.h"
 
 namespace hostlinux {
 
 // The hooks are called on the thread that runs the statement.
 struct AdoOptions {
+  Engines engines;                                // that connection strings may name
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
   // Also for a statement that failed; may be empty. See SqlTrace.
