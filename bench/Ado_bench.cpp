@@ -14,6 +14,7 @@
 
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
+#include "host-linux/database/sqlite/SqliteEngine.h"
 #include "varnel/recordset/PageQuery.h"
 
 namespace {
@@ -114,6 +115,7 @@ class AdoReader {
  public:
   explicit AdoReader(const std::filesystem::path& folder) {
     hostlinux::AdoOptions options;
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
     options.folder = folder;
     options.statementTimeout = std::chrono::seconds(30);
     m_database = hostlinux::AdoDatabase::Make(std::move(options));

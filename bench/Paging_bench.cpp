@@ -13,6 +13,7 @@
 
 #include "host-fake/FakeHost.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/database/sqlite/SqliteEngine.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/recordset/DRecordset.h"
 #include "varnel/recordset/StateText.h"
@@ -82,6 +83,7 @@ class Paging {
     m_folder = mkdtemp(pattern.data());
     MakeTable();
     hostlinux::AdoOptions options;
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
     options.folder = m_folder;
     options.onStatement = [this](const hostlinux::SqlTraceEntry& entry) {
       m_time = entry.time.count();

@@ -1,10 +1,9 @@
 // Cookie headers: whatever a browser sends, names and values are UTF-8 and write and read back.
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/Cookies.h"
 
 #include <cstdint>
 #include <cstdlib>
-
-#include "host-linux/web/UrlPath.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   for (const hostlinux::FormField& field :

@@ -1,10 +1,9 @@
 // Query strings and form bodies: fields or an error, never both, and all text is UTF-8.
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/FormFields.h"
 
 #include <cstdint>
 #include <cstdlib>
-
-#include "host-linux/web/UrlPath.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const hostlinux::FormFields form = hostlinux::ParseForm({reinterpret_cast<const char*>(data), size});

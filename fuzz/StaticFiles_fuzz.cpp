@@ -10,13 +10,13 @@
 
 namespace {
 
-constexpr std::uint64_t FileSize = 100;
+constexpr std::uint64_t kFileSize = 100;
 
 const hostlinux::StaticFiles& Files() {
   static const hostlinux::StaticFiles files = [] {
     const auto folder = std::filesystem::temp_directory_path() / ("fuzz_" + std::to_string(::getpid()));
     std::filesystem::create_directories(folder);
-    std::ofstream(folder / "a.txt") << std::string(FileSize, 'x');
+    std::ofstream(folder / "a.txt") << std::string(kFileSize, 'x');
     return hostlinux::StaticFiles(folder.string());
   }();
   return files;
@@ -27,14 +27,14 @@ const hostlinux::StaticFiles& Files() {
 // The first byte chooses the header, the rest is its value.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  static constexpr const char* Names[] = {"Range", "If-None-Match", "If-Modified-Since", "If-Range"};
+  static constexpr const char* kNames[] = {"Range", "If-None-Match", "If-Modified-Since", "If-Range"};
   hostlinux::HttpRequest request;
   request.method = "GET";
   if (data[0] % 4 == 3) request.headers.Add("Range", "bytes=1-2");
-  request.headers.Add(Names[data[0] % 4], std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
+  request.headers.Add(kNames[data[0] % 4], std::string(reinterpret_cast<const char*>(data) + 1, size - 1));
   const hostlinux::HttpResponse response = Files().Serve(request, "a.txt");
   if (response.status == 404) std::abort();
-  if (response.file && response.file->offset + response.file->length > FileSize) std::abort();
+  if (response.file && response.file->offset + response.file->length > kFileSize) std::abort();
   if (response.status == 206 && response.file->length == 0) std::abort();
   return 0;
 }

@@ -1,4 +1,5 @@
 // Request targets: whatever comes, a path that is taken is clean.
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/UrlPath.h"
 
 #include <cstdint>

@@ -4,6 +4,7 @@
 // is what stands behind the "?" of a link.
 #include <cstdio>
 
+#include "host-linux/application/KnownEngines.h"
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/web/ObjectContext.h"
@@ -55,7 +56,9 @@ void WriteElements(varnel::Page& page) {
 int main(int argc, char** argv) try {
   if (argc < 3) throw std::runtime_error("varnel-embedding FILE.db MESSAGES [QUERY]");
   const SiteConfiguration site;
-  LinuxPlatform platform(site, AdoDatabase::Make({}));
+  AdoOptions options;
+  options.engines = KnownEngines();
+  LinuxPlatform platform(site, AdoDatabase::Make(std::move(options)));
   varnel::host::SetPlatform(&platform);
   const auto intrinsics = MakeIntrinsics(argv[1], argv[2], argc > 3 ? argv[3] : "");
   const ContextGuard request(std::make_shared<ObjectContext>(

@@ -7,6 +7,7 @@
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
 #include "host-linux/application/FirstPageLink.h"
+#include "host-linux/application/KnownEngines.h"
 #include "host-linux/guard/SealKeys.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/SourceMap.h"
@@ -68,6 +69,7 @@ std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
 std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
                                           std::function<void(const SqlTraceEntry&)> onStatement) {
   AdoOptions options;
+  options.engines = KnownEngines();
   options.folder = site.folder;
   options.statementTimeout = site.server.statementTimeout;
   options.onStatement = std::move(onStatement);

@@ -1,7 +1,5 @@
 #include "host-linux/command/NewCommand.h"
 
-#include <sqlite3.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +7,11 @@
 #include <memory>
 #include <stdexcept>
 
+#include "host-linux/application/KnownEngines.h"
+#include "host-linux/base/Ascii.h"
 #include "host-linux/command/NewSiteFiles.h"
+#include "host-linux/services/SiteConfiguration.h"
+#include "varnel/automation/Convert.h"
 
 namespace hostlinux {
 
@@ -17,16 +19,12 @@ namespace {
 
 constexpr std::string_view kNamePlace = "[%Name%]";
 constexpr char kTableScript[] = "elements.sql";
-constexpr char kDatabase[] = "elements.db";
-
-bool IsLetterOrDigit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
+constexpr char kConnection[] = "Elements_ConnectionString";
 
 // The name stands in addresses, in HTML and in site.toml, and must need no encoding in any of them.
 bool IsGoodName(const std::string& name) {
-  const auto fits = [](char c) { return IsLetterOrDigit(c) || c == '-' || c == '_'; };
-  return !name.empty() && IsLetterOrDigit(name[0]) && std::all_of(name.begin(), name.end(), fits);
+  const auto fits = [](char c) { return IsAlphanumeric(c) || c == '-' || c == '_'; };
+  return !name.empty() && IsAlphanumeric(name[0]) && std::all_of(name.begin(), name.end(), fits);
 }
 
 // "a/b/" and "a/b" are the same folder b, and "." is called as the folder that it is.
@@ -60,17 +58,11 @@ void WriteNewFile(const std::filesystem::path& path, const std::string& content)
   if (!file) throw std::runtime_error(path.string() + " can't be written");
 }
 
-struct DatabaseCloser {
-  void operator()(sqlite3* database) const { sqlite3_close(database); }
-};
-
-void MakeDatabase(const std::filesystem::path& path, const std::string& script) {
-  sqlite3* opened = nullptr;
-  int result = sqlite3_open(path.c_str(), &opened);
-  const std::unique_ptr<sqlite3, DatabaseCloser> database(opened);
-  if (result == SQLITE_OK) result = sqlite3_exec(opened, script.c_str(), nullptr, nullptr, nullptr);
-  if (result != SQLITE_OK)
-    throw std::runtime_error(path.string() + " can't be made: " + sqlite3_errmsg(opened));
+// The database that the new site's connection string names.
+void MakeDatabase(const std::filesystem::path& folder, const std::string& script) {
+  const SiteConfiguration site = LoadSiteConfiguration(folder);
+  const ConnectionString connection(varnel::ToText(site.application.at(kConnection)));
+  EngineOf(KnownEngines(), connection).MakeDatabase(connection, site.folder, script);
 }
 
 int RunNew(const std::string& folder, const std::string& program) {
@@ -98,11 +90,13 @@ void MakeNewSite(const std::filesystem::path& folder) {
                              "' can't be a site's name, which addresses begin with: "
                              "take letters, digits, '-' and '_', and begin with a letter or a digit");
   MakeEmptyFolder(folder);
+  std::string script;
   for (const NewSiteFile& file : NewSiteFiles()) {
     const std::string content = WithName(file.content, name);
     WriteNewFile(folder / file.path, content);
-    if (file.path == kTableScript) MakeDatabase(folder / kDatabase, content);
+    if (file.path == kTableScript) script = content;
   }
+  MakeDatabase(folder, script);
 }
 
 void AddNewCommand(CLI::App& app, int& status) {

@@ -67,15 +67,15 @@ unsigned ThreadsOf(const SiteConfiguration& site) {
 // Lets the process have a descriptor for each connection, and one for what it may read from, or as many
 // connections as the system grants.
 std::size_t ConnectionsFor(std::size_t wanted) {
-  constexpr rlim_t Others = 512;  // databases, files, the log
+  constexpr rlim_t kOthers = 512;  // databases, files, the log
   rlimit files{};
   if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return wanted;
-  const rlim_t needed = std::min<rlim_t>(files.rlim_max, wanted * 2 + Others);
+  const rlim_t needed = std::min<rlim_t>(files.rlim_max, wanted * 2 + kOthers);
   if (files.rlim_cur < needed) {
     files.rlim_cur = needed;
     ::setrlimit(RLIMIT_NOFILE, &files);
   }
-  const rlim_t granted = files.rlim_cur > Others * 2 ? files.rlim_cur - Others : files.rlim_cur / 2;
+  const rlim_t granted = files.rlim_cur > kOthers * 2 ? files.rlim_cur - kOthers : files.rlim_cur / 2;
   return std::min<std::size_t>(wanted, granted);
 }
 

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <tuple>
 
-#include "host-linux/command/DatabaseCheck.h"
+#include "host-linux/application/KnownEngines.h"
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/PageCompiler.h"
@@ -234,6 +234,7 @@ class Checker {
 
   void CheckConnections() {
     AdoOptions options;
+    options.engines = m_engines;
     options.folder = m_site.folder;
     options.statementTimeout = m_site.server.statementTimeout;
     const auto database = AdoDatabase::Make(std::move(options));
@@ -257,13 +258,13 @@ class Checker {
   }
 
   void CheckTables(const std::string& key, const ConnectionString& connection) {
-    const bool isEmbedded = varnel::EqualsNoCase(connection.Get(u"Provider"), u"SQLite");
     const std::string source = varnel::ToUtf8(connection.Get(u"Data Source"));
-    if (!isEmbedded || source == ":memory:") return;
-    for (const std::string& sentence : CheckIndexes(m_site.folder / source))
+    for (const std::string& sentence :
+         EngineOf(m_engines, connection).CheckIndexes(connection, m_site.folder))
       AddToKey(key, source + ": " + sentence);
   }
 
+  const Engines m_engines = KnownEngines();
   const SiteConfiguration m_site;
   const std::string m_toml;
   const DiskPageFiles m_pages;

@@ -4,7 +4,6 @@
 #include <array>
 
 #include "host-linux/database/dialect/SqlLexer.h"
-#include "host-linux/database/sqlite/SqliteProvider.h"
 
 namespace hostlinux {
 namespace {
@@ -15,15 +14,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kMaxWaiting = 8;  // sessions of one thread
 constexpr std::size_t kMaxInUse = 100;  // by one thread, and so by one request
 constexpr std::size_t kMaxWarned = 1000;
-
-std::unique_ptr<IProvider> MakeProvider(const ConnectionString& connection) {
-  const String provider = connection.Get(u"Provider");
-  if (varnel::EqualsNoCase(provider, u"SQLite")) return std::make_unique<SqliteProvider>();
-  throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
-                         provider.empty() ? String(u"The connection string names no Provider.")
-                                          : u"The Provider '" + provider + u"' is not known.",
-                         0, u"08001"});
-}
 
 bool IsClauseWord(const SqlToken& token) {
   static constexpr std::array<std::u16string_view, 8> kWords = {u"SELECT", u"FROM",  u"WHERE", u"GROUP",
@@ -114,7 +104,8 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
     throw ProviderFailure(
         {provider_error::kFail, u"Varnel.Database", u"The connection string is empty.", 0, u"08001"});
   }
-  return MakeProvider(connection)
+  return EngineOf(m_options.engines, connection)
+      .MakeProvider()
       ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds)});
 }
 

@@ -12,16 +12,17 @@
 #include <unordered_set>
 
 #include "host-linux/database/SqlTrace.h"
-#include "host-linux/database/provider/Provider.h"
+#include "host-linux/database/provider/Engine.h"
 
 namespace hostlinux {
 
 // The hooks are called on the thread that runs the statement.
 struct AdoOptions {
+  Engines engines;                                // that connection strings may name
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
-  std::function<void(const SqlTraceEntry&)>
-      onStatement;  // also for one that failed; may be empty. See SqlTrace.
+  // Also for a statement that failed; may be empty. See SqlTrace.
+  std::function<void(const SqlTraceEntry&)> onStatement;
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty
 };
 

@@ -1,7 +1,7 @@
 #include "host-linux/database/AdoErrors.h"
 
+#include "host-linux/base/ListWalk.h"
 #include "host-linux/database/AdoFailure.h"
-#include "host-linux/database/ObjectEnumeration.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -39,7 +39,7 @@ std::unique_ptr<varnel::Enumeration> AdoErrors::Enumerate() {
   errors.reserve(m_errors.size());
   for (const varnel::host::ProviderError& error : m_errors)
     errors.push_back(std::make_shared<AdoError>(error));
-  return std::make_unique<ObjectEnumeration>(std::move(errors));
+  return std::make_unique<ListWalk<varnel::ObjectPtr>>(std::move(errors));
 }
 
 std::shared_ptr<AdoError> AdoErrors::Item(varnel::Long position) {

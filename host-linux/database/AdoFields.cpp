@@ -1,7 +1,7 @@
 #include "host-linux/database/AdoFields.h"
 
+#include "host-linux/base/ListWalk.h"
 #include "host-linux/database/AdoFailure.h"
-#include "host-linux/database/ObjectEnumeration.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -57,7 +57,7 @@ const ClassInfo& AdoFields::Class() const {
 std::unique_ptr<varnel::Enumeration> AdoFields::Enumerate() {
   std::vector<varnel::ObjectPtr> fields;
   for (std::size_t i = 0; i < m_rowset->Columns().size(); ++i) fields.push_back(FieldAt(i));
-  return std::make_unique<ObjectEnumeration>(std::move(fields));
+  return std::make_unique<ListWalk<varnel::ObjectPtr>>(std::move(fields));
 }
 
 std::shared_ptr<AdoField> AdoFields::Item(const Variant& key) {

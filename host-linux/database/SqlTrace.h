@@ -14,8 +14,8 @@ namespace hostlinux {
 // One SQL text that was run.
 struct SqlTraceEntry {
   varnel::String sql;  // as it was handed over
-  varnel::String
-      sent;  // as the engine got it, with "; " and the count of its rows behind; empty if it got nothing
+  // As the engine got it, with "; " and the count of its rows behind; empty if it got nothing.
+  varnel::String sent;
   std::size_t rows = 0;               // that were read
   std::chrono::microseconds time{0};  // in the engine: the run, all batches of rows, the count
 };

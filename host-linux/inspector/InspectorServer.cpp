@@ -1,7 +1,5 @@
 #include "host-linux/inspector/InspectorServer.h"
 
-#include <sys/random.h>
-
 #include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
@@ -16,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "host-linux/base/Random.h"
 #include "host-linux/inspector/LoopbackName.h"
 #include "host-linux/script/JsonText.h"
 #include "host-linux/web/ListenSocket.h"
@@ -36,18 +35,6 @@ using Response = http::response<http::string_body>;
 
 constexpr std::chrono::seconds kHttpTimeout(10);
 constexpr std::size_t kLongestMessage = 64U << 20U;
-
-std::string RandomId() {
-  std::array<unsigned char, 16> bytes{};
-  if (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-    throw std::runtime_error("The system gives no random numbers.");
-  std::string id;
-  for (const unsigned char byte : bytes) {
-    id += "0123456789abcdef"[byte >> 4];
-    id += "0123456789abcdef"[byte & 15];
-  }
-  return id;
-}
 
 std::string Text(beast::string_view view) { return {view.data(), view.size()}; }
 
@@ -199,7 +186,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 class InspectorServer::Impl {
  public:
   Impl(Inspection& inspection, UniqueFd listener, std::string title, std::string url)
-      : m_shared{inspection, RandomId(), "127.0.0.1:" + std::to_string(PortOf(listener.Get())),
+      : m_shared{inspection, RandomToken(), "127.0.0.1:" + std::to_string(PortOf(listener.Get())),
                  std::move(title), std::move(url)},
         m_address(m_shared.Address()),
         m_acceptor(m_context, Tcp::v4(), listener.Get()) {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "host-linux/base/UniqueFd.h"
 #include "host-linux/script/Inspection.h"
-#include "host-linux/web/UniqueFd.h"
 
 namespace hostlinux {
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
+
 namespace hostlinux {
 namespace {
 
@@ -22,9 +24,7 @@ bool IsLoopbackName(const std::string& host) {
   const std::size_t colon = host.rfind(':');
   if (colon != std::string::npos && IsDigits(host.substr(colon + 1))) name.erase(colon);
   if (host == "[::1]" || name == "[::1]") return true;
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return name == "localhost" || IsLoopbackNumber(name);
+  return EqualsIgnoreCase(name, "localhost") || IsLoopbackNumber(name);
 }
 
 }  // namespace hostlinux

@@ -26,10 +26,11 @@ constexpr Long kMaxDigits = 9;
 
 // The facts that answer for `lcid`; null for an unknown one.
 const LocaleFacts* FactsFor(Long lcid, std::uint32_t flags) {
-  const LocaleFacts* facts = CachedLocale(lcid);
+  const Long meant = MeantLocale(lcid);
+  const LocaleFacts* facts = CachedLocale(meant);
   const bool ownSettings = (flags & varnel::host::kLocaleNoUserOverride) == 0;
   const LocaleFacts& user = varnel::UserLocale();
-  return facts != nullptr && ownSettings && lcid == user.lcid ? &user : facts;
+  return facts != nullptr && ownSettings && meant == user.lcid ? &user : facts;
 }
 
 // Writes `text` and its NUL, where there is room for both.

@@ -1,8 +1,8 @@
 // The platform's locale calls, on the table of locales.
 //
 // The user's own settings are the facts that the site set as the user's locale (SetUserLocale): they count
-// for that locale's id wherever the platform lets a user's settings count, the table for every other one. Ids
-// of defaults (0, 1024, ...) are answered as the table says.
+// for that locale's id wherever the platform lets a user's settings count, the table for every other one. The
+// ids that name a default locale (0, 1024, 2048, 3072, 4096) mean the user's in every call.
 #pragma once
 
 #include <optional>

@@ -53,6 +53,8 @@ const Alias* FindAlias(Long lcid) {
   return found == std::end(kAliases) ? nullptr : found;
 }
 
+constexpr Long kDefaultLocales[] = {0, 1024, 2048, 3072, 4096};
+
 // A language alone is the one of its first country.
 Long FirstCountryOf(Long lcid) {
   const bool languageAlone = lcid > 0 && lcid < kFirstWithCountry && lcid != kInvariant;
@@ -94,6 +96,12 @@ std::optional<LocaleFacts> FindLocale(Long lcid) {
   LocaleFacts facts = FactsOf(*found);
   if (alias != nullptr && *alias->shortDate != u'\0') facts.shortDate = alias->shortDate;
   return facts;
+}
+
+Long MeantLocale(Long lcid) {
+  const bool isDefault =
+      std::find(std::begin(kDefaultLocales), std::end(kDefaultLocales), lcid) != std::end(kDefaultLocales);
+  return isDefault ? varnel::UserLocale().lcid : lcid;
 }
 
 const LocaleFacts* CachedLocale(Long lcid) {

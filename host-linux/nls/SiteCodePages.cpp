@@ -123,7 +123,7 @@ const CodePages::Page& CodePages::PageOf(int codePage) {
 String CodePages::Decode(std::span<const Byte> bytes, Long lcid) {
   int codePage = 0;
   if (lcid != 0) {
-    const auto locale = FindLocale(lcid);
+    const auto locale = FindLocale(MeantLocale(lcid));
     if (!locale) varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"no such locale");
     codePage = locale->ansiCodePage;
   }

@@ -25,7 +25,8 @@ class CodePages : public varnel::host::ICodePages {
   explicit CodePages(int systemPage);
   ~CodePages() override;
 
-  // A locale without a code page of its own has the system's.
+  // Locale 0 and one without a code page of its own have the system's; the other ids of defaults mean the
+  // user's locale.
   varnel::String Decode(std::span<const varnel::Byte> bytes, varnel::Long lcid) override;
   varnel::Bytes Encode(varnel::StringView text) override;
 

@@ -1,5 +1,6 @@
 #include "host-linux/script/Arguments.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "host-linux/script/InternalFields.h"
@@ -7,6 +8,18 @@
 #include "host-linux/script/V8Text.h"
 
 namespace hostlinux {
+
+namespace {
+
+// The bytes of an array of bytes, as many as `to` has room for.
+void CopyInto(v8::Local<v8::Uint8Array> to, const varnel::Variant& from) {
+  const varnel::BytesPtr* bytes = from.As<varnel::BytesPtr>();
+  if (bytes == nullptr || *bytes == nullptr) return;
+  auto* room = static_cast<varnel::Byte*>(to->Buffer()->GetBackingStore()->Data()) + to->ByteOffset();
+  std::copy_n((*bytes)->begin(), std::min((*bytes)->size(), to->ByteLength()), room);
+}
+
+}  // namespace
 
 CallArguments::CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call)
     : m_core(core) {
@@ -40,7 +53,8 @@ void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
 }
 
 void CallArguments::Note(std::size_t position, v8::Local<v8::Value> given) {
-  if (given->IsString() || !given->IsObject() || !HasTag(given.As<v8::Object>(), byRefTag)) return;
+  if (given->IsString() || !given->IsObject()) return;
+  if (!given->IsUint8Array() && !HasTag(given.As<v8::Object>(), byRefTag)) return;
   m_references.push_back({position, given.As<v8::Object>(), m_values[position]});
 }
 
@@ -61,6 +75,10 @@ void CallArguments::StoreBack() {
   for (const Reference& reference : m_references) {
     const varnel::Variant& now = m_values[reference.position];
     if (now == reference.before) continue;
+    if (reference.holder->IsUint8Array()) {
+      CopyInto(reference.holder.As<v8::Uint8Array>(), now);
+      continue;
+    }
     Check(reference.holder->Set(context, Name(isolate, "value"), ToScript(m_core, now)));
   }
 }

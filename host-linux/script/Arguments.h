@@ -21,7 +21,7 @@ class CallArguments {
 
   varnel::Arguments Values() { return m_values; }
 
-  // Puts results into the script's ByRef objects, and changed elements into its arrays.
+  // Puts results into the script's ByRef objects, and changed elements and bytes into its arrays.
   void StoreBack();
 
  private:

@@ -4,6 +4,9 @@
 #include <charconv>
 #include <string_view>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Utf8.h"
+
 namespace hostlinux {
 namespace {
 
@@ -13,43 +16,6 @@ constexpr std::size_t kMaxText = 64 * 1024 * 1024;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool SameWord(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return Lower(x) == Lower(y); });
-}
-
-// The length of the UTF-8 sequence at the head of `text`; 0 where there is none.
-std::size_t SequenceLength(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(i < text.size() ? text[i] : 0); };
-  const auto tail = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
-  const unsigned char head = byte(0);
-  if (head < 0x80) return 1;
-  if (head >= 0xC2 && head <= 0xDF) return tail(1) ? 2 : 0;
-  if (head >= 0xE0 && head <= 0xEF) {
-    const bool overlong = head == 0xE0 && byte(1) < 0xA0;
-    const bool surrogate = head == 0xED && byte(1) > 0x9F;
-    return tail(1) && tail(2) && !overlong && !surrogate ? 3 : 0;
-  }
-  if (head >= 0xF0 && head <= 0xF4) {
-    const bool overlong = head == 0xF0 && byte(1) < 0x90;
-    const bool tooHigh = head == 0xF4 && byte(1) > 0x8F;
-    return tail(1) && tail(2) && tail(3) && !overlong && !tooHigh ? 4 : 0;
-  }
-  return 0;
-}
-
-// The position of the first byte that is not UTF-8, or npos.
-std::size_t FindBadByte(std::string_view text) {
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = SequenceLength(text.substr(at));
-    if (length == 0) return at;
-    at += length;
-  }
-  return std::string_view::npos;
-}
 
 // Reads words and marks off the front of a short text: a directive, an include.
 class Reader {
@@ -65,7 +31,7 @@ class Reader {
     return m_at != before;
   }
   bool Take(std::string_view mark) {
-    if (!SameWord(m_text.substr(m_at, mark.size()), mark)) return false;
+    if (!EqualsIgnoreCase(m_text.substr(m_at, mark.size()), mark)) return false;
     m_at += mark.size();
     return true;
   }
@@ -179,7 +145,7 @@ class Parser {
   void CheckText(Place place) {
     m_size += place.text.size();
     if (m_size > kMaxText) Fail(place, "The page and its includes are longer than 64 MB.");
-    const std::size_t bad = FindBadByte(place.text);
+    const std::size_t bad = FindBadUtf8(place.text);
     if (bad == std::string_view::npos) return;
     Advance(place, bad);
     Fail(place, "The text is not valid UTF-8.");
@@ -261,16 +227,17 @@ class Parser {
 
   void ApplyDirective(const Place& place, std::string_view name, std::string_view value) {
     const std::string text(value);
-    if (SameWord(name, "Language")) {
-      if (!SameWord(value, "JavaScript")) Fail(place, "Language must be JavaScript, not '" + text + "'.");
-    } else if (SameWord(name, "CodePage")) {
+    if (EqualsIgnoreCase(name, "Language")) {
+      if (!EqualsIgnoreCase(value, "JavaScript"))
+        Fail(place, "Language must be JavaScript, not '" + text + "'.");
+    } else if (EqualsIgnoreCase(name, "CodePage")) {
       if (value != "65001") Fail(place, "CodePage must be 65001, not '" + text + "'.");
-    } else if (SameWord(name, "LCID")) {
+    } else if (EqualsIgnoreCase(name, "LCID")) {
       m_page.directives.lcid = ToInteger(value);
       if (!m_page.directives.lcid) Fail(place, "LCID must be a locale's number, not '" + text + "'.");
-    } else if (SameWord(name, "EnableSessionState")) {
-      const bool on = SameWord(value, "True");
-      if (!on && !SameWord(value, "False"))
+    } else if (EqualsIgnoreCase(name, "EnableSessionState")) {
+      const bool on = EqualsIgnoreCase(value, "True");
+      if (!on && !EqualsIgnoreCase(value, "False"))
         Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
       m_page.directives.sessionState = on;
     } else {

@@ -1,4 +1,4 @@
-// What all script engines of the process share. One is made by main, before the first engine, and outlives
+// What all script engines of the process share. One is made by the host, before the first engine, and outlives
 // the last; the engine below can't be set up a second time in a process.
 #pragma once
 

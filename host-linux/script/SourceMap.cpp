@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Percent.h"
 #include "host-linux/script/JsonText.h"
 
 namespace hostlinux {
@@ -71,20 +73,9 @@ std::string SourceMapUrl(const PageScript& script, const PageFiles& files, const
 }
 
 std::string UrlOfPath(const std::string& path) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   static constexpr std::string_view kMarks = "/-._~!$&'()*+,;=:@";
-  std::string url;
-  for (const char c : path) {
-    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                       kMarks.find(c) != std::string_view::npos;
-    const auto byte = static_cast<unsigned char>(c);
-    if (plain) {
-      url += c;
-    } else {
-      url += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  return url;
+  return PercentEncode(path,
+                       [](char c) { return IsAlphanumeric(c) || kMarks.find(c) != std::string_view::npos; });
 }
 
 }  // namespace hostlinux

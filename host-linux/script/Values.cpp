@@ -21,6 +21,7 @@ constexpr double kDayMs = 24.0 * 60 * 60 * 1000;
 constexpr double kUnixEpochDays = 25569;  // from 30 December 1899 to 1 January 1970
 
 // Milliseconds of local time since 1970 to days and back. Before day 0 the time of day still counts forward.
+// An invalid date is one on both sides.
 varnel::Date FromLocalMs(double ms) {
   const double days = ms / kDayMs + kUnixEpochDays;
   if (days >= 0) return {days};
@@ -62,7 +63,7 @@ class VariantReader {
   Variant ReadObject(v8::Local<v8::Object> object) {
     if (object->InternalFieldCount() == kFieldCount) return ReadOwn(object);
     if (object->IsArray()) return ReadArray(object.As<v8::Array>());
-    if (object->IsDate()) return FromLocalMs(ReadDate(object));
+    if (object->IsDate()) return FromLocalMs(m_core.Tools().LocalMs(Context(), object));
     if (object->IsUint8Array()) return ReadBytes(object.As<v8::Uint8Array>());
     if (object->IsStringObject()) return Read(object.As<v8::StringObject>()->ValueOf());
     if (object->IsNumberObject())
@@ -75,12 +76,6 @@ class VariantReader {
     if (HasTag(object, wrapperTag)) return Wrappers::Unwrap(object);
     if (HasTag(object, typedValueTag)) return Helpers::ReadTyped(object);
     return Read(Take(object->Get(Context(), Name(m_isolate, "value"))));
-  }
-
-  double ReadDate(v8::Local<v8::Object> date) {
-    const double ms = m_core.Tools().LocalMs(Context(), date);
-    if (std::isnan(ms)) varnel::RaiseRuntimeError(runtime_error::kTypeMismatch, u"an invalid date");
-    return ms;
   }
 
   static Variant ReadBytes(v8::Local<v8::Uint8Array> array) {

@@ -20,10 +20,11 @@ struct PassedArray {
 using PassedArrays = std::vector<PassedArray>;
 
 // undefined is a left-out argument; null is Null; a whole number in 32-bit range Long, any other Double; a
-// Date a Date in local time; a Uint8Array a byte array; an array an array; what CInt and its like made has
-// its exact type; a ByRef stands for its value; any other object or function an object that calls back into
-// the script. Raises 13 for a symbol, a BigInt and an invalid date, 5 for arrays more than 32 deep, 7 for
-// one of more than ten million elements. Where `passed` is given, arrays are noted there, inner ones first.
+// Date a Date in local time, an invalid one an invalid Date; a Uint8Array a byte array; an array an array;
+// what CInt and its like made has its exact type; a ByRef stands for its value; any other object or function
+// an object that calls back into the script. Raises 13 for a symbol and a BigInt, 5 for arrays more than 32
+// deep, 7 for one of more than ten million elements. Where `passed` is given, arrays are noted there, inner
+// ones first.
 varnel::Variant ToVariant(ScriptCore& core, v8::Local<v8::Value> value, PassedArrays* passed = nullptr);
 
 // Null and Nothing are null; Empty and a left-out argument undefined; numbers numbers; a byte array a

@@ -1,7 +1,6 @@
 #include "host-linux/services/SiteFiles.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +10,9 @@
 #include <cstring>
 #include <utility>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/FolderAccess.h"
+#include "host-linux/base/Random.h"
 #include "varnel/automation/Error.h"
 
 namespace hostlinux {
@@ -59,49 +61,6 @@ constexpr Long kPathNotFound = 76;
   }
 }
 
-class Handle {
- public:
-  explicit Handle(int fd = -1) : m_fd(fd) {}
-  ~Handle() {
-    if (m_fd >= 0) ::close(m_fd);
-  }
-  Handle(Handle&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-  Handle& operator=(Handle&& other) noexcept {
-    std::swap(m_fd, other.m_fd);
-    return *this;
-  }
-  explicit operator bool() const { return m_fd >= 0; }
-  int Get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
-
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-
-// With O_DIRECTORY a link is "not a folder".
-bool IsLink(int folder, const fs::path& name) {
-  struct stat facts {};
-  return ::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(facts.st_mode);
-}
-
-// The folder `below` of `root`, opened component by component: none of them may be a link. errno tells why
-// not.
-Handle OpenBelow(const fs::path& root, const fs::path& below) {
-  Handle folder(::open(root.c_str(), kFolderFlags));
-  for (const fs::path& component : below) {
-    if (!folder) break;
-    Handle next(::openat(folder.Get(), component.c_str(), kFolderFlags | O_NOFOLLOW));
-    if (!next) {
-      const int error = errno;
-      errno = error == ENOTDIR && IsLink(folder.Get(), component) ? ELOOP : error;
-      return next;
-    }
-    folder = std::move(next);
-  }
-  return folder;
-}
-
 void WriteAll(int file, const Byte* data, std::size_t size, const std::string& path) {
   while (size > 0) {
     const ssize_t written = ::write(file, data, size);
@@ -125,24 +84,13 @@ void CopyTail(int from, std::size_t offset, int to, const std::string& path) {
   }
 }
 
-std::string RandomName() {
-  std::array<Byte, 12> bits;
-  if (::getrandom(bits.data(), bits.size(), 0) != static_cast<ssize_t>(bits.size())) FailWith(errno, "");
-  std::string name = ".writing-";
-  for (const Byte byte : bits) {
-    name += "0123456789abcdef"[byte >> 4];
-    name += "0123456789abcdef"[byte & 15];
-  }
-  return name;
-}
-
 // A file under a name of its own, which is gone in the end unless it was renamed.
 class UnfinishedFile {
  public:
   UnfinishedFile(int folder, const std::string& path)
       : m_folder(folder),
         m_path(path),
-        m_name(RandomName()),
+        m_name(".writing-" + RandomToken()),
         m_file(::openat(folder, m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666)) {
     if (!m_file) FailWith(errno, path);
   }
@@ -165,19 +113,19 @@ class UnfinishedFile {
   int m_folder;
   const std::string& m_path;
   std::string m_name;
-  Handle m_file;
+  UniqueFd m_file;
 };
 
 // The file that is there already; none where there is none. What isn't a file that can be written is refused.
-Handle OpenExisting(int folder, const std::string& name, const std::string& path) {
+UniqueFd OpenExisting(int folder, const std::string& name, const std::string& path) {
   struct stat facts {};
   if (::fstatat(folder, name.c_str(), &facts, AT_SYMLINK_NOFOLLOW) != 0) {
-    if (errno == ENOENT) return Handle();
+    if (errno == ENOENT) return UniqueFd();
     FailWith(errno, path);
   }
   if (S_ISLNK(facts.st_mode)) FailWith(ELOOP, path);
   if (!S_ISREG(facts.st_mode)) Fail(kPermissionDenied, "Not a file", path);
-  Handle file(::openat(folder, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  UniqueFd file(::openat(folder, name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!file) FailWith(errno, path);
   return file;
 }
@@ -194,9 +142,7 @@ void CheckName(const std::string& name) {
 }
 
 bool IsPageSource(const std::string& name) {
-  std::string ending = fs::path(name).extension().string();
-  std::transform(ending.begin(), ending.end(), ending.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+  const std::string ending = LowerAscii(fs::path(name).extension().string());
   return ending == ".asp" || ending == ".inc";
 }
 
@@ -228,7 +174,7 @@ Holdings HoldingsOf(const fs::path& folder, std::size_t maxFiles) {
   return all;
 }
 
-std::uintmax_t SizeOf(const Handle& file) {
+std::uintmax_t SizeOf(const UniqueFd& file) {
   struct stat facts {};
   return file && ::fstat(file.Get(), &facts) == 0 ? static_cast<std::uintmax_t>(facts.st_size) : 0;
 }
@@ -248,8 +194,8 @@ struct SiteFiles::Place {
   std::string text;
 
   // The folder that holds the path's last component.
-  Handle OpenParent() const {
-    Handle folder = OpenBelow(root, below.parent_path());
+  UniqueFd OpenParent() const {
+    UniqueFd folder = OpenFolderWithoutLinks(root, below.parent_path());
     if (!folder) FailWith(errno, text);
     return folder;
   }
@@ -281,7 +227,7 @@ void SiteFiles::CheckRoom(const Place& place, std::size_t files, std::uintmax_t 
 
 bool SiteFiles::FolderExists(StringView path) {
   const Place place = PlaceOf(path);
-  if (OpenBelow(place.root, place.below)) return true;
+  if (OpenFolderWithoutLinks(place.root, place.below)) return true;
   if (errno == ENOENT) return false;
   FailWith(errno, place.text);
 }
@@ -309,8 +255,8 @@ void SiteFiles::WriteFile(StringView path, const Bytes& data) {
     Fail(kPermissionDenied, "No page is written", place.text);
   }
   const std::lock_guard lock(m_writing);
-  const Handle folder = place.OpenParent();
-  const Handle existing = OpenExisting(folder.Get(), name, place.text);
+  const UniqueFd folder = place.OpenParent();
+  const UniqueFd existing = OpenExisting(folder.Get(), name, place.text);
   const std::uintmax_t before = SizeOf(existing);
   CheckRoom(place, existing ? 0 : 1, data.size() > before ? data.size() - before : 0);
   UnfinishedFile file(folder.Get(), place.text);

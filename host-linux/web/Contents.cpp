@@ -1,6 +1,6 @@
 #include "host-linux/web/Contents.h"
 
-#include "host-linux/web/Walk.h"
+#include "host-linux/base/ListWalk.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -33,7 +33,7 @@ void Contents::Put(StringView name, const Variant& value) {
 }
 
 std::unique_ptr<varnel::Enumeration> Contents::Enumerate() {
-  return std::make_unique<Walk>(m_values->Keys());
+  return std::make_unique<ListWalk<String>>(m_values->Keys());
 }
 
 String Contents::KeyOf(const Variant& keyOrPosition) {

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Percent.h"
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/HttpDate.h"
-#include "host-linux/web/UrlPath.h"
 
 namespace hostlinux {
 
 namespace {
 
-constexpr std::size_t MaxCookies = 300;
+constexpr std::size_t kMaxCookies = 300;
 
 std::string_view Trim(std::string_view text) {
   const std::size_t begin = std::min(text.find_first_not_of(" \t"), text.size());
@@ -28,22 +30,9 @@ std::string Decoded(std::string_view text) {
   return std::string(text);
 }
 
-bool IsPlain(char c) {
-  const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-  return alphanumeric || c == '-' || c == '_' || c == '.' || c == '~';
-}
-
 std::string Encoded(std::string_view text) {
-  std::string encoded;
-  for (const char c : text) {
-    if (IsPlain(c)) {
-      encoded += c;
-    } else {
-      const auto byte = static_cast<unsigned char>(c);
-      encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-    }
-  }
-  return encoded;
+  return PercentEncode(
+      text, [](char c) { return IsAlphanumeric(c) || c == '-' || c == '_' || c == '.' || c == '~'; });
 }
 
 // A ";" in an attribute would begin another one.
@@ -56,7 +45,7 @@ std::string Attribute(const char* name, std::string text) {
 
 std::vector<FormField> ParseCookies(std::string_view header) {
   std::vector<FormField> cookies;
-  while (!header.empty() && cookies.size() < MaxCookies) {
+  while (!header.empty() && cookies.size() < kMaxCookies) {
     const std::size_t end = std::min(header.find(';'), header.size());
     const std::string_view piece = Trim(header.substr(0, end));
     header.remove_prefix(std::min(end + 1, header.size()));

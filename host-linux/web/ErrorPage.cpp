@@ -89,15 +89,15 @@ HttpResponse ErrorResponse(int status, std::string_view requestId, std::string_v
 }
 
 std::string SourceExcerpt(std::string_view source, int line) {
-  constexpr int Around = 5;
+  constexpr int kAround = 5;
   std::string lines;
   bool found = false;
   int number = 1;
-  for (std::size_t begin = 0; begin < source.size() && number <= line + Around; ++number) {
+  for (std::size_t begin = 0; begin < source.size() && number <= line + kAround; ++number) {
     const std::size_t end = std::min(source.find('\n', begin), source.size());
     std::string_view text = source.substr(begin, end - begin);
     begin = end + 1;
-    if (number < line - Around) continue;
+    if (number < line - kAround) continue;
     if (text.ends_with('\r')) text.remove_suffix(1);
     const std::string shown = std::to_string(number) + "  " + EscapeHtml(text);
     lines += number == line ? "<b>" + shown + "</b>\n" : shown + "\n";

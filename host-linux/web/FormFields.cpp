@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Percent.h"
+#include "host-linux/base/Utf8.h"
 #include "host-linux/web/UrlPath.h"
 
 namespace hostlinux {
@@ -33,7 +35,7 @@ FormFields ParseForm(std::string_view text) {
     const std::string_view pair = text.substr(begin, end - begin);
     begin = end + 1;
     if (pair.empty()) continue;
-    if (form.fields.size() == MaxFormFields) return {{}, "The request has too many parameters."};
+    if (form.fields.size() == kMaxFormFields) return {{}, "The request has too many parameters."};
     FormField field;
     const std::string_view problem = DecodePair(pair, field);
     if (!problem.empty()) return {{}, std::string(problem)};

@@ -20,11 +20,11 @@ struct FormFields {
 };
 
 // More fields than this are refused: each costs memory many times its text.
-inline constexpr std::size_t MaxFormFields = 20000;
+inline constexpr std::size_t kMaxFormFields = 20000;
 
 // Takes `text` apart at "&" and the first "=" of each piece; "+" is a blank, %XX a byte. A piece without "="
 // is a name with an empty value; an empty piece is nothing. Refused, with `error` set and no fields: a bad
-// escape, ill-formed UTF-8, more than MaxFormFields fields.
+// escape, ill-formed UTF-8, more than kMaxFormFields fields.
 FormFields ParseForm(std::string_view text);
 
 }  // namespace hostlinux

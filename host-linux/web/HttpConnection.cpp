@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "host-linux/base/Ascii.h"
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/HttpDate.h"
 #include "host-linux/web/ListenSocket.h"
@@ -29,15 +30,15 @@ namespace http = boost::beast::http;
 namespace {
 
 // Each slice of a response gets the whole write timeout, so that only a client that stands still is cut.
-constexpr std::size_t SliceSize = 64 * 1024;
-constexpr std::size_t MaxSlicePieces = 16;
+constexpr std::size_t kSliceSize = 64 * 1024;
+constexpr std::size_t kMaxSlicePieces = 16;
 
 // What a page may have flushed that its client hasn't taken yet.
-constexpr std::int64_t MaxUnsent = 256 * 1024;
+constexpr std::int64_t kMaxUnsent = 256 * 1024;
 
 // Read at once.
-constexpr std::size_t HeadReadSize = 4 * 1024;
-constexpr std::size_t BodyReadSize = 64 * 1024;
+constexpr std::size_t kHeadReadSize = 4 * 1024;
+constexpr std::size_t kBodyReadSize = 64 * 1024;
 
 std::string Text(beast::string_view view) { return std::string(view.data(), view.size()); }
 
@@ -57,8 +58,7 @@ std::string AddressText(const sockaddr* place) {
 // as SERVER_NAME and from there their links.
 bool IsHostText(std::string_view host) {
   return std::all_of(host.begin(), host.end(), [](char c) {
-    const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-    return alphanumeric || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
+    return IsAlphanumeric(c) || c == '.' || c == '-' || c == '_' || c == ':' || c == '[' || c == ']';
   });
 }
 
@@ -136,7 +136,7 @@ HttpConnection::HttpConnection(ConnectionOwner& owner, ServerSocket socket)
     : m_owner(owner),
       m_socket(std::move(socket)),
       m_timer(owner.Context()),
-      m_buffer(owner.Options().maxHead + BodyReadSize),
+      m_buffer(owner.Options().maxHead + kBodyReadSize),
       m_charge(owner.BodyBytes()) {
   Error ignored;
   const auto peer = m_socket.remote_endpoint(ignored);
@@ -207,7 +207,7 @@ void HttpConnection::ReadHead() {
 // The limit was armed for the whole head or the whole body, so that a trickle of bytes doesn't prolong it.
 void HttpConnection::ReadMore() {
   const std::size_t room = m_buffer.max_size() - m_buffer.size();
-  const std::size_t wanted = m_parser->is_header_done() ? BodyReadSize : HeadReadSize;
+  const std::size_t wanted = m_parser->is_header_done() ? kBodyReadSize : kHeadReadSize;
   if (room == 0) return Refuse(400);  // a chunk's line or trailer without end
   m_socket.async_read_some(
       m_buffer.prepare(std::min(room, wanted)),
@@ -307,8 +307,8 @@ int HttpConnection::HeadProblem() const {
 }
 
 void HttpConnection::ContinueThenReadBody() {
-  static constexpr std::string_view Continue = "HTTP/1.1 100 Continue\r\n\r\n";
-  net::async_write(m_socket, net::buffer(Continue.data(), Continue.size()),
+  static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
+  net::async_write(m_socket, net::buffer(kContinue.data(), kContinue.size()),
                    [self = shared_from_this()](Error error, std::size_t) {
                      if (error) return self->Close();
                      self->Parse();
@@ -426,7 +426,7 @@ HttpResponse HttpConnection::Busy() const {
 }
 
 void HttpConnection::AwaitRoom(std::size_t bytes) {
-  m_flow.AwaitRoom(MaxUnsent);
+  m_flow.AwaitRoom(kMaxUnsent);
   m_flow.Posted(static_cast<std::int64_t>(bytes));
 }
 
@@ -534,14 +534,14 @@ void HttpConnection::WriteMore() {
 
 void HttpConnection::WriteSlice() {
   std::vector<net::const_buffer> pieces;
-  std::size_t room = SliceSize;
+  std::size_t room = kSliceSize;
   std::size_t offset = m_outputOffset;
   for (const std::string& text : m_output) {
     const std::size_t length = std::min(text.size() - offset, room);
     pieces.emplace_back(text.data() + offset, length);
     room -= length;
     offset = 0;
-    if (room == 0 || pieces.size() == MaxSlicePieces) break;
+    if (room == 0 || pieces.size() == kMaxSlicePieces) break;
   }
   m_writing = true;
   Arm(m_owner.Options().writeTimeout);
@@ -554,7 +554,7 @@ void HttpConnection::WriteSlice() {
 // announced can only be answered by cutting the connection.
 bool HttpConnection::FillFromFile() {
   if (!m_file || m_file->length == 0) return false;
-  std::string stretch(std::min<std::uint64_t>(m_file->length, SliceSize), '\0');
+  std::string stretch(std::min<std::uint64_t>(m_file->length, kSliceSize), '\0');
   const ssize_t got =
       ::pread(m_file->file->Get(), stretch.data(), stretch.size(), static_cast<off_t>(m_file->offset));
   if (got <= 0) {

@@ -7,9 +7,9 @@ namespace hostlinux {
 
 namespace {
 
-constexpr std::array<std::string_view, 7> DayNames = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-constexpr std::array<std::string_view, 12> MonthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr std::array<std::string_view, 7> kDayNames = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+constexpr std::array<std::string_view, 12> kMonthNames = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 // The digits of `text` as a number; -1 where one isn't a digit.
 int Number(std::string_view text) {
@@ -22,8 +22,8 @@ int Number(std::string_view text) {
 }
 
 int MonthNumber(std::string_view name) {
-  for (std::size_t i = 0; i < MonthNames.size(); ++i) {
-    if (MonthNames[i] == name) return static_cast<int>(i);
+  for (std::size_t i = 0; i < kMonthNames.size(); ++i) {
+    if (kMonthNames[i] == name) return static_cast<int>(i);
   }
   return -1;
 }
@@ -35,8 +35,8 @@ std::string FormatHttpDate(std::time_t when) {
   gmtime_r(&when, &parts);
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%s, %02d %s %04d %02d:%02d:%02d GMT",
-                DayNames[static_cast<std::size_t>(parts.tm_wday)].data(), parts.tm_mday,
-                MonthNames[static_cast<std::size_t>(parts.tm_mon)].data(), parts.tm_year + 1900,
+                kDayNames[static_cast<std::size_t>(parts.tm_wday)].data(), parts.tm_mday,
+                kMonthNames[static_cast<std::size_t>(parts.tm_mon)].data(), parts.tm_year + 1900,
                 parts.tm_hour, parts.tm_min, parts.tm_sec);
   return text.data();
 }

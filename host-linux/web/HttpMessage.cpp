@@ -2,15 +2,14 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
+
 namespace hostlinux {
 
 namespace {
 
-char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 bool IsTokenChar(char c) {
-  const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-  return alphanumeric || std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+  return IsAlphanumeric(c) || std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
 }
 
 bool IsControl(char c) { return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f; }
@@ -20,11 +19,6 @@ void AppendPrintable(std::string& text, std::string_view value) {
 }
 
 }  // namespace
-
-bool EqualsIgnoreCase(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
-}
 
 const std::string* HeaderList::Find(std::string_view name) const {
   for (const Field& field : m_fields) {

@@ -8,12 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "host-linux/web/UniqueFd.h"
+#include "host-linux/base/UniqueFd.h"
 
 namespace hostlinux {
-
-// True when the texts are equal but for the case of ASCII letters.
-bool EqualsIgnoreCase(std::string_view left, std::string_view right);
 
 // Header fields in the order they came; names compare without regard to case.
 class HeaderList {

@@ -10,10 +10,10 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
-#include <random>
 #include <thread>
 #include <unordered_set>
 
+#include "host-linux/base/Random.h"
 #include "host-linux/web/HttpConnection.h"
 #include "host-linux/web/ListenSocket.h"
 
@@ -27,18 +27,13 @@ using Acceptor = net::basic_socket_acceptor<net::generic::stream_protocol, net::
 using Error = boost::system::error_code;
 
 // How long accepting pauses when the process has no descriptors left.
-constexpr std::chrono::milliseconds AcceptPause(100);
+constexpr std::chrono::milliseconds kAcceptPause(100);
 
 int FamilyOf(int socket) {
   sockaddr_storage place{};
   socklen_t length = sizeof place;
   ::getsockname(socket, reinterpret_cast<sockaddr*>(&place), &length);
   return place.ss_family;
-}
-
-std::uint64_t RandomStart() {
-  std::random_device device;
-  return (static_cast<std::uint64_t>(device()) << 32) | device();
 }
 
 }  // namespace
@@ -126,7 +121,7 @@ class HttpServer::Impl final : public ConnectionOwner {
     m_changed.notify_all();
     if (m_draining) return;
     if (!error) return Accept();
-    m_pause.expires_after(AcceptPause);
+    m_pause.expires_after(kAcceptPause);
     m_pause.async_wait([this](Error) { Accept(); });
   }
 
@@ -211,10 +206,10 @@ class HttpServer::Impl final : public ConnectionOwner {
   std::atomic<bool> m_accepting = false;
   bool m_cut = false;
   std::atomic<bool> m_draining = false;
-  std::uint64_t m_nextId = RandomStart();
+  std::uint64_t m_nextId = RandomNumber<std::uint64_t>();
   std::atomic<std::uint64_t> m_bodyBytes = 0;
-  std::mutex
-      m_mutex;  // the set of connections is changed on the I/O thread only, under this for those who wait
+  // The set of connections is changed on the I/O thread only, under this for those who wait.
+  std::mutex m_mutex;
   std::condition_variable m_changed;
   std::unordered_set<std::shared_ptr<HttpConnection>> m_connections;
   // Below what pages use, so that it ends before that: its end waits for the running pages.

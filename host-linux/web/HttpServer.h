@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "host-linux/base/UniqueFd.h"
 #include "host-linux/web/HttpMessage.h"
-#include "host-linux/web/UniqueFd.h"
 
 namespace hostlinux {
 

@@ -15,8 +15,8 @@ namespace hostlinux {
 
 namespace {
 
-constexpr int Backlog = 1024;
-constexpr std::string_view UnixPrefix = "unix:";
+constexpr int kBacklog = 1024;
+constexpr std::string_view kUnixPrefix = "unix:";
 
 [[noreturn]] void Fail(const std::string& address, const std::string& reason) {
   throw std::runtime_error("The server can't listen at \"" + address + "\": " + reason + ".");
@@ -36,7 +36,7 @@ UniqueFd BindTo(const addrinfo& place) {
   if (!socket) return socket;
   const int on = 1;
   ::setsockopt(socket.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (::bind(socket.Get(), place.ai_addr, place.ai_addrlen) != 0 || ::listen(socket.Get(), Backlog) != 0) {
+  if (::bind(socket.Get(), place.ai_addr, place.ai_addrlen) != 0 || ::listen(socket.Get(), kBacklog) != 0) {
     return UniqueFd();
   }
   return socket;
@@ -71,7 +71,7 @@ void RemoveDeadSocket(const sockaddr_un& place) {
 }
 
 UniqueFd ListenAtUnix(const std::string& address) {
-  const std::string path = address.substr(UnixPrefix.size());
+  const std::string path = address.substr(kUnixPrefix.size());
   sockaddr_un place{};
   place.sun_family = AF_UNIX;
   if (path.empty() || path.size() >= sizeof place.sun_path) Fail(address, "the path is empty or too long");
@@ -79,7 +79,7 @@ UniqueFd ListenAtUnix(const std::string& address) {
   RemoveDeadSocket(place);
   UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   if (!socket || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
-      ::listen(socket.Get(), Backlog) != 0) {
+      ::listen(socket.Get(), kBacklog) != 0) {
     Fail(address, std::strerror(errno));
   }
   return socket;
@@ -88,7 +88,7 @@ UniqueFd ListenAtUnix(const std::string& address) {
 }  // namespace
 
 UniqueFd ListenAt(const std::string& address) {
-  return address.starts_with(UnixPrefix) ? ListenAtUnix(address) : ListenAtTcp(address);
+  return address.starts_with(kUnixPrefix) ? ListenAtUnix(address) : ListenAtTcp(address);
 }
 
 std::uint16_t PortOf(int socket) {

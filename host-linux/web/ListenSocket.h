@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host-linux/web/UniqueFd.h"
+#include "host-linux/base/UniqueFd.h"
 
 namespace hostlinux {
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
 #include "varnel/automation/String.h"
 
 namespace hostlinux {

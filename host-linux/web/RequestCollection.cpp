@@ -1,6 +1,6 @@
 #include "host-linux/web/RequestCollection.h"
 
-#include "host-linux/web/Walk.h"
+#include "host-linux/base/ListWalk.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -43,7 +43,9 @@ const ClassInfo& RequestValue::Class() const {
   return info;
 }
 
-std::unique_ptr<varnel::Enumeration> RequestValue::Enumerate() { return std::make_unique<Walk>(m_values); }
+std::unique_ptr<varnel::Enumeration> RequestValue::Enumerate() {
+  return std::make_unique<ListWalk<String>>(m_values);
+}
 
 Variant RequestValue::Item(const Variant& position) const {
   if (!position.IsMissing()) return m_values[IndexOf(varnel::ToLong(position), m_values.size())];
@@ -75,7 +77,7 @@ std::unique_ptr<varnel::Enumeration> RequestCollection::Enumerate() {
   std::vector<String> keys;
   keys.reserve(m_entries.size());
   for (const Entry& entry : m_entries) keys.push_back(entry.key);
-  return std::make_unique<Walk>(std::move(keys));
+  return std::make_unique<ListWalk<String>>(std::move(keys));
 }
 
 const RequestCollection::Entry* RequestCollection::Find(StringView key) const {

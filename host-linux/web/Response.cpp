@@ -1,5 +1,7 @@
 #include "host-linux/web/Response.h"
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Percent.h"
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/HostError.h"
 #include "host-linux/web/HttpDate.h"
@@ -17,10 +19,10 @@ using varnel::Variant;
 
 namespace {
 
-constexpr char16_t FirstHigh = 0xD800;
-constexpr char16_t LastHigh = 0xDBFF;
+constexpr char16_t kFirstHigh = 0xD800;
+constexpr char16_t kLastHigh = 0xDBFF;
 
-bool IsHighSurrogate(char16_t unit) { return unit >= FirstHigh && unit <= LastHigh; }
+bool IsHighSurrogate(char16_t unit) { return unit >= kFirstHigh && unit <= kLastHigh; }
 
 bool HasControl(const std::string& text) {
   for (const char c : text) {
@@ -31,16 +33,8 @@ bool HasControl(const std::string& text) {
 
 // Escapes what may not stand in an address, and leaves escapes that are there.
 std::string AddressText(const std::string& url) {
-  std::string text;
-  for (const char c : url) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte > 0x20 && byte < 0x7f && c != '"' && c != '<' && c != '>' && c != '\\') {
-      text += c;
-    } else {
-      text += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-    }
-  }
-  return text;
+  return PercentEncode(
+      url, [](char c) { return c > 0x20 && c < 0x7f && c != '"' && c != '<' && c != '>' && c != '\\'; });
 }
 
 // Types of text say how their letters are written; images don't.

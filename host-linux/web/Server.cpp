@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/Percent.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Members.h"
 
@@ -18,10 +20,6 @@ namespace {
 
 // Of the marks in a short text: it then needs memory once.
 constexpr std::size_t kRoomForNames = 24;
-
-bool IsLetterOrDigit(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
 
 // A character that can't stand for itself in HTML.
 constexpr bool IsMark(char16_t unit) { return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"'; }
@@ -61,19 +59,15 @@ const Function& Required(const Function& function, StringView member) {
 
 String UrlEncodeText(StringView text) {
   const std::string bytes = varnel::ToUtf8(text);
-  String encoded(3 * bytes.size(), u'\0');
-  auto end = encoded.begin();
+  String encoded;
+  encoded.reserve(3 * bytes.size());
   for (const char c : bytes) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (IsLetterOrDigit(c) || c == ' ') {
-      *end++ = c == ' ' ? u'+' : static_cast<char16_t>(byte);
+    if (IsAlphanumeric(c) || c == ' ') {
+      encoded += c == ' ' ? u'+' : static_cast<char16_t>(c);
     } else {
-      *end++ = u'%';
-      *end++ = u"0123456789ABCDEF"[byte >> 4];
-      *end++ = u"0123456789ABCDEF"[byte & 15];
+      AppendEscaped(encoded, c);
     }
   }
-  encoded.erase(end, encoded.end());
   return encoded;
 }
 

@@ -13,8 +13,8 @@ using varnel::Variant;
 
 namespace {
 
-constexpr Long Utf8CodePage = 65001;
-constexpr Long MaxMinutes = 24 * 60;
+constexpr Long kUtf8CodePage = 65001;
+constexpr Long kMaxMinutes = 24 * 60;
 
 }  // namespace
 
@@ -75,7 +75,7 @@ void Session::SetLCID(Long lcid) {
 }
 
 void Session::SetCodePage(Long codePage) {
-  if (codePage != Utf8CodePage) {
+  if (codePage != kUtf8CodePage) {
     RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"the code page of pages is always 65001");
   }
 }
@@ -86,7 +86,7 @@ Long Session::Timeout() const {
 }
 
 void Session::SetTimeout(Long minutes) {
-  if (minutes < 1 || minutes > MaxMinutes)
+  if (minutes < 1 || minutes > kMaxMinutes)
     RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"Timeout");
   Begun().minutes = minutes;
 }

@@ -1,39 +1,13 @@
 #include "host-linux/web/SessionStore.h"
 
-#include <sys/random.h>
-
-#include <array>
-#include <stdexcept>
+#include "host-linux/base/Random.h"
 
 namespace hostlinux {
 
 namespace {
 
 // Expired sessions are looked for this often; in between a lookup judges only its own.
-constexpr std::chrono::seconds SweepInterval(30);
-
-void FillRandom(void* bytes, std::size_t size) {
-  if (::getrandom(bytes, size, 0) != static_cast<ssize_t>(size)) {
-    throw std::runtime_error("The system gives no random numbers.");
-  }
-}
-
-std::string RandomToken() {
-  std::array<unsigned char, 16> bytes{};
-  FillRandom(bytes.data(), bytes.size());
-  std::string token;
-  for (const unsigned char byte : bytes) {
-    token += "0123456789abcdef"[byte >> 4];
-    token += "0123456789abcdef"[byte & 15];
-  }
-  return token;
-}
-
-std::uint32_t RandomId() {
-  std::uint32_t id = 0;
-  FillRandom(&id, sizeof id);
-  return id;
-}
+constexpr std::chrono::seconds kSweepInterval(30);
 
 // Counting through all positive numbers keeps them apart while fewer sessions than that live.
 varnel::Long NextId(std::uint32_t& last) {
@@ -45,7 +19,7 @@ varnel::Long NextId(std::uint32_t& last) {
 }  // namespace
 
 SessionStore::SessionStore(Options options)
-    : m_options(std::move(options)), m_nextSweep(m_options.now()), m_lastId(RandomId()) {}
+    : m_options(std::move(options)), m_nextSweep(m_options.now()), m_lastId(RandomNumber<std::uint32_t>()) {}
 
 bool SessionStore::IsExpired(const Entry& entry, Clock::time_point now) const {
   const varnel::Long own = entry.state->minutes;
@@ -54,7 +28,7 @@ bool SessionStore::IsExpired(const Entry& entry, Clock::time_point now) const {
 
 void SessionStore::DropExpired(Clock::time_point now, Entries& dropped) {
   if (now < m_nextSweep) return;
-  m_nextSweep = now + SweepInterval;
+  m_nextSweep = now + kSweepInterval;
   for (auto entry = m_entries.begin(); entry != m_entries.end();) {
     const auto current = entry++;
     if (!IsExpired(*current, now)) continue;

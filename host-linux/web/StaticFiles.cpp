@@ -8,8 +8,9 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "host-linux/base/Ascii.h"
+#include "host-linux/base/FolderAccess.h"
 #include "host-linux/web/ErrorPage.h"
-#include "host-linux/web/FolderAccess.h"
 #include "host-linux/web/HttpDate.h"
 
 namespace hostlinux {
@@ -21,7 +22,7 @@ struct FileType {
   std::string_view contentType;
 };
 
-constexpr std::array<FileType, 27> ListedTypes = {{
+constexpr std::array<FileType, 27> kListedTypes = {{
     {"png", "image/png"},
     {"gif", "image/gif"},
     {"jpg", "image/jpeg"},
@@ -159,7 +160,7 @@ std::string_view StaticTypeOf(std::string_view path) {
   const std::size_t dot = path.rfind('.');
   const std::size_t slash = path.rfind('/');
   if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) return {};
-  for (const FileType& type : ListedTypes) {
+  for (const FileType& type : kListedTypes) {
     if (EqualsIgnoreCase(path.substr(dot + 1), type.extension)) return type.contentType;
   }
   return {};

@@ -16,7 +16,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "host-linux/web/UniqueFd.h"
+#include "host-linux/base/UniqueFd.h"
 
 namespace hostlinux {
 

@@ -1,17 +1,10 @@
-// Reading the target of a request: percent decoding, UTF-8, and the path that never leaves the root.
+// Reading the target of a request: the path that never leaves the root.
 #pragma once
 
 #include <string>
 #include <string_view>
 
 namespace hostlinux {
-
-// True for well-formed UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
-bool IsUtf8(std::string_view bytes);
-
-// Decodes %XX; with `plusIsBlank` also "+" to a blank, as forms have it. False where a "%" isn't followed by
-// two hexadecimal digits; `decoded` then holds what stood before it.
-bool PercentDecode(std::string_view text, bool plusIsBlank, std::string& decoded);
 
 // Joins the segments of `decoded`, which begins with "/", to a path without "." and ".." segments and doubled
 // slashes. False where ".." leads above the root.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host-linux/web/RequestBound.h"
+#include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/automation/Object.h"
 
@@ -17,7 +18,7 @@ using varnel::Variant;
 
 namespace {
 
-constexpr int MaxDepth = 32;
+constexpr int kMaxDepth = 32;
 
 void CheckObject(const varnel::Object& object, const MayKeep& mayKeep) {
   const bool bound = dynamic_cast<const RequestBound*>(&object) != nullptr;
@@ -28,11 +29,12 @@ void CheckObject(const varnel::Object& object, const MayKeep& mayKeep) {
 
 Variant Kept(const Variant& value, const MayKeep& mayKeep, int depth) {
   if (value.IsMissing()) return Variant();
+  if (value.Is<varnel::Date>()) varnel::ToDate(value);  // raises 13 for an invalid one
   if (const ObjectPtr* object = value.As<ObjectPtr>(); object && *object) CheckObject(**object, mayKeep);
   const ArrayPtr* array = value.As<ArrayPtr>();
   if (!array || !*array) return value;
   // Also the end of an array that contains itself.
-  if (depth == MaxDepth)
+  if (depth == kMaxDepth)
     RaiseRuntimeError(varnel::runtime_error::kInvalidArgument, u"an array is nested too deep");
   auto copy = std::make_shared<varnel::Array>();
   copy->items.reserve((*array)->items.size());
@@ -56,13 +58,6 @@ bool AnyObject(const varnel::Object&) { return true; }
 }  // namespace
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
-
-// FNV-1a over the folded characters.
-std::size_t ValueStore::HashNoCase::operator()(StringView key) const {
-  std::uint64_t hash = 0xCBF29CE484222325U;
-  for (const char16_t unit : key) hash = (hash ^ varnel::FoldCase(unit)) * 0x100000001B3U;
-  return hash;
-}
 
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "varnel/automation/NoCase.h"
 #include "varnel/automation/Variant.h"
 
 namespace hostlinux {
@@ -44,18 +45,7 @@ class ValueStore {
   };
 
   mutable std::mutex m_mutex;
-  // Keys are compared as they are asked for: no folded copy of one is made.
-  struct HashNoCase {
-    using is_transparent = void;
-    std::size_t operator()(varnel::StringView key) const;
-  };
-  struct EqualNoCase {
-    using is_transparent = void;
-    bool operator()(varnel::StringView left, varnel::StringView right) const {
-      return varnel::EqualsNoCase(left, right);
-    }
-  };
-  std::unordered_map<varnel::String, Entry, HashNoCase, EqualNoCase> m_entries;
+  std::unordered_map<varnel::String, Entry, varnel::HashNoCase, varnel::EqualNoCase> m_entries;
   std::size_t m_nextOrder = 0;
   std::size_t m_bytes = 0;
 };

@@ -45,6 +45,14 @@ TEST_F(ByRefTest, LibraryFillsARecordsetMadeByThePage) {
 }
 
 // The library drives the object by name; what the script's own object throws comes back as it was thrown.
+TEST_F(ByRefTest, SortedBytesComeBackInTheSameArray) {
+  EXPECT_EQ(Output("<% var b = new Uint8Array([3, 255, 0]); Utilities.QuickSort(b);"
+                   " var part = new Uint8Array([9, 3, 1, 2, 8]); Utilities.QuickSort(part.subarray(1, 4));"
+                   " var held = new ByRef(new Uint8Array([2, 1])); Utilities.QuickSort(held); %>"
+                   "<%= b.join() %> <%= part.join() %> <%= held.value.join() %>"),
+            "0,3,255 9,1,2,3,8 1,2");
+}
+
 TEST_F(ByRefTest, ErrorOfAScriptObjectComesBackThroughTheLibrary) {
   site.MakeCustomers(3);
   EXPECT_EQ(Output(std::string(kOpenList) +

@@ -27,6 +27,9 @@ TEST_F(UtilitiesTest, TakeTheScriptsValues) {
   EXPECT_EQ(Value("Utilities.SQLEncodeDate(new Date(2024, 2, 5, 23, 59))"), "{d '2024-03-05'}");
   EXPECT_EQ(Value("Utilities.SQLEncodeDateTime(new Date(2024, 2, 5, 7, 8, 9))"),
             "{ts '2024-03-05 07:08:09'}");
+  EXPECT_EQ(
+      Output("<% try { Utilities.SQLEncodeDate(new Date(NaN)); } catch (e) { Response.Write(e.number); } %>"),
+      "13");
   EXPECT_EQ(Value("Utilities.LDAPEncodeStr('a*(b)\\\\\\'')"), "a\\2a\\28b\\29\\5c\\27");
   EXPECT_EQ(Value("Utilities.SQLEncodeStr(undefined)"), "N''");
 }

@@ -56,6 +56,17 @@ TEST_F(DataFunctionsTest, WhatFailsIsNullOrFalse) {
   EXPECT_EQ(Of("d.ValidateDateTime(null) || d.ValidateFloat(null) || d.ValidateNumber(null)"), "False");
 }
 
+TEST_F(DataFunctionsTest, AnInvalidDateIsNullOrFalse) {
+  EXPECT_EQ(Of("d.ValidateDateTime(new Date(NaN))"), "False");
+  EXPECT_EQ(Of("d.ValidateDateTime(new Date(2024, 2, 5), new Date(NaN))"), "False");
+  EXPECT_EQ(Of("d.ValidateDateTime(new Date(2024, 2, 5), undefined, new Date(NaN))"), "False");
+  EXPECT_EQ(Of("d.ValidateFloat(new Date(NaN)) || d.ValidateNumber(new Date(NaN))"), "False");
+  EXPECT_EQ(Of("[d.DateTime(new Date(NaN), 1033), d.DateTime(new Date(2024, 2, 5), new Date(NaN)),"
+               " d.Float(new Date(NaN), 1033), d.Number(new Date(NaN), 1033),"
+               " d.ConvertDateString(new Date(NaN), 1033)].every(function (v) { return v === null; })"),
+            "True");
+}
+
 TEST_F(DataFunctionsTest, OnlyTheOrderOfAnUnknownLocaleIsAnError) {
   EXPECT_EQ(Of("d.GetDateSeparator(99999) + d.GetCurrencySymbol(99999)"), "");
   EXPECT_EQ(Output("<% try { Server.CreateObject('Varnel.DataFunctions').GetShortDateFormatOrdering(99999); }"
@@ -70,12 +81,14 @@ TEST_F(DataFunctionsTest, TakesWhatByRefHolds) {
             "1.234,50 1031 1234.5");
 }
 
-TEST_F(DataFunctionsTest, LcidOfTheSiteChangesNoOtherLocale) {
+TEST_F(DataFunctionsTest, LcidOfTheSiteIsTheDefaultAndChangesNoOtherLocale) {
   site.Write("site.toml",
              "[site]\nroot = \"/shop\"\nlcid = 1031\nmode = \"development\"\n[server]\nthreads = 1\n");
   EXPECT_EQ(Of("d.ConvertFloatString('1,234.5', 1033)"), "1234.5");
   EXPECT_EQ(Of("d.ConvertFloatString('1.234,5', 99999)"), "1234.5");
-  EXPECT_EQ(Of("d.GetDecimalSeparator(0) + d.GetThousandSeparator(0)"), ",,");
+  EXPECT_EQ(Of("d.GetDecimalSeparator(0) + d.GetThousandSeparator(0)"), ",.");
+  EXPECT_EQ(Of("d.ConvertFloatString('2,5', 0)"), "2.5");
+  EXPECT_EQ(Of("d.ConvertFloatString('2,5', 1024)"), "2.5");
   EXPECT_EQ(Of("d.FloatEx(1234.5, 1033)"), "1,234.50");
   EXPECT_EQ(Of("'price = ' + CDbl('1,5')"), "price = 1.5");
   EXPECT_EQ(Of("d.ValidateDateTime('30.04.2001')"), "True");

@@ -58,6 +58,10 @@ TEST_F(MembersTest, CollectionsAreWalkedByForOfAndByEnumerator) {
                         " for (var e = new Enumerator(rs.Fields); !e.atEnd(); e.moveNext()) { %>"
                         "<%= e.item().Name %> <% } %>"),
             "id=1 name=n01 id name ");
+  EXPECT_EQ(OfRecordset("<% for (var f of rs.Fields.NewEnum) { %><%= f.Name %> <% }"
+                        " for (var e = new Enumerator(rs.Fields.NewEnum); !e.atEnd(); e.moveNext()) { %>"
+                        "<%= e.item().Name %> <% } %>"),
+            "id name id name ");
 }
 
 TEST_F(MembersTest, UnknownMemberIsAnErrorThatNamesIt) {

@@ -67,6 +67,13 @@ TEST_F(SessionTest, KeepsPlainValuesWithTheirTypes) {
       "2001 True 2.5 7");
 }
 
+TEST_F(SessionTest, InvalidDatesAreRefused) {
+  EXPECT_EQ(
+      Ask("<% try { Session.Contents['d'] = [new Date(NaN)]; } catch (e) { Response.Write(e.number); } %>")
+          .body,
+      "13");
+}
+
 TEST_F(SessionTest, ObjectsOfThePageAndFunctionsAreRefused) {
   for (const std::string value :
        {"{}", "function () {}", "Server.CreateObject('Varnel.Page')", "Request", "[{}]"}) {

@@ -79,6 +79,11 @@ TEST(Collection, IsWalkedInItsOrder) {
   EXPECT_EQ(item, Variant(u"blue"));
 }
 
+TEST(Collection, KeysThatDifferInCaseOnlyHaveOneHash) {
+  EXPECT_EQ(HashNoCase()(u"\u00C4pfel_X"), HashNoCase()(u"\u00E4PFEL_x"));
+  EXPECT_NE(HashNoCase()(u"a"), HashNoCase()(u"b"));
+}
+
 TEST(Collection, IsUsedByNameWithItemAsItsDefault) {
   const auto colours = ThreeColours();
   EXPECT_EQ(colours->Get(u"count"), Variant(Long{3}));

@@ -3,6 +3,7 @@
 
 #include <sqlite3.h>
 
+#include "host-linux/database/sqlite/SqliteEngine.h"
 #include "site/loader/Catalogue.h"
 #include "site/loader/DatabaseWriter.h"
 #include "tests/catalog/LiveCatalog.h"
@@ -81,6 +82,7 @@ class LoadedCatalogue : public testing::Test {
 
   LoadedCatalogue() : m_plain(File().Folder() / "test.db") {
     hostlinux::AdoOptions options;
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
     options.folder = File().Folder();
     m_database = hostlinux::AdoDatabase::Make(std::move(options));
   }

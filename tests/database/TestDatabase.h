@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/database/sqlite/SqliteEngine.h"
 #include "varnel/automation/Convert.h"
 
 class TestDatabase : public testing::Test {
@@ -25,6 +26,7 @@ class TestDatabase : public testing::Test {
   // A new set of shared services with an open, writing connection.
   void MakeDatabase(hostlinux::AdoOptions options) {
     m_connection = nullptr;
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
     options.folder = m_folder;
     m_database = hostlinux::AdoDatabase::Make(std::move(options));
     m_connection = Connect(u"Provider=SQLite;Data Source=test.db");

@@ -190,6 +190,9 @@ TEST_F(PostedClicks, ATextThatIsNoNumberIsZeroAndGoesBack) {
 TEST_F(PostedClicks, ANumberOutOfRangeOverflows) {
   EXPECT_EQ(ErrorOf([&] { JumpTo(u"2147483648"); }).Number, 6);
   EXPECT_EQ(ErrorOf([&] { JumpTo(u"-2147483648"); }).Number, 6);
+  EXPECT_EQ(ErrorOf([&] { JumpTo(u"1e400"); }).Number, 6);
+  EXPECT_EQ(ErrorOf([&] { JumpTo(u"-1e400 pages"); }).Number, 6);
+  EXPECT_EQ(JumpTo(u"1e-400"), JumpTo(u"0"));
 }
 
 TEST_F(PostedClicks, OnAnOpenRecordsetThePostedNumberIsNotRead) {

@@ -22,7 +22,8 @@ std::vector<Variant> NoValues() {
           Variant(u"1" + String(1, char16_t{0xDC00})),
           Variant(std::numeric_limits<double>::quiet_NaN()),
           Variant(std::numeric_limits<double>::infinity()),
-          Variant(-std::numeric_limits<double>::infinity())};
+          Variant(-std::numeric_limits<double>::infinity()),
+          Variant(Date{std::numeric_limits<double>::quiet_NaN()})};
 }
 
 class BadInput : public LocaleTest {};

@@ -36,13 +36,20 @@ TEST_F(Formatting, TheEuroGoesBeforeThePlatformsData) {
   EXPECT_EQ(functions.GetCurrencySymbol(1031), u"\u20AC");
 }
 
-TEST_F(Formatting, OnlyTheDecimalSeparatorTakes0AsTheUsersLocale) {
+TEST_F(Formatting, AnIdOfADefaultIsTheUsersLocale) {
   SetUser(1031);
-  EXPECT_EQ(functions.GetDecimalSeparator(0), u",");
-  EXPECT_EQ(functions.GetThousandSeparator(0), u",");
-  EXPECT_EQ(functions.GetDateSeparator(0), u"/");
-  EXPECT_EQ(functions.GetShortDateFormatOrdering(0), 0);
-  EXPECT_EQ(functions.GetCurrencySymbol(0), u"$");
+  for (const Long lcid : {0, 1024, 2048, 3072, 4096}) {
+    SCOPED_TRACE(lcid);
+    EXPECT_EQ(functions.GetDecimalSeparator(lcid), u",");
+    EXPECT_EQ(functions.GetThousandSeparator(lcid), u".");
+    EXPECT_EQ(functions.GetDateSeparator(lcid), u".");
+    EXPECT_EQ(functions.GetShortDateFormatOrdering(lcid), 1);
+    EXPECT_EQ(functions.GetCurrencySymbol(lcid), u"\u20AC");
+    EXPECT_EQ(Float(-1234.5, lcid), "-1.234,50");
+    EXPECT_EQ(FloatEx(-1234.5, lcid), "-1.234,50");
+    EXPECT_EQ(Number(-1234, lcid), "-1.234");
+    EXPECT_EQ(Shown(functions.DateTime(kMarch, lcid, true)), "05.03.2024 07:08:09");
+  }
 }
 
 TEST_F(Formatting, TheFactsOfALocale) {
@@ -254,7 +261,8 @@ TEST_F(Formatting, EveryLocaleWrites) {
   }
 }
 
-// A default is English of the United States, a language alone its first country, a sort order its language.
+// A default is the user's locale (English of the United States here), a language alone its first country, a
+// sort order its language.
 TEST_F(Formatting, OddLocalesWriteAsTheOnesTheyStandFor) {
   const std::pair<Long, Long> answers[] = {{0, 1033},    {1024, 1033}, {2048, 1033}, {3072, 1033},
                                            {4096, 1033}, {1, 1025},    {4, 2052},    {7, 1031},

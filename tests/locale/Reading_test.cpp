@@ -22,6 +22,17 @@ TEST_F(Reading, ADateInTheLocalesOrderAndWithItsSeparator) {
   EXPECT_EQ(ReadDate(u"30/4/2001", 2057), Variant(Day(2001, 4, 30)));
 }
 
+TEST_F(Reading, AnIdOfADefaultIsTheUsersLocale) {
+  SetUser(1031);
+  for (const Long lcid : {0, 1024, 2048, 3072, 4096}) {
+    SCOPED_TRACE(lcid);
+    EXPECT_EQ(ReadFloat(u"2,5", lcid), Variant(2.5));
+    EXPECT_EQ(ReadFloat(u"1.234,5", lcid), Variant(1234.5));
+    EXPECT_EQ(ReadNumber(u"3,5", lcid), Variant(Long{4}));
+    EXPECT_EQ(ReadDate(u"30.04.2001", lcid), Variant(Day(2001, 4, 30)));
+  }
+}
+
 TEST_F(Reading, LeapYears) {
   EXPECT_EQ(ReadDate(u"29.02.1900"), Variant(Null()));
   EXPECT_EQ(ReadDate(u"29.02.2000"), Variant(Day(2000, 2, 29)));

@@ -158,6 +158,23 @@ TEST_F(LocaleCallsTest, TheUsersOwnSettingsCountUnlessTheFlagsSayOtherwise) {
   EXPECT_EQ(Date(3079, time), "05.03.2024");
 }
 
+TEST_F(LocaleCallsTest, AnIdOfADefaultIsTheUsersLocaleInEveryCall) {
+  LocaleFacts user = FindLocale(1031).value();
+  user.timeFormat = u"h:mm:ss tt";
+  user.decimal = u";";
+  varnel::SetUserLocale(user);
+  const SystemTime time{2024, 3, 0, 5, 7, 8, 9};
+  for (const Long lcid : {0, 1024, 2048, 3072, 4096}) {
+    SCOPED_TRACE(lcid);
+    EXPECT_EQ(Info(lcid, locale_code::kDecimal), ";");
+    EXPECT_EQ(Info(lcid, locale_code::kThousand), ".");
+    EXPECT_EQ(Number(lcid, u"1234.5"), "1.234;50");
+    EXPECT_EQ(Date(lcid, time), "05.03.2024");
+    // The locale's own format, without the user's settings.
+    EXPECT_EQ(Time(lcid, time), "07:08:09");
+  }
+}
+
 TEST_F(LocaleCallsTest, TheUsersLocaleIsTheSites) {
   EXPECT_EQ(m_calls.GetUserDefaultLCID(), 1033);
   varnel::SetUserLocale(FindLocale(1045).value());

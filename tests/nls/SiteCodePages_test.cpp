@@ -68,6 +68,13 @@ TEST(CodePages, LocaleZeroIsTheSystemsPage) {
   EXPECT_EQ(Decoded("\xE4", 0, 1251), u"д");
 }
 
+TEST(CodePages, AnIdOfAnotherDefaultIsTheUsersLocale) {
+  varnel::SetUserLocale(FindLocale(kRussian).value());
+  EXPECT_EQ(Decoded("\xE4", 1024), u"д");
+  varnel::SetUserLocale({});
+  EXPECT_EQ(Decoded("\xE4", 1024), u"ä");
+}
+
 TEST(CodePages, LocaleWithoutAPageHasTheSystems) { EXPECT_EQ(Decoded("\xE4", kHindi, 1251), u"д"); }
 
 TEST(CodePages, UnknownLocaleFails) {

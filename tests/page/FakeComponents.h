@@ -46,10 +46,10 @@ class GridStandIn : public Object, public IDGrid {
     static const ClassInfo info{u"DGrid", {}};
     return info;
   }
-  void BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iRecordset, const String& iTitle,
-                    bool iFormBased, const ObjectPtr& iTable) override {
+  void BindFromPage(const std::shared_ptr<Page>& iPage, const std::shared_ptr<IDRecordset>& iRecordset,
+                    const String& iTitle, bool iFormBased, const ObjectPtr& iTable) override {
     page = iPage;
-    recordset = iRecordset;
+    recordset = std::dynamic_pointer_cast<Object>(iRecordset);
     title = iTitle;
     formBased = iFormBased;
     table = iTable;

@@ -205,6 +205,21 @@ TEST(PageGrid, WithoutATableMakesItsOwn) {
   EXPECT_EQ(grid->table, nullptr);
 }
 
+TEST(PageGrid, WhatIsNoRecordsetFailsBeforeAnythingIsMade) {
+  PageHost host;
+  const auto page = host.NewPage();
+  const ObjectPtr table = page->Table();
+  int made = 0;
+  host.Register(u"Varnel.DGrid", [&made] {
+    ++made;
+    return std::make_shared<GridStandIn>();
+  });
+  EXPECT_EQ(ErrorOf([&] { page->CallWith(u"DGrid", table, u"Title"); }).Number, 13);
+  EXPECT_EQ(ErrorOf([&] { page->CallWith(u"DGrid", table, Null()); }).Number, 13);
+  EXPECT_EQ(ErrorOf([&] { page->CallWith(u"DGrid", Long{5}, u"Title"); }).Number, 13);
+  EXPECT_EQ(made, 0);
+}
+
 TEST(PageGrid, TakesATableAndNothingElseForItsTable) {
   PageHost host;
   const auto page = host.NewPage();

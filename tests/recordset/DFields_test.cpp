@@ -104,6 +104,19 @@ TEST(DFields, AreWalkedInOrder) {
   EXPECT_FALSE(walk->Next(item));
 }
 
+TEST(DFields, TheEnumeratorIsReachedByNameAndBeginsEachWalkAnew) {
+  const auto enumerator = ToObject(FieldsOf({u"b", u"a"})->Get(u"newenum"));
+  for (int round = 0; round < 2; ++round) {
+    const auto walk = enumerator->Enumerate();
+    Variant item;
+    ASSERT_TRUE(walk->Next(item));
+    EXPECT_EQ(CastObject<DField>(item)->Name, u"b");
+    ASSERT_TRUE(walk->Next(item));
+    EXPECT_EQ(CastObject<DField>(item)->Name, u"a");
+    EXPECT_FALSE(walk->Next(item));
+  }
+}
+
 TEST(DFields, ItemIsTheDefaultMember) {
   const auto fields = FieldsOf({u"a"});
   Variant key = u"A";

@@ -203,7 +203,14 @@ TEST_F(BridgeTest, NullWhereAnObjectIsExpectedIsNothing) {
 TEST_F(BridgeTest, WhatHasNoVariantIsATypeMismatch) {
   EXPECT_THAT(ErrorOf("T.TypeName(Symbol())"), testing::StartsWith("13|"));
   EXPECT_THAT(ErrorOf("T.TypeName(1n)"), testing::StartsWith("13|"));
-  EXPECT_THAT(ErrorOf("T.TypeName(new Date(NaN))"), testing::StartsWith("13|"));
+}
+
+TEST_F(BridgeTest, AnInvalidDateIsAValueThatNoConversionTakes) {
+  EXPECT_EQ(Value("T.TypeName(new Date(NaN))"), "Date");
+  EXPECT_EQ(Value("(d => d instanceof Date && isNaN(d))(T.Same(new Date(NaN)))"), "True");
+  EXPECT_THAT(ErrorOf("T.Add(new Date(NaN))"), testing::StartsWith("13|"));
+  EXPECT_THAT(ErrorOf("T.TextOf(new Date(NaN))"), testing::StartsWith("13|"));
+  EXPECT_THAT(ErrorOf("CDate(new Date(NaN))"), testing::StartsWith("13|"));
 }
 
 TEST_F(BridgeTest, AnArrayInACircleIsRefused) {

@@ -22,7 +22,7 @@ class SomeGrid : public Object, public IDGrid {
     static const ClassInfo info{u"DGrid", {}};
     return info;
   }
-  void BindFromPage(const std::shared_ptr<Page>&, const ObjectPtr&, const String&, bool,
+  void BindFromPage(const std::shared_ptr<Page>&, const std::shared_ptr<IDRecordset>&, const String&, bool,
                     const ObjectPtr&) override {}
   String GetFinishedHTML() override { return u"grid"; }
 };

@@ -105,6 +105,31 @@ TEST(QuickSort, ComparesObjectsByTheirValues) {
   EXPECT_THAT(Sorted({Long{3}, two, Long{1}}), ElementsAre(Long{1}, Variant(two), Long{3}));
 }
 
+Variant BytesOf(Bytes bytes) { return std::make_shared<const Bytes>(std::move(bytes)); }
+
+Bytes BytesIn(const Variant& data) { return **data.As<BytesPtr>(); }
+
+TEST(QuickSort, SortsAByteArray) {
+  Variant data = BytesOf({200, 3, 0, 255, 3, 128});
+  Utilities().QuickSort(data);
+  EXPECT_EQ(BytesIn(data), Bytes({0, 3, 3, 128, 200, 255}));
+  Variant one = BytesOf({7});
+  Utilities().QuickSort(one);
+  EXPECT_EQ(BytesIn(one), Bytes({7}));
+  EXPECT_EQ(FailureOfSort(BytesOf({})), 9);
+}
+
+TEST(QuickSort, SortsAPartOfAByteArray) {
+  Variant data = BytesOf({9, 8, 7, 6, 5});
+  Integer lower = 1;
+  Integer upper = 3;
+  Utilities().QuickSortPart(data, lower, upper);
+  EXPECT_EQ(BytesIn(data), Bytes({9, 6, 7, 8, 5}));
+  upper = 5;
+  EXPECT_EQ(NumberOf([&] { Utilities().QuickSortPart(data, lower, upper); }), 9);
+  EXPECT_EQ(BytesIn(data), Bytes({9, 6, 7, 8, 5}));
+}
+
 TEST(QuickSort, NeedsAnArray) {
   EXPECT_EQ(FailureOfSort(u"text"), 13);
   EXPECT_EQ(FailureOfSort(Variant()), 13);

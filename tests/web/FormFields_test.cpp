@@ -36,8 +36,8 @@ TEST(FormFields, OtherEncodingsAreRefused) {
 
 TEST(FormFields, TooManyFieldsAreRefused) {
   std::string text;
-  for (std::size_t i = 0; i < hostlinux::MaxFormFields; ++i) text += "a&";
-  EXPECT_EQ(ParseForm(text).fields.size(), hostlinux::MaxFormFields);
+  for (std::size_t i = 0; i < hostlinux::kMaxFormFields; ++i) text += "a&";
+  EXPECT_EQ(ParseForm(text).fields.size(), hostlinux::kMaxFormFields);
   EXPECT_EQ(ParseForm(text + "a").error, "The request has too many parameters.");
 }
 

@@ -16,7 +16,7 @@ using hosttest::Echo;
 using hosttest::TestClient;
 using hosttest::TextResponse;
 
-constexpr char ChunkedHead[] = "POST / HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n";
+constexpr char kChunkedHead[] = "POST / HTTP/1.1\r\nHost: a\r\nTransfer-Encoding: chunked\r\n\r\n";
 
 class HttpGuardsTest : public hosttest::ServerFixture {
  protected:
@@ -116,9 +116,9 @@ TEST_F(HttpGuardsTest, BadChunksAreRefused) {
   for (const char* chunks : {"zz\r\n\r\n", "-1\r\na\r\n0\r\n\r\n", "\r\n\r\n", "3\r\nabcd\r\n0\r\n\r\n",
                              "3\nabc\r\n0\r\n\r\n", "fffffffffffffffff\r\na\r\n", "3;=\r\nabc\r\n0\r\n\r\n",
                              "0x3\r\nabc\r\n0\r\n\r\n", "0\r\nContent-Length: 5\r\n\r\n"}) {
-    EXPECT_EQ(LastAnswer(std::string(ChunkedHead) + chunks).status, 400) << chunks;
+    EXPECT_EQ(LastAnswer(std::string(kChunkedHead) + chunks).status, 400) << chunks;
   }
-  EXPECT_EQ(LastAnswer(std::string(ChunkedHead) + "ffffffffffffffff\r\na\r\n").status, 413);
+  EXPECT_EQ(LastAnswer(std::string(kChunkedHead) + "ffffffffffffffff\r\na\r\n").status, 413);
   ExpectServing();
 }
 
@@ -127,7 +127,7 @@ TEST_F(HttpGuardsTest, TrailerIsReadOverAndNoPartOfTheHead) {
     return TextResponse(request.body + " " + request.serverName + " [" + request.headers.Joined("X-A") + "]");
   });
   auto client = Connect();
-  client.Send(std::string(ChunkedHead) + "3;name=\"value\"\r\nabc\r\n0\r\nX-A: 1\r\nX-B: 2\r\n\r\n");
+  client.Send(std::string(kChunkedHead) + "3;name=\"value\"\r\nabc\r\n0\r\nX-A: 1\r\nX-B: 2\r\n\r\n");
   EXPECT_EQ(client.ReadAnswer().body, "abc a []");
   EXPECT_EQ(client.Get("/").body, " localhost []");
 }
@@ -137,7 +137,7 @@ TEST_F(HttpGuardsTest, EndlessChunkLinesAndTrailersAreRefused) {
   for (const char* begin : {"3;name=", "0\r\nX-A: "}) {
     auto client = Connect();
     auto sent = std::async(std::launch::async,
-                           [&] { client.Send(ChunkedHead + (begin + std::string(3'000'000, 'a'))); });
+                           [&] { client.Send(kChunkedHead + (begin + std::string(3'000'000, 'a'))); });
     EXPECT_EQ(client.ReadAnswer().status, 400) << begin;
     sent.get();
   }
@@ -151,7 +151,7 @@ TEST_F(HttpGuardsTest, BodyOfManySmallChunksIsJoined) {
   std::string body;
   for (int i = 0; i < 20'000; ++i) body += "1\r\na\r\n";
   auto client = Connect();
-  client.Send(ChunkedHead + body + "0\r\n\r\n");
+  client.Send(kChunkedHead + body + "0\r\n\r\n");
   EXPECT_EQ(client.ReadAnswer().body, "20000");
 }
 

@@ -7,7 +7,6 @@
 #include <fstream>
 
 #include "TestClient.h"
-#include "host-linux/web/FolderAccess.h"
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/ListenSocket.h"
 
@@ -111,17 +110,6 @@ TEST_F(StaticFilesTest, NoNameAndNoLinkLeadsOut) {
 TEST_F(StaticFilesTest, LinksInsideTheFolderAreFollowed) {
   fs::create_symlink("images/logo.png", m_root / "link.png");
   EXPECT_EQ(BodyOf(Get("link.png")), "0123456789");
-}
-
-TEST_F(StaticFilesTest, WithoutTheKernelsHelpNoLinkIsFollowed) {
-  fs::create_symlink("images/logo.png", m_root / "link.png");
-  fs::create_directory_symlink("images", m_root / "pictures");
-  const UniqueFd folder = OpenFolder(m_root.string());
-  EXPECT_TRUE(OpenBelowWithoutLinks(folder.Get(), "images/logo.png"));
-  for (const char* name : {"link.png", "pictures/logo.png", "../secret.txt", "images/../style.css", "",
-                           "/etc/passwd", "images//logo.png"}) {
-    EXPECT_FALSE(OpenBelowWithoutLinks(folder.Get(), name)) << name;
-  }
 }
 
 TEST_F(StaticFilesTest, NamedPipeDoesNotBlock) {

@@ -4,9 +4,7 @@
 
 namespace {
 
-using hostlinux::IsUtf8;
 using hostlinux::ParseTarget;
-using hostlinux::PercentDecode;
 
 TEST(UrlPath, PlainPathAndQueryAreTakenApart) {
   const auto target = ParseTarget("/shop/list.asp?R_1=a%20b&x=?");
@@ -71,24 +69,6 @@ TEST(UrlPath, OnlyPathsAndAbsoluteAddressesAreTargets) {
   EXPECT_EQ(target.rawQuery, "b");
   EXPECT_EQ(ParseTarget("http://host").path, "/");
   EXPECT_EQ(ParseTarget("http://host?q").rawQuery, "q");
-}
-
-TEST(UrlPath, Utf8IsReadStrictly) {
-  EXPECT_TRUE(IsUtf8("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"));
-  EXPECT_TRUE(IsUtf8(""));
-  for (const char* bytes : {"\x80", "\xC3", "\xC0\xAF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                            "\xF5\x80\x80\x80", "\xE2\x82", "\xE2\x28\xA1", "\xF0\x9F\x98"}) {
-    EXPECT_FALSE(IsUtf8(bytes)) << bytes;
-  }
-}
-
-TEST(UrlPath, DecodingTellsPlusFromBlank) {
-  std::string decoded;
-  EXPECT_TRUE(PercentDecode("a+b%2Bc%20", true, decoded));
-  EXPECT_EQ(decoded, "a b+c ");
-  EXPECT_TRUE(PercentDecode("a+b", false, decoded));
-  EXPECT_EQ(decoded, "a+b");
-  EXPECT_FALSE(PercentDecode("a%2", true, decoded));
 }
 
 }  // namespace

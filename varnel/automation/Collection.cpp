@@ -62,13 +62,6 @@ void Collection::Remove(const Variant& indexOrKey) {
   }
 }
 
-// FNV-1a over the folded characters.
-std::size_t Collection::HashNoCase::operator()(StringView key) const {
-  std::uint64_t hash = 0xCBF29CE484222325U;
-  for (const char16_t unit : key) hash = (hash ^ FoldCase(unit)) * 0x100000001B3U;
-  return hash;
-}
-
 std::size_t Collection::PositionOfKey(StringView key) const {
   const auto found = m_positions.find(key);
   if (found == m_positions.end())

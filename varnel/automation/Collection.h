@@ -4,6 +4,7 @@
 #include <optional>
 #include <unordered_map>
 
+#include "varnel/automation/NoCase.h"
 #include "varnel/automation/Object.h"
 
 namespace varnel {
@@ -31,16 +32,6 @@ class Collection : public Object {
     Variant item;
     std::optional<String> key;
   };
-  // Keys are compared as they are asked for: no folded copy of one is made.
-  struct HashNoCase {
-    using is_transparent = void;
-    std::size_t operator()(StringView key) const;
-  };
-  struct EqualNoCase {
-    using is_transparent = void;
-    bool operator()(StringView left, StringView right) const { return EqualsNoCase(left, right); }
-  };
-
   std::size_t PositionOf(const Variant& indexOrKey) const;
   std::size_t PositionOfKey(StringView key) const;
 

@@ -13,6 +13,12 @@ namespace {
 
 [[noreturn]] void RaiseMismatch() { RaiseRuntimeError(runtime_error::kTypeMismatch); }
 
+// A date that a script couldn't make is none in any conversion.
+Date RequireDate(Date date) {
+  if (std::isnan(date.days)) RaiseRuntimeError(runtime_error::kTypeMismatch, u"an invalid date");
+  return date;
+}
+
 // The value that stands for an object where a plain one is needed.
 Variant DefaultValueOf(const ObjectPtr& object) {
   if (object == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
@@ -57,7 +63,7 @@ double ToDouble(const Variant& value) {
         } else if constexpr (std::is_same_v<T, Null>) {
           RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
         } else if constexpr (std::is_same_v<T, Date>) {
-          return held.days;
+          return RequireDate(held).days;
         } else if constexpr (std::is_same_v<T, String>) {
           return ParseNumber(held);
         } else if constexpr (std::is_same_v<T, ObjectPtr>) {
@@ -80,7 +86,7 @@ bool ToBoolean(const Variant& value) {
 }
 
 Date ToDate(const Variant& value) {
-  if (const Date* same = value.As<Date>()) return *same;
+  if (const Date* same = value.As<Date>()) return RequireDate(*same);
   if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToDate(DefaultValueOf(*object));
   if (const String* text = value.As<String>()) return ParseDate(*text);
   const Date date{ToDouble(value)};
@@ -105,7 +111,7 @@ String ToText(const Variant& value) {
         } else if constexpr (std::is_same_v<T, Null>) {
           RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
         } else if constexpr (std::is_same_v<T, Date>) {
-          return DateText(held);
+          return DateText(RequireDate(held));
         } else if constexpr (std::is_same_v<T, ObjectPtr>) {
           return ToText(DefaultValueOf(held));
         } else {

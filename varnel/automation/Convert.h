@@ -1,8 +1,8 @@
 // Every conversion between values, with its rounding, overflow and Null rules, in one place.
 //
 // Empty is 0, False, the empty text and day 0. Null raises 94. An object gives its default value first, and
-// Nothing raises 91. Text is read by the user's locale (LocaleFacts.h). What can't be converted raises 13,
-// what is out of range 6. A left-out argument counts as Empty.
+// Nothing raises 91. Text is read by the user's locale (LocaleFacts.h). What can't be converted, an invalid
+// date among it, raises 13, what is out of range 6. A left-out argument counts as Empty.
 #pragma once
 
 #include "varnel/automation/Object.h"

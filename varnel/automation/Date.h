@@ -9,7 +9,7 @@ namespace varnel {
 
 // Before day 0 the fraction still counts forward: -1.25 is 29 December 1899, 06:00.
 struct Date {
-  double days = 0;
+  double days = 0;  // not a number: an invalid date, as scripts have them; no conversion takes it
   auto operator<=>(const Date&) const = default;
 };
 

@@ -32,7 +32,7 @@ struct LocaleFacts {
   bool operator==(const LocaleFacts&) const = default;
 };
 
-// The user's locale: set once by `main`, before the first request; locale 1033 until then.
+// The user's locale: set once by the host, before the first request; locale 1033 until then.
 void SetUserLocale(LocaleFacts facts);
 const LocaleFacts& UserLocale();
 

@@ -5,8 +5,8 @@
 //     static const ClassInfo info{u"Counter", {
 //         Method<&Counter::Add>(u"Add", {Long{1}}),   // one optional argument, 1 by default
 //         ReadOnly<&Counter::Count>(u"Count").AsDefault(),
-//         Method<&Counter::AddAll>(u"AddAll"),        // its last parameter is `Arguments`: any number of
-//         values
+//         // Its last parameter is `Arguments`: any number of values.
+//         Method<&Counter::AddAll>(u"AddAll"),
 //     }};
 //     return info;
 //   }

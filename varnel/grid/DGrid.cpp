@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 
 #include "varnel/automation/Members.h"
 #include "varnel/recordset/PostedState.h"
@@ -22,7 +23,8 @@ constexpr Integer kAlignDefault = -2;
 
 String ButtonName(const String& iRecordset, int iNumber) { return iRecordset + DecimalText(iNumber); }
 
-// The number that a text begins with; blanks don't count, and a text that begins with none gives 0.
+// The number that a text begins with; blanks don't count, and a text that begins with none gives 0. One
+// beyond a Double is infinite.
 double LeadingNumber(const String& iText) {
   std::string text = ToUtf8(iText);
   std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
@@ -31,8 +33,9 @@ double LeadingNumber(const String& iText) {
   // Words such as "inf" are numbers to the reader of texts, but not to a form.
   if (text.find_first_of("0123456789.", digits) != digits) return 0;
   double value = 0;
-  std::from_chars(text.data(), text.data() + text.size(), value);
-  return value;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  // Only the other reader tells too large from too small.
+  return result.ec == std::errc::result_out_of_range ? std::strtod(text.c_str(), nullptr) : value;
 }
 
 // A number that no page has is an overflow; where somebody guards the list, it ends the page.
@@ -64,7 +67,7 @@ const ClassInfo& DGrid::Class() const {
   return info;
 }
 
-void DGrid::BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iRecordset,
+void DGrid::BindFromPage(const std::shared_ptr<Page>& iPage, const std::shared_ptr<IDRecordset>& iRecordset,
                          const String& iTitle, bool iFormBased, const ObjectPtr& iTable) {
   m_Page = iPage;
   m_ObjectContext = host::GetObjectContext();
@@ -72,7 +75,7 @@ void DGrid::BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iR
     RaiseRuntimeError(runtime_error::kObjectNotSet, u"there is no object context");
   m_Application = CastObject<host::IApplication>(m_ObjectContext->Item(u"Application"));
   m_Request = CastObject<host::IRequest>(m_ObjectContext->Item(u"Request"));
-  m_Recordset = members::ToObjectOf<DRecordset>(iRecordset);
+  m_Recordset = std::dynamic_pointer_cast<DRecordset>(iRecordset);
   m_sRecordsetName = ToText(Required(m_Recordset).GetRecordsetName());
   m_sTitle = iTitle;
   m_Table = CastObject<Table>(iTable == nullptr ? m_Page->Table() : iTable);

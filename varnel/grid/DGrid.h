@@ -29,8 +29,8 @@ class DGrid : public Object, public IDGrid {
  public:
   const ClassInfo& Class() const override;
 
-  void BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iRecordset, const String& iTitle,
-                    bool iFormBased, const ObjectPtr& iTable) override;
+  void BindFromPage(const std::shared_ptr<Page>& iPage, const std::shared_ptr<IDRecordset>& iRecordset,
+                    const String& iTitle, bool iFormBased, const ObjectPtr& iTable) override;
   String GetFinishedHTML() override;
 
   // Declares the next column. With `iSortFields` its head sorts; the first such column is the default sort

@@ -44,7 +44,7 @@ class IPlatform {
   virtual void LeaveLog() = 0;
 };
 
-// The platform that the library runs on: set once by `main` (or by a test), before anything else is called.
+// The platform that the library runs on: set once by the host (or by a test), before anything else is called.
 void SetPlatform(IPlatform* platform);
 IPlatform& Platform();
 

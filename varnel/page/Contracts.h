@@ -32,8 +32,9 @@ class IDGrid {
  public:
   virtual ~IDGrid() = default;
   // Binds a new grid to what it draws and what it draws into; `iTable` is null for a table of its own.
-  virtual void BindFromPage(const std::shared_ptr<Page>& iPage, const ObjectPtr& iRecordset,
-                            const String& iTitle, bool iFormBased, const ObjectPtr& iTable) = 0;
+  virtual void BindFromPage(const std::shared_ptr<Page>& iPage,
+                            const std::shared_ptr<IDRecordset>& iRecordset, const String& iTitle,
+                            bool iFormBased, const ObjectPtr& iTable) = 0;
   // The finished HTML of the grid.
   virtual String GetFinishedHTML() = 0;
 };

@@ -107,7 +107,7 @@ ObjectPtr Page::Table() {
   return table;
 }
 
-ObjectPtr Page::DGrid(const ObjectPtr& iRecordset, const String& iTitle, bool iFormBased,
+ObjectPtr Page::DGrid(const std::shared_ptr<IDRecordset>& iRecordset, const String& iTitle, bool iFormBased,
                       const Variant& iTable) {
   ObjectPtr table;
   if (!iTable.IsMissing() && Util_CastTable(iTable) != nullptr) table = ToObject(iTable);

@@ -40,7 +40,8 @@ class Page : public Object, public host::IObjectControl {
   ObjectPtr Table();
   // A new grid over `iRecordset`. `iTable` is the table to draw into; left out, or anything but a table, the
   // grid makes its own.
-  ObjectPtr DGrid(const ObjectPtr& iRecordset, const String& iTitle, bool iFormBased, const Variant& iTable);
+  ObjectPtr DGrid(const std::shared_ptr<IDRecordset>& iRecordset, const String& iTitle, bool iFormBased,
+                  const Variant& iTable);
 
   // Writes a table or a grid to the response, whole, with one write. Anything else writes an error line into
   // the page and raises nothing.
@@ -61,7 +62,7 @@ class Page : public Object, public host::IObjectControl {
   // none.
   String I18N(const String& iKey);
 
-  // Grids navigate by form post from now on; nothing sets it back.
+  // Recordsets without a state look for it in the form from now on; nothing sets it back.
   void SetDGridViaPost();
   bool GetDGridViaPost() const;
 

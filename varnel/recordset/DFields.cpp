@@ -1,5 +1,6 @@
 #include "varnel/recordset/DFields.h"
 
+#include "varnel/automation/Enumerator.h"
 #include "varnel/automation/Members.h"
 #include "varnel/page/Utillities.h"
 #include "varnel/recordset/Required.h"
@@ -34,6 +35,7 @@ const ClassInfo& DFields::Class() const {
                                   Method<&DFields::Initialize>(u"Initialize"),
                                   ReadOnly<&DFields::Count>(u"Count"),
                                   ReadOnly<&DFields::Item>(u"Item").AsDefault(),
+                                  ReadOnly<&DFields::NewEnum>(u"NewEnum"),
                               }};
   return info;
 }
@@ -56,6 +58,11 @@ std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
       error.Number, u"ADODB.Fields",
       u"Database field with index or name '" + ToText(iIndexOrKey) + u"' not found." + UnderlyingText(error),
       error.HelpFile, error.HelpContext);
+}
+
+ObjectPtr DFields::NewEnum() {
+  Required(m_Fields);
+  return std::make_shared<Enumerator>(m_Fields);
 }
 
 void AddFieldToCollection(Collection& ioCollection, const std::shared_ptr<DField>& ioField, String iKey) {

@@ -19,6 +19,8 @@ class DFields : public Object {
   // text: [Price], p.Price and price are one; brackets count only around the whole. Raises the number of the
   // failure underneath with the source "ADODB.Fields" where there is no such field.
   std::shared_ptr<DField> Item(const Variant& iIndexOrKey);
+  // The enumerator of the fields in column order.
+  ObjectPtr NewEnum();
 
  private:
   std::shared_ptr<Collection> m_Fields;

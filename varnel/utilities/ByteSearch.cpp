@@ -18,8 +18,8 @@ Long ByteSearch::From(Long from) {
 Long ByteSearch::Search(Long from) const {
   const auto start = static_cast<std::size_t>(from) - 1;
   if (start >= m_text.size()) return 0;
-  // The C library's search is vectorised, and linear for patterns and texts that repeat themselves, where a
-  // search for the pattern's first byte is not.
+  // No standard has this search, but GNU's C library: it is vectorised, and linear for patterns and texts that
+  // repeat themselves, where a search for the pattern's first byte is not.
   const void* found =
       ::memmem(m_text.data() + start, m_text.size() - start, m_pattern.data(), m_pattern.size());
   return found == nullptr ? 0 : static_cast<Long>(static_cast<const Byte*>(found) - m_text.data() + 1);

@@ -77,6 +77,18 @@ struct RankedElements {
   }
 };
 
+// Bytes, which always have an order.
+struct ByteElements {
+  using Key = Byte;
+  Bytes& items;
+
+  Key At(int i) const { return items[static_cast<std::size_t>(i)]; }
+  Order Compare(Key left, Key right) const { return OrderOf(left, right); }
+  void Swap(int i, int j) {
+    std::swap(items[static_cast<std::size_t>(i)], items[static_cast<std::size_t>(j)]);
+  }
+};
+
 // Numbers before texts; equal elements have one rank. Empty if some element has no fixed place among the
 // others.
 std::vector<int> RanksOf(const std::vector<Variant>& items) {
@@ -184,6 +196,12 @@ class Steps {
   Elements m_elements;
 };
 
+// The bytes of a byte array; null where the value is none.
+const Bytes* BytesOf(const Variant& data) {
+  const BytesPtr* bytes = data.As<BytesPtr>();
+  return bytes == nullptr ? nullptr : bytes->get();
+}
+
 std::vector<Variant>& ItemsOf(const Variant& data) {
   const ArrayPtr* array = data.As<ArrayPtr>();
   if (array == nullptr || *array == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch);
@@ -194,13 +212,20 @@ std::vector<Variant>& ItemsOf(const Variant& data) {
 
 void Utilities::QuickSort(Variant& iData) {
   Integer lower = 0;
-  auto upper = static_cast<Integer>(ItemsOf(iData).size() - 1);
+  const Bytes* bytes = BytesOf(iData);
+  auto upper = static_cast<Integer>((bytes == nullptr ? ItemsOf(iData).size() : bytes->size()) - 1);
   QuickSortPart(iData, lower, upper);
 }
 
 void Utilities::QuickSortPart(Variant& iData, Integer& lower, Integer& upper) {
-  std::vector<Variant>& items = ItemsOf(iData);
   const Range range{lower, upper};
+  if (const Bytes* bytes = BytesOf(iData)) {
+    auto sorted = std::make_shared<Bytes>(*bytes);
+    Steps(ByteElements{*sorted}).Sort(range);
+    iData = BytesPtr(std::move(sorted));
+    return;
+  }
+  std::vector<Variant>& items = ItemsOf(iData);
   std::vector<int> ranks = RanksOf(items);
   if (ranks.empty()) {
     Steps(PlainElements{items}).Sort(range);

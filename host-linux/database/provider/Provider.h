@@ -35,7 +35,6 @@ inline constexpr varnel::Integer kDate = 7;
 inline constexpr varnel::Integer kBstr = 8;
 inline constexpr varnel::Integer kBoolean = 11;
 inline constexpr varnel::Integer kBigInt = 20;
-inline constexpr varnel::Integer kBinary = 128;
 inline constexpr varnel::Integer kTimeStamp = 135;
 inline constexpr varnel::Integer kVarWChar = 202;
 inline constexpr varnel::Integer kLongVarWChar = 203;

@@ -36,7 +36,6 @@ class SqliteGuard {
   void BeginRunning(bool namesQueries);
   // True if a statement since the last call was one that changes the schema.
   bool TakeSchemaChange() { return std::exchange(m_changedSchema, false); }
-  bool ChangedSchema() const { return m_changedSchema; }
   // True once a statement could leave behind what the next user of the connection would see.
   bool LeavesTraces() const { return m_leavesTraces; }
   // The host's own statements are neither judged nor noted.

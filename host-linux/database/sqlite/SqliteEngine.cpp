@@ -1,9 +1,10 @@
-#include "host-linux/command/DatabaseCheck.h"
+#include "host-linux/database/sqlite/SqliteEngine.h"
 
 #include <sqlite3.h>
 
-#include <functional>
-#include <memory>
+#include <stdexcept>
+
+#include "host-linux/database/sqlite/SqliteProvider.h"
 
 namespace hostlinux {
 
@@ -45,7 +46,13 @@ bool HasRows(sqlite3* database, const std::string& sql, const std::string& table
 
 }  // namespace
 
-std::vector<std::string> CheckIndexes(const std::filesystem::path& file) {
+std::unique_ptr<IProvider> SqliteEngine::MakeProvider() const { return std::make_unique<SqliteProvider>(); }
+
+std::vector<std::string> SqliteEngine::CheckIndexes(const ConnectionString& connection,
+                                                    const std::filesystem::path& folder) const {
+  const std::string source = varnel::ToUtf8(connection.Get(u"Data Source"));
+  if (source == ":memory:") return {};
+  const std::filesystem::path file = folder / source;
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READONLY, nullptr);
   const Database database(opened);
@@ -68,6 +75,17 @@ std::vector<std::string> CheckIndexes(const std::filesystem::path& file) {
     }
   }
   return sentences;
+}
+
+void SqliteEngine::MakeDatabase(const ConnectionString& connection, const std::filesystem::path& folder,
+                                const std::string& script) const {
+  const std::filesystem::path file = folder / varnel::ToUtf8(connection.Get(u"Data Source"));
+  sqlite3* opened = nullptr;
+  int result = sqlite3_open(file.c_str(), &opened);
+  const Database database(opened);
+  if (result == SQLITE_OK) result = sqlite3_exec(opened, script.c_str(), nullptr, nullptr, nullptr);
+  if (result != SQLITE_OK)
+    throw std::runtime_error(file.string() + " can't be made: " + sqlite3_errmsg(opened));
 }
 
 }  // namespace hostlinux

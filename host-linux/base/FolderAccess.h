@@ -1,9 +1,10 @@
 // Opening files below a folder in such a way that no name and no symbolic link leads out of it.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
-#include "host-linux/web/UniqueFd.h"
+#include "host-linux/base/UniqueFd.h"
 
 namespace hostlinux {
 
@@ -17,5 +18,10 @@ UniqueFd OpenBelow(int folderFd, const std::string& relative);
 
 // The second way of OpenBelow: segment by segment, without following any link.
 UniqueFd OpenBelowWithoutLinks(int folderFd, const std::string& relative);
+
+// Opens the folder `below` of `root`, for reading and for what is made in it; the root itself where `below`
+// is empty. Nothing where one of the components below is a link, no folder, or not there: errno tells why,
+// ELOOP for a link.
+UniqueFd OpenFolderWithoutLinks(const std::filesystem::path& root, const std::filesystem::path& below);
 
 }  // namespace hostlinux
