@@ -33,6 +33,6 @@ prepare_tester() {
 
 as_tester() {
   if [ -z "$tester_home" ]; then "$@"; return; fi
-  run_as_nobody env HOME="$tester_home" TMPDIR="$tester_home" USER=nobody LOGNAME=nobody \
+  run_as_nobody env HOME="$tester_home" TMPDIR="$tester_home" TEST_TMPDIR="$tester_home/" USER=nobody LOGNAME=nobody \
     XDG_CONFIG_HOME="$tester_home" XDG_CACHE_HOME="$tester_home" "$@"
 }

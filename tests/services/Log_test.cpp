@@ -1,6 +1,7 @@
 #include "host-linux/services/Log.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -14,7 +15,7 @@ template <typename Write>
 std::string LogOf(Write write) {
   SiteConfiguration site;
   site.folder = testing::TempDir();
-  site.log.file = "varnel-log-test.log";
+  site.log.file = "varnel-log-test-" + std::to_string(::getpid()) + ".log";
   const auto path = site.folder / site.log.file;
   std::filesystem::remove(path);
   StartLog(site);
