@@ -79,12 +79,20 @@ struct Shared {
                              "text/plain");
   }
 
-  // The reason for which a request is refused; empty for one that is taken.
+  // The reason for which a request is refused; empty for one that is taken. Of two headers another reader
+  // may believe the other one.
   static std::string Refusal(const Request& request) {
-    if (!IsLoopbackName(Text(request[http::field::host])))
+    if (request.count(http::field::host) != 1 || !IsLoopbackName(Text(request[http::field::host])))
       return "The Host of a request to the debugger must be localhost or a loopback address.\n";
-    if (request[http::field::origin].starts_with("http")) return "Web pages may not use the debugger.\n";
+    if (!IsFromTools(request)) return "Web pages may not use the debugger.\n";
     return {};
+  }
+
+  // A program names no origin, and the tools of a browser their own. A page in a frame of its own, or one
+  // from a file, says "null".
+  static bool IsFromTools(const Request& request) {
+    const auto count = request.count(http::field::origin);
+    return count == 0 || (count == 1 && request[http::field::origin].starts_with("devtools://"));
   }
 };
 

@@ -31,18 +31,37 @@ spdlog::level::level_enum SpdlogLevel(LogLevel level) {
   return spdlog::level::err;
 }
 
+// How many bytes behind one of this value belong to its character, in UTF-8.
+int BytesBehind(unsigned char byte) { return byte < 0xC2 ? 0 : byte < 0xE0 ? 1 : byte < 0xF0 ? 2 : 3; }
+
+bool IsContinuation(unsigned char byte) { return byte >= 0x80 && byte < 0xC0; }
+
+// 80 to 9F, as a character of two bytes or as a byte that belongs to none: terminals take them for commands.
+bool IsUpperControl(unsigned char byte) { return byte >= 0x80 && byte < 0xA0; }
+
 std::string OneLine(std::string_view text) {
   std::string line;
   line.reserve(text.size());
-  for (const char c : text) {
-    if (c == '\r') {
+  int expected = 0;  // bytes of the character that has begun
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const bool inside = expected > 0 && IsContinuation(byte);
+    expected = inside ? expected - 1 : BytesBehind(byte);
+    if (byte == '\r') {
       line += "\\r";
-    } else if (c == '\n') {
+    } else if (byte == '\n') {
       line += "\\n";
-    } else if (static_cast<unsigned char>(c) < 0x20) {
+    } else if (byte < 0x20 || byte == 0x7F) {
       line += '?';  // a NUL or an escape sequence has no business in a log
+    } else if (byte == 0xC2 && i + 1 < text.size() &&
+               IsUpperControl(static_cast<unsigned char>(text[i + 1]))) {
+      line += '?';
+      expected = 0;
+      ++i;
+    } else if (!inside && IsUpperControl(byte)) {
+      line += '?';
     } else {
-      line += c;
+      line += text[i];
     }
   }
   return line;

@@ -18,7 +18,7 @@ void StartLog(const SiteConfiguration& site);
 void StopLog();
 
 // One line. Line breaks inside `text` are written as \r and \n, so that an entry stays one line; other
-// control characters as a question mark.
+// control characters, U+007F to U+009F among them, as a question mark.
 void WriteLog(LogLevel level, std::string_view text);
 
 // While it lives, lines written on this thread bear `id`.

@@ -138,6 +138,11 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
   ReadSection(
       table, "server",
       {{"listen", TextInto(server.listen)},
+       {"user",
+        [&](const toml::node& node, const std::string& key) {
+          server.user = ReadText(node, key);
+          if (server.user.empty()) Fail(node, key + " must be a user's name");
+        }},
        {"threads",
         [&](const toml::node& node, const std::string& key) {
           server.threads = static_cast<int>(ReadNumber(node, key, 1, 256));
@@ -310,7 +315,9 @@ SiteConfiguration ParseSiteConfiguration(std::string_view text, const std::files
   SiteConfiguration site;
   site.folder = std::filesystem::absolute(folder).lexically_normal();
   try {
-    ReadAll(toml::parse(text), site);
+    const toml::table file = toml::parse(text);
+    site.saysNothing = file.empty();
+    ReadAll(file, site);
   } catch (const toml::parse_error& error) {
     throw ConfigurationError("site.toml, line " + std::to_string(error.source().begin.line) + ": " +
                              std::string(error.description()));

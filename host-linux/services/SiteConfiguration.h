@@ -23,6 +23,7 @@ struct SiteConfiguration {
 
   struct Server {
     std::string listen = "127.0.0.1:8080";
+    std::string user;                   // whose process runs the pages; empty: whoever starts the server
     int threads = 0;                    // script threads; 0: one for each processor
     std::size_t maxBody = 8 << 20;      // bytes of a request's body
     std::size_t maxBodies = 256 << 20;  // bytes of all requests' bodies together
@@ -77,6 +78,7 @@ struct SiteConfiguration {
   using Values = std::map<std::string, varnel::Variant>;
 
   std::filesystem::path folder;           // absolute
+  bool saysNothing = false;               // the file has no section: it may be one that isn't written yet
   std::string root = "/site";             // exactly one segment: links are built from it
   std::filesystem::path pages = "pages";  // relative to the folder
   std::string defaultPage = "index.asp";

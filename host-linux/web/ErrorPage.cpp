@@ -16,6 +16,8 @@ std::string_view SentenceOf(int status) {
       return "This address does not take requests of that kind.";
     case 408:
       return "The request took too long to arrive.";
+    case 412:
+      return "The file is not as the request wants it.";
     case 413:
       return "The request is larger than this server takes.";
     case 414:

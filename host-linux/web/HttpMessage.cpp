@@ -98,6 +98,8 @@ std::string_view ReasonOf(int status) {
       return "Conflict";
     case 410:
       return "Gone";
+    case 412:
+      return "Precondition Failed";
     case 413:
       return "Content Too Large";
     case 414:

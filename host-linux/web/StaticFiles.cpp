@@ -72,23 +72,34 @@ std::string_view Trim(std::string_view text) {
   return end == std::string_view::npos ? std::string_view() : text.substr(begin, end - begin + 1);
 }
 
-// Whether `list` ("*" or tags between commas) names `etag`; a weak mark doesn't matter here.
-bool NamesTag(std::string_view list, std::string_view etag) {
+enum class WeakTags { Count, DontCount };
+
+// Whether `list` ("*" or tags between commas) names `etag`, which is a strong one.
+bool NamesTag(std::string_view list, std::string_view etag, WeakTags weak) {
   if (Trim(list) == "*") return true;
   while (!list.empty()) {
     const std::size_t end = std::min(list.find(','), list.size());
     std::string_view tag = Trim(list.substr(0, end));
-    if (tag.substr(0, 2) == "W/") tag.remove_prefix(2);
+    if (weak == WeakTags::Count && tag.substr(0, 2) == "W/") tag.remove_prefix(2);
     if (tag == etag) return true;
     list.remove_prefix(std::min(end + 1, list.size()));
   }
   return false;
 }
 
+// The client wants the file only as it knew it, and it is another now. An ill-formed date doesn't count.
+bool IsOtherThanWanted(const HttpRequest& request, const FileFacts& facts) {
+  if (request.headers.Find("If-Match"))
+    return !NamesTag(request.headers.Joined("If-Match"), facts.etag, WeakTags::DontCount);
+  if (request.headers.CountOf("If-Unmodified-Since") != 1) return false;
+  const std::optional<std::time_t> when = ParseHttpDate(*request.headers.Find("If-Unmodified-Since"));
+  return when && facts.modified > *when;
+}
+
 // The client's copy is still good. A tag outweighs the date, which counts whole seconds only.
 bool IsUnchanged(const HttpRequest& request, const FileFacts& facts) {
   if (request.headers.Find("If-None-Match"))
-    return NamesTag(request.headers.Joined("If-None-Match"), facts.etag);
+    return NamesTag(request.headers.Joined("If-None-Match"), facts.etag, WeakTags::Count);
   const std::string* since = request.headers.Find("If-Modified-Since");
   if (!since) return false;
   const std::optional<std::time_t> when = ParseHttpDate(*since);
@@ -185,6 +196,7 @@ HttpResponse StaticFiles::Serve(const HttpRequest& request, const std::string& r
   }
 
   const FileFacts facts = FactsOf(status);
+  if (IsOtherThanWanted(request, facts)) return ErrorResponse(412, request.id);
   HttpResponse response;
   SetFileHeaders(response, facts, m_cacheControl);
   if (IsUnchanged(request, facts)) {

@@ -21,7 +21,7 @@ class StaticFiles {
 
   // Answers `request` with the file `relative` ("images/a.png", decoded and normalised, no leading slash).
   // 404 for names that are never served, for folders, and for links that lead out; 405 for methods other than
-  // GET and HEAD; 304 and 206 by the request's conditions. Names are case-sensitive. Safe from several
+  // GET and HEAD; 304, 206 and 412 by the request's conditions. Names are case-sensitive. Safe from several
   // threads.
   HttpResponse Serve(const HttpRequest& request, const std::string& relative) const;
 

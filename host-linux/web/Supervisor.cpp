@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <list>
 #include <optional>
 #include <stdexcept>
 #include <vector>
@@ -23,6 +25,11 @@ namespace hostlinux {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// What a worker says over its link. A signal wouldn't do: a worker may run as another user, who can't send
+// one.
+constexpr char kReady = 'r';
+constexpr char kReplace = 'x';
 
 sigset_t SignalSet(std::initializer_list<int> signals) {
   sigset_t set;
@@ -41,7 +48,7 @@ int ExitStatusOf(int status) { return WIFSIGNALED(status) ? 128 + WTERMSIG(statu
 
 struct Worker {
   pid_t pid = 0;
-  UniqueFd readyPipe;  // open until the worker is ready
+  UniqueFd link;  // open until the worker is asked to end
   bool isReady = false;
   bool isEnding = false;
   bool wantsReplacement = false;
@@ -56,6 +63,7 @@ class Supervision {
         m_listener(std::move(listener)),
         m_worker(worker),
         m_backOff(options.firstBackOff) {
+    // SIGUSR1 is for workers: here it does nothing, and ends nothing either.
     const sigset_t watched = SignalSet({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD});
     ::sigprocmask(SIG_BLOCK, &watched, &m_oldMask);
     m_signals = UniqueFd(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -69,7 +77,7 @@ class Supervision {
     while (!(m_stopping && m_workers.empty())) {
       WaitForEvent();
       ReadSignals();
-      ReadReadiness();
+      ReadLinks();
       ReapWorkers();
       if (m_result) m_stopping = true;
       KillLateWorkers();
@@ -86,24 +94,25 @@ class Supervision {
   void StartWorker() {
     m_restartAt.reset();
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) return ScheduleRestart("The supervisor has no descriptors left.");
-    UniqueFd readEnd(ends[0]);
-    UniqueFd writeEnd(ends[1]);
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+      return ScheduleRestart("The supervisor has no descriptors left.");
+    UniqueFd ours(ends[0]);
+    const UniqueFd theirs(ends[1]);
     std::fflush(nullptr);
     const pid_t supervisor = ::getpid();
     const pid_t pid = ::fork();
     if (pid < 0) return ScheduleRestart("The supervisor can't start a process.");
-    if (pid == 0) RunChild(supervisor, writeEnd.Get());
+    if (pid == 0) RunChild(supervisor, theirs.Get());
     Worker worker;
     worker.pid = pid;
-    worker.readyPipe = std::move(readEnd);
+    worker.link = std::move(ours);
     worker.started = Clock::now();
     worker.killAt = worker.started + m_options.readyLimit;
     m_workers.push_back(std::move(worker));
     Log("Worker " + std::to_string(pid) + " started.");
   }
 
-  [[noreturn]] void RunChild(pid_t supervisor, int readyFd) {
+  [[noreturn]] void RunChild(pid_t supervisor, int linkFd) {
     // A worker without its parent would serve on with nobody to end it.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (::getppid() != supervisor) ::_exit(1);
@@ -116,7 +125,7 @@ class Supervision {
     ::sigprocmask(SIG_SETMASK, &mask, nullptr);
     int result = 1;
     try {
-      result = m_worker(m_listener.Get(), [readyFd] { (void)!::write(readyFd, "r", 1); });
+      result = m_worker(m_listener.Get(), linkFd);
     } catch (const std::exception& error) {
       std::fprintf(stderr, "%s\n", error.what());
     }
@@ -133,7 +142,7 @@ class Supervision {
   void WaitForEvent() {
     std::vector<pollfd> watched = {{m_signals.Get(), POLLIN, 0}};
     for (const Worker& worker : m_workers) {
-      if (worker.readyPipe) watched.push_back({worker.readyPipe.Get(), POLLIN, 0});
+      if (worker.link) watched.push_back({worker.link.Get(), POLLIN, 0});
     }
     ::poll(watched.data(), watched.size(), TimeToNextTask());
   }
@@ -154,7 +163,6 @@ class Supervision {
     while (::read(m_signals.Get(), &info, sizeof info) == sizeof info) {
       if (info.ssi_signo == SIGTERM || info.ssi_signo == SIGINT) OnStop();
       if (info.ssi_signo == SIGHUP && !m_stopping) OnReload();
-      if (info.ssi_signo == SIGUSR1 && !m_stopping) OnAsked(static_cast<pid_t>(info.ssi_pid));
     }
   }
 
@@ -183,12 +191,10 @@ class Supervision {
   }
 
   // A worker asks for its replacement and serves on until that is ready.
-  void OnAsked(pid_t pid) {
-    const auto asking = std::find_if(m_workers.begin(), m_workers.end(),
-                                     [pid](const Worker& worker) { return worker.pid == pid; });
-    if (asking == m_workers.end() || asking->isEnding || asking->wantsReplacement) return;
-    asking->wantsReplacement = true;
-    Log("Worker " + std::to_string(pid) + " is to be replaced.");
+  void OnAsked(Worker& asking) {
+    if (asking.wantsReplacement) return;
+    asking.wantsReplacement = true;
+    Log("Worker " + std::to_string(asking.pid) + " is to be replaced.");
     const bool freshOne = std::any_of(m_workers.begin(), m_workers.end(), [](const Worker& worker) {
       return !worker.isReady && !worker.isEnding;
     });
@@ -198,20 +204,24 @@ class Supervision {
   void End(Worker& worker, int signal) {
     if (worker.isEnding) return;
     worker.isEnding = true;
-    worker.readyPipe = UniqueFd();
+    worker.link = UniqueFd();
     worker.killAt = Clock::now() + m_options.drainLimit;
     ::kill(worker.pid, signal);
   }
 
-  void ReadReadiness() {
-    for (Worker& worker : m_workers) {
-      if (!worker.readyPipe) continue;
-      pollfd watched{worker.readyPipe.Get(), POLLIN, 0};
-      if (::poll(&watched, 1, 0) <= 0) continue;
-      char byte = 0;
-      const bool ready = ::read(worker.readyPipe.Get(), &byte, 1) == 1;
-      worker.readyPipe = UniqueFd();
-      if (ready) OnReady(worker);
+  void ReadLinks() {
+    for (Worker& worker : m_workers) ReadLink(worker);
+  }
+
+  // A word may end the worker, and with it the link.
+  void ReadLink(Worker& worker) {
+    while (worker.link) {
+      char word = 0;
+      const ssize_t count = ::recv(worker.link.Get(), &word, 1, MSG_DONTWAIT);
+      if (count < 0) return;
+      if (count == 0) worker.link = UniqueFd();
+      if (word == kReady && !worker.isReady) OnReady(worker);
+      if (word == kReplace) OnAsked(worker);
     }
   }
 
@@ -228,14 +238,12 @@ class Supervision {
 
   // Asks for each child by its number: others of this process are not ours to reap.
   void ReapWorkers() {
-    for (std::size_t i = 0; i < m_workers.size();) {
+    for (auto at = m_workers.begin(); at != m_workers.end();) {
       int status = 0;
-      if (::waitpid(m_workers[i].pid, &status, WNOHANG) != m_workers[i].pid) {
-        ++i;
-        continue;
-      }
-      const Worker ended = std::move(m_workers[i]);
-      m_workers.erase(m_workers.begin() + static_cast<std::ptrdiff_t>(i));
+      const auto candidate = at++;
+      if (::waitpid(candidate->pid, &status, WNOHANG) != candidate->pid) continue;
+      const Worker ended = std::move(*candidate);
+      m_workers.erase(candidate);
       OnEnded(ended, status);
     }
   }
@@ -276,7 +284,7 @@ class Supervision {
   const WorkerMain& m_worker;
   sigset_t m_oldMask{};
   UniqueFd m_signals;
-  std::vector<Worker> m_workers;
+  std::list<Worker> m_workers;  // one that is looked at may start another
   std::chrono::milliseconds m_backOff;
   std::optional<Clock::time_point> m_restartAt;
   std::optional<int> m_result;
@@ -290,7 +298,16 @@ int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerM
   return Supervision(options, std::move(listener), worker).Run();
 }
 
-void AskForReplacement() { ::kill(::getppid(), SIGUSR1); }
+namespace {
+
+// Without a supervisor there is nobody to tell.
+void Say(int linkFd, char word) { (void)!::send(linkFd, &word, 1, MSG_NOSIGNAL); }
+
+}  // namespace
+
+void TellReady(int linkFd) { Say(linkFd, kReady); }
+
+void AskForReplacement(int linkFd) { Say(linkFd, kReplace); }
 
 void BlockStopSignals() {
   const sigset_t stops = SignalSet({SIGTERM, SIGINT, SIGUSR1});

@@ -9,10 +9,11 @@
 
 namespace hostlinux {
 
-// The worker's life, called in a process of its own. `listenFd` is its copy of the listening socket. It calls
-// `ready` once it serves; the result is the process's exit status. Stop signals are blocked in it: it waits
-// for them by WaitForStop.
-using WorkerMain = std::function<int(int listenFd, const std::function<void()>& ready)>;
+// The worker's life, called in a process of its own, which it may turn into another program. `listenFd` is
+// its copy of the listening socket, `linkFd` its end of the link to the supervisor: it calls TellReady once
+// it serves. The result is the process's exit status. Stop signals are blocked in it: it waits for them by
+// WaitForStop.
+using WorkerMain = std::function<int(int listenFd, int linkFd)>;
 
 struct SupervisorOptions {
   using Duration = std::chrono::milliseconds;
@@ -33,9 +34,12 @@ struct SupervisorOptions {
 // worker's end is the socket's too, and nobody connects who won't be answered.
 int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker);
 
+// For a worker: it serves.
+void TellReady(int linkFd);
+
 // For a worker, from any thread: asks its supervisor for a replacement. The worker serves on until that is
 // ready; where it can't start, it is tried again.
-void AskForReplacement();
+void AskForReplacement(int linkFd);
 
 enum class Stop {
   End,     // nobody serves on: who has connected is still answered

@@ -26,6 +26,8 @@ class Counter : public Object {
                                     Method<&Counter::Take>(u"Take"),
                                     Method<&Counter::Fail>(u"Fail"),
                                     Method<&Counter::List>(u"List"),
+                                    Method<&Counter::Look>(u"Look", {Long{5}}),
+                                    Method<&Counter::FillAndFail>(u"FillAndFail", {Missing()}),
                                 }};
     return info;
   }
@@ -53,6 +55,12 @@ class Counter : public Object {
     for (Variant& other : others) list += u"," + TypeName(other) + u" " + ToText(other);
     if (!others.empty()) others[0] = u"seen";
     return list;
+  }
+  Long Look(String& text, Long& number) { return ToLong(text) + number; }
+  void FillAndFail(Variant& result, Variant& other) {
+    result = u"filled";
+    if (other.IsMissing()) other = u"filled too";
+    RaiseRuntimeError(runtime_error::kInvalidArgument);
   }
   void Fail(Long& value) {
     value = 99;
@@ -155,6 +163,25 @@ TEST(Object, LeavesArgumentsAloneWhereTheOperationFails) {
   Variant arguments[] = {Long{3}};
   EXPECT_EQ(NumberOf([&] { counter->Call(u"Fail", arguments); }), 5);
   EXPECT_EQ(arguments[0], Variant(Long{3}));
+}
+
+TEST(Object, LeavesArgumentsAloneThatAreOnlyRead) {
+  const auto counter = std::make_shared<Counter>();
+  Variant arguments[] = {Long{7}, u"4"};
+  EXPECT_EQ(counter->Call(u"Look", arguments), Variant(Long{11}));
+  EXPECT_EQ(arguments[0], Variant(Long{7}));
+  EXPECT_EQ(arguments[1], Variant(u"4"));
+  Variant leftOut[] = {u"7", Missing()};
+  EXPECT_EQ(counter->Call(u"Look", leftOut), Variant(Long{12}));
+  EXPECT_TRUE(leftOut[1].IsMissing());
+}
+
+TEST(Object, HandsBackWhatAFailingOperationHasSet) {
+  const auto counter = std::make_shared<Counter>();
+  Variant arguments[] = {Missing(), Missing()};
+  EXPECT_EQ(NumberOf([&] { counter->Call(u"FillAndFail", arguments); }), 5);
+  EXPECT_EQ(arguments[0], Variant(u"filled"));
+  EXPECT_EQ(arguments[1], Variant(u"filled too"));
 }
 
 TEST(Object, PutsPropertiesAndDataMembersWithConversion) {

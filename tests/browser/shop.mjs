@@ -1,7 +1,7 @@
 // A shop of our own for a test: a copy of the site with freshly loaded data, served on a free port.
 import { execFile, execFileSync, spawn } from "node:child_process";
 import { once } from "node:events";
-import { copyFileSync, cpSync, existsSync, mkdtempSync, readFileSync, renameSync, rmSync, statSync, writeFileSync } from "node:fs";
+import { copyFileSync, cpSync, existsSync, mkdirSync, mkdtempSync, readFileSync, renameSync, rmSync, statSync, writeFileSync } from "node:fs";
 import { connect, createServer } from "node:net";
 import { tmpdir } from "node:os";
 import { dirname, join, resolve } from "node:path";
@@ -49,7 +49,9 @@ async function stop(server, folder) {
 // made under a name of our own first.
 async function loadedDatabase() {
   const loader = join(programs, "varnel-shop-load");
-  const database = join(programs, "browser-test-shop.db");
+  const folder = join(programs, "browser-tests");
+  mkdirSync(folder, { recursive: true });
+  const database = join(folder, "shop.db");
   if (existsSync(database) && statSync(loader).mtimeMs < statSync(database).mtimeMs) return database;
   const ours = `${database}.${process.pid}`;
   await run(loader, [ours]);

@@ -202,8 +202,11 @@ TEST_F(InspectTest, ToolsDiscoverTheDebugger) {
 
 TEST_F(InspectTest, StrangersAreRefused) {
   Start();
-  for (const char* host : {"Host: evil.example\r\n", "Host: 127.0.0.1.evil.example\r\n", "",
-                           "Host: localhost\r\nOrigin: http://evil.example\r\n"}) {
+  for (const char* host :
+       {"Host: evil.example\r\n", "Host: 127.0.0.1.evil.example\r\n", "",
+        "Host: localhost\r\nOrigin: http://evil.example\r\n", "Host: localhost\r\nOrigin: null\r\n",
+        "Host: localhost\r\nOrigin: devtools://devtools\r\nOrigin: null\r\n",
+        "Host: localhost\r\nHost: evil.example\r\n", "Host: localhost\r\nHost: localhost\r\n"}) {
     const std::string answer = Discover("GET /json/list HTTP/1.1\r\n" + std::string(host) + "\r\n");
     EXPECT_THAT(answer, testing::StartsWith("403 ")) << host;
     EXPECT_THAT(answer, testing::Not(HasSubstr("ws://")));
@@ -213,6 +216,12 @@ TEST_F(InspectTest, StrangersAreRefused) {
   DebuggerClient first(m_address);
   first.Ask("Debugger.enable");
   EXPECT_THROW(DebuggerClient second(m_address), std::exception);
+}
+
+TEST_F(InspectTest, ToolsOfABrowserAreTaken) {
+  Start();
+  EXPECT_THAT(Discover("GET /json/list HTTP/1.1\r\nHost: localhost\r\nOrigin: devtools://devtools\r\n\r\n"),
+              testing::StartsWith("200 "));
 }
 
 TEST_F(InspectTest, ProductionHasNoDebugger) {

@@ -16,15 +16,16 @@ namespace hosttest {
 
 namespace {
 
-pid_t Start(const std::vector<std::string>& arguments, posix_spawn_file_actions_t& actions) {
-  std::vector<std::string> texts = {VARNEL_PROGRAM};
+pid_t Start(const std::string& program, const std::vector<std::string>& arguments,
+            posix_spawn_file_actions_t& actions) {
+  std::vector<std::string> texts = {program};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
   pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   pid_t pid = 0;
-  const int problem = ::posix_spawn(&pid, VARNEL_PROGRAM, &actions, nullptr, pointers.data(), environ);
+  const int problem = ::posix_spawn(&pid, program.c_str(), &actions, nullptr, pointers.data(), environ);
   ::posix_spawn_file_actions_destroy(&actions);
   if (problem != 0) throw std::runtime_error("varnel can't be started");
   return pid;
@@ -58,14 +59,15 @@ Ran RunVarnel(const std::vector<std::string>& arguments, const std::string& inpu
   ::posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT, 0600);
   ::posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT, 0600);
   Ran ran;
-  ran.status = StatusOf(Start(arguments, actions));
+  ran.status = StatusOf(Start(VARNEL_PROGRAM, arguments, actions));
   ran.out = Content(out);
   ran.err = Content(err);
   std::filesystem::remove_all(folder);
   return ran;
 }
 
-ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options) {
+ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options,
+                               const std::string& program) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   posix_spawn_file_actions_t actions;
@@ -73,7 +75,7 @@ ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vec
   ::posix_spawn_file_actions_adddup2(&actions, ends[1], 2);
   std::vector<std::string> arguments = {"serve", site.string(), "--listen", "127.0.0.1:0"};
   arguments.insert(arguments.end(), options.begin(), options.end());
-  m_pid = Start(arguments, actions);
+  m_pid = Start(program.empty() ? VARNEL_PROGRAM : program, arguments, actions);
   ::close(ends[1]);
   m_error = ends[0];
   const std::string mark = "http://127.0.0.1:";
@@ -104,6 +106,14 @@ bool ServingProgram::AwaitWords(const std::string& text) {
   while (m_words.find(text) == std::string::npos) {
     if (!ReadWords()) return false;
   }
+  return true;
+}
+
+bool ServingProgram::AwaitNextWords(const std::string& text) {
+  while (m_words.find(text, m_seen) == std::string::npos) {
+    if (!ReadWords()) return false;
+  }
+  m_seen = m_words.find(text, m_seen) + text.size();
   return true;
 }
 

@@ -22,7 +22,9 @@ Ran RunVarnel(const std::vector<std::string>& arguments, const std::string& inpu
 class ServingProgram {
  public:
   // Returns once it listens, or has ended.
-  explicit ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options = {});
+  // Another file than the built one may be `program`.
+  explicit ServingProgram(const std::filesystem::path& site, const std::vector<std::string>& options = {},
+                          const std::string& program = {});
   ~ServingProgram();
   ServingProgram(const ServingProgram&) = delete;
   ServingProgram& operator=(const ServingProgram&) = delete;
@@ -36,6 +38,8 @@ class ServingProgram {
   int Wait();
   // Waits until it has written `text` to standard error; false where it ended without.
   bool AwaitWords(const std::string& text);
+  // The same, of what comes behind the text that was awaited so last.
+  bool AwaitNextWords(const std::string& text);
   // What it has written to standard error so far.
   const std::string& Words() const { return m_words; }
 
@@ -45,6 +49,7 @@ class ServingProgram {
   pid_t m_pid = 0;
   int m_error = -1;
   std::string m_words;
+  std::size_t m_seen = 0;  // what AwaitNextWords has passed
   std::uint16_t m_port = 0;
 };
 

@@ -106,6 +106,28 @@ TEST_F(ServeTest, BadConfigurationLeavesTheOldOneInPlace) {
   EXPECT_EQ(m_program->Worker(), worker);
 }
 
+TEST_F(ServeTest, ConfigurationThatIsNotWrittenYetLeavesTheOldOneInPlace) {
+  Start();
+  const pid_t worker = m_program->Worker();
+  for (const char* text : {"", " \n\t\n", "# a comment\n"}) {
+    m_site.Write("site.toml", text);
+    m_program->Signal(SIGHUP);
+    EXPECT_TRUE(m_program->AwaitNextWords("varnel: site.toml is empty, as it wasn't at the start")) << text;
+    EXPECT_TRUE(m_program->AwaitNextWords("ended with status 1")) << text;
+    EXPECT_EQ(Get("/shop/").body, "hello ") << text;
+    EXPECT_EQ(m_program->Worker(), worker) << text;
+  }
+}
+
+TEST_F(ServeTest, EmptyConfigurationIsOneAtTheStart) {
+  m_site.Write("site.toml", "");
+  Start();
+  EXPECT_EQ(Get("/site/").body, "hello ");
+  m_program->Signal(SIGHUP);
+  EXPECT_TRUE(m_program->AwaitNextWords("ended with status 0"));
+  EXPECT_EQ(Get("/site/").body, "hello ");
+}
+
 TEST_F(ServeTest, KilledWorkerIsReplacedAndClientsOnlyWait) {
   Start();
   EXPECT_EQ(Get("/shop/").body, "hello ");

@@ -302,6 +302,24 @@ TEST_F(BridgeTest, AByRefHoldsTheResult) {
   EXPECT_EQ(Output("<% var r = new ByRef(); T.Replace(r, T); %><%= r.value === T %>"), "True");
 }
 
+TEST_F(BridgeTest, AByRefThatIsOnlyReadKeepsItsValue) {
+  EXPECT_EQ(Output("<% var r = new ByRef('21'), f = new ByRef(1), sum = T.Look(r, f); %>"
+                   "<%= sum + ' ' + typeof r.value + ' ' + r.value + ' ' + typeof f.value %>"),
+            "21 string 21 number");
+  EXPECT_EQ(Output("<% var r = new ByRef('21'), f = new ByRef(), sum = T.Look(r, f); %>"
+                   "<%= sum + ' ' + typeof r.value + ' ' + typeof f.value %>"),
+            "-21 string undefined");
+}
+
+TEST_F(BridgeTest, AByRefHoldsWhatAFailingCallHasSet) {
+  for (const char* start : {"", "1"}) {
+    EXPECT_EQ(Output("<% var r = new ByRef(" + std::string(start) +
+                     "); try { T.SetAndFail(r); } catch (e) { %><%= e.number + ' ' + r.value %><% } %>"),
+              "5 set")
+        << start;
+  }
+}
+
 TEST_F(BridgeTest, APlainValueMayStandForAByRef) {
   EXPECT_EQ(Output("<% var n = 21; T.Double(n); %><%= n %>"), "21");
 }

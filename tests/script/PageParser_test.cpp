@@ -1,6 +1,7 @@
 #include "host-linux/script/PageParser.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -217,7 +218,7 @@ TEST_F(PageParserTest, IncludesInsideEachOtherHaveALimit) {
 class DiskPageFilesTest : public testing::Test {
  protected:
   void SetUp() override {
-    m_base = std::filesystem::path(testing::TempDir()) / "varnel_pages";
+    m_base = std::filesystem::path(testing::TempDir()) / ("varnel_pages_" + std::to_string(::getpid()));
     std::filesystem::remove_all(m_base);
     std::filesystem::create_directories(m_base / "pages/inc");
     std::ofstream(m_base / "pages/inc/a.inc") << "text";

@@ -14,6 +14,8 @@ const varnel::ClassInfo& TestObject::Class() const {
                                        Method<&TestObject::Double>(u"Double"),
                                        Method<&TestObject::Replace>(u"Replace"),
                                        Method<&TestObject::Sort>(u"Sort"),
+                                       Method<&TestObject::Look>(u"Look", {false}),
+                                       Method<&TestObject::SetAndFail>(u"SetAndFail"),
                                        Method<&TestObject::Same>(u"Same"),
                                        Method<&TestObject::Self>(u"Self"),
                                        ReadOnly<&TestObject::Fields>(u"Fields"),
@@ -38,6 +40,11 @@ void TestObject::Sort(Variant& array) {
   auto& items = (*array.As<varnel::ArrayPtr>())->items;
   std::sort(items.begin(), items.end(),
             [](const Variant& a, const Variant& b) { return varnel::ToDouble(a) < varnel::ToDouble(b); });
+}
+
+void TestObject::SetAndFail(Variant& value) {
+  value = u"set";
+  varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument);
 }
 
 Variant TestObject::Kind(const varnel::String& name) {

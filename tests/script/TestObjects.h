@@ -97,6 +97,8 @@ class TestObject final : public varnel::Object {
   void Double(varnel::Long& value) { value *= 2; }
   void Replace(Variant& value, const Variant& with) { value = with; }
   void Sort(Variant& array);
+  varnel::Long Look(varnel::Long& value, bool& flag) { return flag ? value : -value; }
+  void SetAndFail(Variant& value);
   Variant Same(const Variant& value) { return value; }
   varnel::ObjectPtr Self() { return shared_from_this(); }
   varnel::ObjectPtr Fields() { return m_fields; }

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -17,7 +18,7 @@ using varnel::Variant;
 class MessagesFolder : public testing::Test {
  protected:
   void SetUp() override {
-    m_folder = testing::TempDir() + "varnel-messages";
+    m_folder = testing::TempDir() + "varnel-messages-" + std::to_string(::getpid());
     std::filesystem::create_directories(m_folder);
   }
   void TearDown() override { std::filesystem::remove_all(m_folder); }

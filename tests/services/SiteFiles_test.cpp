@@ -34,8 +34,8 @@ namespace fs = std::filesystem;
 class SiteFilesTest : public testing::Test {
  protected:
   SiteFilesTest() {
-    char folder[] = "/tmp/varnel-files-XXXXXX";
-    m_folder = ::mkdtemp(folder);
+    std::string folder = (fs::temp_directory_path() / "varnel-files-XXXXXX").string();
+    m_folder = ::mkdtemp(folder.data());
     for (const char* name : {"up", "up/in", "secret", "pages"}) fs::create_directory(m_folder / name);
     m_files = std::make_unique<SiteFiles>(
         SiteFiles::Options{m_folder, {"up", "new/", "pages/shown"}, m_folder / "pages"});
@@ -340,6 +340,7 @@ TEST_F(SiteFilesTest, ReadOnlyFolderAndFileAreLeftAlone) {
   EXPECT_THAT(Names("up/in"), UnorderedElementsAre("kept"));
   EXPECT_EQ(Content("up/in/kept"), "old");
   EXPECT_EQ(Content("up/locked"), "old");
+  fs::permissions(m_folder / "up/in", static_cast<fs::perms>(0755));  // it is to be removed
 }
 
 }  // namespace

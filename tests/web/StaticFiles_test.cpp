@@ -155,6 +155,32 @@ TEST_F(StaticFilesTest, KnownDateIsAnsweredWithNotModified) {
   EXPECT_EQ(m_files->Serve(request, "style.css").status, 200);
 }
 
+TEST_F(StaticFilesTest, FileThatIsNotAsWantedIsNotSent) {
+  const std::string etag = *Get("style.css").headers.Find("ETag");
+  for (const std::string& value : {etag, "\"x\", " + etag, std::string("*")})
+    EXPECT_EQ(Get("style.css", "If-Match", value).status, 200) << value;
+  for (const std::string& value : {std::string("\"x\""), "W/" + etag, std::string()}) {
+    const HttpResponse response = Get("style.css", "If-Match", value);
+    EXPECT_EQ(response.status, 412) << value;
+    EXPECT_FALSE(response.file) << value;
+  }
+  EXPECT_EQ(Get("none.css", "If-Match", "*").status, 404);
+}
+
+TEST_F(StaticFilesTest, FileThatIsNewerThanWantedIsNotSent) {
+  const std::string modified = *Get("style.css").headers.Find("Last-Modified");
+  EXPECT_EQ(Get("style.css", "If-Unmodified-Since", modified).status, 200);
+  EXPECT_EQ(Get("style.css", "If-Unmodified-Since", "Sun, 06 Nov 1994 08:49:37 GMT").status, 412);
+  EXPECT_EQ(Get("style.css", "If-Unmodified-Since", "yesterday").status, 200);
+  HttpRequest request;
+  request.method = "GET";
+  request.headers.Add("If-Unmodified-Since", "Sun, 06 Nov 1994 08:49:37 GMT");
+  request.headers.Add("If-Match", "*");
+  EXPECT_EQ(m_files->Serve(request, "style.css").status, 200);  // the tag outweighs the date
+  request.headers.Add("If-None-Match", "*");
+  EXPECT_EQ(m_files->Serve(request, "style.css").status, 304);
+}
+
 TEST_F(StaticFilesTest, RangesGiveTheirPart) {
   const struct {
     const char* range;

@@ -94,18 +94,18 @@ class SupervisorTest : public testing::Test {
 
 // A worker that serves its own process id; "/die" ends it, "/hang" never answers, "/replace" asks for
 // another.
-int ServeHttp(int listenFd, const std::function<void()>& ready) {
+int ServeHttp(int listenFd, int linkFd) {
   ServerHandlers handlers;
-  handlers.page = [](const HttpRequest& request, ClientLink&) {
+  handlers.page = [linkFd](const HttpRequest& request, ClientLink&) {
     if (request.path == "/die") ::_exit(3);
-    if (request.path == "/replace") AskForReplacement();
+    if (request.path == "/replace") AskForReplacement(linkFd);
     if (request.path == "/hang") std::this_thread::sleep_for(1h);
     HttpResponse response;
     response.body = std::to_string(::getpid());
     return response;
   };
   HttpServer server({}, handlers, UniqueFd(::dup(listenFd)));
-  ready();
+  TellReady(linkFd);
   const Stop stop = WaitForStop();
   ::close(listenFd);
   server.Drain(10s, stop == Stop::End ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers);
@@ -163,19 +163,19 @@ TEST_F(SupervisorTest, HangUpBringsAFreshWorkerAndEndsTheOldOne) {
 }
 
 TEST_F(SupervisorTest, FirstWorkerThatCannotStartEndsTheSupervisor) {
-  Start([](int, const std::function<void()>&) { return 7; });
+  Start([](int, int) { return 7; });
   EXPECT_EQ(AwaitEnd(), 7);
 }
 
 TEST_F(SupervisorTest, ThrowingWorkerEndsWithStatusOne) {
-  Start([](int, const std::function<void()>&) -> int { throw std::runtime_error("The site is broken."); });
+  Start([](int, int) -> int { throw std::runtime_error("The site is broken."); });
   EXPECT_EQ(AwaitEnd(), 1);
 }
 
 TEST_F(SupervisorTest, FreshWorkerThatCannotStartLeavesTheOldOne) {
   const auto broken = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
-  Start([&](int listenFd, const std::function<void()>& ready) {
-    return std::filesystem::exists(broken) ? 5 : ServeHttp(listenFd, ready);
+  Start([&](int listenFd, int linkFd) {
+    return std::filesystem::exists(broken) ? 5 : ServeHttp(listenFd, linkFd);
   });
   AwaitLog("is ready.");
   const std::string first = WorkerOf(m_port);
@@ -188,9 +188,9 @@ TEST_F(SupervisorTest, FreshWorkerThatCannotStartLeavesTheOldOne) {
 
 TEST_F(SupervisorTest, WorkerThatAsksIsReplacedAndServesUntilThen) {
   const auto slow = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
-  Start([&](int listenFd, const std::function<void()>& ready) {
+  Start([&](int listenFd, int linkFd) {
     while (std::filesystem::exists(slow)) std::this_thread::sleep_for(1ms);
-    return ServeHttp(listenFd, ready);
+    return ServeHttp(listenFd, linkFd);
   });
   AwaitLog("is ready.");
   std::ofstream(slow) << "x";
@@ -205,8 +205,8 @@ TEST_F(SupervisorTest, WorkerThatAsksIsReplacedAndServesUntilThen) {
 
 TEST_F(SupervisorTest, ReplacementThatCannotStartIsTriedAgain) {
   const auto broken = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
-  Start([&](int listenFd, const std::function<void()>& ready) {
-    return std::filesystem::exists(broken) ? 5 : ServeHttp(listenFd, ready);
+  Start([&](int listenFd, int linkFd) {
+    return std::filesystem::exists(broken) ? 5 : ServeHttp(listenFd, linkFd);
   });
   AwaitLog("is ready.");
   std::ofstream(broken) << "x";
@@ -298,8 +298,8 @@ TEST_F(SupervisorTest, StopLosesNoRequestOnAnOpenConnection) {
 
 TEST_F(SupervisorTest, WorkerThatIgnoresTheStopIsKilled) {
   m_options.drainLimit = 20ms;
-  Start([](int, const std::function<void()>& ready) {
-    ready();
+  Start([](int, int linkFd) {
+    TellReady(linkFd);
     while (true) ::pause();
     return 0;
   });
@@ -310,8 +310,8 @@ TEST_F(SupervisorTest, WorkerThatIgnoresTheStopIsKilled) {
 }
 
 TEST_F(SupervisorTest, SecondStopKills) {
-  Start([](int, const std::function<void()>& ready) {
-    ready();
+  Start([](int, int linkFd) {
+    TellReady(linkFd);
     while (true) ::pause();
     return 0;
   });
@@ -325,7 +325,7 @@ TEST_F(SupervisorTest, SecondStopKills) {
 
 TEST_F(SupervisorTest, WorkerThatNeverGetsReadyIsKilled) {
   m_options.readyLimit = 20ms;
-  Start([](int, const std::function<void()>&) {
+  Start([](int, int) {
     while (true) ::pause();
     return 0;
   });
@@ -335,9 +335,9 @@ TEST_F(SupervisorTest, WorkerThatNeverGetsReadyIsKilled) {
 
 TEST_F(SupervisorTest, WorkersThatKeepDyingAreTriedAgain) {
   const auto dying = std::filesystem::temp_directory_path() / ("supervisor_" + std::to_string(::getpid()));
-  Start([&](int listenFd, const std::function<void()>& ready) {
-    if (!std::filesystem::exists(dying)) return ServeHttp(listenFd, ready);
-    ready();
+  Start([&](int listenFd, int linkFd) {
+    if (!std::filesystem::exists(dying)) return ServeHttp(listenFd, linkFd);
+    TellReady(linkFd);
     return 9;
   });
   AwaitLog("is ready.");

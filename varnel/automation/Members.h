@@ -88,12 +88,16 @@ struct ByConstText {
   void Store(Variant&) {}
 };
 
+// An argument that is only read stays what it was: its conversion isn't a result.
 template <typename T>
 struct ByReference {
+  T before;
   T value;
-  explicit ByReference(Variant& from) : value(ConvertTo<T>(from)) {}
+  explicit ByReference(Variant& from) : before(ConvertTo<T>(from)), value(before) {}
   T& Pass() { return value; }
-  void Store(Variant& to) { to = Variant(value); }
+  void Store(Variant& to) {
+    if (!(value == before)) to = Variant(value);
+  }
 };
 
 template <>

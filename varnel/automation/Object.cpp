@@ -60,6 +60,14 @@ Variant Settled(const Member& member, std::size_t position, const Variant& given
   return position < required || optional >= member.defaults.size() ? Variant() : member.defaults[optional];
 }
 
+// Gives the caller what the operation has changed; what was left out and got its default stays left out.
+void HandBack(const Member& member, std::vector<Variant>& settled, Arguments arguments) {
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const bool leftOut = arguments[i].IsMissing() && settled[i] == Settled(member, i, arguments[i]);
+    if (!leftOut) arguments[i] = std::move(settled[i]);
+  }
+}
+
 }  // namespace
 
 Variant InvokeMember(Object& object, const Member& member, Arguments arguments) {
@@ -71,10 +79,14 @@ Variant InvokeMember(Object& object, const Member& member, Arguments arguments) 
   for (std::size_t i = 0; i < count; ++i) {
     settled.push_back(Settled(member, i, i < arguments.size() ? arguments[i] : Variant(Missing())));
   }
-  Variant result = member.call(object, settled);
-  std::move(settled.begin(), settled.begin() + static_cast<std::ptrdiff_t>(arguments.size()),
-            arguments.begin());
-  return result;
+  try {
+    Variant result = member.call(object, settled);
+    HandBack(member, settled, arguments);
+    return result;
+  } catch (...) {
+    HandBack(member, settled, arguments);
+    throw;
+  }
 }
 
 void PutMember(Object& object, const Member& member, const Variant& value) {

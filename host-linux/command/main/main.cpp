@@ -6,12 +6,14 @@
 #include "host-linux/command/RunCommand.h"
 #include "host-linux/command/ServeCommand.h"
 #include "host-linux/command/StateCommand.h"
+#include "host-linux/command/WorkerCommand.h"
 
 int main(int argc, char** argv) {
   CLI::App app{"Varnel: pages with long lists, served from a database"};
   app.require_subcommand(1);
   int status = 0;
   hostlinux::AddServeCommand(app, status);
+  hostlinux::AddWorkerCommand(app, status);
   hostlinux::AddRunCommand(app, status);
   hostlinux::AddNewCommand(app, status);
   hostlinux::AddCheckCommand(app, status);

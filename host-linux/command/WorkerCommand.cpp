@@ -1,0 +1,210 @@
+#include "host-linux/command/WorkerCommand.h"
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+#include "host-linux/application/SiteHost.h"
+#include "host-linux/command/ServerUser.h"
+#include "host-linux/inspector/InspectedThread.h"
+#include "host-linux/inspector/InspectorServer.h"
+#include "host-linux/services/Log.h"
+#include "host-linux/web/HttpServer.h"
+#include "host-linux/web/Supervisor.h"
+#include "host-linux/web/WorkerProgram.h"
+
+namespace hostlinux {
+
+namespace {
+
+constexpr char kCommand[] = "worker";
+
+// What it inherits from its supervisor, in this order.
+struct Inheritance {
+  UniqueFd listener;
+  UniqueFd link;
+  UniqueFd debugger;
+};
+
+bool IsListening(int fd) {
+  int listening = 0;
+  socklen_t size = sizeof listening;
+  return ::getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &size) == 0 && listening != 0;
+}
+
+Inheritance TakeInheritance(const WorkerOptions& options) {
+  if (!IsListening(kFirstInherited)) throw std::runtime_error("workers are started by varnel serve");
+  Inheritance inheritance{TakeInherited(0), TakeInherited(1), UniqueFd()};
+  if (options.debugger) inheritance.debugger = TakeInherited(2);
+  return inheritance;
+}
+
+// A file without a section may be one that is just being written: with it the site would move to other
+// addresses.
+SiteConfiguration LoadConfiguration(const WorkerOptions& options) {
+  SiteConfiguration site = LoadSiteConfiguration(options.site);
+  if (site.saysNothing && !options.mayBeEmpty)
+    throw ConfigurationError("site.toml is empty, as it wasn't at the start: it isn't taken");
+  return site;
+}
+
+void TakeUser(const SiteConfiguration& site) {
+  if (!site.server.user.empty()) BecomeServerUser(FindServerUser(site.server.user));
+  RefuseNewRights();
+}
+
+// What lets a debugger look into the pages, while it may.
+struct Debugging {
+  Debugging(const SiteConfiguration& site, SiteHost& host, Inspection& inspection, UniqueFd listener)
+      : thread(inspection, [&host] { host.Inspect(); }),
+        server(inspection, std::move(listener), site.folder.string(),
+               "http://" + site.server.listen + site.root) {}
+  InspectedThread thread;
+  InspectorServer server;
+};
+
+unsigned ThreadsOf(const SiteConfiguration& site) {
+  if (site.server.threads > 0) return static_cast<unsigned>(site.server.threads);
+  return std::max(2U, std::thread::hardware_concurrency());
+}
+
+// Lets the process have a descriptor for each connection, and one for what it may read from, or as many
+// connections as the system grants.
+std::size_t ConnectionsFor(std::size_t wanted) {
+  constexpr rlim_t kOthers = 512;  // databases, files, the log
+  rlimit files{};
+  if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return wanted;
+  const rlim_t needed = std::min<rlim_t>(files.rlim_max, wanted * 2 + kOthers);
+  if (files.rlim_cur < needed) {
+    files.rlim_cur = needed;
+    ::setrlimit(RLIMIT_NOFILE, &files);
+  }
+  const rlim_t granted = files.rlim_cur > kOthers * 2 ? files.rlim_cur - kOthers : files.rlim_cur / 2;
+  return std::min<std::size_t>(wanted, granted);
+}
+
+ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
+  ServerOptions options;
+  options.threads = ThreadsOf(site);
+  options.maxQueue = site.server.maxWaiting;
+  options.maxHead = static_cast<std::uint32_t>(site.server.maxHeader);
+  options.maxTarget = site.server.maxUrl;
+  options.maxBody = site.server.maxBody;
+  options.maxBodies = site.server.maxBodies;
+  options.maxConnections = ConnectionsFor(site.server.maxConnections);
+  options.idleTimeout = site.server.idleTimeout;
+  options.headTimeout = site.server.headerTimeout;
+  options.bodyTimeout = site.server.bodyTimeout;
+  options.writeTimeout = site.server.writeTimeout;
+  for (const auto& [name, value] : site.headers) options.headers.push_back({name, value});
+  options.trustedProxies = site.server.trustedProxies;
+  return options;
+}
+
+std::string AccessLine(const AccessEntry& entry) {
+  return "[" + entry.id + "] " + entry.remoteAddress + " " + entry.method + " " + entry.target + " " +
+         std::to_string(entry.status) + " " + std::to_string(entry.bodyBytes) + " bytes " +
+         std::to_string(entry.duration.count()) + " us";
+}
+
+ServerHandlers HandlersOf(SiteHost& host, InspectedThread* inspected) {
+  ServerHandlers handlers;
+  handlers.quick = [&host](const HttpRequest& request) { return host.AnswerQuickly(request); };
+  handlers.page = [&host, inspected](HttpRequest request, ClientLink& link) {
+    if (inspected == nullptr) return host.AnswerPage(std::move(request), link);
+    HttpResponse response;
+    inspected->Run([&] { response = host.AnswerPage(std::move(request), link); });
+    return response;
+  };
+  handlers.finished = [](const AccessEntry& entry) { WriteLog(LogLevel::Info, AccessLine(entry)); };
+  handlers.problem = [](const std::string& problem) { WriteLog(LogLevel::Error, problem); };
+  return handlers;
+}
+
+// A page that can't be stopped takes its process with it, once another one serves.
+void ReplaceProcess(const std::string& page, int linkFd) {
+  WriteLog(LogLevel::Error, page + " can't be stopped: another worker takes this one's place");
+  AskForReplacement(linkFd);
+}
+
+int Serve(const WorkerOptions& options) {
+  Inheritance inheritance = TakeInheritance(options);
+  SiteConfiguration site = LoadConfiguration(options);
+  TakeUser(site);
+  const bool inspected = static_cast<bool>(inheritance.debugger);
+  if (inspected) site.server.threads = 1;
+  StartLog(site);
+  if (::geteuid() == 0) WriteLog(LogLevel::Warning, kRootWarning);
+  {
+    const int linkFd = inheritance.link.Get();
+    ScriptRuntime::Options runtimeOptions;
+    runtimeOptions.stuckAfter = site.server.stuckTimeout;
+    runtimeOptions.onStuck = [linkFd](const std::string& page) { ReplaceProcess(page, linkFd); };
+    ScriptRuntime runtime(std::move(runtimeOptions));
+    Inspection inspection;
+    SiteHost host(site, runtime, {{}, {}, inspected ? &inspection : nullptr});
+    std::unique_ptr<Debugging> debugging;
+    if (inspected)
+      debugging = std::make_unique<Debugging>(site, host, inspection, std::move(inheritance.debugger));
+    HttpServer server(ServerOptionsOf(site), HandlersOf(host, debugging ? &debugging->thread : nullptr),
+                      std::move(inheritance.listener));
+    TellReady(linkFd);
+    if (debugging) std::fprintf(stderr, "varnel: debugger at %s\n", debugging->server.Address().c_str());
+    WriteLog(LogLevel::Info,
+             "Serving " + site.root + "/ with " + std::to_string(ThreadsOf(site)) + " script threads");
+    const bool last = WaitForStop() == Stop::End;
+    inspection.End();
+    const auto backlog = last ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers;
+    if (!server.Drain(site.server.drainTimeout, backlog)) {
+      WriteLog(LogLevel::Warning, "Some requests were cut: they didn't end in time");
+      StopLog();
+      std::_Exit(1);  // a page that never ends would be waited for without end
+    }
+  }
+  WriteLog(LogLevel::Info, "Served");
+  StopLog();
+  return 0;
+}
+
+int RunWorker(const WorkerOptions& options) {
+  // Started by its file's descriptor, it would be listed under that number.
+  ::prctl(PR_SET_NAME, "varnel");
+  try {
+    return Serve(options);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "varnel: %s\n", error.what());
+    return 1;
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> WorkerArguments(const WorkerOptions& options) {
+  std::vector<std::string> arguments = {kCommand};
+  if (options.debugger) arguments.emplace_back("--debugger");
+  if (options.mayBeEmpty) arguments.emplace_back("--may-be-empty");
+  arguments.emplace_back("--");
+  arguments.push_back(options.site);
+  return arguments;
+}
+
+void AddWorkerCommand(CLI::App& app, int& status) {
+  const auto options = std::make_shared<WorkerOptions>();
+  CLI::App* command = app.add_subcommand(kCommand, "What varnel serve starts");
+  command->group("");  // not for people
+  command->add_option("SITE", options->site)->required();
+  command->add_flag("--debugger", options->debugger);
+  command->add_flag("--may-be-empty", options->mayBeEmpty);
+  command->callback([options, &status] { status = RunWorker(*options); });
+}
+
+}  // namespace hostlinux
