@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host-linux/web/UniqueFd.h"
+#include "host-linux/base/UniqueFd.h"
 
 namespace hostlinux {
 
