@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "host-linux/command/NewCommand.h"
@@ -83,6 +84,12 @@ std::string Condensed(const std::string& text) {
   return condensed;
 }
 
+// The site seals its links by a key of its own; the pages show them without.
+std::string WithoutSeals(const std::string& text) {
+  static const std::regex kSeal("xs[0-9a-f]{32}");
+  return std::regex_replace(text, kSeal, "x");
+}
+
 class Examples : public ::testing::TestWithParam<const char*> {
  protected:
   Examples()
@@ -113,7 +120,7 @@ TEST_P(Examples, DoWhatThePageSays) {
     ++pages;
     const std::string output = served.PageText(m_blocks[i].page, m_blocks[i].query);
     if (IsOutput(i + 1)) {
-      EXPECT_EQ(Condensed(output), Condensed(m_blocks[i + 1].text)) << m_blocks[i].page;
+      EXPECT_EQ(Condensed(WithoutSeals(output)), Condensed(m_blocks[i + 1].text)) << m_blocks[i].page;
     }
   }
   EXPECT_GT(pages, 0);
