@@ -238,7 +238,7 @@ TEST_F(GridFailures, AGridThatNoPageHasBoundHasNothingToDrawInto) {
 
 TEST_F(GridFailures, AGridNeedsARecordsetAndAContext) {
   EXPECT_EQ(ErrorOf([&] { m_page->DGrid(nullptr, u"", false, Missing()); }).Number, 91);
-  EXPECT_EQ(ErrorOf([&] { m_page->DGrid(m_page->Table(), u"", false, Missing()); }).Number, 13);
+  EXPECT_EQ(ErrorOf([&] { m_page->CallWith(u"DGrid", m_page->Table(), u"", false); }).Number, 13);
   const auto recordset = New();
   m_host.SetHasContext(false);
   EXPECT_EQ(ErrorOf([&] { Bind(recordset); }).Number, 91);
