@@ -115,7 +115,8 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
         {provider_error::kFail, u"Varnel.Database", u"The connection string is empty.", 0, u"08001"});
   }
   return MakeProvider(connection)
-      ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds)});
+      ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds), m_options.limits,
+                                      m_options.timeLeft});
 }
 
 // A session whose file was replaced while it waited is dropped, and the next one looked at.

@@ -20,6 +20,8 @@ namespace hostlinux {
 struct AdoOptions {
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
+  EngineLimits limits;
+  TimeLeft timeLeft;  // of the page that runs on the calling thread; no statement outlives it. May be empty
   std::function<void(const SqlTraceEntry&)>
       onStatement;  // also for one that failed; may be empty. See SqlTrace.
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty

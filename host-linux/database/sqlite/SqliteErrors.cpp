@@ -32,6 +32,7 @@ Mapped Map(int code, std::string_view message) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
     case SQLITE_INTERRUPT:
+    case SQLITE_PROTOCOL:  // the index of the write-ahead log stayed locked
       return {provider_error::kTimeout, u"HYT00"};
     default:
       return {provider_error::kFail, u"HY000"};
@@ -54,6 +55,10 @@ void RaiseSqlite(sqlite3* database) {
 void RaiseSqlite(varnel::Long number, varnel::StringView description, varnel::StringView sqlState) {
   throw ProviderFailure(
       {number, varnel::String(kSource), varnel::String(description), 0, varnel::String(sqlState)});
+}
+
+void RaiseTooLarge() {
+  RaiseSqlite(provider_error::kFail, u"The result is larger than a result may be.", u"HY000");
 }
 
 }  // namespace hostlinux
