@@ -116,7 +116,7 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
   }
   return MakeProvider(connection)
       ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds), m_options.limits,
-                                      m_options.timeLeft});
+                                     m_options.timeLeft});
 }
 
 // A session whose file was replaced while it waited is dropped, and the next one looked at.

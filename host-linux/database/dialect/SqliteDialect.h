@@ -25,8 +25,8 @@ enum class PageReads {
   InArms      // so that an index finds the row (PageSeek.h)
 };
 
-// Bytes of a pattern that the engine's own LIKE and GLOB take. Nothing interrupts one call of them, whose time
-// grows with the product of text and pattern; REGEXP is ours, and looks at the clock.
+// Bytes of a pattern that the engine's own LIKE and GLOB take. Nothing interrupts one call of them, whose
+// time grows with the product of text and pattern; REGEXP is ours, and looks at the clock.
 inline constexpr std::size_t kLongestLikePattern = 64;
 
 // What is rewritten:

@@ -95,10 +95,10 @@ struct StatementResult {
 
 // Bytes. What goes beyond fails with kFail, and nothing else does.
 struct EngineLimits {
-  std::size_t maxValue = 8 << 20;         // one value, and one row as it is stored
-  std::size_t maxResult = 64 << 20;       // the rows of a result that are held at once
-  std::size_t maxMemory = 64 << 20;       // what the engine holds for the connections of a thread
-  std::size_t maxTemporary = 256 << 20;   // what it writes to temporary files for them
+  std::size_t maxValue = 8 << 20;        // one value, and one row as it is stored
+  std::size_t maxResult = 64 << 20;      // the rows of a result that are held at once
+  std::size_t maxMemory = 64 << 20;      // what the engine holds for the connections of a thread
+  std::size_t maxTemporary = 256 << 20;  // what it writes to temporary files for them
 };
 
 // What is left of the time of whoever runs on the calling thread; none where there is no limit.

@@ -79,13 +79,25 @@ int DeviceCharacteristics(sqlite3_file* file) {
 }
 
 // Version 1: a temporary file is neither mapped nor shared.
-constexpr sqlite3_io_methods kMethods{1,         &Close,
-                                      &Read,     &Write,
-                                      &Truncate, &Sync,
-                                      &FileSize, &Lock,
-                                      &Unlock,   &CheckReservedLock,
-                                      &FileControl, &SectorSize,
-                                      &DeviceCharacteristics, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+constexpr sqlite3_io_methods kMethods{1,
+                                      &Close,
+                                      &Read,
+                                      &Write,
+                                      &Truncate,
+                                      &Sync,
+                                      &FileSize,
+                                      &Lock,
+                                      &Unlock,
+                                      &CheckReservedLock,
+                                      &FileControl,
+                                      &SectorSize,
+                                      &DeviceCharacteristics,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr};
 
 int Open(sqlite3_vfs*, sqlite3_filename name, sqlite3_file* file, int flags, int* outFlags) {
   if ((flags & SQLITE_OPEN_DELETEONCLOSE) == 0)

@@ -11,9 +11,9 @@
 namespace hostlinux {
 
 // regexp(pattern, text): the operator REGEXP, which the dialect uses for LIKE patterns with classes.
-// instr, replace, trim, ltrim, rtrim: what the engine's own give, in a time that grows with the lengths of their
-// arguments and not with the product of these. What may take longer looks at `timeLimit`, which outlives the
-// connection.
+// instr, replace, trim, ltrim, rtrim: what the engine's own give, in a time that grows with the lengths of
+// their arguments and not with the product of these. What may take longer looks at `timeLimit`, which
+// outlives the connection.
 void RegisterSqliteFunctions(sqlite3* database, const SqliteTimeLimit& timeLimit);
 
 // True for functions of their arguments alone, aggregates, window functions, and those of full-text search

@@ -23,7 +23,8 @@ namespace hostlinux {
 class SqliteGuard {
  public:
   // Names in any case of letters. No `tables` is no list; `functions` are let through besides.
-  SqliteGuard(const std::vector<std::string>& tables, const std::vector<std::string>& functions, bool readOnly);
+  SqliteGuard(const std::vector<std::string>& tables, const std::vector<std::string>& functions,
+              bool readOnly);
   SqliteGuard(const SqliteGuard&) = delete;
   SqliteGuard& operator=(const SqliteGuard&) = delete;
 
@@ -55,7 +56,7 @@ class SqliteGuard {
 
   std::unordered_set<std::string> m_listed;  // lower case
   std::unordered_set<std::string> m_functions;
-  std::unordered_set<std::string> m_below;   // tables and views below the listed views; lower case
+  std::unordered_set<std::string> m_below;  // tables and views below the listed views; lower case
   bool m_readOnly;
   bool m_learning = false;
   bool m_suspended = false;

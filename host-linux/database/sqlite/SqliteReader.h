@@ -23,9 +23,9 @@ class SqliteReader : public IRowReader {
   RowStore Read(std::size_t held) override;
   std::optional<RowCount> Count() override;
 
-  // Reads what is left into memory, in what is left of one call's time since `begin`, and lets go of the statement
-  // and the session. A failure, such as that of the time or of too large a result, is kept for the Read that
-  // would have met it.
+  // Reads what is left into memory, in what is left of one call's time since `begin`, and lets go of the
+  // statement and the session. A failure, such as that of the time or of too large a result, is kept for the
+  // Read that would have met it.
   void ReadAhead(SqliteTimeLimit::Clock::time_point begin) noexcept;
 
  private:

@@ -32,8 +32,8 @@ constexpr std::array<std::pair<int, int>, 5> kEngineLimits = {{
     {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, static_cast<int>(kLongestLikePattern)},
 }};
 // The virtual tables of a connection that only reads. What shows the engine's inside isn't among them.
-constexpr std::array<const char*, 9> kModulesOfReaders = {"fts3",  "fts4",      "fts5",      "rtree", "rtree_i32",
-                                                          "geopoly", "json_each", "json_tree", nullptr};
+constexpr std::array<const char*, 9> kModulesOfReaders = {
+    "fts3", "fts4", "fts5", "rtree", "rtree_i32", "geopoly", "json_each", "json_tree", nullptr};
 
 // `path` as it stands in a "file:" address.
 std::string AddressOf(const std::filesystem::path& path) {
@@ -120,9 +120,8 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
 
 void SqliteSession::OpenFile(const std::string& name, int flags) {
   sqlite3* database = nullptr;
-  const int result =
-      sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE,
-                      SqliteFileSystem());
+  const int result = sqlite3_open_v2(name.c_str(), &database,
+                                     flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, SqliteFileSystem());
   m_database.reset(database);
   if (result != SQLITE_OK) {
     RaiseSqlite(provider_error::kFail,
@@ -153,8 +152,8 @@ void SqliteSession::Harden(bool readsOnly) {
 void SqliteSession::OpenForReading() {
   const bool inMemory = m_file == ":memory:";
   OpenFile(m_file.string(), inMemory ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
-  // The index of a write-ahead log can't be made in a folder that can't be written to, unless the engine is told
-  // that nobody writes.
+  // The index of a write-ahead log can't be made in a folder that can't be written to, unless the engine is
+  // told that nobody writes.
   const int result = sqlite3_exec(m_database.get(), "SELECT 1 FROM sqlite_schema", nullptr, nullptr, nullptr);
   const bool needsFiles = (result & 0xFF) == SQLITE_CANTOPEN || (result & 0xFF) == SQLITE_READONLY;
   if (needsFiles && MayBeTakenForUnchanging(m_file)) {
@@ -242,8 +241,8 @@ std::optional<SqliteSession::Cached> SqliteSession::PreparedIfPossible(const std
   }
 }
 
-void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, std::size_t batchRows, std::size_t most,
-                           std::chrono::milliseconds timeout) {
+void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, std::size_t batchRows,
+                           std::size_t most, std::chrono::milliseconds timeout) {
   Within(timeout, [&] { statement.ReadBatch(rows, batchRows, most); });
 }
 

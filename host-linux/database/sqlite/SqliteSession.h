@@ -25,8 +25,8 @@ struct SqliteAccess {
   PageReads reads = PageReads::InArms;
 };
 
-// True where a database can be read as if nobody wrote to it, though its journal is a write-ahead log: neither the
-// log nor its index is there, and the folder doesn't let this process make them.
+// True where a database can be read as if nobody wrote to it, though its journal is a write-ahead log:
+// neither the log nor its index is there, and the folder doesn't let this process make them.
 bool MayBeTakenForUnchanging(const std::filesystem::path& file);
 
 class SqliteSession : public ISession, private IColumnFacts {
@@ -42,11 +42,11 @@ class SqliteSession : public ISession, private IColumnFacts {
   void Begin() override;
   void Commit() override;
   void Rollback() override;
-  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), after errors of the
-  // file, and where the engine already holds much memory on this thread.
+  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), after errors of
+  // the file, and where the engine already holds much memory on this thread.
   bool Recycle() override;
-  // False where another file has taken the place of the opened one, or it was cut. One that was opened as if it
-  // never changed must not have changed.
+  // False where another file has taken the place of the opened one, or it was cut. One that was opened as if
+  // it never changed must not have changed.
   bool IsCurrent() override;
 
   // For SqliteReader: the next batch of a running statement, within `timeout` (0: none). All of `rows`

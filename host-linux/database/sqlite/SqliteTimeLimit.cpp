@@ -38,13 +38,9 @@ void SqliteTimeLimit::Stop() {
   SqliteUse::OfThread().sleepEnd = Clock::time_point::max();
 }
 
-bool SqliteTimeLimit::IsOver() const {
-  return m_end != Clock::time_point::max() && Clock::now() >= m_end;
-}
+bool SqliteTimeLimit::IsOver() const { return m_end != Clock::time_point::max() && Clock::now() >= m_end; }
 
-int SqliteTimeLimit::Look(void* self) {
-  return static_cast<const SqliteTimeLimit*>(self)->IsOver() ? 1 : 0;
-}
+int SqliteTimeLimit::Look(void* self) { return static_cast<const SqliteTimeLimit*>(self)->IsOver() ? 1 : 0; }
 
 int SqliteTimeLimit::Wait(void* self, int calls) {
   return static_cast<SqliteTimeLimit*>(self)->WaitOnce(calls == 0) ? 1 : 0;

@@ -11,8 +11,9 @@
 namespace hostlinux {
 
 // One request runs on one thread, so a thread's use is a request's, with the connections that wait there for
-// the next one. The limits hold while a statement runs: cleaning up never fails. Only its thread writes to it,
-// but for the atomic numbers. It is never destroyed, as memory that outlives its thread is still booked there.
+// the next one. The limits hold while a statement runs: cleaning up never fails. Only its thread writes to
+// it, but for the atomic numbers. It is never destroyed, as memory that outlives its thread is still booked
+// there.
 struct SqliteUse {
   using Clock = std::chrono::steady_clock;
   static constexpr std::int64_t kUnlimited = std::numeric_limits<std::int64_t>::max() / 4;
