@@ -236,9 +236,10 @@ TEST_F(EngineLimits, AValueHasALimit) {
   options.limits.maxValue = 1 << 20;
   Reopen(options);
   for (const char16_t* call :
-       {u"printf('%*d', 1000000000, 1)", u"printf('%.1000000000c', 'a')", u"hex(printf('%.600000c', 'a'))",
-        u"quote(printf('%.1048570c', ''''))", u"printf('%.600000c', 'a') || printf('%.600000c', 'a')",
-        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT group_concat(i) FROM n)",
+       {u"hex(printf('%.600000c', 'a'))", u"quote(printf('%.1048570c', ''''))",
+        u"printf('%.600000c', 'a') || printf('%.600000c', 'a')",
+        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) SELECT "
+        u"group_concat(i) FROM n)",
         u"replace(replace(replace(printf('%.1000c', 'a'), 'a', 'bbbbbbbbbb'), 'b', 'cccccccccccc'), 'c', "
         u"'dddddddddddd')",
         u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT json_group_array(i) FROM "

@@ -12,6 +12,7 @@ struct Mapped {
 Mapped MapTextFault(std::string_view message) {
   if (message.starts_with("no such table")) return {provider_error::kNoTable, u"42S02"};
   if (message.starts_with("no such column")) return {provider_error::kSyntax, u"42S22"};
+  if (message.starts_with("not authorized to use function")) return {provider_error::kPermission, u"42000"};
   if (message.find("already exists") != std::string_view::npos) return {provider_error::kSyntax, u"42S01"};
   return {provider_error::kSyntax, u"42000"};
 }

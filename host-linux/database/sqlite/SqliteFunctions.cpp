@@ -13,6 +13,8 @@ namespace {
 
 // Comparisons between two looks at the clock.
 constexpr std::size_t kStepsBetweenLooks = 1 << 16;
+// Bytes. So short a part is compared at each place; a longer one must not be.
+constexpr std::size_t kShortPart = 16;
 
 const SqliteTimeLimit& TimeLimitOf(sqlite3_context* context) {
   return *static_cast<const SqliteTimeLimit*>(sqlite3_user_data(context));
@@ -37,7 +39,7 @@ bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0
 
 // From `from` on; npos where there is none. `part` isn't empty.
 std::size_t Find(std::string_view text, std::string_view part, std::size_t from) {
-  if (from > text.size()) return std::string_view::npos;
+  if (part.size() <= kShortPart || from > text.size()) return text.find(part, from);
   const void* found = memmem(text.data() + from, text.size() - from, part.data(), part.size());
   return found == nullptr ? std::string_view::npos
                           : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
@@ -144,8 +146,10 @@ void Replace(sqlite3_context* context, int, sqlite3_value** values) {
 
 // --- trim
 
-// A leading byte takes all continuation bytes that follow it; every other byte stands alone.
+// Up to the first NUL. A leading byte takes all continuation bytes that follow it; every other byte stands
+// alone.
 std::vector<std::string_view> Characters(std::string_view text) {
+  text = text.substr(0, text.find('\0'));
   std::vector<std::string_view> characters;
   for (std::size_t begin = 0; begin < text.size();) {
     std::size_t end = begin + 1;
