@@ -66,12 +66,25 @@ std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
   return sessions;
 }
 
+// Of the calling thread, once it has one.
+thread_local const ScriptEngine* engineOfThread = nullptr;
+
+std::optional<std::chrono::milliseconds> TimeLeftOfPage() {
+  return engineOfThread == nullptr ? std::nullopt : engineOfThread->TimeLeft();
+}
+
+EngineLimits LimitsOf(const SiteConfiguration::Database& database) {
+  return {database.maxValue, database.maxResult, database.maxMemory, database.maxTemporary};
+}
+
 std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
                                           std::function<void(const SqlTraceEntry&)> onStatement) {
   AdoOptions options;
   options.engines = KnownEngines();
   options.folder = site.folder;
   options.statementTimeout = site.server.statementTimeout;
+  options.limits = LimitsOf(site.database);
+  options.timeLeft = &TimeLeftOfPage;
   options.onStatement = std::move(onStatement);
   if (site.mode == SiteConfiguration::Mode::Development) {
     options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
@@ -233,6 +246,7 @@ ScriptEngine& SiteHost::EngineOfThread() {
     options.inspection = m_inspection;
     options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
+    engineOfThread = engine.get();
   }
   return *engine;
 }

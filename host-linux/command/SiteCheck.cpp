@@ -237,6 +237,7 @@ class Checker {
     options.engines = m_engines;
     options.folder = m_site.folder;
     options.statementTimeout = m_site.server.statementTimeout;
+    options.limits.maxValue = m_site.database.maxValue;
     const auto database = AdoDatabase::Make(std::move(options));
     for (const auto& [key, value] : m_site.application)
       if (key.ends_with("_ConnectionString")) CheckConnection(*database, key, value);

@@ -42,8 +42,8 @@ class RaisingReader : public IRowReader {
       : m_reader(std::move(reader)), m_errors(std::move(errors)) {}
 
   bool HasMore() const override { return m_reader->HasMore(); }
-  RowStore Read() override {
-    return RaisingInto(*m_errors, [&] { return m_reader->Read(); });
+  RowStore Read(std::size_t held) override {
+    return RaisingInto(*m_errors, [&] { return m_reader->Read(held); });
   }
   std::optional<RowCount> Count() override {
     return RaisingInto(*m_errors, [&] { return m_reader->Count(); });

@@ -21,6 +21,8 @@ struct AdoOptions {
   Engines engines;                                // that connection strings may name
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
+  EngineLimits limits;
+  TimeLeft timeLeft;  // of the page that runs on the calling thread; no statement outlives it. May be empty
   // Also for a statement that failed; may be empty. See SqlTrace.
   std::function<void(const SqlTraceEntry&)> onStatement;
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty

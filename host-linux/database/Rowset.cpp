@@ -58,7 +58,7 @@ std::size_t Rowset::Count() {
 }
 
 void Rowset::ReadNext(PassedRows passed) {
-  RowStore next = m_rest->Read();
+  RowStore next = m_rest->Read(passed == PassedRows::Kept ? m_rows.Size() : 0);
   if (passed == PassedRows::Kept) {
     m_rows.Append(next);
   } else {

@@ -37,9 +37,9 @@ class TracedReader : public IRowReader {
 
   bool HasMore() const override { return m_reader->HasMore(); }
 
-  RowStore Read() override {
+  RowStore Read(std::size_t held) override {
     const Stopwatch stopwatch(m_place->entry);
-    RowStore rows = m_reader->Read();
+    RowStore rows = m_reader->Read(held);
     m_place->entry.rows += rows.Rows();
     return rows;
   }

@@ -281,6 +281,12 @@ void ScriptCore::SetTimeLimit(std::chrono::milliseconds timeLimit) {
   Arm(timeLimit);
 }
 
+std::optional<std::chrono::milliseconds> ScriptCore::TimeLeft() const {
+  if (m_request == nullptr || m_request->held != Watchdog::Clock::time_point{}) return std::nullopt;
+  const auto left = m_request->start + m_request->timeLimit - Watchdog::Clock::now();
+  return std::max(std::chrono::duration_cast<std::chrono::milliseconds>(left), std::chrono::milliseconds(0));
+}
+
 void ScriptCore::HoldTimeLimit() {
   if (m_request == nullptr) return;
   Disarm();
@@ -290,6 +296,7 @@ void ScriptCore::HoldTimeLimit() {
 void ScriptCore::ResumeTimeLimit() {
   if (m_request == nullptr) return;
   m_request->start += Watchdog::Clock::now() - m_request->held;
+  m_request->held = {};
   Arm(m_request->timeLimit);
 }
 

@@ -32,6 +32,7 @@ class ScriptCore {
                      std::chrono::milliseconds timeLimit);
   PageResult RunInner(const std::string& page);
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
+  std::optional<std::chrono::milliseconds> TimeLeft() const;
   void Inspect();
   void EndPage() { m_ended = m_request != nullptr; }
 
@@ -59,7 +60,7 @@ class ScriptCore {
     PageOutput& output;
     const std::string& page;
     Watchdog::Clock::time_point start;
-    Watchdog::Clock::time_point held{};  // when a debugger stopped it
+    Watchdog::Clock::time_point held{};  // since when a debugger stops it; 0 while none does
     std::chrono::milliseconds timeLimit{0};
     Watchdog::Ticket limit;
     Watchdog::Ticket stuck;

@@ -22,6 +22,8 @@ PageResult ScriptEngine::RunPage(const std::string& page, const Intrinsics& intr
 
 PageResult ScriptEngine::RunInner(const std::string& page) { return m_core->RunInner(page); }
 
+std::optional<std::chrono::milliseconds> ScriptEngine::TimeLeft() const { return m_core->TimeLeft(); }
+
 void ScriptEngine::SetTimeLimit(std::chrono::milliseconds timeLimit) { m_core->SetTimeLimit(timeLimit); }
 
 void ScriptEngine::Inspect() { m_core->Inspect(); }

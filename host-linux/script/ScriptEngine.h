@@ -100,6 +100,10 @@ class ScriptEngine {
   // The running page's limit, counted from its start.
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
 
+  // What is left of the running page's time, 0 when it is over; none while no page runs, or a debugger has
+  // stopped it. For the engine's thread.
+  std::optional<std::chrono::milliseconds> TimeLeft() const;
+
   // Handles what the debugger has sent; between pages, as a running page looks itself.
   void Inspect();
 

@@ -176,6 +176,14 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
         }}});
 }
 
+void ReadDatabase(const toml::table& table, SiteConfiguration::Database& database) {
+  ReadSection(table, "database",
+              {{"max_value", BytesInto(database.maxValue)},
+               {"max_result", BytesInto(database.maxResult)},
+               {"max_memory", BytesInto(database.maxMemory)},
+               {"max_temporary", BytesInto(database.maxTemporary)}});
+}
+
 bool IsHeaderText(const std::string& text) {
   return std::none_of(text.begin(), text.end(),
                       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
@@ -288,9 +296,9 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
     return node == nullptr ? nullptr : node->as_table();
   };
-  static const std::vector<std::string> kSections = {"site",    "server",        "headers", "application",
-                                                     "session", "configuration", "users",   "sign_in",
-                                                     "log",     "files",         "lists"};
+  static const std::vector<std::string> kSections = {"site",        "server",  "database",      "headers",
+                                                     "application", "session", "configuration", "users",
+                                                     "sign_in",     "log",     "files",         "lists"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -298,6 +306,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   // [site] first: users without a language take the site's.
   if (const auto* table = section("site")) ReadSite(*table, site);
   if (const auto* table = section("server")) ReadServer(*table, site.server);
+  if (const auto* table = section("database")) ReadDatabase(*table, site.database);
   if (const auto* table = section("headers")) ReadHeaders(*table, site);
   if (const auto* table = section("application")) site.application = ReadValues(*table);
   if (const auto* table = section("session")) site.session = ReadValues(*table);

@@ -36,8 +36,8 @@ struct SiteConfiguration {
     std::size_t maxHeap = 256 << 20;   // bytes of one script thread's heap
     std::size_t maxWaiting = 1000;     // requests that wait for a script thread
     std::chrono::milliseconds scriptTimeout{30000};
-    std::chrono::milliseconds stuckTimeout{30000};      // past that, before the process is replaced
-    std::chrono::milliseconds statementTimeout{30000};  // caps CommandTimeout
+    std::chrono::milliseconds stuckTimeout{30000};     // past that, before the process is replaced
+    std::chrono::milliseconds statementTimeout{5000};  // caps CommandTimeout
     std::chrono::milliseconds headerTimeout{10000};
     std::chrono::milliseconds bodyTimeout{30000};
     std::chrono::milliseconds idleTimeout{30000};
@@ -60,6 +60,14 @@ struct SiteConfiguration {
     std::vector<std::string> keys;                // of sealed links, 32 hexadecimal digits each
     std::filesystem::path keyFile = "links.key";  // where `keys` is empty; relative to the folder
     std::string refusedPage;  // answers a refused link; below the pages; empty: a plain one of the server's
+  };
+
+  // Bytes. What goes beyond fails alone.
+  struct Database {
+    std::size_t maxValue = 8 << 20;        // one value, one stored row
+    std::size_t maxResult = 64 << 20;      // rows of a recordset that are held at once
+    std::size_t maxMemory = 64 << 20;      // what the engine holds for one script thread
+    std::size_t maxTemporary = 256 << 20;  // its temporary files for one script thread
   };
 
   struct User {
@@ -86,6 +94,7 @@ struct SiteConfiguration {
   int codePage = 1252;
   Mode mode = Mode::Production;
   Server server;
+  Database database;
   Values application;                                        // Application values
   Values session;                                            // values that a new session starts with
   std::vector<std::pair<std::string, std::string>> headers;  // of all responses

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 #include "tests/application/ServedSite.h"
 
 namespace {
@@ -72,6 +74,20 @@ TEST_F(SiteTest, StatementThatRunsTooLongIsStopped) {
               " c.Execute('SELECT COUNT(*) FROM customer a, customer b, customer c, customer d, customer e,"
               " customer f, customer g'); %>"),
       HasSubstr("page1.asp, line 2: "));
+  EXPECT_EQ(Value("1"), "1");
+}
+
+TEST_F(SiteTest, AStatementDoesNotOutliveItsPage) {
+  Configure("[server]\nthreads = 1\nscript_timeout = \"300ms\"\nstatement_timeout = \"60s\"\n");
+  site.MakeCustomers(50);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_THAT(
+      Failure("<% var c = Server.CreateObject('ADODB.Connection');"
+              " c.Open('Provider=SQLite;Data Source=demo.db');\n"
+              " c.Execute('SELECT COUNT(*) FROM customer a, customer b, customer c, customer d, customer e,"
+              " customer f, customer g'); %>"),
+      HasSubstr("page1.asp"));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
   EXPECT_EQ(Value("1"), "1");
 }
 

@@ -117,6 +117,20 @@ TEST(SiteConfiguration, attempts_and_files_have_limits_of_their_own) {
             "site.toml, line 2: attempts must lie between 1 and 1000000");
 }
 
+TEST(SiteConfiguration, reads_the_limits_of_databases) {
+  const SiteConfiguration site =
+      Parse("[database]\nmax_value = 1\nmax_result = 2\nmax_memory = 3\nmax_temporary = 4\n");
+  EXPECT_EQ(site.database.maxValue, 1U);
+  EXPECT_EQ(site.database.maxResult, 2U);
+  EXPECT_EQ(site.database.maxMemory, 3U);
+  EXPECT_EQ(site.database.maxTemporary, 4U);
+  EXPECT_EQ(Parse("").database.maxValue, std::size_t{8} << 20);
+  EXPECT_EQ(Parse("").database.maxMemory, std::size_t{64} << 20);
+  EXPECT_EQ(Parse("").server.statementTimeout, std::chrono::seconds(5));
+  EXPECT_EQ(FailureOf("[database]\nmax_value = 0\n"),
+            "site.toml, line 2: max_value must lie between 1 and 1099511627776");
+}
+
 TEST(SiteConfiguration, says_which_line_is_wrong) {
   EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
             "site.toml, line 2: root must be exactly one segment such as \"/shop\"");

@@ -3,6 +3,8 @@
 namespace hostlinux {
 namespace {
 
+// Characters compared between two looks at the clock; a class may be as long as the pattern.
+constexpr size_t kStepsBetweenLooks = 1 << 16;
 constexpr size_t kNone = std::u16string_view::npos;
 
 char16_t Fold(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
@@ -73,12 +75,19 @@ std::u16string PatternWithoutEscape(std::u16string_view pattern, char16_t escape
 
 // Greedy with one way back: only the last % has to be tried again, as an earlier one that gives up more
 // can't make the rest match better.
-bool MatchesPattern(std::u16string_view text, std::u16string_view pattern) {
+std::optional<bool> MatchesPatternInTime(std::u16string_view text, std::u16string_view pattern,
+                                         const std::function<bool()>& hasTime) {
+  size_t steps = 0;
   size_t t = 0;
   size_t p = 0;
   size_t retryPattern = kNone;
   size_t retryText = 0;
   while (t < text.size()) {
+    steps += p < pattern.size() && pattern[p] == u'[' ? pattern.size() - p : 1;
+    if (steps >= kStepsBetweenLooks) {
+      if (!hasTime()) return std::nullopt;
+      steps = 0;
+    }
     if (p < pattern.size() && pattern[p] == u'%') {
       retryPattern = ++p;
       retryText = t;
@@ -96,6 +105,10 @@ bool MatchesPattern(std::u16string_view text, std::u16string_view pattern) {
   }
   while (p < pattern.size() && pattern[p] == u'%') ++p;
   return p == pattern.size();
+}
+
+bool MatchesPattern(std::u16string_view text, std::u16string_view pattern) {
+  return *MatchesPatternInTime(text, pattern, [] { return true; });
 }
 
 }  // namespace hostlinux

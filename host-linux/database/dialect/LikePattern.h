@@ -1,6 +1,7 @@
 // LIKE patterns of servers that know bracket classes: % any run, _ one character, [abc], [a-c], [^a-c].
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,5 +23,9 @@ std::u16string PatternWithoutEscape(std::u16string_view pattern, char16_t escape
 // True if `text` matches `pattern`. ASCII letters match in either case, as the engine's own LIKE does. An
 // unclosed class matches nothing. Takes time in proportion to the product of both lengths at most.
 bool MatchesPattern(std::u16string_view text, std::u16string_view pattern);
+
+// The same; nothing where `hasTime`, which is asked every now and then, says no.
+std::optional<bool> MatchesPatternInTime(std::u16string_view text, std::u16string_view pattern,
+                                         const std::function<bool()>& hasTime);
 
 }  // namespace hostlinux

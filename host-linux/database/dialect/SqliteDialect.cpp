@@ -56,18 +56,23 @@ void Drop(Tokens& tokens, size_t begin, size_t end) {
 
 // --- LIKE
 
+bool IsLongPattern(const std::u16string& pattern) {
+  return varnel::ToUtf8(pattern).size() > kLongestLikePattern;
+}
+
 void RewriteLike(Tokens& tokens, size_t like) {
   SqlToken& pattern = tokens[like + 1];
   const SqlToken* next = &tokens[like + 2];
   std::u16string value = TextValue(pattern);
-  if (!HasPatternClass(value) || next->kind == SqlTokenKind::Operator) return;
+  if ((!HasPatternClass(value) && !IsLongPattern(value)) || next->kind == SqlTokenKind::Operator) return;
   if (IsWord(*next, u"ESCAPE") && tokens[like + 3].kind == SqlTokenKind::Text) {
     const std::u16string escape = TextValue(tokens[like + 3]);
     if (escape.size() != 1) return;
     value = PatternWithoutEscape(value, escape[0]);
     Drop(tokens, like + 2, like + 4);
   }
-  const std::optional<std::u16string> escaped = PatternWithEscapes(value);
+  std::optional<std::u16string> escaped = PatternWithEscapes(value);
+  if (escaped && IsLongPattern(*escaped)) escaped = std::nullopt;
   pattern.text = TextLiteral(escaped.value_or(value));
   if (escaped)
     pattern.text += u" ESCAPE '\\'";

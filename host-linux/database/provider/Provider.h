@@ -5,6 +5,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -75,8 +76,9 @@ class IRowReader {
   virtual ~IRowReader() = default;
   virtual bool HasMore() const = 0;
   // The next batch: one row at least. Only while there are more; a failure is raised where its row would be,
-  // and again each time.
-  virtual RowStore Read() = 0;
+  // and again each time. `held`: bytes of the result's rows that the caller keeps beside the batch, which
+  // count for the limit of results.
+  virtual RowStore Read(std::size_t held) = 0;
   // The number of all rows, with those that were read before, without reading them; none where the engine
   // can't tell it so.
   virtual std::optional<RowCount> Count() = 0;
@@ -90,6 +92,17 @@ struct StatementResult {
   varnel::String sent;               // the text as the engine got it, where it was asked for
 };
 
+// Bytes. What goes beyond fails with kFail, and nothing else does.
+struct EngineLimits {
+  std::size_t maxValue = 8 << 20;        // one value, and one row as it is stored
+  std::size_t maxResult = 64 << 20;      // the rows of a result that are held at once
+  std::size_t maxMemory = 64 << 20;      // what the engine holds for the connections of a thread
+  std::size_t maxTemporary = 256 << 20;  // what it writes to temporary files for them
+};
+
+// What is left of the time of whoever runs on the calling thread; none where there is no limit.
+using TimeLeft = std::function<std::optional<std::chrono::milliseconds>()>;
+
 struct StatementLimits {
   varnel::Long maxRecords = 0;           // 0: all of them
   std::size_t batchRows = 0;             // of a query, read at once; 0: all of them
@@ -101,6 +114,8 @@ struct OpenOptions {
   std::filesystem::path folder;          // where relative file names begin
   bool readOnly = false;                 // may also come from the connection string
   std::chrono::milliseconds timeout{0};  // for opening; 0: none
+  EngineLimits limits;
+  TimeLeft timeLeft;  // bounds every call of the session, with its waits for locks; may be empty
 };
 
 // One connection to an engine. Used by one thread at a time. Everything raises ProviderFailure.

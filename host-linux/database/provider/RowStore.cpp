@@ -23,6 +23,14 @@ void RowStore::AddBytes(Kind kind, std::string_view bytes) {
   m_bytes += bytes;
 }
 
+void RowStore::DropUnfinishedRow() {
+  while (m_columns != 0 && m_cells.size() % m_columns != 0) {
+    const Cell& cell = m_cells.back();
+    if (cell.kind == Kind::Text || cell.kind == Kind::Blob) m_bytes.resize(cell.value);
+    m_cells.pop_back();
+  }
+}
+
 void RowStore::Append(const RowStore& more) {
   const std::size_t shift = m_bytes.size();
   for (Cell cell : more.m_cells) {

@@ -26,6 +26,9 @@ class RowStore {
   void AddText(std::string_view utf8) { AddBytes(Kind::Text, utf8); }
   void AddBlob(std::string_view bytes) { AddBytes(Kind::Blob, bytes); }
 
+  // The cells of a row that isn't whole go.
+  void DropUnfinishedRow();
+
   // The rows of `more`, which has as many columns, behind these.
   void Append(const RowStore& more);
 
@@ -33,6 +36,8 @@ class RowStore {
   std::size_t Rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
   // Of all texts and blobs together.
   std::size_t Bytes() const { return m_bytes.size(); }
+  // Bytes of everything.
+  std::size_t Size() const { return m_bytes.size() + m_cells.size() * sizeof(Cell); }
   // Both from 0 and inside the store.
   varnel::Variant Value(std::size_t column, std::size_t row) const;
 

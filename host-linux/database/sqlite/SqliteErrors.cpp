@@ -12,6 +12,7 @@ struct Mapped {
 Mapped MapTextFault(std::string_view message) {
   if (message.starts_with("no such table")) return {provider_error::kNoTable, u"42S02"};
   if (message.starts_with("no such column")) return {provider_error::kSyntax, u"42S22"};
+  if (message.starts_with("not authorized to use function")) return {provider_error::kPermission, u"42000"};
   if (message.find("already exists") != std::string_view::npos) return {provider_error::kSyntax, u"42S01"};
   return {provider_error::kSyntax, u"42000"};
 }
@@ -32,6 +33,7 @@ Mapped Map(int code, std::string_view message) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
     case SQLITE_INTERRUPT:
+    case SQLITE_PROTOCOL:  // the index of the write-ahead log stayed locked
       return {provider_error::kTimeout, u"HYT00"};
     default:
       return {provider_error::kFail, u"HY000"};
@@ -54,6 +56,10 @@ void RaiseSqlite(sqlite3* database) {
 void RaiseSqlite(varnel::Long number, varnel::StringView description, varnel::StringView sqlState) {
   throw ProviderFailure(
       {number, varnel::String(kSource), varnel::String(description), 0, varnel::String(sqlState)});
+}
+
+void RaiseTooLarge() {
+  RaiseSqlite(provider_error::kFail, u"The result is larger than a result may be.", u"HY000");
 }
 
 }  // namespace hostlinux

@@ -14,4 +14,7 @@ namespace hostlinux {
 [[noreturn]] void RaiseSqlite(varnel::Long number, varnel::StringView description,
                               varnel::StringView sqlState);
 
+// Raises the error of a result beyond the limit of results.
+[[noreturn]] void RaiseTooLarge();
+
 }  // namespace hostlinux

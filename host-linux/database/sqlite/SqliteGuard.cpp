@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "host-linux/database/sqlite/SqliteFunctions.h"
+
 namespace hostlinux {
 namespace {
 
@@ -15,31 +17,6 @@ std::string Lower(std::string_view name) {
 }
 
 std::string Lower(const char* name) { return Lower(std::string_view(name == nullptr ? "" : name)); }
-
-// Functions of one row's values, aggregates and window functions. Not among them: those that load code, or
-// look at the connection or the schema, and blobs made out of nothing.
-const std::unordered_set<std::string>& HarmlessFunctions() {
-  static const std::unordered_set<std::string> names = {
-      "abs",         "acos",       "acosh",        "asin",         "asinh",
-      "atan",        "atan2",      "atanh",        "avg",          "ceil",
-      "ceiling",     "char",       "coalesce",     "cos",          "cosh",
-      "count",       "cume_dist",  "current_date", "current_time", "current_timestamp",
-      "date",        "datetime",   "degrees",      "dense_rank",   "exp",
-      "first_value", "floor",      "format",       "glob",         "group_concat",
-      "hex",         "ifnull",     "iif",          "instr",        "julianday",
-      "lag",         "last_value", "lead",         "length",       "like",
-      "likelihood",  "likely",     "ln",           "log",          "log10",
-      "log2",        "lower",      "ltrim",        "max",          "min",
-      "mod",         "nth_value",  "ntile",        "nullif",       "percent_rank",
-      "pi",          "pow",        "power",        "printf",       "quote",
-      "radians",     "random",     "rank",         "regexp",       "replace",
-      "round",       "row_number", "rtrim",        "sign",         "sin",
-      "sinh",        "soundex",    "sqrt",         "strftime",     "substr",
-      "substring",   "sum",        "tan",          "tanh",         "time",
-      "total",       "trim",       "trunc",        "typeof",       "unicode",
-      "unixepoch",   "unlikely",   "upper"};
-  return names;
-}
 
 bool ChangesSchema(int action) {
   switch (action) {
@@ -78,8 +55,11 @@ bool LastsWithConnection(int action) {
 
 }  // namespace
 
-SqliteGuard::SqliteGuard(const std::vector<std::string>& tables, bool readOnly) : m_readOnly(readOnly) {
+SqliteGuard::SqliteGuard(const std::vector<std::string>& tables, const std::vector<std::string>& functions,
+                         bool readOnly)
+    : m_readOnly(readOnly) {
   for (const std::string& table : tables) m_listed.insert(Lower(table));
+  for (const std::string& function : functions) m_functions.insert(Lower(function));
 }
 
 void SqliteGuard::Watch(sqlite3* database) { sqlite3_set_authorizer(database, &SqliteGuard::Decide, this); }
@@ -97,16 +77,6 @@ void SqliteGuard::LearnViews(sqlite3* database) {
   }
   m_learning = false;
   for (const std::string& name : m_listed) m_below.erase(name);
-}
-
-void SqliteGuard::BeginPreparing(bool namesQueries) {
-  m_namesQueries = namesQueries;
-  m_running = false;
-}
-
-void SqliteGuard::BeginRunning(bool namesQueries) {
-  m_namesQueries = namesQueries;
-  m_running = true;
 }
 
 int SqliteGuard::Decide(void* self, int action, const char* first, const char* second, const char* schema,
@@ -134,14 +104,16 @@ void SqliteGuard::Note(int action, std::string_view schema) {
 }
 
 bool SqliteGuard::Allows(int action, const char* first, const char* second, const char* context) {
-  // VACUUM INTO attaches the file that it writes while it runs.
-  if (m_readOnly && m_running && action == SQLITE_ATTACH) return false;
+  if (action == SQLITE_FUNCTION && !AllowsFunction(Lower(second))) return false;
+  if (m_readOnly && (action == SQLITE_ATTACH || action == SQLITE_CREATE_VTABLE)) return false;
+  if (m_readOnly && action == SQLITE_READ && Lower(first).starts_with("pragma_")) return false;
   if (!HasList()) return true;
   switch (action) {
     case SQLITE_SELECT:
     case SQLITE_RECURSIVE:
     case SQLITE_TRANSACTION:
     case SQLITE_SAVEPOINT:
+    case SQLITE_FUNCTION:
       return true;
     case SQLITE_READ:
       return AllowsRead(Lower(first), second == nullptr ? "" : second, context);
@@ -149,11 +121,15 @@ bool SqliteGuard::Allows(int action, const char* first, const char* second, cons
     case SQLITE_UPDATE:
     case SQLITE_DELETE:
       return m_listed.contains(Lower(first));
-    case SQLITE_FUNCTION:
-      return HarmlessFunctions().contains(Lower(second));
     default:
       return false;
   }
+}
+
+bool SqliteGuard::AllowsFunction(const std::string& name) const {
+  if (name == "load_extension" || name == "fts3_tokenizer") return false;
+  if (!m_readOnly && !HasList()) return true;
+  return IsCalculating(name) || m_functions.contains(name);
 }
 
 // SQLite names the innermost view that a read stands in. It asks without a column where rows are counted

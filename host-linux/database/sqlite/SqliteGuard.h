@@ -11,16 +11,20 @@
 
 namespace hostlinux {
 
-// Without a list of tables everything is let through, and only noted. With a list:
+// Nobody loads code, or names a function as the address of a tokenizer. Where it is only read:
+// - only functions that calculate (IsCalculating) and those that were named besides may be called;
+// - nothing is attached, and VACUUM INTO, which attaches what it writes, writes nothing;
+// - virtual tables are not made, and PRAGMA has no tables.
+// Without a list of tables all else is let through, and only noted. With a list, wherever it is:
 // - listed tables and views are read and written; a listed view may read what lies below it, which nobody
 //   reads directly then, and views below it count like it;
-// - functions that only make a value of their arguments may be called;
+// - functions are those of a connection that only reads;
 // - the catalogue tables, PRAGMA, ATTACH, and everything that makes, drops or changes tables are refused.
 class SqliteGuard {
  public:
-  // `tables`: names in any case of letters; none is no list. `readOnly`: nothing may be written by way of
-  // another file.
-  SqliteGuard(const std::vector<std::string>& tables, bool readOnly);
+  // Names in any case of letters. No `tables` is no list; `functions` are let through besides.
+  SqliteGuard(const std::vector<std::string>& tables, const std::vector<std::string>& functions,
+              bool readOnly);
   SqliteGuard(const SqliteGuard&) = delete;
   SqliteGuard& operator=(const SqliteGuard&) = delete;
 
@@ -32,8 +36,7 @@ class SqliteGuard {
 
   // Before a statement of the user's is prepared, and before it is run. `namesQueries`: it has a WITH clause,
   // whose names could be those of views; a view then doesn't vouch for the tables below it.
-  void BeginPreparing(bool namesQueries);
-  void BeginRunning(bool namesQueries);
+  void BeginStatement(bool namesQueries) { m_namesQueries = namesQueries; }
   // True if a statement since the last call was one that changes the schema.
   bool TakeSchemaChange() { return std::exchange(m_changedSchema, false); }
   // True once a statement could leave behind what the next user of the connection would see.
@@ -46,15 +49,16 @@ class SqliteGuard {
                     const char* context);
   void Note(int action, std::string_view schema);
   bool Allows(int action, const char* first, const char* second, const char* context);
+  bool AllowsFunction(const std::string& name) const;
   bool AllowsRead(const std::string& table, std::string_view column, const char* context) const;
   void Learn(int action, const char* table, const char* context);
 
   std::unordered_set<std::string> m_listed;  // lower case
-  std::unordered_set<std::string> m_below;   // tables and views below the listed views; lower case
+  std::unordered_set<std::string> m_functions;
+  std::unordered_set<std::string> m_below;  // tables and views below the listed views; lower case
   bool m_readOnly;
   bool m_learning = false;
   bool m_suspended = false;
-  bool m_running = false;
   bool m_namesQueries = false;
   bool m_changedSchema = false;
   bool m_leavesTraces = false;

@@ -4,6 +4,7 @@
 
 #include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteSession.h"
+#include "host-linux/database/sqlite/SqliteUse.h"
 
 namespace hostlinux {
 namespace {
@@ -21,28 +22,23 @@ PageReads ReadsOf(const varnel::String& text) {
   return varnel::EqualsNoCase(text, u"AsWritten") ? PageReads::AsWritten : PageReads::InArms;
 }
 
-std::vector<std::string> TablesOf(const varnel::String& text) {
-  std::vector<std::string> tables;
+// Names with commas between.
+std::vector<std::string> NamesOf(const varnel::String& text) {
+  std::vector<std::string> names;
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find(u',', begin), text.size());
     const varnel::String name = varnel::Trim(text.substr(begin, end - begin));
-    if (!name.empty()) tables.push_back(varnel::ToUtf8(name));
+    if (!name.empty()) names.push_back(varnel::ToUtf8(name));
     begin = end + 1;
   }
-  return tables;
-}
-
-// The engine's count of its memory costs a lock of the whole process at each allocation, and nobody reads it.
-// Can only be set before the first use of the engine; where somebody else was first, it stays.
-void SwitchOffStatistics() {
-  [[maybe_unused]] static const int result = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  return names;
 }
 
 }  // namespace
 
 std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connection,
                                                const OpenOptions& options) {
-  SwitchOffStatistics();
+  PrepareSqlite();
   const varnel::String source = connection.Get(u"Data Source");
   if (source.empty()) {
     RaiseSqlite(provider_error::kFail, u"The connection string names no Data Source.", u"08001");
@@ -50,9 +46,9 @@ std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connectio
   const std::filesystem::path file(varnel::ToUtf8(source));
   return std::make_unique<SqliteSession>(
       source == u":memory:" ? file : options.folder / file,
-      SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), TablesOf(connection.Get(u"Tables")),
-                   ReadsOf(connection.Get(u"PageReads"))},
-      options.timeout);
+      SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), NamesOf(connection.Get(u"Tables")),
+                   NamesOf(connection.Get(u"Functions")), ReadsOf(connection.Get(u"PageReads"))},
+      options);
 }
 
 }  // namespace hostlinux

@@ -1,7 +1,9 @@
 #include "host-linux/database/sqlite/SqliteReader.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteSession.h"
 
 namespace hostlinux {
@@ -12,6 +14,7 @@ SqliteReader::SqliteReader(SqliteSession& session, std::shared_ptr<SqliteStateme
       m_statement(std::move(statement)),
       m_values(std::move(values)),
       m_limits(limits),
+      m_most(session.MostResultBytes()),
       m_ahead(m_statement->Columns()) {
   session.AddReader(*this);
 }
@@ -24,16 +27,18 @@ bool SqliteReader::HasMore() const {
   return m_session != nullptr || m_ahead.Rows() > 0 || m_failure != nullptr;
 }
 
-RowStore SqliteReader::Read() {
-  if (m_session != nullptr) ReadOn(m_ahead);
+RowStore SqliteReader::Read(std::size_t held) {
+  const std::size_t most = m_most - std::min(m_most, held);
+  if (m_session != nullptr) ReadOn(most, m_limits.timeout);
   if (m_ahead.Rows() == 0) std::rethrow_exception(m_failure);
+  if (m_ahead.Size() > most) RaiseTooLarge();
   return std::exchange(m_ahead, RowStore(m_ahead.Columns()));
 }
 
 // The rows before a failure are the script's; it meets the failure where the next row would be.
-void SqliteReader::ReadOn(RowStore& rows) {
+void SqliteReader::ReadOn(std::size_t most, std::chrono::milliseconds timeout) {
   try {
-    m_session->ReadOn(*m_statement, rows, m_limits);
+    m_session->ReadOn(*m_statement, m_ahead, m_limits.batchRows, most, timeout);
   } catch (...) {
     m_failure = std::current_exception();
   }
@@ -45,8 +50,16 @@ std::optional<RowCount> SqliteReader::Count() {
   return m_session->CountRows(*m_statement, m_values, m_limits);
 }
 
-void SqliteReader::ReadAhead() noexcept {
-  while (m_session != nullptr) ReadOn(m_ahead);
+void SqliteReader::ReadAhead(SqliteTimeLimit::Clock::time_point begin) noexcept {
+  using std::chrono::milliseconds;
+  while (m_session != nullptr) {
+    milliseconds left = m_limits.timeout;
+    if (left.count() > 0) {
+      left -= std::chrono::duration_cast<milliseconds>(SqliteTimeLimit::Clock::now() - begin);
+      left = std::max(left, milliseconds(1));  // enough to fail
+    }
+    ReadOn(m_most, left);
+  }
 }
 
 void SqliteReader::LetGo() {

@@ -1,13 +1,18 @@
 #include "host-linux/database/sqlite/SqliteSession.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteFunctions.h"
+#include "host-linux/database/sqlite/SqliteUse.h"
 #include "varnel/automation/Convert.h"
 
 namespace hostlinux {
@@ -18,9 +23,17 @@ using varnel::String;
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
 constexpr std::size_t kDetail = 3;  // the column of a plan's line that tells what is done
-// Bytes of a value or a row. A function such as randomblob makes that much in one step, which nothing
-// interrupts.
-constexpr int kMaxValueLength = 64 << 20;
+// What a text may ask of the engine before it runs; the values go beside it, as parameters.
+constexpr std::array<std::pair<int, int>, 5> kEngineLimits = {{
+    {SQLITE_LIMIT_SQL_LENGTH, 8 << 20},  // bytes
+    {SQLITE_LIMIT_EXPR_DEPTH, 1000},
+    {SQLITE_LIMIT_COMPOUND_SELECT, 500},
+    {SQLITE_LIMIT_VDBE_OP, 1 << 20},
+    {SQLITE_LIMIT_LIKE_PATTERN_LENGTH, static_cast<int>(kLongestLikePattern)},
+}};
+// The virtual tables of a connection that only reads. What shows the engine's inside isn't among them.
+constexpr std::array<const char*, 9> kModulesOfReaders = {
+    "fts3", "fts4", "fts5", "rtree", "rtree_i32", "geopoly", "json_each", "json_tree", nullptr};
 
 // `path` as it stands in a "file:" address.
 std::string AddressOf(const std::filesystem::path& path) {
@@ -64,10 +77,22 @@ bool HasWithClause(std::u16string_view sql) {
 
 }  // namespace
 
+bool MayBeTakenForUnchanging(const std::filesystem::path& file) {
+  const auto isThere = [&](const char* suffix) {
+    struct stat facts {};
+    return stat((file.string() + suffix).c_str(), &facts) == 0;
+  };
+  const std::string folder = file.has_parent_path() ? file.parent_path().string() : ".";
+  return !isThere("-wal") && !isThere("-shm") && faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0;
+}
+
 SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
-                             std::chrono::milliseconds timeout)
+                             const OpenOptions& options)
     : m_file(file),
-      m_guard(access.tables, access.mode == SqliteMode::Read),
+      m_limits(options.limits),
+      m_timeout(options.timeout),
+      m_timeLimit(options.timeLeft),
+      m_guard(access.tables, access.functions, access.mode == SqliteMode::Read),
       m_statements(kMaxStatements),
       m_dialect(*this, access.reads) {
   const bool inMemory = file == ":memory:";
@@ -77,7 +102,7 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
   }
   // Before it is opened: a file that takes its place meanwhile is noticed then.
   m_state = StateOf(file);
-  m_timeLimit.Start(timeout);
+  m_timeLimit.Start(m_timeout);
   if (access.mode == SqliteMode::Read) {
     OpenForReading();
   } else {
@@ -86,16 +111,17 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
     Execute("PRAGMA journal_mode = WAL");
     Execute("PRAGMA synchronous = NORMAL");
   }
-  m_timeLimit.Stop();
   if (m_state.node == 0) m_state = StateOf(file);
+  Harden(access.mode == SqliteMode::Read);
   m_guard.Watch(m_database.get());
   m_guard.LearnViews(m_database.get());
+  m_timeLimit.Stop();
 }
 
 void SqliteSession::OpenFile(const std::string& name, int flags) {
   sqlite3* database = nullptr;
-  const int result =
-      sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  const int result = sqlite3_open_v2(name.c_str(), &database,
+                                     flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, SqliteFileSystem());
   m_database.reset(database);
   if (result != SQLITE_OK) {
     RaiseSqlite(provider_error::kFail,
@@ -103,18 +129,35 @@ void SqliteSession::OpenFile(const std::string& name, int flags) {
                     varnel::FromUtf8(sqlite3_errmsg(database)) + u".",
                 u"08001");
   }
-  sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kMaxValueLength);
+  const std::size_t mostOfEngine = 1'000'000'000;
+  sqlite3_limit(database, SQLITE_LIMIT_LENGTH, static_cast<int>(std::min(m_limits.maxValue, mostOfEngine)));
+  for (const auto& [limit, value] : kEngineLimits) sqlite3_limit(database, limit, value);
   m_timeLimit.Watch(database);
-  RegisterSqliteFunctions(database);
+  RegisterSqliteFunctions(database, m_timeLimit);
+}
+
+// After the settings of our own, which a defensive engine may refuse.
+void SqliteSession::Harden(bool readsOnly) {
+  sqlite3* database = m_database.get();
+  sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_FTS3_TOKENIZER, 0, nullptr);
+  sqlite3_db_config(database, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
+  if (!readsOnly) return;
+  sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
+  auto modules = kModulesOfReaders;
+  sqlite3_drop_modules(database, modules.data());
 }
 
 void SqliteSession::OpenForReading() {
   const bool inMemory = m_file == ":memory:";
   OpenFile(m_file.string(), inMemory ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY);
-  // A write-ahead log in a folder that can't be written to stops even a reader, unless it is told that nobody
-  // writes.
-  if (sqlite3_exec(m_database.get(), "SELECT 1 FROM sqlite_schema", nullptr, nullptr, nullptr) ==
-      SQLITE_CANTOPEN) {
+  // The index of a write-ahead log can't be made in a folder that can't be written to, unless the engine is
+  // told that nobody writes.
+  const int result = sqlite3_exec(m_database.get(), "SELECT 1 FROM sqlite_schema", nullptr, nullptr, nullptr);
+  const bool needsFiles = (result & 0xFF) == SQLITE_CANTOPEN || (result & 0xFF) == SQLITE_READONLY;
+  if (needsFiles && MayBeTakenForUnchanging(m_file)) {
+    m_isUnchanging = true;
     OpenFile(AddressOf(m_file) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
   }
   Execute("SELECT 1 FROM sqlite_schema");
@@ -131,6 +174,7 @@ auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
     SqliteTimeLimit& limit;
     ~Stopper() { limit.Stop(); }
   } const stopper{m_timeLimit};
+  const SqliteAllowance allowance(m_limits);
   m_timeLimit.Start(timeout);
   try {
     return action();
@@ -141,9 +185,12 @@ auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
 }
 
 StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
-  StatementResult result = Within(limits.timeout, [&] { return RunTranslated(sql, limits); });
-  if (m_guard.TakeSchemaChange()) ForgetSchema();
-  return result;
+  m_timeout = limits.timeout;
+  return Within(m_timeout, [&] {
+    StatementResult result = RunTranslated(sql, limits);
+    if (m_guard.TakeSchemaChange()) ForgetSchema();
+    return result;
+  });
 }
 
 StatementResult SqliteSession::RunTranslated(const String& sql, const StatementLimits& limits) {
@@ -161,8 +208,8 @@ StatementResult SqliteSession::RunTranslated(const String& sql, const StatementL
     m_timeLimit.Start(limits.timeout);
   }
   const int timesBefore = cached.statement->TimesPreparedAgain();
-  m_guard.BeginRunning(cached.namesQueries);
-  StatementResult result = cached.statement->Run(translated.values, limits);
+  m_guard.BeginStatement(cached.namesQueries);
+  StatementResult result = cached.statement->Run(translated.values, limits, m_limits.maxResult);
   if (cached.statement->IsRunning()) {
     result.rest =
         std::make_unique<SqliteReader>(*this, cached.statement, std::move(translated.values), limits);
@@ -180,7 +227,7 @@ SqliteSession::Cached SqliteSession::Prepared(const std::string& sql) {
   if (found != nullptr && !found->statement->IsRunning()) return *found;
   Cached cached;
   cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
-  m_guard.BeginPreparing(cached.namesQueries);
+  m_guard.BeginStatement(cached.namesQueries);
   cached.statement = std::make_shared<SqliteStatement>(m_database.get(), sql);
   if (found == nullptr) m_statements.Add(sql, cached);
   return cached;
@@ -194,8 +241,9 @@ std::optional<SqliteSession::Cached> SqliteSession::PreparedIfPossible(const std
   }
 }
 
-void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, const StatementLimits& limits) {
-  Within(limits.timeout, [&] { statement.ReadBatch(rows, limits.batchRows); });
+void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, std::size_t batchRows,
+                           std::size_t most, std::chrono::milliseconds timeout) {
+  Within(timeout, [&] { statement.ReadBatch(rows, batchRows, most); });
 }
 
 std::optional<RowCount> SqliteSession::CountRows(const SqliteStatement& statement,
@@ -206,15 +254,16 @@ std::optional<RowCount> SqliteSession::CountRows(const SqliteStatement& statemen
   return Within(limits.timeout, [&]() -> std::optional<RowCount> {
     const std::optional<Cached> cached = PreparedIfPossible(*sql);
     if (!cached) return std::nullopt;
-    m_guard.BeginRunning(cached->namesQueries);
+    m_guard.BeginStatement(cached->namesQueries);
     const StatementLimits all{0, 0, limits.timeout, limits.wantsSent};
-    const StatementResult result = cached->statement->Run(values, all);
+    const StatementResult result = cached->statement->Run(values, all, m_limits.maxResult);
     return RowCount{varnel::ToLong(result.rows.Value(0, 0)), result.sent};
   });
 }
 
 void SqliteSession::FinishReaders() {
-  while (!m_readers.empty()) m_readers.back()->ReadAhead();
+  const auto begin = SqliteTimeLimit::Clock::now();
+  while (!m_readers.empty()) m_readers.back()->ReadAhead(begin);
 }
 
 std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16string& select) {
@@ -242,7 +291,7 @@ bool SqliteSession::SortsInPart(const std::u16string& select) {
   bool sorts = false;
   try {
     SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + varnel::ToUtf8(select));
-    const RowStore rows = plan.Run({}, {}).rows;
+    const RowStore rows = plan.Run({}, {}, m_limits.maxResult).rows;
     for (std::size_t i = 0; i < rows.Rows(); ++i) sorts = sorts || IsSortInPart(rows.Value(kDetail, i));
   } catch (const ProviderFailure&) {
     return false;  // the statement itself will say why
@@ -254,7 +303,7 @@ bool SqliteSession::HasPartialIndex() {
   const SuspendedGuard suspended(m_guard);
   SqliteStatement query(m_database.get(),
                         "SELECT 1 FROM sqlite_schema WHERE type = 'index' AND sql LIKE '%WHERE%' LIMIT 1");
-  return query.Run({}, {}).rows.Rows() > 0;
+  return query.Run({}, {}, m_limits.maxResult).rows.Rows() > 0;
 }
 
 // What was learned of the schema holds for a text that is worked out now only if nobody has changed it since.
@@ -266,7 +315,7 @@ bool SqliteSession::SchemaHasChanged() {
     if (m_probe == nullptr) {
       m_probe = std::make_unique<SqliteStatement>(m_database.get(), "SELECT 1 FROM sqlite_schema LIMIT 1");
     }
-    m_probe->Run({}, {});
+    m_probe->Run({}, {}, m_limits.maxResult);
     if (m_probe->TimesPreparedAgain() == 0) return false;
     m_probe = nullptr;
   }
@@ -301,12 +350,12 @@ void SqliteSession::NoteFailure(const varnel::host::ProviderError& error) {
 
 void SqliteSession::Begin() {
   FinishReaders();
-  Execute("BEGIN");
+  Within(m_timeout, [&] { Execute("BEGIN"); });
 }
 
 void SqliteSession::Commit() {
   FinishReaders();
-  Execute("COMMIT");
+  Within(m_timeout, [&] { Execute("COMMIT"); });
 }
 
 void SqliteSession::Rollback() {
@@ -320,21 +369,24 @@ bool SqliteSession::Recycle() {
       sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) {
     return false;
   }
-  return !m_broken && !m_guard.LeavesTraces() && m_file != ":memory:";
+  const bool isHeavy = SqliteUse::OfThread().Memory() > static_cast<std::int64_t>(m_limits.maxMemory / 2);
+  return !m_broken && !isHeavy && !m_guard.LeavesTraces() && m_file != ":memory:";
 }
 
 bool SqliteSession::IsCurrent() {
   const FileState now = StateOf(m_file);
   const bool same = now.device == m_state.device && now.node == m_state.node && now.size >= m_state.size;
+  if (m_isUnchanging && (now.size != m_state.size || now.changed != m_state.changed)) return false;
   m_state.size = now.size;
-  return same;
+  return same && (!m_isUnchanging || MayBeTakenForUnchanging(m_file));
 }
 
 SqliteSession::FileState SqliteSession::StateOf(const std::filesystem::path& file) {
   struct stat facts {};
   if (stat(file.c_str(), &facts) != 0) return {};
   return {static_cast<std::uint64_t>(facts.st_dev), static_cast<std::uint64_t>(facts.st_ino),
-          static_cast<std::uint64_t>(facts.st_size)};
+          static_cast<std::uint64_t>(facts.st_size),
+          std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec};
 }
 
 }  // namespace hostlinux

@@ -20,17 +20,21 @@ enum class SqliteMode { Read, ReadWrite, Create };
 
 struct SqliteAccess {
   SqliteMode mode = SqliteMode::Create;
-  std::vector<std::string> tables;  // all that may be touched; none: everything
+  std::vector<std::string> tables;     // all that may be touched; none: everything
+  std::vector<std::string> functions;  // that may be called besides those that calculate
   PageReads reads = PageReads::InArms;
 };
+
+// True where a database can be read as if nobody wrote to it, though its journal is a write-ahead log:
+// neither the log nor its index is there, and the folder doesn't let this process make them.
+bool MayBeTakenForUnchanging(const std::filesystem::path& file);
 
 class SqliteSession : public ISession, private IColumnFacts {
  public:
   // Opens the file; only Create makes one that isn't there. Where it writes, the journal is a write-ahead
-  // log. A locked database is waited for, within `timeout` (0: none) and 5 seconds. Raises 0x80004005 with a
-  // text that names the file.
-  SqliteSession(const std::filesystem::path& file, const SqliteAccess& access,
-                std::chrono::milliseconds timeout);
+  // log. A locked database is waited for, within the time of `options` and 5 seconds. Raises 0x80004005 with
+  // a text that names the file.
+  SqliteSession(const std::filesystem::path& file, const SqliteAccess& access, const OpenOptions& options);
   ~SqliteSession() override { FinishReaders(); }
 
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
@@ -38,14 +42,18 @@ class SqliteSession : public ISession, private IColumnFacts {
   void Begin() override;
   void Commit() override;
   void Rollback() override;
-  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), and after errors
-  // of the file.
+  // False after statements that leave something behind (PRAGMA, ATTACH, temporary tables), after errors of
+  // the file, and where the engine already holds much memory on this thread.
   bool Recycle() override;
-  // False where another file has taken the place of the opened one, or it was cut.
+  // False where another file has taken the place of the opened one, or it was cut. One that was opened as if
+  // it never changed must not have changed.
   bool IsCurrent() override;
 
-  // For SqliteReader: the next batch of a running statement, within the limits.
-  void ReadOn(SqliteStatement& statement, RowStore& rows, const StatementLimits& limits);
+  // For SqliteReader: the next batch of a running statement, within `timeout` (0: none). All of `rows`
+  // together have `most` bytes.
+  void ReadOn(SqliteStatement& statement, RowStore& rows, std::size_t batchRows, std::size_t most,
+              std::chrono::milliseconds timeout);
+  std::size_t MostResultBytes() const { return m_limits.maxResult; }
   // The number of rows that `statement` gives with these values; none where its text can't be counted.
   std::optional<RowCount> CountRows(const SqliteStatement& statement, const std::vector<BoundValue>& values,
                                     const StatementLimits& limits);
@@ -64,6 +72,7 @@ class SqliteSession : public ISession, private IColumnFacts {
     std::uint64_t device = 0;
     std::uint64_t node = 0;
     std::uint64_t size = 0;
+    std::int64_t changed = 0;  // nanoseconds
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
@@ -72,13 +81,14 @@ class SqliteSession : public ISession, private IColumnFacts {
 
   void OpenFile(const std::string& name, int flags);
   void OpenForReading();
+  void Harden(bool readsOnly);
   void Execute(const char* sql);
   // Calls `action` within the time limit, and notes its failure.
   template <typename Action>
   auto Within(std::chrono::milliseconds timeout, Action action);
   Cached Prepared(const std::string& sql);
   std::optional<Cached> PreparedIfPossible(const std::string& sql);
-  // Nothing runs any more then.
+  // Nothing runs any more then. All of it takes no longer than one statement may.
   void FinishReaders();
   StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
   bool SchemaHasChanged();
@@ -87,6 +97,9 @@ class SqliteSession : public ISession, private IColumnFacts {
   static FileState StateOf(const std::filesystem::path& file);
 
   std::filesystem::path m_file;
+  const EngineLimits m_limits;
+  std::chrono::milliseconds m_timeout;  // of the last statement
+  bool m_isUnchanging = false;          // opened as if nobody wrote
   FileState m_state;
   SqliteTimeLimit m_timeLimit;
   SqliteGuard m_guard;

@@ -68,7 +68,8 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
   return facts;
 }
 
-StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits) {
+StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits,
+                                     std::size_t mostBytes) {
   struct Ender {
     SqliteStatement& statement;
     bool keepsRunning = false;
@@ -89,7 +90,8 @@ StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, cons
   result.rows = RowStore(m_kinds.size());
   result.rows.Reserve(m_lastRows, m_lastBytes);
   const bool inBatches = m_isQuery && limits.batchRows != 0;
-  ReadRows(result.rows, inBatches ? limits.batchRows : kUnlimited, inBatches ? kMostBatchBytes : kUnlimited);
+  ReadRows(result.rows, inBatches ? limits.batchRows : kUnlimited, inBatches ? kMostBatchBytes : kUnlimited,
+           mostBytes);
   m_lastRows = std::min(result.rows.Rows(), kMostReservedRows);
   m_lastBytes = std::min(result.rows.Bytes(), kMostReservedBytes);
   if (!m_readsOnly) {
@@ -100,18 +102,19 @@ StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, cons
   return result;
 }
 
-void SqliteStatement::ReadRows(RowStore& rows, std::size_t most, std::size_t mostBytes) {
+void SqliteStatement::ReadRows(RowStore& rows, std::size_t most, std::size_t batchBytes,
+                               std::size_t mostBytes) {
   const std::size_t bytesBefore = rows.Bytes();
-  for (std::size_t count = 0; m_onRow && count < most && rows.Bytes() - bytesBefore < mostBytes; ++count) {
-    AddRow(rows);
+  for (std::size_t count = 0; m_onRow && count < most && rows.Bytes() - bytesBefore < batchBytes; ++count) {
+    AddRow(rows, mostBytes);
     --m_left;
     m_onRow = m_left != 0 && Step();
   }
 }
 
-void SqliteStatement::ReadBatch(RowStore& rows, std::size_t most) {
+void SqliteStatement::ReadBatch(RowStore& rows, std::size_t most, std::size_t mostBytes) {
   try {
-    ReadRows(rows, most, kMostBatchBytes);
+    ReadRows(rows, most, kMostBatchBytes, mostBytes);
   } catch (...) {
     End();
     throw;
@@ -191,8 +194,14 @@ bool SqliteStatement::Step() {
   }
 }
 
-void SqliteStatement::AddRow(RowStore& rows) const {
-  for (std::size_t i = 0; i < m_kinds.size(); ++i) AddCell(rows, static_cast<int>(i), m_kinds[i]);
+// A row may have a thousand columns of the longest value each: each is looked at as it comes.
+void SqliteStatement::AddRow(RowStore& rows, std::size_t mostBytes) const {
+  for (std::size_t i = 0; i < m_kinds.size(); ++i) {
+    AddCell(rows, static_cast<int>(i), m_kinds[i]);
+    if (rows.Size() <= mostBytes) continue;
+    rows.DropUnfinishedRow();
+    RaiseTooLarge();
+  }
 }
 
 void SqliteStatement::AddCell(RowStore& rows, int column, ColumnKind kind) const {

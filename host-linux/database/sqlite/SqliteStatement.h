@@ -18,13 +18,16 @@ class SqliteStatement {
   SqliteStatement(sqlite3* database, const std::string& sql);
 
   // Runs it from its beginning, with its parameters bound to `values`, and reads at most `limits.maxRecords`
-  // rows; somebody else looks at the time. It is reset afterwards, also when it fails. A query that has more
-  // rows than `limits.batchRows` is left running instead: `values` must stay then until it ends.
-  StatementResult Run(const std::vector<BoundValue>& values, const StatementLimits& limits);
+  // rows, of `mostBytes` altogether; somebody else looks at the time. It is reset afterwards, also when it
+  // fails. A query that has more rows than `limits.batchRows` is left running instead: `values` must stay
+  // then until it ends.
+  StatementResult Run(const std::vector<BoundValue>& values, const StatementLimits& limits,
+                      std::size_t mostBytes);
   bool IsRunning() const { return m_onRow; }
-  // Adds at most `most` rows, and not many more than a batch's bytes, to `rows`. After the last row, and when
-  // it fails, it is reset; what was added before a failure stays.
-  void ReadBatch(RowStore& rows, std::size_t most);
+  // Adds at most `most` rows, and not many more than a batch's bytes, to `rows`, which have at most
+  // `mostBytes` together. After the last row, and when it fails, it is reset; what was added before a failure
+  // stays.
+  void ReadBatch(RowStore& rows, std::size_t most, std::size_t mostBytes);
   void End();
 
   // Reads only, gives rows, and may be a part of another query.
@@ -42,8 +45,10 @@ class SqliteStatement {
   };
 
   bool Step();
-  void ReadRows(RowStore& rows, std::size_t most, std::size_t mostBytes);
-  void AddRow(RowStore& rows) const;
+  // Up to `most` rows, and beyond `batchBytes` of texts and blobs by one row. Raises where `rows` would have
+  // more than `mostBytes`.
+  void ReadRows(RowStore& rows, std::size_t most, std::size_t batchBytes, std::size_t mostBytes);
+  void AddRow(RowStore& rows, std::size_t mostBytes) const;
   void AddCell(RowStore& rows, int column, ColumnKind kind) const;
   void Bind(const std::vector<BoundValue>& values);
   varnel::String Sent() const;

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <thread>
 
+#include "host-linux/database/sqlite/SqliteUse.h"
+
 namespace hostlinux {
 namespace {
 
 using std::chrono::milliseconds;
 
-// Between two looks at the clock, while a statement runs. One step may make a value of the greatest length.
-constexpr int kStepsBetweenLooks = 200;
+// Between two looks at the clock, while a statement runs. One step may make a value of the greatest length,
+// which takes milliseconds.
+constexpr int kStepsBetweenLooks = 100;
 constexpr milliseconds kLongestWait{5000};
 // The pauses between two tries for a lock grow, so that a short one is hardly noticed and a long one costs
 // little.
@@ -24,13 +27,20 @@ void SqliteTimeLimit::Watch(sqlite3* database) {
 }
 
 void SqliteTimeLimit::Start(milliseconds timeout) {
-  m_end = timeout.count() > 0 ? Clock::now() + timeout : Clock::time_point::max();
+  const Clock::time_point now = Clock::now();
+  m_end = timeout.count() > 0 ? now + timeout : Clock::time_point::max();
+  if (const auto left = m_timeLeft ? m_timeLeft() : std::nullopt) m_end = std::min(m_end, now + *left);
+  SqliteUse::OfThread().sleepEnd = std::min(m_end, now + kLongestWait);
 }
 
-int SqliteTimeLimit::Look(void* self) {
-  const Clock::time_point end = static_cast<SqliteTimeLimit*>(self)->m_end;
-  return end != Clock::time_point::max() && Clock::now() >= end ? 1 : 0;
+void SqliteTimeLimit::Stop() {
+  m_end = Clock::time_point::max();
+  SqliteUse::OfThread().sleepEnd = Clock::time_point::max();
 }
+
+bool SqliteTimeLimit::IsOver() const { return m_end != Clock::time_point::max() && Clock::now() >= m_end; }
+
+int SqliteTimeLimit::Look(void* self) { return static_cast<const SqliteTimeLimit*>(self)->IsOver() ? 1 : 0; }
 
 int SqliteTimeLimit::Wait(void* self, int calls) {
   return static_cast<SqliteTimeLimit*>(self)->WaitOnce(calls == 0) ? 1 : 0;

@@ -5,6 +5,8 @@
 
 #include <chrono>
 
+#include "host-linux/database/provider/Provider.h"
+
 namespace hostlinux {
 
 // Stops a running statement past the end of its time, and bounds the waiting for a lock that somebody else
@@ -13,20 +15,23 @@ class SqliteTimeLimit {
  public:
   using Clock = std::chrono::steady_clock;
 
-  SqliteTimeLimit() = default;
+  // `timeLeft`, which may be empty, bounds every time that is started.
+  explicit SqliteTimeLimit(TimeLeft timeLeft) : m_timeLeft(std::move(timeLeft)) {}
   SqliteTimeLimit(const SqliteTimeLimit&) = delete;
   SqliteTimeLimit& operator=(const SqliteTimeLimit&) = delete;
 
   void Watch(sqlite3* database);
-  // From now on; 0 is no limit. A lock is waited for until then, but 5 seconds at most.
+  // From now on; 0 is no limit but what is left. A lock is waited for until then, but 5 seconds at most.
   void Start(std::chrono::milliseconds timeout);
-  void Stop() { m_end = Clock::time_point::max(); }
+  void Stop();
+  bool IsOver() const;
 
  private:
   static int Look(void* self);
   static int Wait(void* self, int calls);
   bool WaitOnce(bool isFirst);
 
+  const TimeLeft m_timeLeft;
   Clock::time_point m_end = Clock::time_point::max();
   Clock::time_point m_waitEnd;
   std::chrono::milliseconds m_pause{0};
