@@ -30,6 +30,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   varnel::host::ILocale& Locale() override { return m_locale; }
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
+  AdoDatabase& Database() { return *m_database; }
   bool EnterLog() override;
   void LeaveLog() override;
 

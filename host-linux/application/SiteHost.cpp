@@ -6,6 +6,7 @@
 
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
+#include "host-linux/application/RequestScope.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
@@ -93,17 +94,6 @@ std::string CookieOf(const HttpRequest& request, std::string_view name) {
                                   [&](const FormField& cookie) { return cookie.name == name; });
   return found == cookies.end() ? std::string() : found->value;
 }
-
-// The page's text goes into the response.
-class ResponseOutput : public PageOutput {
- public:
-  explicit ResponseOutput(Response& response) : m_response(response) {}
-  void WriteText(std::string_view utf8) override { m_response.WriteUtf8(utf8); }
-  void WriteValue(const varnel::Variant& value) override { m_response.WriteValue(value); }
-
- private:
-  Response& m_response;
-};
 
 // A failure of the inner page is one of the running page.
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
@@ -296,20 +286,17 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   PageDirectives directives;
   if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
 
-  const auto context = MakeContext(std::move(request), directives, engine, link);
-  const ContextGuard guard(context);
-  Response& response = *context->Objects().response;
-  ResponseOutput output(response);
+  RequestScope scope(id, MakeContext(std::move(request), directives, engine, link), m_platform.Database());
+  Response& response = *scope.Objects().response;
   PageResult result =
-      engine.RunPage(page, NamedIntrinsics(context->Objects()), output, m_site.server.scriptTimeout);
-  context->End();
+      engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, m_site.server.scriptTimeout);
 
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
   if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
   PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
   // A session that the page began lives on, so its visitor must learn of it.
-  if (const auto& session = context->Objects().session) session->CompleteHead(failed.response);
+  if (const auto& session = scope.Objects().session) session->CompleteHead(failed.response);
   return failed;
 }
 

@@ -118,8 +118,9 @@ ServerHandlers HandlersOf(SiteHost& host, InspectedThread* inspected) {
 }
 
 // A page that can't be stopped takes its process with it, once another one serves.
-void ReplaceProcess(const std::string& page) {
-  WriteLog(LogLevel::Error, page + " can't be stopped: another worker takes this one's place");
+void ReplaceProcess(const PagePlace& place, const std::string& what) {
+  const RequestLogScope scope(place.request);
+  WriteLog(LogLevel::Error, PlaceText(place) + " " + what + ": another worker takes this one's place");
   AskForReplacement();
 }
 
@@ -131,7 +132,10 @@ int Serve(const ServeOptions& serve, int listenFd, UniqueFd debuggerFd, const st
   {
     ScriptRuntime::Options runtimeOptions;
     runtimeOptions.stuckAfter = site.server.stuckTimeout;
-    runtimeOptions.onStuck = ReplaceProcess;
+    runtimeOptions.onStuck = [](const PagePlace& place) { ReplaceProcess(place, "can't be stopped"); };
+    runtimeOptions.onLost = [](const PagePlace& place, const std::string& reason) {
+      ReplaceProcess(place, "made the script engine give up (" + reason + ")");
+    };
     ScriptRuntime runtime(std::move(runtimeOptions));
     Inspection inspection;
     SiteHost host(site, runtime, {{}, {}, inspected ? &inspection : nullptr});
