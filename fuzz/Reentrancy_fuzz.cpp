@@ -1,5 +1,6 @@
-// Pages whose values call back: a random program in the page's own language calls random members of the library's
-// objects with values that run further calls while they are converted. Nothing may be used after it went.
+// Pages whose values call back: a random program in the page's own language calls random members of the
+// library's objects with values that run further calls while they are converted. Nothing may be used after it
+// went.
 #include <sanitizer/lsan_interface.h>
 #include <stdlib.h>
 
@@ -128,11 +129,12 @@ class Site {
           "[application]\nDemo_ConnectionString = \"Provider=SQLite;Data Source=demo.db\"\n"
           "[log]\nfile = \"site.log\"\nlevel = \"off\"\n");
     Write("pages/fuzz.asp", kPage);
-    Write("pages/make.asp",
-          "<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
-          " c.Execute('CREATE TABLE customer (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), born DATETIME)');"
-          " for (var i = 1; i <= 40; i++) c.Execute(\"INSERT INTO customer VALUES (\" + i + \", 'n\" + i + \"',"
-          " '2001-02-03 00:00:00')\"); %>made");
+    Write(
+        "pages/make.asp",
+        "<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
+        " c.Execute('CREATE TABLE customer (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), born DATETIME)');"
+        " for (var i = 1; i <= 40; i++) c.Execute(\"INSERT INTO customer VALUES (\" + i + \", 'n\" + i + \"',"
+        " '2001-02-03 00:00:00')\"); %>made");
     const SiteConfiguration configuration = LoadSiteConfiguration(m_folder);
     static ScriptRuntime runtime({});
     m_host = std::make_unique<SiteHost>(configuration, runtime, SiteHost::Options());

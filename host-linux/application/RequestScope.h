@@ -9,8 +9,8 @@
 
 namespace hostlinux {
 
-// While it lives, the request is the one of this thread. What the request made ends in this order, whatever refers
-// to it:
+// While it lives, the request is the one of this thread. What the request made ends in this order, whatever
+// refers to it:
 //   1. the scripts are cut off, so that nothing runs any more;
 //   2. the activated components are deactivated, the youngest first, and the application is unlocked;
 //   3. the objects let each other go, and then go, the youngest first (the engine knows them);

@@ -86,8 +86,8 @@ std::shared_ptr<SessionLease> AdoDatabase::Lease(const String& connectionString,
   const String key = connectionString + (readOnly ? u"\nread" : u"");
   std::unique_ptr<ISession> session = TakeWaiting(key);
   if (session == nullptr) session = OpenSession(connectionString, readOnly, timeoutSeconds);
-  auto lease = std::make_shared<SessionLease>(weak_from_this(), key, std::move(session),
-                                              std::this_thread::get_id());
+  auto lease =
+      std::make_shared<SessionLease>(weak_from_this(), key, std::move(session), std::this_thread::get_id());
   const std::lock_guard lock(m_mutex);
   m_threads[std::this_thread::get_id()].inUse.insert(lease.get());
   return lease;

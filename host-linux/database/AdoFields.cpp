@@ -70,7 +70,8 @@ std::shared_ptr<AdoField> AdoFields::Item(const Variant& key) {
 }
 
 std::size_t AdoFields::Find(const Variant& key) const {
-  // The key becomes a number or a text first: a script that runs for it may read other columns into the rowset.
+  // The key becomes a number or a text first: a script that runs for it may read other columns into the
+  // rowset.
   const bool byPosition = IsNumber(key);
   const Long position = byPosition ? varnel::ToLong(key) : 0;
   const varnel::String name = byPosition ? varnel::String() : varnel::ToText(key);

@@ -280,8 +280,7 @@ void Helpers::DefaultValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
       const varnel::ObjectPtr* object = value.As<varnel::ObjectPtr>();
       if (object == nullptr || *object == nullptr) break;
       if (step == varnel::kMostDefaultSteps)
-        varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch,
-                                  u"default values lead to each other");
+        varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch, u"default values lead to each other");
       const varnel::ObjectPtr current = *object;
       value = current->CallDefault({});
     }

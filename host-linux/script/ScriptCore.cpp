@@ -293,9 +293,9 @@ void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
   });
   const auto& settings = m_runtime.Settings();
   if (!settings.onStuck) return;
-  m_request->stuck = m_runtime.Dog().Arm(
-      limit + settings.stuckAfter,
-      [&settings, request = m_request] { settings.onStuck(LastSeen(*request)); });
+  m_request->stuck = m_runtime.Dog().Arm(limit + settings.stuckAfter, [&settings, request = m_request] {
+    settings.onStuck(LastSeen(*request));
+  });
 }
 
 void ScriptCore::Disarm() {

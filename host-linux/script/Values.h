@@ -11,8 +11,9 @@ namespace hostlinux {
 
 class ScriptCore;
 
-// The longest text that goes into the library or comes out of it, in 16-bit characters. The engine's own limit lies
-// higher; but while a call works on a text there are several of it, which no limit of the engine sees.
+// The longest text that goes into the library or comes out of it, in 16-bit characters. The engine's own
+// limit lies higher; but while a call works on a text there are several of it, which no limit of the engine
+// sees.
 inline constexpr std::size_t kMostTextUnits = 64 * 1024 * 1024;
 
 // A script's array that went into a call, and what it held then: what the callee changed goes back into it.
@@ -27,7 +28,8 @@ using PassedArrays = std::vector<PassedArray>;
 // Date a Date in local time; a Uint8Array a byte array; an array an array; what CInt and its like made has
 // its exact type; a ByRef stands for its value; any other object or function an object that calls back into
 // the script. Raises 13 for a symbol, a BigInt and an invalid date, 5 for arrays more than 32 deep, 7 for
-// more than ten million elements or kMostTextUnits characters, all arrays and texts inside it together. Where `passed` is given, arrays are noted there, inner ones first.
+// more than ten million elements or kMostTextUnits characters, all arrays and texts inside it together. Where
+// `passed` is given, arrays are noted there, inner ones first.
 varnel::Variant ToVariant(ScriptCore& core, v8::Local<v8::Value> value, PassedArrays* passed = nullptr);
 
 // Null and Nothing are null; Empty and a left-out argument undefined; numbers numbers; a byte array a

@@ -95,24 +95,27 @@ TEST_F(SlipsTest, CirclesThroughArraysEndWithTheirRequest) {
 }
 
 TEST_F(SlipsTest, CirclesThroughRecordsetsMadeByHandEndWithTheirRequest) {
-  Repeat("<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
-         " var o = Server.CreateObject('ADODB.Recordset'); o.Open('SELECT id FROM customer', c);"
-         " var m = Server.CreateObject('ADODB.Recordset'); m.Fields.Append('a', 12); m.Open(); m.AddNew();"
-         " m.Fields(0).Value = m; m.AddNew(); m.Fields('a').Value = [m, o, rs, m.Fields]; %>",
-         120);
+  Repeat(
+      "<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
+      " var o = Server.CreateObject('ADODB.Recordset'); o.Open('SELECT id FROM customer', c);"
+      " var m = Server.CreateObject('ADODB.Recordset'); m.Fields.Append('a', 12); m.Open(); m.AddNew();"
+      " m.Fields(0).Value = m; m.AddNew(); m.Fields('a').Value = [m, o, rs, m.Fields]; %>",
+      120);
 }
 
 // What isn't the library's own can't be told to let go: its connections are closed for all that.
 TEST_F(SlipsTest, ConnectionsInCirclesOfOwnComponentsAreClosed) {
   Repeat("<% var k = Server.CreateObject('Test.Kept'); k.Hold(rs); rs(0).Value = k; t.Cell(t); %>", 120);
-  Repeat("<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
-         " var k = Server.CreateObject('Test.Kept'); k.Hold(c); rs(0).Value = k; %>",
-         120);
+  Repeat(
+      "<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
+      " var k = Server.CreateObject('Test.Kept'); k.Hold(c); rs(0).Value = k; %>",
+      120);
 }
 
 TEST_F(SlipsTest, PageOfAnApplicationsMessagesFindsThemAgain) {
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(Output("<% var page = Server.CreateObject('Varnel.Page'); %><%= page.I18N('SLBGE0015') %>"), "Records");
+    EXPECT_EQ(Output("<% var page = Server.CreateObject('Varnel.Page'); %><%= page.I18N('SLBGE0015') %>"),
+              "Records");
 }
 
 // --- Default values that lead to each other
@@ -129,9 +132,8 @@ TEST_F(SlipsTest, DefaultValuesThatLeadToEachOtherAreAnError) {
 }
 
 TEST_F(SlipsTest, FunctionsThatGiveFunctionsAreNoValue) {
-  EXPECT_EQ(Output(std::string(kMade) +
-                   "<% function f() { return f; } rs(0).Value = f;"
-                   " try { CStr(rs(0)); } catch (e) { %><%= e.number %><% } %>"),
+  EXPECT_EQ(Output(std::string(kMade) + "<% function f() { return f; } rs(0).Value = f;"
+                                        " try { CStr(rs(0)); } catch (e) { %><%= e.number %><% } %>"),
             "13");
 }
 
@@ -150,13 +152,15 @@ TEST_F(SlipsTest, ManyNestedTablesAreAnError) {
   EXPECT_EQ(Output(of("101", number)), "7");
   EXPECT_EQ(Output(of("4000", number)), "7");
   // From the deepest call that a script can make.
-  EXPECT_EQ(Output(of("101", "var seen = 0; function deep() { try { deep(); } catch (e) { } if (!seen) try {"
-                             " page.Add(inner); } catch (e) { seen = e.number; } } deep(); %><%= seen %>")),
+  EXPECT_EQ(Output(of("101",
+                      "var seen = 0; function deep() { try { deep(); } catch (e) { } if (!seen) try {"
+                      " page.Add(inner); } catch (e) { seen = e.number; } } deep(); %><%= seen %>")),
             "7");
   // The oldest one holds all others.
-  Repeat("<% var first = page.Table(), last = first; for (var i = 0; i < 4000; i++) {"
-         " var next = page.Table(); last.Cell(next); last = next; } %>",
-         2);
+  Repeat(
+      "<% var first = page.Table(), last = first; for (var i = 0; i < 4000; i++) {"
+      " var next = page.Table(); last.Cell(next); last = next; } %>",
+      2);
 }
 
 TEST_F(SlipsTest, TablesThatHoldEachOtherTwiceAreAnErrorSoon) {
@@ -168,9 +172,8 @@ TEST_F(SlipsTest, TablesThatHoldEachOtherTwiceAreAnErrorSoon) {
 }
 
 TEST_F(SlipsTest, ArraysThatHoldEachOtherTwiceAreAnErrorSoon) {
-  EXPECT_EQ(Output(std::string(kMade) +
-                   "<% var a = [1]; for (var i = 0; i < 30; i++) a = [a, a];"
-                   " try { rs(0).Value = a; } catch (e) { %><%= e.number %><% } %>"),
+  EXPECT_EQ(Output(std::string(kMade) + "<% var a = [1]; for (var i = 0; i < 30; i++) a = [a, a];"
+                                        " try { rs(0).Value = a; } catch (e) { %><%= e.number %><% } %>"),
             "7");
 }
 
@@ -184,20 +187,25 @@ TEST_F(SlipsTest, ArrayThatGrowsWhileItIsReadIsReadAsItWas) {
 // --- Scripts that run inside a conversion
 
 TEST_F(SlipsTest, FieldsBoundAnewWhileOneIsLookedUp) {
-  Repeat("<% var fields = rs.Fields; try { fields.Item({valueOf() { fields.Initialize(null); return 0; }}); }"
-         " catch (e) { Response.Write(e.number); } %>");
+  Repeat(
+      "<% var fields = rs.Fields; try { fields.Item({valueOf() { fields.Initialize(null); return 0; }}); }"
+      " catch (e) { Response.Write(e.number); } %>");
   Repeat("<% rs({valueOf() { rs.Initialize(null, 1, null); return 0; }}); %>");
   Repeat("<% rs({valueOf() { rs.Initialize(page, 1, null); throw new Error('x'); }}); %>");
 }
 
 TEST_F(SlipsTest, RecordsetBoundAnewWhileItsDataIsTaken) {
-  Repeat("<% var target = {Open() {}, AddNew() {}, Fields() { rs.Initialize(null, 1, null);"
-         " return {Append() {}}; }}; rs.GetDataAsRecordSet(target); %>");
-  Repeat("<% function field() { return {set Value(v) { rs.Initialize(null, 1, null); }, get Value() { return 1; }}; }"
-         " field.Append = function () {};"
-         " var target = {Open() {}, AddNew() {}, Fields: field}; rs.GetDataAsRecordSet(target); %>");
-  Repeat("<% var target = {Open() { rs.Initialize(null, 1, null); }, AddNew() {}, Fields: {Append() {}}};"
-         " rs.GetDataAsRecordSet(target); %>");
+  Repeat(
+      "<% var target = {Open() {}, AddNew() {}, Fields() { rs.Initialize(null, 1, null);"
+      " return {Append() {}}; }}; rs.GetDataAsRecordSet(target); %>");
+  Repeat(
+      "<% function field() { return {set Value(v) { rs.Initialize(null, 1, null); }, get Value() { return 1; "
+      "}}; }"
+      " field.Append = function () {};"
+      " var target = {Open() {}, AddNew() {}, Fields: field}; rs.GetDataAsRecordSet(target); %>");
+  Repeat(
+      "<% var target = {Open() { rs.Initialize(null, 1, null); }, AddNew() {}, Fields: {Append() {}}};"
+      " rs.GetDataAsRecordSet(target); %>");
 }
 
 TEST_F(SlipsTest, RecordsetMovedWhileAFieldGetsItsValue) {
@@ -212,12 +220,14 @@ TEST_F(SlipsTest, RecordsetMovedWhileAFieldGetsItsValue) {
 }
 
 TEST_F(SlipsTest, RecordsetReadAgainWhileAFieldIsLookedUp) {
-  Repeat("<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
-         " var o = Server.CreateObject('ADODB.Recordset');"
-         " o.Open('SELECT a.id, a.name FROM customer a, customer b', c); for (var i = 0; i < 600; i++) o.MoveNext();"
-         " o.Fields({toString() { o.MoveFirst(); return 'name'; }}); o.Fields({toString() { o.Close();"
-         " c.Close(); return 'name'; }}); %>",
-         20);
+  Repeat(
+      "<% var c = Server.CreateObject('ADODB.Connection'); c.Open('Provider=SQLite;Data Source=demo.db');"
+      " var o = Server.CreateObject('ADODB.Recordset');"
+      " o.Open('SELECT a.id, a.name FROM customer a, customer b', c); for (var i = 0; i < 600; i++) "
+      "o.MoveNext();"
+      " o.Fields({toString() { o.MoveFirst(); return 'name'; }}); o.Fields({toString() { o.Close();"
+      " c.Close(); return 'name'; }}); %>",
+      20);
 }
 
 TEST_F(SlipsTest, ValueThatLetsGoOfItsOwnObject) {
@@ -226,19 +236,20 @@ TEST_F(SlipsTest, ValueThatLetsGoOfItsOwnObject) {
 }
 
 TEST_F(SlipsTest, TableFilledWhileACellIsFilled) {
-  Repeat("<% var n = 0; t.Cell({toString() { if (n++ < 5) { t.SetNextCellColSpan(-1); t.CellAt(30 * n, 15 * n, 'x');"
-         " t.NewRow(); t.Cell(this); } return 'y'; }}); page.Add(t); %>",
-         5);
+  Repeat(
+      "<% var n = 0; t.Cell({toString() { if (n++ < 5) { t.SetNextCellColSpan(-1); t.CellAt(30 * n, 15 * n, "
+      "'x');"
+      " t.NewRow(); t.Cell(this); } return 'y'; }}); page.Add(t); %>",
+      5);
 }
 
 // --- Texts that nobody can hold
 
 TEST_F(SlipsTest, TextsThatAreTooLongAreAnError) {
-  for (const char* call :
-       {"Server.HTMLEncode('&'.repeat(110e6))", "Server.HTMLEncode('&'.repeat(60e6))",
-        "Server.URLEncode('\\u20ac'.repeat(60e6))", "Server.HTMLEncode('x'.repeat(4e8))",
-        "Utilities.SQLEncodeStr(\"'\".repeat(60e6))", "t.Cell('x'.repeat(1e8))",
-        "Utilities.QuickSort(new Array(1000).fill('x'.repeat(1e6)))"}) {
+  for (const char* call : {"Server.HTMLEncode('&'.repeat(110e6))", "Server.HTMLEncode('&'.repeat(60e6))",
+                           "Server.URLEncode('\\u20ac'.repeat(60e6))", "Server.HTMLEncode('x'.repeat(4e8))",
+                           "Utilities.SQLEncodeStr(\"'\".repeat(60e6))", "t.Cell('x'.repeat(1e8))",
+                           "Utilities.QuickSort(new Array(1000).fill('x'.repeat(1e6)))"}) {
     EXPECT_EQ(Output(std::string(kMade) + "<% try { var r = " + call +
                      "; %><%= typeof r %><% } catch (e) { %><%= e.number %><% } %>"),
               "7")

@@ -348,14 +348,17 @@ TEST_F(ScriptEngineTest, CallsOnMoreThanTheHeapCanHoldAreRefused) {
 }
 
 TEST_F(ScriptEngineTest, BoundedCallsAreInAllElseWhatTheyWere) {
-  EXPECT_EQ(Value("[1, 2, 3].fill(0, 1).join() + 'a,b'.split(',', 1) + Array.from('ab', c => c + c)"), "1,0,0aaa,bb");
+  EXPECT_EQ(Value("[1, 2, 3].fill(0, 1).join() + 'a,b'.split(',', 1) + Array.from('ab', c => c + c)"),
+            "1,0,0aaa,bb");
   EXPECT_EQ(Value("[[].fill, ''.split, Array.from, Object.keys].map(f => f.name + f.length + f).join()"),
-            "fill1function () { [native code] },split2function () { [native code] },from1function () { [native code] "
+            "fill1function () { [native code] },split2function () { [native code] },from1function () { "
+            "[native code] "
             "},keys1function () { [native code] }");
-  EXPECT_EQ(Output("<% for (const f of [[].fill, ''.split]) { try { new f(); } catch (e) { %><%= e.name %><% }"
-                   " try { f.call(null); } catch (e) { %><%= e.name %><% } try { f.x = 1; } catch (e) { %>"
-                   "<%= e.name %><% } } %>"),
-            "TypeErrorTypeErrorTypeErrorTypeErrorTypeErrorTypeError");
+  EXPECT_EQ(
+      Output("<% for (const f of [[].fill, ''.split]) { try { new f(); } catch (e) { %><%= e.name %><% }"
+             " try { f.call(null); } catch (e) { %><%= e.name %><% } try { f.x = 1; } catch (e) { %>"
+             "<%= e.name %><% } } %>"),
+      "TypeErrorTypeErrorTypeErrorTypeErrorTypeErrorTypeError");
   EXPECT_EQ(Value("class extends Array {}.from([1, 2]).length + Array.from.call(Object, [7])[0]"), "9");
 }
 

@@ -13,8 +13,9 @@ namespace {
 
 [[noreturn]] void RaiseMismatch() { RaiseRuntimeError(runtime_error::kTypeMismatch); }
 
-// The value that stands for an object where a plain one is needed. Objects may lead to each other without end.
-// What runs for a default value may be a script, which changes what holds the object: so it is held here.
+// The value that stands for an object where a plain one is needed. Objects may lead to each other without
+// end. What runs for a default value may be a script, which changes what holds the object: so it is held
+// here.
 Variant PlainValueOf(ObjectPtr object) {
   for (int step = 0; step < kMostDefaultSteps; ++step) {
     if (object == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);

@@ -92,8 +92,8 @@ class Table : public Object, public ITable {
   void HeaderCellInNormalCell(const Variant& iData);
 
   // The finished HTML; can be asked for again. Raises 13 for a grid inside a cell, what a nested table
-  // raises, and 7 for a table inside itself, for more than kMostNestedTables tables inside each other, and for
-  // more than kMostCharacters.
+  // raises, and 7 for a table inside itself, for more than kMostNestedTables tables inside each other, and
+  // for more than kMostCharacters.
   String GetHTML() override { return GetNestedHTML(0); }
   String GetNestedHTML(int iDepth) override;
 

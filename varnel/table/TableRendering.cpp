@@ -82,9 +82,7 @@ Long OwnOrColumn(Long iCell, Long iColumn) {
 bool IsBlank(const String& iText) { return iText.find_first_not_of(u' ') == String::npos; }
 
 // A few tables that hold each other several times make a text without end.
-[[noreturn]] void RaiseTooLong() {
-  RaiseRuntimeError(runtime_error::kOutOfMemory, u"a table is too long");
-}
+[[noreturn]] void RaiseTooLong() { RaiseRuntimeError(runtime_error::kOutOfMemory, u"a table is too long"); }
 
 // What stands inside the cell: a nested table or the text, without which browsers draw no cell at all.
 void AppendContent(String& ioHTML, const TableCell& iCell, int iDepth) {
