@@ -34,12 +34,12 @@ class ScriptRuntime {
     // after its time limit, `onStuck` is called with the place where it was last seen, on the watchdog's
     // thread. The host then has the process replaced.
     std::chrono::milliseconds stuckAfter = std::chrono::seconds(30);
-    std::function<void(const PagePlace& place)> onStuck;
+    std::function<void(const PagePlace& place)> onStuck{};
     // The engine gives up on a page where a single call of the language wants more memory than there can be,
     // and nothing leads back out of it. `onLost` is called on the page's thread, which sleeps from then on,
     // so that the process can answer its other requests before it is replaced. Without it the engine ends the
     // process.
-    std::function<void(const PagePlace& place, const std::string& reason)> onLost;
+    std::function<void(const PagePlace& place, const std::string& reason)> onLost{};
   };
 
   explicit ScriptRuntime(Options options);
