@@ -8,6 +8,7 @@
 #include "host-linux/application/FailureText.h"
 #include "host-linux/application/FirstPageLink.h"
 #include "host-linux/application/KnownEngines.h"
+#include "host-linux/application/RequestScope.h"
 #include "host-linux/guard/SealKeys.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/SourceMap.h"
@@ -110,17 +111,6 @@ std::string CookieOf(const HttpRequest& request, std::string_view name) {
                                   [&](const FormField& cookie) { return cookie.name == name; });
   return found == cookies.end() ? std::string() : found->value;
 }
-
-// The page's text goes into the response.
-class ResponseOutput : public PageOutput {
- public:
-  explicit ResponseOutput(Response& response) : m_response(response) {}
-  void WriteText(std::string_view utf8) override { m_response.WriteUtf8(utf8); }
-  void WriteValue(const varnel::Variant& value) override { m_response.WriteValue(value); }
-
- private:
-  Response& m_response;
-};
 
 // A failure of the inner page is one of the running page.
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
@@ -365,15 +355,13 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   PageDirectives directives;
   if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
 
+  ListGuard lists = GuardFor(page, engine);  // outlives the context
   const auto context = MakeContext(request, directives, engine, link);
-  ListGuard lists = GuardFor(page, engine);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
-  const ContextGuard guard(context);
-  Response& response = *context->Objects().response;
-  ResponseOutput output(response);
+  RequestScope scope(id, context, m_platform.Database());
+  Response& response = *scope.Objects().response;
   PageResult result =
-      engine.RunPage(page, NamedIntrinsics(context->Objects()), output, m_site.server.scriptTimeout);
-  context->End();
+      engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, m_site.server.scriptTimeout);
   refusal = lists.Refusal();
 
   const bool completed =
@@ -381,7 +369,7 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
   PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
   // A session that the page began lives on, so its visitor must learn of it.
-  if (const auto& session = context->Objects().session) session->CompleteHead(failed.response);
+  if (const auto& session = scope.Objects().session) session->CompleteHead(failed.response);
   return failed;
 }
 

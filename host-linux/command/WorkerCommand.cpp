@@ -131,8 +131,9 @@ ServerHandlers HandlersOf(SiteHost& host, InspectedThread* inspected) {
 }
 
 // A page that can't be stopped takes its process with it, once another one serves.
-void ReplaceProcess(const std::string& page, int linkFd) {
-  WriteLog(LogLevel::Error, page + " can't be stopped: another worker takes this one's place");
+void ReplaceProcess(const PagePlace& place, const std::string& what, int linkFd) {
+  const RequestLogScope scope(place.request);
+  WriteLog(LogLevel::Error, PlaceText(place) + " " + what + ": another worker takes this one's place");
   AskForReplacement(linkFd);
 }
 
@@ -148,7 +149,12 @@ int Serve(const WorkerOptions& options) {
     const int linkFd = inheritance.link.Get();
     ScriptRuntime::Options runtimeOptions;
     runtimeOptions.stuckAfter = site.server.stuckTimeout;
-    runtimeOptions.onStuck = [linkFd](const std::string& page) { ReplaceProcess(page, linkFd); };
+    runtimeOptions.onStuck = [linkFd](const PagePlace& place) {
+      ReplaceProcess(place, "can't be stopped", linkFd);
+    };
+    runtimeOptions.onLost = [linkFd](const PagePlace& place, const std::string& reason) {
+      ReplaceProcess(place, "made the script engine give up (" + reason + ")", linkFd);
+    };
     ScriptRuntime runtime(std::move(runtimeOptions));
     Inspection inspection;
     SiteHost host(site, runtime, {{}, {}, inspected ? &inspection : nullptr});

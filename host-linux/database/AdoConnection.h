@@ -53,7 +53,7 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors->All(); }
   std::shared_ptr<AdoErrors> ErrorCollection() { return m_errors; }
 
-  bool IsOpen() const { return m_lease != nullptr; }
+  bool IsOpen() const { return m_lease != nullptr && m_lease->IsOpen(); }
   static constexpr std::size_t kAllRows = 0;
   static constexpr std::size_t kBatchRows = 256;
   // Runs a text for a recordset, and reads its first batch of rows. Raises 3709 on a closed connection; a

@@ -51,10 +51,14 @@ SessionLease::SessionLease(std::weak_ptr<AdoDatabase> database, String key, std:
                            std::thread::id taker)
     : m_database(std::move(database)), m_key(std::move(key)), m_session(std::move(session)), m_taker(taker) {}
 
-SessionLease::~SessionLease() {
+SessionLease::~SessionLease() { End(); }
+
+void SessionLease::End() {
+  if (!IsOpen()) return;
+  std::unique_ptr<ISession> session = std::move(m_session);
   if (const std::shared_ptr<AdoDatabase> database = m_database.lock()) {
-    database->CountGivenBack(m_taker);
-    database->GiveBack(m_key, std::move(m_session));
+    database->Forget(m_taker, this);
+    database->GiveBack(m_key, std::move(session));
   }
 }
 
@@ -68,33 +72,39 @@ std::shared_ptr<AdoDatabase> AdoDatabase::Make(AdoOptions options) {
 
 std::shared_ptr<SessionLease> AdoDatabase::Lease(const String& connectionString, bool readOnly,
                                                  varnel::Long timeoutSeconds) {
-  CountTaken();
-  try {
-    const String key = connectionString + (readOnly ? u"\nread" : u"");
-    std::unique_ptr<ISession> session = TakeWaiting(key);
-    if (session == nullptr) session = OpenSession(connectionString, readOnly, timeoutSeconds);
-    return std::make_shared<SessionLease>(weak_from_this(), key, std::move(session),
-                                          std::this_thread::get_id());
-  } catch (...) {
-    CountGivenBack(std::this_thread::get_id());
-    throw;
-  }
+  RefuseTooMany();
+  const String key = connectionString + (readOnly ? u"\nread" : u"");
+  std::unique_ptr<ISession> session = TakeWaiting(key);
+  if (session == nullptr) session = OpenSession(connectionString, readOnly, timeoutSeconds);
+  auto lease =
+      std::make_shared<SessionLease>(weak_from_this(), key, std::move(session), std::this_thread::get_id());
+  const std::lock_guard lock(m_mutex);
+  m_threads[std::this_thread::get_id()].inUse.insert(lease.get());
+  return lease;
 }
 
 // A page that opens connections in a loop ends itself, not the process's files.
-void AdoDatabase::CountTaken() {
+void AdoDatabase::RefuseTooMany() {
   const std::lock_guard lock(m_mutex);
-  std::size_t& inUse = m_threads[std::this_thread::get_id()].inUse;
-  if (inUse >= kMaxInUse) {
+  if (m_threads[std::this_thread::get_id()].inUse.size() >= kMaxInUse) {
     throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
                            u"Too many connections are open at once in one request.", 0, u"08004"});
   }
-  ++inUse;
 }
 
-void AdoDatabase::CountGivenBack(std::thread::id taker) {
+void AdoDatabase::Forget(std::thread::id taker, SessionLease* lease) {
   const std::lock_guard lock(m_mutex);
-  --m_threads[taker].inUse;
+  m_threads[taker].inUse.erase(lease);
+}
+
+void AdoDatabase::EndRequest() {
+  std::vector<SessionLease*> leases;
+  {
+    const std::lock_guard lock(m_mutex);
+    const auto& inUse = m_threads[std::this_thread::get_id()].inUse;
+    leases.assign(inUse.begin(), inUse.end());
+  }
+  for (SessionLease* lease : leases) lease->End();
 }
 
 std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionString, bool readOnly,

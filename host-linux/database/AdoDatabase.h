@@ -30,7 +30,7 @@ struct AdoOptions {
 
 class AdoDatabase;
 
-// A session in use. Its last owner gives it back.
+// A session in use. Its last owner gives it back, or the end of the request that took it.
 class SessionLease {
  public:
   SessionLease(std::weak_ptr<AdoDatabase> database, varnel::String key, std::unique_ptr<ISession> session,
@@ -39,7 +39,11 @@ class SessionLease {
   SessionLease& operator=(const SessionLease&) = delete;
   ~SessionLease();
 
+  bool IsOpen() const { return m_session != nullptr; }
+  // Only while it is open.
   ISession& Session() { return *m_session; }
+  // Gives the session back. A second call does nothing.
+  void End();
 
  private:
   std::weak_ptr<AdoDatabase> m_database;
@@ -65,6 +69,9 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
                       varnel::Long timeoutSeconds, std::size_t batchRows = 0);
 
+  // Ends what this thread has in use: the request that took it is over, whatever still refers to it.
+  void EndRequest();
+
   // Sessions that wait, of all threads.
   std::size_t WaitingSessions() const;
 
@@ -76,12 +83,12 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   };
   struct ThreadSessions {
     std::list<Waiting> waiting;  // the last used one first
-    std::size_t inUse = 0;
+    std::unordered_set<SessionLease*> inUse;
   };
 
   explicit AdoDatabase(AdoOptions options);
-  void CountTaken();
-  void CountGivenBack(std::thread::id taker);
+  void RefuseTooMany();
+  void Forget(std::thread::id taker, SessionLease* lease);
   void GiveBack(const varnel::String& key, std::unique_ptr<ISession> session);
   std::unique_ptr<ISession> TakeWaiting(const varnel::String& key);
   std::unique_ptr<ISession> OpenSession(const varnel::String& connectionString, bool readOnly,

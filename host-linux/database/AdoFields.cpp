@@ -41,7 +41,10 @@ Variant AdoField::Value() {
 void AdoField::SetValue(const Variant& value) {
   if (!m_rowset->IsMade()) RaiseAdo(AdoFailure::ReadOnly, u"Field");
   if (!m_rowset->HasCurrent()) RaiseAdo(AdoFailure::NoCurrentRecord, u"Field");
-  m_rowset->SetValue(m_column, value);
+  const Variant converted = m_rowset->ConvertFor(m_column, value);
+  // A script that ran for the value may have moved on.
+  if (!m_rowset->HasCurrent()) RaiseAdo(AdoFailure::NoCurrentRecord, u"Field");
+  m_rowset->SetValue(m_column, converted);
 }
 
 const ClassInfo& AdoFields::Class() const {
@@ -67,14 +70,17 @@ std::shared_ptr<AdoField> AdoFields::Item(const Variant& key) {
 }
 
 std::size_t AdoFields::Find(const Variant& key) const {
+  // The key becomes a number or a text first: a script that runs for it may read other columns into the
+  // rowset.
+  const bool byPosition = IsNumber(key);
+  const Long position = byPosition ? varnel::ToLong(key) : 0;
+  const varnel::String name = byPosition ? varnel::String() : varnel::ToText(key);
   const std::vector<ResultColumn>& columns = m_rowset->Columns();
-  if (IsNumber(key)) {
-    const Long position = varnel::ToLong(key);
+  if (byPosition) {
     return position >= 0 && static_cast<std::size_t>(position) < columns.size()
                ? static_cast<std::size_t>(position)
                : kNone;
   }
-  const varnel::String name = varnel::ToText(key);
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (varnel::EqualsNoCase(columns[i].name, name)) return i;
   }

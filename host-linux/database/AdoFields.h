@@ -14,6 +14,7 @@ class AdoField : public varnel::Object {
   AdoField(std::shared_ptr<Rowset> rowset, std::size_t column)
       : m_rowset(std::move(rowset)), m_column(column) {}
   const varnel::ClassInfo& Class() const override;
+  void LetGo() noexcept override { m_rowset->LetGo(); }
 
   varnel::String Name() { return Facts().name; }
   varnel::Long Type() { return Facts().type; }
@@ -35,6 +36,10 @@ class AdoFields : public varnel::Object {
   explicit AdoFields(std::shared_ptr<Rowset> rowset) : m_rowset(std::move(rowset)) {}
   const varnel::ClassInfo& Class() const override;
   std::unique_ptr<varnel::Enumeration> Enumerate() override;
+  void LetGo() noexcept override {
+    m_rowset->LetGo();
+    m_fields.clear();
+  }
 
   varnel::Long Count() { return static_cast<varnel::Long>(m_rowset->Columns().size()); }
   // A number is a position, any other value a name. Raises 3265 for what isn't there.

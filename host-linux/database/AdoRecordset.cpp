@@ -71,6 +71,12 @@ void AdoRecordset::Replace(Rowset rowset) {
   m_fields = nullptr;
 }
 
+void AdoRecordset::LetGo() noexcept {
+  m_rowset->LetGo();
+  m_fields = nullptr;
+  m_connection = nullptr;
+}
+
 std::shared_ptr<AdoFields> AdoRecordset::Fields() {
   if (m_fields == nullptr) m_fields = std::make_shared<AdoFields>(m_rowset);
   return m_fields;

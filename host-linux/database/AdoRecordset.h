@@ -16,6 +16,7 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   AdoRecordset& operator=(const AdoRecordset&) = delete;
   ~AdoRecordset() override { m_rowset->EndReading(); }
   const varnel::ClassInfo& Class() const override;
+  void LetGo() noexcept override;
 
   // 0 forward only, 1 keyset, 2 dynamic, 3 static.
   void SetCursorType(varnel::Long type) override { m_cursorType = type; }

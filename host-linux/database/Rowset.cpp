@@ -96,8 +96,21 @@ void Rowset::AddRow() {
   MoveTo(m_madeRows.size() - 1);
 }
 
-void Rowset::SetValue(std::size_t column, const Variant& value) {
-  m_madeRows[m_position][column] = ConvertTo(m_columns[column].type, value);
+Variant Rowset::ConvertFor(std::size_t column, const Variant& value) const {
+  return ConvertTo(m_columns[column].type, value);
+}
+
+void Rowset::SetValue(std::size_t column, Variant converted) {
+  m_madeRows[m_position][column] = std::move(converted);
+}
+
+// The columns stay: fields tell their names by them.
+void Rowset::LetGo() noexcept {
+  m_rest = nullptr;
+  m_open = false;
+  m_rows = RowStore();
+  m_first = 0;
+  m_madeRows.clear();
 }
 
 }  // namespace hostlinux

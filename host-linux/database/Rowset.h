@@ -47,6 +47,8 @@ class Rowset {
   void ReadAll();
   // What wasn't read yet is given up.
   void EndReading() { m_rest = nullptr; }
+  // Closed and without rows from now on.
+  void LetGo() noexcept;
   void MoveBeforeFirst() { m_beforeFirst = true; }
 
   // Of the current row, which there must be.
@@ -55,8 +57,10 @@ class Rowset {
 
   // Made rowsets only. The new row is the current one and holds Nulls.
   void AddRow();
-  // Converts the value to the column's type; Null stays Null. Raises 13 or 6.
-  void SetValue(std::size_t column, const varnel::Variant& value);
+  // The value as the column's type; Null stays Null. Raises 13 or 6. A script may run for it.
+  varnel::Variant ConvertFor(std::size_t column, const varnel::Variant& value) const;
+  // Of the current row, which there must be; what ConvertFor gave.
+  void SetValue(std::size_t column, varnel::Variant converted);
 
  private:
   void ReadNext(PassedRows passed);

@@ -116,11 +116,15 @@ class Walk final : public varnel::Object {
     static const varnel::ClassInfo info{u"Enumeration", {varnel::Method<&Walk::Step>(u"Step")}};
     return info;
   }
+  void LetGo() noexcept override {
+    m_enumeration = nullptr;
+    m_collection = nullptr;
+  }
 
  private:
   Variant Step() {
     Variant value;
-    if (!m_enumeration->Next(value)) return {};
+    if (m_enumeration == nullptr || !m_enumeration->Next(value)) return {};
     return std::make_shared<varnel::Array>(varnel::Array{{std::move(value)}});
   }
 
@@ -272,10 +276,11 @@ void Helpers::DefaultValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     Variant value = ToVariant(core, call[0]);
-    constexpr int kMaxSteps = 16;
-    for (int i = 0; i < kMaxSteps; ++i) {
+    for (int step = 0;; ++step) {
       const varnel::ObjectPtr* object = value.As<varnel::ObjectPtr>();
       if (object == nullptr || *object == nullptr) break;
+      if (step == varnel::kMostDefaultSteps)
+        varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch, u"default values lead to each other");
       const varnel::ObjectPtr current = *object;
       value = current->CallDefault({});
     }

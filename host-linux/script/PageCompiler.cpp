@@ -46,18 +46,24 @@ class Generator {
     }
   }
 
+  static SourceLine LastLineOf(const PagePiece& piece) {
+    return {piece.file, piece.line + CountLineEnds(piece.text)};
+  }
+
   // Texts that follow each other, as around an include, are written in one go.
   void AddText(const PagePiece& piece) {
     if (std::exchange(m_afterText, true)) {
       m_script.texts.back() += piece.text;
+      m_script.textLines.back() = LastLineOf(piece);
       return;
     }
     BeginLine({piece.file, piece.line});
     m_script.source += kWriteTextName;
     m_script.source += "(" + std::to_string(m_script.texts.size()) + ");";
     m_script.texts.push_back(piece.text);
+    m_script.textLines.push_back(LastLineOf(piece));
     m_closed = true;
-    const int lastLine = piece.line + CountLineEnds(piece.text);
+    const int lastLine = LastLineOf(piece).line;
     const bool within = piece.file == 0 && !m_hasCode && LineCount() <= lastLine;
     if (m_layout == PageLayout::KeepLines && within) m_script.lines.back() = {0, LineCount()};
   }

@@ -19,10 +19,11 @@ struct SourceLine {
 };
 
 struct PageScript {
-  std::string source;              // a strict function's body
-  std::vector<std::string> texts;  // the HTML that the body writes by index, UTF-8
-  std::vector<SourceLine> lines;   // where each line of `source` comes from
-  std::vector<std::string> files;  // the page first
+  std::string source;                 // a strict function's body
+  std::vector<std::string> texts;     // the HTML that the body writes by index, UTF-8
+  std::vector<SourceLine> textLines;  // where each text ends
+  std::vector<SourceLine> lines;      // where each line of `source` comes from
+  std::vector<std::string> files;     // the page first
   PageDirectives directives;
 
   // Where line `generated` of the source (from 1) comes from; a line out of range counts as the nearest one.

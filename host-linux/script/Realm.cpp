@@ -14,6 +14,36 @@ for (const name of ['WeakRef', 'FinalizationRegistry', 'console', 'Atomics', 'Sh
 for (const name of Object.getOwnPropertyNames(RegExp))
   if (!['length', 'name', 'prototype'].includes(name)) delete RegExp[name];
 
+// A single call on more elements than the heap could ever hold can't be stopped, and ends with the engine giving up.
+// Such a call is refused with the error that the language has for it. By a proxy, a function stays in all else what
+// it was, its text too.
+const mostElements = 2 ** 25;
+const {apply} = Reflect;
+const {getOwnPropertyDescriptor, defineProperty} = Object;
+const lengthOf = (thing) => {
+  if (typeof thing === 'string') return thing.length;
+  if (thing === null || typeof thing !== 'object') return 0;
+  const length = getOwnPropertyDescriptor(thing, 'length');
+  return length !== undefined && typeof length.value === 'number' ? length.value : 0;
+};
+function bound(holder, name, subject) {
+  const descriptor = getOwnPropertyDescriptor(holder, name);
+  descriptor.value = new Proxy(descriptor.value, {
+    apply(target, self, given) {
+      if (lengthOf(subject(self, given)) > mostElements) throw new RangeError('Invalid array length');
+      return apply(target, self, given);
+    }
+  });
+  defineProperty(holder, name, descriptor);
+}
+for (const name of ['fill', 'reverse', 'copyWithin', 'unshift', 'sort']) bound(Array.prototype, name, (self) => self);
+for (const name of ['split', 'match', 'replace', 'replaceAll']) bound(String.prototype, name, (self) => self);
+bound(Array, 'from', (self, given) => given[0]);
+for (const name of ['keys', 'values', 'entries', 'getOwnPropertyNames', 'getOwnPropertyDescriptors'])
+  bound(Object, name, (self, given) => given[0]);
+bound(Reflect, 'ownKeys', (self, given) => given[0]);
+bound(Object, 'assign', (self, given) => given[1]);
+
 // Objects of the language that no global name leads to.
 function* generator() {}
 async function asynchronous() {}

@@ -2,6 +2,7 @@
 
 #include <libplatform/libplatform.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <tuple>
 #include <utility>
@@ -88,6 +89,8 @@ void ScriptCore::MakeIsolate() {
   m_isolate->SetPrepareStackTraceCallback(PrepareStack);
   m_isolate->SetPromiseRejectCallback(OnRejection);
   m_isolate->AddNearHeapLimitCallback(NearHeapLimit, this);
+  m_isolate->SetOOMErrorHandler(OnOutOfMemory);
+  m_isolate->SetFatalErrorHandler(OnFatalError);
 }
 
 void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
@@ -157,7 +160,11 @@ void ScriptCore::WriteText(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     const auto& page = *static_cast<const CompiledPage*>(call.Data().As<v8::External>()->Value());
     const varnel::Long index = call[0]->IsInt32() ? call[0].As<v8::Int32>()->Value() : -1;
-    Of(call.GetIsolate()).m_request->output.WriteText(page.script.texts.at(static_cast<std::size_t>(index)));
+    const std::string& text = page.script.texts.at(static_cast<std::size_t>(index));
+    Request& request = *Of(call.GetIsolate()).m_request;
+    request.lastText.store(static_cast<std::size_t>(index), std::memory_order_relaxed);
+    request.lastPage.store(&page, std::memory_order_release);
+    request.output.WriteText(text);
   });
 }
 
@@ -173,20 +180,37 @@ void ScriptCore::WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
 
 // --- Requests
 
+// Ends the request whatever leaves it: nothing of it may be there for the next one.
+class ScriptCore::RequestEnd {
+ public:
+  explicit RequestEnd(ScriptCore& core) : m_core(core) {}
+  ~RequestEnd() {
+    if (!m_finished) m_core.DropMicrotasks();
+    m_core.EndRequest();
+  }
+  RequestEnd(const RequestEnd&) = delete;
+  RequestEnd& operator=(const RequestEnd&) = delete;
+  void SetFinished() { m_finished = true; }
+
+ private:
+  ScriptCore& m_core;
+  bool m_finished = false;
+};
+
 PageResult ScriptCore::RunPage(const std::string& page, const Intrinsics& intrinsics, PageOutput& output,
                                std::chrono::milliseconds timeLimit) {
   const v8::Isolate::Scope isolateScope(m_isolate);
   const v8::HandleScope handles(m_isolate);
   const v8::Context::Scope scope(Context());
-  Request request{intrinsics, output, page, Watchdog::Clock::now(), {}, {}, {}, {}};
+  Request request{intrinsics, output, page, Watchdog::Clock::now()};
   m_request = &request;
+  RequestEnd end(*this);
   Arm(timeLimit);
   PageResult result = RunGuarded(page);
   if (result.outcome == PageResult::Outcome::Finished) result = RunMicrotasks();
   Disarm();
   result = Settled(std::move(result), page);
-  if (result.outcome != PageResult::Outcome::Finished) DropMicrotasks();
-  EndRequest();
+  if (result.outcome == PageResult::Outcome::Finished) end.SetFinished();
   return result;
 }
 
@@ -206,6 +230,9 @@ PageResult ScriptCore::RunGuarded(const std::string& page) {
   } catch (const PendingException&) {
     if (Stopping() || trap.Exception().IsEmpty()) return {};
     return {Outcome::Failed, FailureOf(*this, trap.Exception(), trap.Message())};
+  } catch (const std::bad_alloc&) {
+    m_outOfMemory = true;
+    return {};
   }
 }
 
@@ -266,8 +293,9 @@ void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
   });
   const auto& settings = m_runtime.Settings();
   if (!settings.onStuck) return;
-  m_request->stuck = m_runtime.Dog().Arm(limit + settings.stuckAfter,
-                                         [&settings, page = m_request->page] { settings.onStuck(page); });
+  m_request->stuck = m_runtime.Dog().Arm(limit + settings.stuckAfter, [&settings, request = m_request] {
+    settings.onStuck(LastSeen(*request));
+  });
 }
 
 void ScriptCore::Disarm() {
@@ -313,18 +341,78 @@ void ScriptCore::StopNow() {
   std::ignore = m_stop.Get(m_isolate)->Call(Context(), v8::Undefined(m_isolate), 0, nullptr);
 }
 
+// A page that fills the slack too is in a single call that doesn't end: the engine gives up on it.
 std::size_t ScriptCore::NearHeapLimit(void* data, std::size_t current, std::size_t) {
   ScriptCore& core = *static_cast<ScriptCore*>(data);
-  if (!core.m_outOfMemory) core.m_heapLimit = current;
+  if (core.m_heapLimit != 0 && current > core.m_heapLimit) return current;
+  core.m_heapLimit = current;
   core.m_outOfMemory = true;
   core.m_isolate->TerminateExecution();
   return current + kHeapSlack;
 }
 
-void ScriptCore::EndRequest() {
+PagePlace ScriptCore::LastSeen(const Request& request) {
+  PagePlace place{request.page, request.output.RequestId(), {}, 0, false};
+  const CompiledPage* page = request.lastPage.load(std::memory_order_acquire);
+  if (page == nullptr) return place;
+  const SourceLine& line = page->script.textLines[request.lastText.load(std::memory_order_relaxed)];
+  place.file = page->script.files[static_cast<std::size_t>(line.file)];
+  place.line = line.line;
+  return place;
+}
+
+// The line of the script that runs, where the engine still has memory for the question.
+PagePlace ScriptCore::PlaceNow() const {
+  PagePlace place = LastSeen(*m_request);
+  const v8::HandleScope handles(m_isolate);
+  const v8::Local<v8::StackTrace> trace = v8::StackTrace::CurrentStackTrace(m_isolate, 10);
+  for (int i = 0; i < trace->GetFrameCount(); ++i) {
+    const v8::Local<v8::StackFrame> frame = trace->GetFrame(m_isolate, static_cast<std::uint32_t>(i));
+    const v8::Local<v8::String> script = frame->GetScriptName();
+    if (script.IsEmpty()) continue;
+    const PagePosition position = m_pages.Locate(ToUtf8(m_isolate, script), frame->GetLineNumber());
+    if (position.file.empty()) continue;
+    place.file = position.file;
+    place.line = position.line;
+    place.isExact = true;
+    break;
+  }
+  return place;
+}
+
+void ScriptCore::OnOutOfMemory(const char* location, bool) { Lose(location); }
+void ScriptCore::OnFatalError(const char* location, const char* message) {
+  Lose(std::string(location != nullptr ? location : "") + ": " + (message != nullptr ? message : ""));
+}
+
+// Where this returns, the engine ends the process.
+void ScriptCore::Lose(const std::string& reason) {
+  v8::Isolate* isolate = v8::Isolate::TryGetCurrent();
+  ScriptCore* core = isolate == nullptr ? nullptr : &Of(isolate);
+  if (core == nullptr || core->m_request == nullptr || !core->m_runtime.Settings().onLost) return;
+  PagePlace place = LastSeen(*core->m_request);
+  // A size that can't be is refused with memory to spare; a full heap can't be asked any more.
+  const bool hasRoom = !core->m_outOfMemory && reason.find("invalid") != std::string::npos;
+  if (hasRoom && !std::exchange(core->m_locating, true)) place = core->PlaceNow();
+  core->Disarm();
+  core->m_runtime.Settings().onLost(place, reason);
+  while (true) ::pause();
+}
+
+// Scripts are cut off first: what the end of an object calls finds none.
+void ScriptCore::ReleaseObjects() {
   m_rejections.clear();
-  m_wrappers->ReleaseAll();
   m_scriptObjects.ReleaseAll();
+  try {
+    m_request->output.OnPageEnd();
+  } catch (...) {  // the page's text is made; there is nobody left to tell
+  }
+  m_wrappers->ReleaseAll();
+}
+
+void ScriptCore::EndRequest() {
+  ReleaseObjects();
+  Disarm();
   m_request = nullptr;
   m_pages.DropReplaced();
   if (m_outOfMemory) RecoverHeap();
@@ -349,6 +437,7 @@ void ScriptCore::RecoverHeap() {
   m_isolate->LowMemoryNotification();
   m_isolate->RemoveNearHeapLimitCallback(NearHeapLimit, m_heapLimit);
   m_isolate->AddNearHeapLimitCallback(NearHeapLimit, this);
+  m_heapLimit = 0;
 }
 
 }  // namespace hostlinux

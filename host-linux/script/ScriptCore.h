@@ -55,6 +55,7 @@ class ScriptCore {
   std::unique_ptr<v8::BackingStore> NewBuffer(std::size_t size);
 
  private:
+  class RequestEnd;
   struct Request {
     const Intrinsics& intrinsics;
     PageOutput& output;
@@ -62,8 +63,11 @@ class ScriptCore {
     Watchdog::Clock::time_point start;
     Watchdog::Clock::time_point held{};  // since when a debugger stops it; 0 while none does
     std::chrono::milliseconds timeLimit{0};
-    Watchdog::Ticket limit;
-    Watchdog::Ticket stuck;
+    Watchdog::Ticket limit{};
+    Watchdog::Ticket stuck{};
+    // The text that was written last; the watchdog looks here.
+    std::atomic<const CompiledPage*> lastPage{nullptr};
+    std::atomic<std::size_t> lastText{0};
   };
 
   void MakeIsolate();
@@ -78,11 +82,17 @@ class ScriptCore {
   void Arm(std::chrono::milliseconds timeLimit);
   void Disarm();
   void EndRequest();
+  void ReleaseObjects();
   void DropMicrotasks();
   void RecoverHeap();
 
   static void WriteText(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static PagePlace LastSeen(const Request& request);
+  PagePlace PlaceNow() const;
+  static void OnOutOfMemory(const char* location, bool isHeap);
+  static void OnFatalError(const char* location, const char* message);
+  static void Lose(const std::string& reason);
   static std::size_t NearHeapLimit(void* data, std::size_t current, std::size_t initial);
   static void OnRejection(v8::PromiseRejectMessage message);
 
@@ -104,6 +114,7 @@ class ScriptCore {
   std::string m_text;            // of the expression being written
   std::size_t m_heapLimit = 0;   // before it was raised for the page that ran into it
   bool m_ended = false;
+  bool m_locating = false;  // an error while a place is looked for must not look for it again
   std::atomic<bool> m_timedOut{false};
   std::atomic<bool> m_outOfMemory{false};
 };

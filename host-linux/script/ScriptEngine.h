@@ -29,6 +29,10 @@ class PageOutput {
   virtual void WriteText(std::string_view utf8) = 0;
   // The value of any other expression, as Response.Write writes it.
   virtual void WriteValue(const varnel::Variant& value) = 0;
+  // The page is over: no script runs any more, and the objects that it made are still what they were.
+  virtual void OnPageEnd() {}
+  // The id under which the log knows the request; may be empty.
+  virtual std::string RequestId() const { return {}; }
 };
 
 // The host's objects of one request, by the names under which its pages see them.

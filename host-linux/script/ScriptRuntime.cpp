@@ -21,6 +21,12 @@ v8::Platform* Begin() {
 
 }  // namespace
 
+std::string PlaceText(const PagePlace& place) {
+  if (place.file.empty()) return place.page;
+  const std::string inside = place.file == place.page ? "" : " (called for " + place.page + ")";
+  return place.file + inside + (place.isExact ? ", line " : ", behind line ") + std::to_string(place.line);
+}
+
 ScriptRuntime::ScriptRuntime(Options options) : m_options(std::move(options)), m_platform(Begin()) {}
 
 ScriptRuntime::~ScriptRuntime() = default;

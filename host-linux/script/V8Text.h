@@ -25,7 +25,7 @@ inline void Check(v8::Maybe<bool> done) {
   if (done.IsNothing()) throw PendingException();
 }
 
-// A text longer than the engine takes leaves a RangeError pending.
+// Empty, with nothing pending, for a text longer than v8::String::kMaxLength.
 inline v8::MaybeLocal<v8::String> ToV8(v8::Isolate* isolate, std::string_view utf8) {
   return v8::String::NewFromUtf8(isolate, utf8.data(), v8::NewStringType::kNormal,
                                  static_cast<int>(std::min<std::size_t>(utf8.size(), 0x7FFFFFFF)));

@@ -20,6 +20,10 @@ constexpr std::uint32_t kMaxElements = 10'000'000;
 constexpr double kDayMs = 24.0 * 60 * 60 * 1000;
 constexpr double kUnixEpochDays = 25569;  // from 30 December 1899 to 1 January 1970
 
+[[noreturn]] void RaiseTooLong() {
+  varnel::RaiseRuntimeError(runtime_error::kOutOfMemory, u"the text is too long");
+}
+
 // Milliseconds of local time since 1970 to days and back. Before day 0 the time of day still counts forward.
 // An invalid date is one on both sides.
 varnel::Date FromLocalMs(double ms) {
@@ -40,7 +44,7 @@ class VariantReader {
       : m_core(core), m_isolate(core.Isolate()), m_passed(passed) {}
 
   Variant Read(v8::Local<v8::Value> value) {
-    if (value->IsString()) return ToText(m_isolate, value.As<v8::String>());
+    if (value->IsString()) return ReadText(value.As<v8::String>());
     if (value->IsInt32()) return value.As<v8::Int32>()->Value();
     if (value->IsUndefined()) return varnel::Missing();
     if (value->IsNull()) return varnel::Null();
@@ -53,6 +57,13 @@ class VariantReader {
  private:
   // Plain values, which most are, need none.
   v8::Local<v8::Context> Context() const { return m_isolate->GetCurrentContext(); }
+
+  Variant ReadText(v8::Local<v8::String> text) {
+    const auto length = static_cast<std::size_t>(text->Length());
+    if (length > kMostTextUnits - m_textUnits) RaiseTooLong();
+    m_textUnits += length;
+    return ToText(m_isolate, text);
+  }
 
   // Minus zero is a whole number like any other zero.
   static Variant ReadNumber(double value) {
@@ -86,11 +97,14 @@ class VariantReader {
 
   Variant ReadArray(v8::Local<v8::Array> array) {
     if (m_depth == kMaxDepth) varnel::RaiseRuntimeError(runtime_error::kInvalidArgument, u"arrays too deep");
-    if (array->Length() > kMaxElements) varnel::RaiseRuntimeError(runtime_error::kOutOfMemory);
+    // An element may be a getter that makes the array longer.
+    const std::uint32_t length = array->Length();
+    if (length > kMaxElements - m_elements) varnel::RaiseRuntimeError(runtime_error::kOutOfMemory);
+    m_elements += length;
     ++m_depth;
     auto copy = std::make_shared<varnel::Array>();
-    copy->items.reserve(array->Length());
-    for (std::uint32_t i = 0; i < array->Length(); ++i) {
+    copy->items.reserve(length);
+    for (std::uint32_t i = 0; i < length; ++i) {
       Variant item = Read(Take(array->Get(Context(), i)));
       copy->items.push_back(item.IsMissing() ? Variant() : std::move(item));
     }
@@ -103,6 +117,8 @@ class VariantReader {
   v8::Isolate* m_isolate;
   PassedArrays* m_passed;
   int m_depth = 0;
+  std::uint32_t m_elements = 0;
+  std::size_t m_textUnits = 0;
 };
 
 class ScriptWriter {
@@ -126,6 +142,7 @@ class ScriptWriter {
     return m_core.Tools().MakeDate(m_isolate->GetCurrentContext(), ToLocalMs(value));
   }
   v8::Local<v8::Value> Of(const varnel::String& value) {
+    if (value.size() > kMostTextUnits) RaiseTooLong();
     return Take(ToV8(m_isolate, varnel::StringView(value)));
   }
   v8::Local<v8::Value> Of(const varnel::ObjectPtr& object) {
@@ -140,7 +157,10 @@ class ScriptWriter {
     ++m_depth;
     std::vector<v8::Local<v8::Value>> items;
     items.reserve(array->items.size());
-    for (const Variant& item : array->items) items.push_back(Write(item));
+    for (const Variant& item : array->items) {
+      if (m_core.Stopping()) throw PendingException();  // the engine's heap is full
+      items.push_back(Write(item));
+    }
     --m_depth;
     return v8::Array::New(m_isolate, items.data(), items.size());
   }

@@ -154,6 +154,7 @@ v8::Local<v8::Object> Wrappers::Wrap(const varnel::ObjectPtr& object) {
 // An object's end may run code of the library, which must not find half-released neighbours in the map.
 void Wrappers::ReleaseAll() {
   m_slotOf.Clear();
+  for (std::size_t i = m_used; i > 0; --i) m_slots[i - 1].object->LetGo();
   while (m_used > 0) {
     Slot& slot = m_slots[--m_used];
     slot.wrapper.Reset();

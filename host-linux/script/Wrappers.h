@@ -33,7 +33,9 @@ class Wrappers {
   // The object behind a wrapper. Raises 91 where its request is over.
   static const varnel::ObjectPtr& Unwrap(v8::Local<v8::Object> wrapper);
 
-  // Lets all objects go, the youngest first.
+  // Has all objects let each other go, and then lets them go, the youngest first. What holds something else
+  // of the request was given it by a script, and so has a wrapper: no circle of objects outlives this, and no
+  // chain of them ends all at once, which would need a stack as deep as it is long.
   void ReleaseAll();
 
   // True while the engine itself changes a prototype.

@@ -4,6 +4,7 @@
 
 #include "tests/automation/Raises.h"
 #include "varnel/automation/Convert.h"
+#include "varnel/automation/Members.h"
 
 namespace varnel::test {
 namespace {
@@ -14,6 +15,39 @@ std::shared_ptr<Collection> ThreeColours() {
   collection->Add(u"green", Missing());
   collection->Add(u"blue", u"B");
   return collection;
+}
+
+// Adds to the collection while it is asked for a position.
+class AddingPosition : public Object {
+ public:
+  explicit AddingPosition(Collection& collection) : m_collection(collection) {}
+  const ClassInfo& Class() const override {
+    static const ClassInfo info{u"AddingPosition", {ReadOnly<&AddingPosition::Value>(u"Value").AsDefault()}};
+    return info;
+  }
+  Long Value() {
+    for (int i = 0; i < 1000; ++i) m_collection.Add(Long{i}, Missing());
+    return 1;
+  }
+
+ private:
+  Collection& m_collection;
+};
+
+TEST(Collection, MayGrowWhileAPositionIsConverted) {
+  const auto colours = ThreeColours();
+  const Variant position = std::make_shared<AddingPosition>(*colours);
+  colours->Remove(position);
+  EXPECT_EQ(colours->Count(), 1002);
+  EXPECT_EQ(colours->Item(position), Variant(u"green"));
+}
+
+TEST(Collection, LetsGoOfItsItems) {
+  const auto colours = ThreeColours();
+  colours->Add(colours, u"itself");
+  colours->LetGo();
+  EXPECT_EQ(colours->Count(), 0);
+  EXPECT_EQ(NumberOf([&] { colours->Item(u"itself"); }), 5);
 }
 
 TEST(Collection, CountsPositionsFromOne) {

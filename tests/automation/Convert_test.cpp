@@ -156,6 +156,44 @@ TEST(Convert, NullAndNothingAreNoObjectAndAPlainValueIsAMismatch) {
   EXPECT_EQ(NumberOf([] { ToObject(u"text"); }), 13);
 }
 
+// Its default value is another object, as it is set.
+class Link : public Object {
+ public:
+  const ClassInfo& Class() const override {
+    static const ClassInfo info{u"Link", {DataMember<&Link::next>(u"Next").AsDefault()}};
+    return info;
+  }
+  void LetGo() noexcept override { next = Variant(); }
+  Variant next;
+};
+
+TEST(Convert, DefaultValuesThatLeadToEachOtherAreAMismatch) {
+  const auto first = std::make_shared<Link>();
+  const auto second = std::make_shared<Link>();
+  first->next = second;
+  second->next = first;
+  EXPECT_EQ(NumberOf([&] { ToText(first); }), 13);
+  EXPECT_EQ(NumberOf([&] { ToLong(first); }), 13);
+  EXPECT_EQ(NumberOf([&] { ToDouble(first); }), 13);
+  EXPECT_EQ(NumberOf([&] { ToBoolean(first); }), 13);
+  EXPECT_EQ(NumberOf([&] { ToDate(first); }), 13);
+  EXPECT_EQ(NumberOf([&] { ToPlain(first); }), 13);
+  first->LetGo();
+}
+
+TEST(Convert, SixteenObjectsMayLeadToAValue) {
+  Variant value = u"end";
+  for (int i = 0; i < kMostDefaultSteps; ++i) {
+    const auto link = std::make_shared<Link>();
+    link->next = value;
+    value = link;
+  }
+  EXPECT_EQ(ToText(value), u"end");
+  const auto oneMore = std::make_shared<Link>();
+  oneMore->next = value;
+  EXPECT_EQ(NumberOf([&] { ToText(oneMore); }), 13);
+}
+
 TEST(Convert, NamesTheTypeOfEveryValue) {
   EXPECT_EQ(TypeName(Variant()), u"Empty");
   EXPECT_EQ(TypeName(Missing()), u"Empty");

@@ -35,7 +35,7 @@ TEST(ClassFactory, MakesWhatThePageBinds) {
   const ObjectPtr recordset = page->DRecordset();
   const ObjectPtr table = page->Table();
   EXPECT_EQ(recordset->Class().name, u"DRecordset");
-  EXPECT_EQ(page->DGrid(recordset, u"Title", false, table)->Class().name, u"DGrid");
+  EXPECT_EQ(page->DGrid(CastObject<IDRecordset>(recordset), u"Title", false, table)->Class().name, u"DGrid");
   page->Add(table);
   EXPECT_EQ(host.Response().Writes().size(), 1U);
 }

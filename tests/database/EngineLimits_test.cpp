@@ -486,7 +486,10 @@ TEST_F(EngineLimits, AReaderWhoMayNotWriteReadsALogsDatabase) {
       if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(9);
       int result = 2;
       try {
-        m_database = hostlinux::AdoDatabase::Make({m_folder, {}, {}, {}, {}, {}});
+        hostlinux::AdoOptions options;
+        options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
+        options.folder = m_folder;
+        m_database = hostlinux::AdoDatabase::Make(std::move(options));
         m_connection = Connect(kReader);
         result = Rows(u"SELECT COUNT(*) FROM t") == "2" ? 0 : 1;
       } catch (...) {

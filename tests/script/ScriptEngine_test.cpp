@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <new>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/script/ScriptFixture.h"
@@ -284,7 +286,80 @@ TEST_F(ScriptEngineTest, APageThatCantBeStoppedIsReported) {
     while (stuckPage.Name().empty()) std::this_thread::yield();
   };
   EXPECT_EQ(RunFile("stuck.asp").outcome, Outcome::TimedOut);
-  EXPECT_EQ(stuckPage.Name(), "stuck.asp");
+  EXPECT_EQ(stuckPage.Name(), "stuck.asp, behind line 1");
+}
+
+// Fails as it does where there is no memory left, while the page is looked for.
+class FailingPageFiles final : public PageFiles {
+ public:
+  std::optional<std::string> Read(const std::string&) const override { return "text"; }
+  std::optional<FileStamp> Stamp(const std::string&) const override {
+    if (--goodStamps < 0) throw std::length_error("no room");
+    if (goodStamps == 0) throw std::bad_alloc();
+    return FileStamp{1, 0, 0, 0};
+  }
+  mutable int goodStamps = 2;
+};
+
+TEST(ScriptEngineFailureTest, ARequestThatLeavesByAnExceptionIsOver) {
+  const FailingPageFiles pages;
+  ScriptEngine engine(SharedRuntime(), pages, {});
+  TextOutput output;
+  int ended = 0;
+  struct EndedOutput final : PageOutput {
+    explicit EndedOutput(int& count) : ends(count) {}
+    void WriteText(std::string_view) override {}
+    void WriteValue(const Variant&) override {}
+    void OnPageEnd() override { ++ends; }
+    int& ends;
+  };
+  const auto run = [&] {
+    EndedOutput own(ended);
+    const Intrinsics intrinsics;
+    return engine.RunPage("page.asp", intrinsics, own, std::chrono::seconds(60)).outcome;
+  };
+  EXPECT_EQ(run(), Outcome::OutOfMemory);
+  EXPECT_THROW(run(), std::length_error);
+  // Between two requests these find none.
+  engine.SetTimeLimit(std::chrono::milliseconds(1));
+  engine.EndPage();
+  pages.goodStamps = 1000;
+  EXPECT_EQ(run(), Outcome::Finished);
+  EXPECT_EQ(ended, 3);
+}
+
+TEST_F(ScriptEngineTest, CallsOnMoreThanTheHeapCanHoldAreRefused) {
+  const char* const calls[] = {"new Array(3e8).fill(1)",
+                               "'x'.repeat(4e8).split('')",
+                               "'x'.repeat(4e8).match(/x/g)",
+                               "'x'.repeat(4e8).replace(/x/g, 'yy')",
+                               "Array.from({length: 3e8})",
+                               "Array.from('x'.repeat(4e8))",
+                               "Array.prototype.fill.call({length: 3e8}, 1)",
+                               "new Array(3e8).sort()",
+                               "Object.keys('x'.repeat(4e8))",
+                               "Math.max.apply(null, {length: 3e8})"};
+  for (const char* call : calls) {
+    EXPECT_EQ(Output("<% try { " + std::string(call) +
+                     "; %>no error<% } catch (e) { %><%= e.name + ': ' + e.message %><% } %>"),
+              "RangeError: Invalid array length")
+        << call;
+  }
+}
+
+TEST_F(ScriptEngineTest, BoundedCallsAreInAllElseWhatTheyWere) {
+  EXPECT_EQ(Value("[1, 2, 3].fill(0, 1).join() + 'a,b'.split(',', 1) + Array.from('ab', c => c + c)"),
+            "1,0,0aaa,bb");
+  EXPECT_EQ(Value("[[].fill, ''.split, Array.from, Object.keys].map(f => f.name + f.length + f).join()"),
+            "fill1function () { [native code] },split2function () { [native code] },from1function () { "
+            "[native code] "
+            "},keys1function () { [native code] }");
+  EXPECT_EQ(
+      Output("<% for (const f of [[].fill, ''.split]) { try { new f(); } catch (e) { %><%= e.name %><% }"
+             " try { f.call(null); } catch (e) { %><%= e.name %><% } try { f.x = 1; } catch (e) { %>"
+             "<%= e.name %><% } } %>"),
+      "TypeErrorTypeErrorTypeErrorTypeErrorTypeErrorTypeError");
+  EXPECT_EQ(Value("class extends Array {}.from([1, 2]).length + Array.from.call(Object, [7])[0]"), "9");
 }
 
 TEST(WatchdogTest, ADisarmedActionNeverRuns) {

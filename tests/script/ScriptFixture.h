@@ -64,9 +64,9 @@ inline StuckPage stuckPage;
 
 // The engine below is set up once in a process.
 inline ScriptRuntime& SharedRuntime() {
-  static ScriptRuntime runtime({std::chrono::milliseconds(50), [](const std::string& page) {
+  static ScriptRuntime runtime({std::chrono::milliseconds(50), [](const PagePlace& place) {
                                   const std::lock_guard lock(stuckPage.mutex);
-                                  stuckPage.name = page;
+                                  stuckPage.name = PlaceText(place);
                                 }});
   return runtime;
 }

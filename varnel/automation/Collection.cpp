@@ -38,10 +38,16 @@ std::unique_ptr<Enumeration> Collection::Enumerate() {
   return std::make_unique<CollectionWalk>(SharedFrom(*this));
 }
 
+void Collection::LetGo() noexcept {
+  m_positions.clear();
+  m_entries.clear();
+}
+
 void Collection::Add(const Variant& item, const Variant& key) {
   Entry entry{item, std::nullopt};
-  if (!key.IsMissing()) {
-    entry.key = ToText(key);
+  if (!key.IsMissing()) entry.key = ToText(key);
+  m_entries.reserve(m_entries.size() < m_entries.capacity() ? 0 : 2 * m_entries.size() + 1);
+  if (entry.key) {
     if (!m_positions.emplace(*entry.key, m_entries.size()).second)
       RaiseRuntimeError(runtime_error::kKeyTaken);
   }
@@ -55,7 +61,9 @@ const Variant& Collection::ItemOf(StringView key) const { return m_entries[Posit
 Long Collection::Count() const { return static_cast<Long>(m_entries.size()); }
 
 void Collection::Remove(const Variant& indexOrKey) {
-  m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(PositionOf(indexOrKey)));
+  // The position is asked for first: a script that runs for it may change the collection.
+  const auto position = static_cast<std::ptrdiff_t>(PositionOf(indexOrKey));
+  m_entries.erase(m_entries.begin() + position);
   m_positions.clear();
   for (std::size_t i = 0; i < m_entries.size(); ++i) {
     if (m_entries[i].key) m_positions.emplace(*m_entries[i].key, i);

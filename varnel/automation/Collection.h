@@ -14,6 +14,7 @@ class Collection : public Object {
  public:
   const ClassInfo& Class() const override;
   std::unique_ptr<Enumeration> Enumerate() override;
+  void LetGo() noexcept override;
 
   // Appends `item`. A `key` that isn't left out is taken as text; raises 457 if it is taken, and nothing is
   // added then.

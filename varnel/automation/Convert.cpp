@@ -19,12 +19,19 @@ Date RequireDate(Date date) {
   return date;
 }
 
-// The value that stands for an object where a plain one is needed.
-Variant DefaultValueOf(const ObjectPtr& object) {
-  if (object == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
-  const Member* member = object->Class().Default();
-  if (member == nullptr) RaiseMismatch();
-  return object->CallDefault({});
+// The value that stands for an object where a plain one is needed. Objects may lead to each other without
+// end. What runs for a default value may be a script, which changes what holds the object: so it is held
+// here.
+Variant PlainValueOf(ObjectPtr object) {
+  for (int step = 0; step < kMostDefaultSteps; ++step) {
+    if (object == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
+    if (object->Class().Default() == nullptr) RaiseMismatch();
+    Variant value = object->CallDefault({});
+    const ObjectPtr* next = value.As<ObjectPtr>();
+    if (next == nullptr) return value;
+    object = *next;
+  }
+  RaiseRuntimeError(runtime_error::kTypeMismatch, u"default values lead to each other");
 }
 
 // A number rounded to the nearest whole one, a half to the even neighbour, within the range of T.
@@ -67,7 +74,7 @@ double ToDouble(const Variant& value) {
         } else if constexpr (std::is_same_v<T, String>) {
           return ParseNumber(held);
         } else if constexpr (std::is_same_v<T, ObjectPtr>) {
-          return ToDouble(DefaultValueOf(held));
+          return ToDouble(PlainValueOf(held));
         } else {
           RaiseMismatch();
         }
@@ -77,7 +84,7 @@ double ToDouble(const Variant& value) {
 
 bool ToBoolean(const Variant& value) {
   if (const bool* same = value.As<bool>()) return *same;
-  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToBoolean(DefaultValueOf(*object));
+  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToBoolean(PlainValueOf(*object));
   if (const String* text = value.As<String>()) {
     if (EqualsNoCase(Trim(*text), u"True")) return true;
     if (EqualsNoCase(Trim(*text), u"False")) return false;
@@ -87,7 +94,7 @@ bool ToBoolean(const Variant& value) {
 
 Date ToDate(const Variant& value) {
   if (const Date* same = value.As<Date>()) return RequireDate(*same);
-  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToDate(DefaultValueOf(*object));
+  if (const ObjectPtr* object = value.As<ObjectPtr>()) return ToDate(PlainValueOf(*object));
   if (const String* text = value.As<String>()) return ParseDate(*text);
   const Date date{ToDouble(value)};
   SplitDate(date);  // raises if there is no such day
@@ -113,7 +120,7 @@ String ToText(const Variant& value) {
         } else if constexpr (std::is_same_v<T, Date>) {
           return DateText(RequireDate(held));
         } else if constexpr (std::is_same_v<T, ObjectPtr>) {
-          return ToText(DefaultValueOf(held));
+          return ToText(PlainValueOf(held));
         } else {
           RaiseMismatch();
         }
@@ -123,7 +130,7 @@ String ToText(const Variant& value) {
 
 Variant ToPlain(const Variant& value) {
   const ObjectPtr* object = value.As<ObjectPtr>();
-  return object == nullptr ? value : ToPlain(DefaultValueOf(*object));
+  return object == nullptr ? value : PlainValueOf(*object);
 }
 
 ObjectPtr ToObject(const Variant& value) {

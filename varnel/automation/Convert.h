@@ -1,13 +1,17 @@
 // Every conversion between values, with its rounding, overflow and Null rules, in one place.
 //
 // Empty is 0, False, the empty text and day 0. Null raises 94. An object gives its default value first, and
-// Nothing raises 91. Text is read by the user's locale (LocaleFacts.h). What can't be converted, an invalid
+// Nothing raises 91; one whose default value is an object again, and so on for more than kMostDefaultSteps
+// objects, raises 13. Text is read by the user's locale (LocaleFacts.h). What can't be converted, an invalid
 // date among it, raises 13, what is out of range 6. A left-out argument counts as Empty.
 #pragma once
 
 #include "varnel/automation/Object.h"
 
 namespace varnel {
+
+// So many objects may lead from one to the next until there is a plain value.
+inline constexpr int kMostDefaultSteps = 16;
 
 // A half is rounded to the even neighbour.
 Integer ToInteger(const Variant& value);

@@ -82,6 +82,11 @@ class Object : public std::enable_shared_from_this<Object> {
   // The elements, for a for-each; null if the object is no collection.
   virtual std::unique_ptr<Enumeration> Enumerate() { return nullptr; }
 
+  // Lets go of the objects that a caller put into it, and of those that it can do without. A host calls this
+  // for what a request leaves behind: objects that hold each other would never go by themselves. The object
+  // is as empty then as one that was never filled.
+  virtual void LetGo() noexcept {}
+
   // Calls with the arguments given in place.
   template <typename... T>
   Variant CallWith(StringView name, T&&... values) {

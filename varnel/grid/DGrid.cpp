@@ -67,6 +67,13 @@ const ClassInfo& DGrid::Class() const {
   return info;
 }
 
+void DGrid::LetGo() noexcept {
+  m_Page = nullptr;
+  m_ObjectContext = nullptr;
+  m_Recordset = nullptr;
+  m_Table = nullptr;
+}
+
 void DGrid::BindFromPage(const std::shared_ptr<Page>& iPage, const std::shared_ptr<IDRecordset>& iRecordset,
                          const String& iTitle, bool iFormBased, const ObjectPtr& iTable) {
   m_Page = iPage;

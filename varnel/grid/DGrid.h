@@ -28,6 +28,7 @@ namespace varnel {
 class DGrid : public Object, public IDGrid {
  public:
   const ClassInfo& Class() const override;
+  void LetGo() noexcept override;
 
   void BindFromPage(const std::shared_ptr<Page>& iPage, const std::shared_ptr<IDRecordset>& iRecordset,
                     const String& iTitle, bool iFormBased, const ObjectPtr& iTable) override;

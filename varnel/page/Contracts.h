@@ -18,6 +18,8 @@ class ITable {
   virtual void InitFromPage(const std::shared_ptr<Page>& iPage) = 0;
   // The finished HTML of the table.
   virtual String GetHTML() = 0;
+  // The same inside of `iDepth` other tables.
+  virtual String GetNestedHTML(int /*iDepth*/) { return GetHTML(); }
 };
 
 class IDRecordset {

@@ -72,6 +72,12 @@ void Page::Activate() {
 
 void Page::Deactivate() {}
 
+void Page::LetGo() noexcept {
+  m_Connection = nullptr;
+  m_sConnectionName.clear();
+  m_MessageManager = nullptr;
+}
+
 void Page::OpenDatabaseConnection(const String& iConnectionName) {
   if (iConnectionName == m_sConnectionName) return;
   const String text = ToText(m_Application->Value(iConnectionName + u"_ConnectionString"));
@@ -162,7 +168,8 @@ String Page::I18N(const String& iKey) {
     BindUser();
   }
   try {
-    return ToText(m_MessageManager->CallWith(u"getMessage", iKey, m_sLanguageID));
+    const ObjectPtr manager = m_MessageManager;
+    return ToText(manager->CallWith(u"getMessage", iKey, m_sLanguageID));
   } catch (...) {
     const ErrInfo e = Util_SaveErr();
     if (e.Number == kGeneralFailure) return iKey + u"-" + m_sLanguageID;
@@ -176,6 +183,7 @@ String Page::I18N(const String& iKey) {
 // Asks the membership component once who the user is and which language he reads.
 void Page::BindUser() {
   const ObjectPtr user = Gen_GetComponent(u"Tolvane.User");
+  if (user == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
   const Variant name = m_Session->Value(u"REMOTE_USER");
   const Variant account = m_Session->Value(u"REMOTE_ACCOUNT");
   const Variant password = m_Session->Value(u"REMOTE_PASSWORD");

@@ -19,6 +19,7 @@ class Page : public Object, public host::IObjectControl {
   ~Page() override;
 
   const ClassInfo& Class() const override;
+  void LetGo() noexcept override;
 
   // Binds the host's objects of the running request, in place of the ones bound before, and puts the style
   // back to the plain one. Runs at construction; a second call does no harm.

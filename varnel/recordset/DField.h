@@ -9,6 +9,7 @@ namespace varnel {
 class DField : public Object {
  public:
   const ClassInfo& Class() const override;
+  void LetGo() noexcept override { Value = Variant(); }
 
   // The value. The default member: a field used as a value is its value.
   Variant GetDefault();

@@ -49,8 +49,10 @@ Long DFields::Count() { return Required(m_Fields).Count(); }
 std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
   ErrInfo error;
   try {
-    const Collection& fields = Required(m_Fields);
-    return iIndexOrKey.IsText() ? FieldOf(fields, iIndexOrKey) : FieldOf(fields, ToPlain(iIndexOrKey));
+    // A script that runs for the key may bind this object anew.
+    const std::shared_ptr<Collection> fields = m_Fields;
+    Required(fields);
+    return FieldOf(*fields, iIndexOrKey.IsText() ? iIndexOrKey : ToPlain(iIndexOrKey));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

@@ -11,6 +11,7 @@ class DFields : public Object {
   const ClassInfo& Class() const override;
   // The fields in column order.
   std::unique_ptr<Enumeration> Enumerate() override;
+  void LetGo() noexcept override { m_Fields = nullptr; }
 
   // Shares `iFieldsCollection`, whose items are DField objects.
   void Initialize(std::shared_ptr<Collection>& iFieldsCollection);

@@ -110,6 +110,14 @@ void DRecordset::Initialize(const std::shared_ptr<Page>& iPage, Integer iRecords
   m_State.NavType = nav_type::kNone;
 }
 
+void DRecordset::LetGo() noexcept {
+  m_oPage = nullptr;
+  m_oContext = nullptr;
+  m_oConnection = nullptr;
+  m_oFields = nullptr;
+  m_vFields.clear();
+}
+
 void DRecordset::SetConnection(const String& i_sConnectionString) {
   using namespace host::ado;
   const auto connection = host::Platform().CreateConnection();
@@ -146,7 +154,9 @@ Variant DRecordset::GetRecordsetName() { return m_sName; }
 
 std::shared_ptr<DField> DRecordset::GetDefault(Variant& iIndexOrKey) {
   if (m_oFields == nullptr) Util_Raise(-1, String(kSource), u"No data available.", u"", 0);
-  return m_oFields->Item(iIndexOrKey);
+  // A script that runs for the key may bind this recordset anew.
+  const std::shared_ptr<DFields> fields = m_oFields;
+  return fields->Item(iIndexOrKey);
 }
 
 std::shared_ptr<DFields> DRecordset::Fields() { return m_oFields; }
@@ -182,17 +192,20 @@ void DRecordset::GetDataAsRecordSet(Variant& oRecordset) {
     oRecordset = nullptr;
     return;
   }
-  Object& target = Driven(ToObject(oRecordset));
+  // Each call of the target may run a script, which may bind this recordset anew.
+  const ObjectPtr held = ToObject(oRecordset);
+  Object& target = Driven(held);
   if (m_oFields == nullptr) RaiseRuntimeError(runtime_error::kObjectNotSet);
-  const auto count = static_cast<Long>(m_vFields.size());
-  for (const std::shared_ptr<DField>& field : m_vFields) {
+  const std::vector<std::shared_ptr<DField>> fields = m_vFields;
+  const auto count = static_cast<Long>(fields.size());
+  for (const std::shared_ptr<DField>& field : fields) {
     Driven(ToObject(target.Get(u"Fields"))).CallWith(u"Append", field->Name, kAdBSTR);
   }
   target.CallWith(u"Open");
   for (Long row = 0; row <= m_iLastRow; ++row) {
     target.CallWith(u"AddNew");
     for (Long k = 0; k < count; ++k) {
-      const Variant& value = BufferedValue(k, row);
+      const Variant value = BufferedValue(k, row);
       if (value.IsNull()) continue;
       Variant position = k;
       const Variant field = Driven(ToObject(target.Get(u"Fields"))).CallDefault(Arguments(&position, 1));

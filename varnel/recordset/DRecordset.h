@@ -61,6 +61,7 @@ class DRecordset : public Object, public IDRecordset, private DRecordsetFields {
  public:
   DRecordset();
   const ClassInfo& Class() const override;
+  void LetGo() noexcept override;
 
   // Binds the recordset to its page, which may be Nothing, and to the running request. The name, "R_" and the
   // character 48 + `iRecordsetID`, is the URL parameter of its state. Raises 91 outside of a request.

@@ -79,6 +79,14 @@ void Table::InitFromPage(const std::shared_ptr<Page>& iPage) {
   m_bAlternateColor = false;
 }
 
+void Table::LetGo() noexcept {
+  m_Page = nullptr;
+  m_ObjectContext = nullptr;
+  m_aCells = TableCells();
+  m_iLastRow = -1;
+  m_iLastCol = -1;
+}
+
 void Table::SetTableTypePlain() {
   m_eTableType = TableTypePlain;
   m_Style.BorderWidth = 0;

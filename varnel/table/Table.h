@@ -22,6 +22,7 @@ namespace varnel {
 class Table : public Object, public ITable {
  public:
   const ClassInfo& Class() const override;
+  void LetGo() noexcept override;
 
   // Binds the table to its page, takes a copy of the current style, and makes it an empty property table.
   void InitFromPage(const std::shared_ptr<Page>& iPage) override;
@@ -91,8 +92,14 @@ class Table : public Object, public ITable {
   void HeaderCellInNormalCell(const Variant& iData);
 
   // The finished HTML; can be asked for again. Raises 13 for a grid inside a cell, what a nested table
-  // raises, and 7 for a table inside itself.
-  String GetHTML() override;
+  // raises, and 7 for a table inside itself, for more than kMostNestedTables tables inside each other, and
+  // for more than kMostCharacters.
+  String GetHTML() override { return GetNestedHTML(0); }
+  String GetNestedHTML(int iDepth) override;
+
+  // Browsers draw fewer, and the stack of a page that is at the end of its own bears them.
+  static constexpr int kMostNestedTables = 100;
+  static constexpr std::size_t kMostCharacters = 64 * 1024 * 1024;
 
   // The model as it stands; positions count from 0.
   const TableCells& Cells() const { return m_aCells; }
@@ -133,9 +140,9 @@ class Table : public Object, public ITable {
   struct CellLook;
   bool NeedsBorderTable() const;
   String BuildTableOpen(bool iBorderTable) const;
-  void AppendRows(String& ioHTML) const;
-  void AppendRow(String& ioHTML, int iRow) const;
-  void AppendCell(String& ioHTML, int iRow, int iCol) const;
+  void AppendRows(String& ioHTML, int iDepth) const;
+  void AppendRow(String& ioHTML, int iRow, int iDepth) const;
+  void AppendCell(String& ioHTML, int iRow, int iCol, int iDepth) const;
   void AppendCellOpen(String& ioHTML, const CellLook& iLook) const;
   void AppendCellClose(String& ioHTML, const TableCell& iCell) const;
   CellLook ChooseLook(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const;

@@ -24,7 +24,7 @@ void Table::EnterDirectMode() {
   TableCell& first = m_aCells.At(0, 0);
   if (first.ColSpan == kSpanToEnd) first.ColSpan = 2;
   String html = BuildTableOpen(NeedsBorderTable());
-  AppendRows(html);
+  AppendRows(html, 0);
   WriteDirect(u"DirectMode Begin", html);
 }
 
@@ -46,7 +46,7 @@ void Table::WriteCellDirect(CellPosition iPosition) {
   const TableCell& cell = m_aCells.At(iPosition.row, iPosition.col);
   if (cell.IsHidden()) return;
   String text;
-  AppendCell(text, iPosition.row, iPosition.col);
+  AppendCell(text, iPosition.row, iPosition.col, 0);
   if ((cell.Flags & CellDirectBegin) != 0) {
     WriteDirect(u"Cell Begin", text);
   } else {

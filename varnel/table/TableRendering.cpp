@@ -81,12 +81,16 @@ Long OwnOrColumn(Long iCell, Long iColumn) {
 
 bool IsBlank(const String& iText) { return iText.find_first_not_of(u' ') == String::npos; }
 
+// A few tables that hold each other several times make a text without end.
+[[noreturn]] void RaiseTooLong() { RaiseRuntimeError(runtime_error::kOutOfMemory, u"a table is too long"); }
+
 // What stands inside the cell: a nested table or the text, without which browsers draw no cell at all.
-void AppendContent(String& ioHTML, const TableCell& iCell) {
+void AppendContent(String& ioHTML, const TableCell& iCell, int iDepth) {
+  if (ioHTML.size() > Table::kMostCharacters) RaiseTooLong();
   if (iCell.Data.IsObject()) {
     const auto table = CastObject<ITable>(iCell.Data);
     if (table == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch);
-    ioHTML += table->GetHTML();
+    ioHTML += table->GetNestedHTML(iDepth + 1);
     return;
   }
   const String* text = iCell.Data.As<String>();
@@ -109,14 +113,16 @@ struct Table::CellLook {
   int colSpan;
 };
 
-String Table::GetHTML() {
+String Table::GetNestedHTML(int iDepth) {
   const RenderingGuard guard(m_bRendering);
+  if (iDepth >= kMostNestedTables)
+    RaiseRuntimeError(runtime_error::kOutOfMemory, u"too many tables are nested");
   const bool border = NeedsBorderTable();
   String html;
   if (!m_bDirectMode) {
     if (m_bAutoCellExtending) ExtendCells();
     html = BuildTableOpen(border);
-    AppendRows(html);
+    AppendRows(html, iDepth);
   }
   html += kCrLf;
   html += border ? u"</table></td></tr></table>" : u"</table>";
@@ -153,12 +159,12 @@ String Table::BuildTableOpen(bool iBorderTable) const {
   return html;
 }
 
-void Table::AppendRows(String& ioHTML) const {
+void Table::AppendRows(String& ioHTML, int iDepth) const {
   const auto rows = static_cast<std::size_t>(m_iLastRow + 1);
   const auto cols = static_cast<std::size_t>(m_iLastCol + 1);
   ioHTML.reserve(ioHTML.size() + rows * (cols + 1) * kTypicalCellLength);
   for (int row = 0; row <= m_iLastRow; ++row) {
-    AppendRow(ioHTML, row);
+    AppendRow(ioHTML, row, iDepth);
     // A table that is written directly goes on in its last row.
     if (m_bDirectMode && row == m_iLastRow) break;
     ioHTML += u"</tr>";
@@ -166,19 +172,19 @@ void Table::AppendRows(String& ioHTML) const {
   }
 }
 
-void Table::AppendRow(String& ioHTML, int iRow) const {
+void Table::AppendRow(String& ioHTML, int iRow, int iDepth) const {
   ioHTML += u"<tr>";
   for (int col = 0; col <= m_iLastCol; ++col) {
     if (m_aCells.At(iRow, col).IsHidden()) continue;
-    AppendCell(ioHTML, iRow, col);
+    AppendCell(ioHTML, iRow, col, iDepth);
     AppendCellClose(ioHTML, m_aCells.At(iRow, col));
   }
 }
 
-void Table::AppendCell(String& ioHTML, int iRow, int iCol) const {
+void Table::AppendCell(String& ioHTML, int iRow, int iCol, int iDepth) const {
   const TableCell& cell = m_aCells.At(iRow, iCol);
   AppendCellOpen(ioHTML, ChooseLook(iRow, iCol, cell, m_aColumns.At(iCol)));
-  AppendContent(ioHTML, cell);
+  AppendContent(ioHTML, cell, iDepth);
 }
 
 void Table::AppendCellOpen(String& ioHTML, const CellLook& iLook) const {
