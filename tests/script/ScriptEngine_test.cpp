@@ -309,7 +309,7 @@ TEST(ScriptEngineFailureTest, ARequestThatLeavesByAnExceptionIsOver) {
   struct EndedOutput final : PageOutput {
     explicit EndedOutput(int& count) : ends(count) {}
     void WriteText(std::string_view) override {}
-    void WriteValue(const Variant&) override {}
+    void WriteValue(const varnel::Variant&) override {}
     void OnPageEnd() override { ++ends; }
     int& ends;
   };

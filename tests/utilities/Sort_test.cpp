@@ -133,7 +133,7 @@ TEST(QuickSort, SortsAPartOfAByteArray) {
 TEST(QuickSort, NeedsAnArray) {
   EXPECT_EQ(FailureOfSort(u"text"), 13);
   EXPECT_EQ(FailureOfSort(Variant()), 13);
-  EXPECT_EQ(FailureOfSort(std::make_shared<const Bytes>(Bytes{2, 1})), 13);
+  EXPECT_EQ(FailureOfSort(BytesPtr()), 13);
 }
 
 TEST(QuickSort, ArrayWithoutElementsFails) { EXPECT_EQ(FailureOfSort(ArrayOf({})), 9); }
