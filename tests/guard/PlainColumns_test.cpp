@@ -61,6 +61,23 @@ TEST(PlainColumns, BehindAStarStandsAnyPlainName) {
   EXPECT_FALSE(Shows(u"SELECT 2 * A, C FROM T", u"B"));
 }
 
+// The recordset cuts an entry at the word, and half a bracket opens a name that swallows the condition.
+TEST(PlainColumns, BracketsDoNotHoldTheWordAs) {
+  EXPECT_FALSE(Shows(u"SELECT * FROM T", u"[A AS B]"));
+  EXPECT_FALSE(Shows(u"SELECT [A as B] FROM T", u"[A as B]"));
+  EXPECT_TRUE(Shows(u"SELECT * FROM T", u"[AS B]"));
+  EXPECT_TRUE(Shows(u"SELECT * FROM T", u"[BASE AREA]"));
+}
+
+// In a condition SECRET is M's, whom the list doesn't show; in the result the name is there all the same.
+TEST(PlainColumns, AnotherItemsNameIsNoColumnOfAStar) {
+  EXPECT_FALSE(Shows(u"SELECT P.*, UPPER(P.A) AS SECRET FROM P, M", u"SECRET"));
+  EXPECT_FALSE(Shows(u"SELECT P.*, M.CODE [Secret] FROM P, M", u"[secret]"));
+  EXPECT_TRUE(Shows(u"SELECT P.*, UPPER(P.A) AS SECRET FROM P, M", u"P.SECRET"));
+  EXPECT_TRUE(Shows(u"SELECT *, UPPER(A) AS UA FROM P", u"UA"));
+  EXPECT_TRUE(Shows(u"SELECT P.*, M.CITY FROM P, M", u"CITY"));
+}
+
 TEST(PlainColumns, EveryBranchOfAUnionShowsIt) {
   const String first = u"SELECT A, B FROM T";
   EXPECT_TRUE(IsPlainColumn(u"A", {first, u"SELECT A, C FROM U"}));

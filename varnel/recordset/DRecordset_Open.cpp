@@ -94,6 +94,7 @@ PageTop DRecordset::NextTop() const {
   if (distance == 1) return top;
   top.nested = true;
   top.rows = WrapLong(distance * m_iPageSize);
+  if (top.rows < 0) RefuseState(u"an overflowing distance of pages");
   return top;
 }
 
