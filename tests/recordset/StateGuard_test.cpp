@@ -94,6 +94,13 @@ TEST_F(GuardedRecordset, AStateOfTheScriptIsJudgedWhenItIsUsed) {
   EXPECT_EQ(m_guard.admitted.back(), kSecondPage);
 }
 
+TEST_F(GuardedRecordset, ATextThatNamesNoReadIsJudgedBeforeTheRequestTakesItsPlace) {
+  m_guard.refusesAll = true;
+  auto recordset = New();
+  recordset->SetState(u"z1x57x1x 14110+97+109+1010x1x0x0x");
+  EXPECT_THROW(recordset->OpenRS(String(kListQuery), u"id"), PageEnded);
+}
+
 TEST_F(GuardedRecordset, AnEmptyTextTakesAForeignStateBack) {
   auto recordset = New();
   recordset->SetState(String(kByName));
