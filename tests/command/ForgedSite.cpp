@@ -56,6 +56,9 @@ std::string Devices() {
   return text;
 }
 
+// What a guard refuses is no failure: the log's file is looked at in the end.
+constexpr char kLog[] = "\n[log]\nfile = \"site.log\"\n";
+
 std::string WithLinks(const std::string& configuration, const std::string& links) {
   const std::string line = "links = \"" + links + "\"";
   if (configuration.find("\n[lists]") == std::string::npos)
@@ -87,7 +90,7 @@ void MakeShop(const TestSite& site, const std::string& links) {
              fs::copy_options::recursive | fs::copy_options::overwrite_existing);
   }
   fs::copy_file(shop / "site.toml", site.Folder() / "site.toml", fs::copy_options::overwrite_existing);
-  site.Write("site.toml", WithLinks(site.Read("site.toml"), links));
+  site.Write("site.toml", WithLinks(site.Read("site.toml"), links) + kLog);
   site.Write("devices.ids", Devices());
   site.WritePage("own.asp", kOwnPage);
   site.WritePage("node.asp", kNodePage);
@@ -103,7 +106,8 @@ void MakeSinglePage(const TestSite& site) {
   MakeVault(site, "demo.db");
   site.Write("site.toml",
              "[site]\nroot = \"/shop\"\n[application]\n"
-             "Demo_ConnectionString = \"Provider=SQLite;Data Source=demo.db;Mode=Read\"\n");
+             "Demo_ConnectionString = \"Provider=SQLite;Data Source=demo.db;Mode=Read\"\n" +
+                 std::string(kLog));
   site.WritePage("index.asp", kSinglePage);
 }
 

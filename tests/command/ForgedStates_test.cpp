@@ -34,6 +34,8 @@ class ForgedStatesTest : public testing::TestWithParam<const char*> {
     m_shown += answer.status == 200 ? 1 : 0;
   }
 
+  void ExpectNoErrorInTheLog() const { EXPECT_THAT(m_site.Read("site.log"), Not(HasSubstr(" error ["))); }
+
   TestSite m_site;
   bool m_told = false;
   int m_shown = 0;
@@ -61,6 +63,7 @@ TEST_P(ForgedStatesTest, OfTheShop) {
   shop.End();
   EXPECT_LT(shop.Longest(), kLong);
   EXPECT_LT(shop.VisitorsLongest(), kLong);
+  ExpectNoErrorInTheLog();
 }
 
 TEST_P(ForgedStatesTest, LinksOfTheShopLeadOn) {
@@ -86,6 +89,7 @@ TEST_P(ForgedStatesAtASinglePage, OfWhichNothingIsConfigured) {
   page.End();
   EXPECT_LT(page.Longest(), kLong);
   EXPECT_LT(page.VisitorsLongest(), kLong);
+  ExpectNoErrorInTheLog();
 }
 
 INSTANTIATE_TEST_SUITE_P(Links, ForgedStatesAtASinglePage, testing::Values("columns"));
