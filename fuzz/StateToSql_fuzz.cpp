@@ -286,6 +286,7 @@ String ShapeOf(const String& sql) {
 // The sort columns of a read of kind `navType`, for entries that name plain columns.
 std::vector<SortField> FieldsOf(const List& list, const std::vector<Entry>& entries, bool backward) {
   std::vector<SortField> fields;
+  fields.reserve(entries.size() + 1);
   for (const Entry& entry : entries) fields.push_back(entry.field);
   const bool namesKey = std::any_of(fields.begin(), fields.end(), [&](const SortField& field) {
     return EqualsNoCase(field.Name, list.key);

@@ -131,7 +131,7 @@ void AddDamage(std::vector<Forged>& all, const std::string& sort) {
     all.push_back({ForgedKind::Damage, "damage " + what, state});
   };
   const std::string whole = WrittenState({.read = "1", .sort = sort, .keys = {"1", "1"}});
-  for (const std::size_t part : {2, 3, 4, 5}) add("cut short", whole.substr(0, whole.size() / part));
+  for (const std::size_t part : {2U, 3U, 4U, 5U}) add("cut short", whole.substr(0, whole.size() / part));
   add("letters", "ax" + whole);
   add("a blank", " ");
   add("a word", "PRODUCTID");
