@@ -11,7 +11,6 @@ namespace {
 using hosttest::Answer;
 using hosttest::Encoded;
 using hosttest::FirstPageBy;
-using hosttest::StateText;
 using testing::HasSubstr;
 using testing::Not;
 
