@@ -49,8 +49,10 @@ std::optional<Path> ReadPath(const Tokens& tokens, std::size_t& i, std::size_t e
   return std::nullopt;
 }
 
-// An entry of a sort: nothing but a name, without a blank that isn't in brackets.
+// An entry of a sort: nothing but a name, without a blank that isn't in brackets. The word AS between blanks
+// cuts an entry in two, in brackets too.
 std::optional<Path> ReadEntry(varnel::StringView column) {
+  if (varnel::FindNoCase(column, u" AS ") != varnel::String::npos) return std::nullopt;
   const Tokens tokens = LexSql(column);
   const std::size_t end = tokens.size() - 1;  // the last one is the end
   for (std::size_t i = 0; i <= end; ++i) {
@@ -95,9 +97,22 @@ bool IsCompound(const Tokens& tokens) {
   });
 }
 
-std::vector<Path> PlainItems(varnel::StringView branch) {
+struct Items {
+  std::vector<Path> plain;
+  std::vector<std::u16string> named;  // the last words of all others: their names, where they have one
+};
+
+void AddItem(Items& items, const Tokens& tokens, SqlSpan item) {
+  if (auto path = ReadItem(tokens, item)) {
+    items.plain.push_back(std::move(*path));
+  } else if (item.begin < item.end && IsName(tokens[item.end - 1])) {
+    items.named.push_back(PlainName(tokens[item.end - 1]));
+  }
+}
+
+Items ReadList(varnel::StringView branch) {
   const Tokens tokens = WithoutComments(branch);
-  std::vector<Path> items;
+  Items items;
   if (IsCompound(tokens)) return items;
   std::size_t begin = BeginOfList(tokens);
   int depth = 0;
@@ -106,7 +121,7 @@ std::vector<Path> PlainItems(varnel::StringView branch) {
     if (tokens[i].kind == SqlTokenKind::Close) --depth;
     const bool ends = IsWord(tokens[i], u"FROM") || tokens[i].kind == SqlTokenKind::End;
     if (depth != 0 || (!ends && tokens[i].kind != SqlTokenKind::Comma)) continue;
-    if (auto path = ReadItem(tokens, {begin, i})) items.push_back(std::move(*path));
+    AddItem(items, tokens, {begin, i});
     if (ends) break;
     begin = i + 1;
   }
@@ -125,14 +140,23 @@ bool Shows(const Path& item, const Path& entry) {
   return sameName && QualifiersAgree(item, entry);
 }
 
+// Behind p.* a name without qualifier may be another table's: it isn't seen in the result, unless another
+// item bears its name.
+bool MayHide(const Path& item, const Path& entry, const Items& items) {
+  const bool isOfAnyTable = item.back() == u"*" && item.size() > 1 && entry.size() == 1;
+  return isOfAnyTable && std::find(items.named.begin(), items.named.end(), entry.back()) != items.named.end();
+}
+
 }  // namespace
 
 bool IsPlainColumn(varnel::StringView column, const std::vector<varnel::String>& branches) {
   const auto entry = ReadEntry(column);
   if (!entry) return false;
   return std::all_of(branches.begin(), branches.end(), [&](const varnel::String& branch) {
-    const std::vector<Path> items = PlainItems(branch);
-    return std::any_of(items.begin(), items.end(), [&](const Path& item) { return Shows(item, *entry); });
+    const Items items = ReadList(branch);
+    return std::any_of(items.plain.begin(), items.plain.end(), [&](const Path& item) {
+      return Shows(item, *entry) && !MayHide(item, *entry, items);
+    });
   });
 }
 

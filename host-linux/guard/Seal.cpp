@@ -16,17 +16,18 @@ constexpr std::string_view kHex = "0123456789abcdef";
 
 static_assert(sizeof(SealKey) == crypto_shorthash_siphashx24_KEYBYTES);
 
-bool IsAscii(varnel::StringView text) {
-  return std::all_of(text.begin(), text.end(), [](char16_t unit) { return unit < 0x80; });
-}
-
-// The three texts with NULs between them: neither a file nor a recordset has one in its name.
-std::string Message(varnel::StringView state, const SealedPlace& place) {
-  std::string message;
-  message.reserve(place.file.size() + place.recordset.size() + state.size() + 2);
-  message.append(place.file).push_back('\0');
-  message.append(place.recordset).push_back('\0');
-  for (const char16_t unit : state) message.push_back(static_cast<char>(unit));
+// The three texts with NULs between them: neither a file nor a recordset has one in its name. Nothing for a
+// state that isn't ASCII.
+std::optional<std::string> Message(varnel::StringView state, const SealedPlace& place) {
+  std::string message(place.file.size() + place.recordset.size() + state.size() + 2, '\0');
+  char* at = std::copy(place.file.begin(), place.file.end(), message.data());
+  at = std::copy(place.recordset.begin(), place.recordset.end(), at + 1) + 1;
+  char16_t all = 0;
+  for (std::size_t i = 0; i < state.size(); ++i) {
+    all |= state[i];
+    at[i] = static_cast<char>(state[i]);
+  }
+  if (all >= 0x80) return std::nullopt;
   return message;
 }
 
@@ -70,27 +71,28 @@ std::string MakeSealKey() {
 
 std::optional<varnel::String> WithSeal(varnel::StringView state, const SealedPlace& place,
                                        const SealKey& key) {
-  if (!IsAscii(state)) return std::nullopt;
-  const Hash hash = HashOf(Message(state, place), key);
-  varnel::String text;
-  text.reserve(state.size() + 1 + kDigits);
-  text.append(state).push_back(kMark);
+  const auto message = Message(state, place);
+  if (!message) return std::nullopt;
+  const Hash hash = HashOf(*message, key);
+  varnel::String text(state.size() + 1 + kDigits, kMark);
+  char16_t* at = std::copy(state.begin(), state.end(), text.data()) + 1;
   for (const unsigned char byte : hash) {
-    text.push_back(static_cast<char16_t>(kHex[byte >> 4]));
-    text.push_back(static_cast<char16_t>(kHex[byte & 15]));
+    *at++ = static_cast<char16_t>(kHex[byte >> 4]);
+    *at++ = static_cast<char16_t>(kHex[byte & 15]);
   }
   return text;
 }
 
 bool HasSeal(varnel::StringView text, const SealedPlace& place, const std::vector<SealKey>& keys) {
-  if (text.size() <= kDigits || !IsAscii(text)) return false;
+  if (text.size() <= kDigits) return false;
   const std::size_t end = text.size() - kDigits - 1;
   const auto seal = ParseDigits(text.substr(end + 1));
   if (text[end] != kMark || !seal) return false;
-  const std::string message = Message(text.substr(0, end), place);
+  const auto message = Message(text.substr(0, end), place);
+  if (!message) return false;
   bool fits = false;
   for (const SealKey& key : keys) {
-    const Hash hash = HashOf(message, key);
+    const Hash hash = HashOf(*message, key);
     fits = sodium_memcmp(hash.data(), seal->data(), hash.size()) == 0 || fits;
   }
   return fits;

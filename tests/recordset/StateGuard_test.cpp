@@ -94,6 +94,13 @@ TEST_F(GuardedRecordset, AStateOfTheScriptIsJudgedWhenItIsUsed) {
   EXPECT_EQ(m_guard.admitted.back(), kSecondPage);
 }
 
+TEST_F(GuardedRecordset, ATextThatNamesNoReadIsJudgedBeforeTheRequestTakesItsPlace) {
+  m_guard.refusesAll = true;
+  auto recordset = New();
+  recordset->SetState(u"z1x57x1x 14110+97+109+1010x1x0x0x");
+  EXPECT_THROW(recordset->OpenRS(String(kListQuery), u"id"), PageEnded);
+}
+
 TEST_F(GuardedRecordset, AnEmptyTextTakesAForeignStateBack) {
   auto recordset = New();
   recordset->SetState(String(kByName));
@@ -143,6 +150,35 @@ TEST_F(GuardedRecordset, DamageEndsThePage) {
 TEST_F(GuardedRecordset, AWrongNumberOfKeysEndsThePage) {
   ExpectEnd(u"1x57x11x  00x1x  549+48  549+481x0x0x");        // two for one column
   ExpectEnd(u"1x57x11x 14110+97+109+1010x0x  549+481x0x0x");  // one for two
+}
+
+TEST_F(GuardedRecordset, AKeyWithANulEndsThePage) {
+  auto recordset = New();
+  recordset->SetDefaultSortFields(u"id");  // declared: the text is no fault of the sort
+  recordset->SetState(u"1x57x11x  00x0x  749+48+01x0x0x");
+  EXPECT_THROW(recordset->OpenRS(String(kListQuery), u"id"), PageEnded);
+}
+
+// Its rows would be a negative number, which no TOP takes.
+TEST_F(GuardedRecordset, ADistanceOfPagesThatOverflowsEndsThePage) {
+  auto recordset = New();
+  bool jump = true;
+  Integer width = 5;
+  recordset->SetPageJump(jump, width);
+  recordset->SetDefaultSortFields(u"id");
+  recordset->SetPageState(u"1x2000000000x3x  00x0x  549+48300000000x1x5x", 5);
+  EXPECT_THROW(recordset->OpenRS(String(kListQuery), u"id"), PageEnded);
+}
+
+TEST_F(GuardedRecordset, AWindowThatNoReadHasMadeEndsThePage) {
+  const auto openAt = [&](StringView ends) {
+    return OpenAt(String(u"1x57x11x  00x0x  549+481x").append(ends), 10, true, 5);
+  };
+  EXPECT_EQ(openAt(u"1x7x")->m_rightPageNumber, 7);
+  m_guard.refused.clear();
+  EXPECT_THROW(openAt(u"1x8x"), PageEnded);
+  EXPECT_THROW(openAt(u"z2000000000x2000000000x"), PageEnded);
+  EXPECT_EQ(Ids(*OpenAt(u"1x57x11x  00x0x  549+481x1x2000000000x")), Range(11, 20)) << "without numbers";
 }
 
 TEST_F(GuardedRecordset, NumbersThatLieAreUsedAsTheyStand) {

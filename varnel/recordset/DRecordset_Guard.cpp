@@ -30,6 +30,18 @@ bool HasField(const host::IRecordset& recordset, StringView name) {
   return false;
 }
 
+// No engine reads a statement behind a NUL.
+bool HasNul(const Variant& key) {
+  const String* text = key.As<String>();
+  return text != nullptr && text->find(u'\0') != String::npos;
+}
+
+// A window of page numbers that no read has made: the widest is two numbers wider than asked for. Whoever
+// writes it asks for as many links.
+bool IsTooWide(const PersistedState& state, Integer width) {
+  return std::int64_t{state.RightPage} - state.LeftPage > std::int64_t{width} + 1;
+}
+
 }  // namespace
 
 // Null where nobody guards the list, and for a state that the library made itself.
@@ -73,6 +85,10 @@ void DRecordset::AdmitState(const std::vector<String>& iBranches, const std::vec
   if (m_State.HasKeys() && m_State.KeyValues.size() != iFields.size()) {
     RefuseState(u"a wrong number of keys");
   }
+  if (std::any_of(m_State.KeyValues.begin(), m_State.KeyValues.end(), HasNul)) {
+    RefuseState(u"a key that no column can take");
+  }
+  if (m_bPageJump && IsTooWide(m_State, m_iDisplayablePages)) RefuseState(u"too many page numbers");
 }
 
 // The page's own faults stay failures: only what a link can bring about is refused.

@@ -15,9 +15,13 @@ void DRecordset::OpenRS(const String& iQuery, const String& iPrimaryKeyFields) {
   if (keyList.empty()) {
     Util_Raise(-2, u"Varnel.DRecordset", u"OpenRS: No key field(s) specified.", u"", 0);
   }
-  if (m_State.NavType == nav_type::kNone) TakeStateFromRequest();
-  std::vector<SortField> fields = ParseSortFields(m_State, keyList);
   std::vector<String> branches = SplitUnionBranches(iQuery);
+  if (m_State.NavType == nav_type::kNone) {
+    AdmitState(branches,
+               {});  // a text that names no read is judged too, before the request's takes its place
+    TakeStateFromRequest();
+  }
+  std::vector<SortField> fields = ParseSortFields(m_State, keyList);
   AdmitState(branches, fields);
 
   const auto recordset = NewRecordset();
@@ -94,6 +98,7 @@ PageTop DRecordset::NextTop() const {
   if (distance == 1) return top;
   top.nested = true;
   top.rows = WrapLong(distance * m_iPageSize);
+  if (top.rows < 0) RefuseState(u"an overflowing distance of pages");
   return top;
 }
 
