@@ -15,6 +15,7 @@
 #include "host-linux/database/AdoConnection.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/database/dialect/SqlLexer.h"
+#include "host-linux/database/sqlite/SqliteEngine.h"
 #include "host-linux/guard/ListGuard.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
@@ -116,6 +117,7 @@ class Database {
     sqlite3_exec(handle, kSchema, nullptr, nullptr, nullptr);
     sqlite3_close(handle);
     hostlinux::AdoOptions options;
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
     options.folder = m_folder;
     options.onStatement = [this](const hostlinux::SqlTraceEntry& entry) { statements.push_back(entry.sql); };
     ado = hostlinux::AdoDatabase::Make(std::move(options));

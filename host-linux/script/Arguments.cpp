@@ -15,7 +15,7 @@ namespace {
 void CopyInto(v8::Local<v8::Uint8Array> to, const varnel::Variant& from) {
   const varnel::BytesPtr* bytes = from.As<varnel::BytesPtr>();
   if (bytes == nullptr || *bytes == nullptr) return;
-  auto* room = static_cast<varnel::Byte*>(to->Buffer()->GetBackingStore()->Data()) + to->ByteOffset();
+  auto* room = static_cast<varnel::Byte*>(to->Buffer()->Data()) + to->ByteOffset();
   std::copy_n((*bytes)->begin(), std::min((*bytes)->size(), to->ByteLength()), room);
 }
 

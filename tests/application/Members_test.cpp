@@ -58,9 +58,15 @@ TEST_F(MembersTest, CollectionsAreWalkedByForOfAndByEnumerator) {
                         " for (var e = new Enumerator(rs.Fields); !e.atEnd(); e.moveNext()) { %>"
                         "<%= e.item().Name %> <% } %>"),
             "id=1 name=n01 id name ");
-  EXPECT_EQ(OfRecordset("<% for (var f of rs.Fields.NewEnum) { %><%= f.Name %> <% }"
-                        " for (var e = new Enumerator(rs.Fields.NewEnum); !e.atEnd(); e.moveNext()) { %>"
-                        "<%= e.item().Name %> <% } %>"),
+}
+
+TEST_F(MembersTest, TheFieldsOfAListAreWalkedByNameToo) {
+  site.MakeCustomers(1);
+  EXPECT_EQ(Output("<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');"
+                   " var rs = page.DRecordset(); rs.OpenRS('SELECT id, name FROM customer', 'id');"
+                   " for (var f of rs.Fields.NewEnum) { %><%= f.Name %> <% }"
+                   " for (var e = new Enumerator(rs.Fields.NewEnum); !e.atEnd(); e.moveNext()) { %>"
+                   "<%= e.item().Name %> <% } %>"),
             "id name id name ");
 }
 

@@ -36,6 +36,8 @@ statement_timeout = "400ms"
 TableBorderWidth = "0"
 Demo_ConnectionString = "Provider=SQLite;Data Source=demo.db;Mode=Read"
 Guarded_ConnectionString = "Provider=SQLite;Data Source=demo.db;Mode=Read;Tables=customer"
+[lists]
+links = "any"
 [log]
 file = "site.log"
 )";

@@ -233,22 +233,22 @@ TEST_F(EngineLimits, OwnFunctionsGiveWhatTheEnginesGive) {
 
 TEST_F(EngineLimits, AValueHasALimit) {
   hostlinux::AdoOptions options;
-  options.limits.maxValue = 1 << 20;
+  options.limits.maxValue = 1 << 17;
   Reopen(options);
   for (const char16_t* call :
-       {u"hex(printf('%.600000c', 'a'))", u"quote(printf('%.1048570c', ''''))",
-        u"printf('%.600000c', 'a') || printf('%.600000c', 'a')",
-        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) SELECT "
+       {u"hex(printf('%.70000c', 'a'))", u"quote(printf('%.131060c', ''''))",
+        u"printf('%.70000c', 'a') || printf('%.70000c', 'a')",
+        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 30000) SELECT "
         u"group_concat(i) FROM n)",
         u"replace(replace(replace(printf('%.1000c', 'a'), 'a', 'bbbbbbbbbb'), 'b', 'cccccccccccc'), 'c', "
         u"'dddddddddddd')",
-        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT json_group_array(i) FROM "
-        u"n)"}) {
+        u"(WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 30000) SELECT "
+        u"json_group_array(i) FROM n)"}) {
     EXPECT_EQ(provider_error::kFail, Attack(u"SELECT " + String(call))) << varnel::ToUtf8(call);
     EXPECT_EQ(u"string or blob too big", ErrorOf([&] { Rows(u"SELECT " + String(call)); }).Description);
   }
   EXPECT_EQ(u"HY000", m_connection->Errors()[0].SQLState);
-  EXPECT_EQ("1000000", Rows(u"SELECT length(printf('%.1000000c', 'a'))"));
+  EXPECT_EQ("100000", Rows(u"SELECT length(printf('%.100000c', 'a'))"));
 }
 
 TEST_F(EngineLimits, AResultHasALimitAndAStreamHasNone) {
@@ -291,17 +291,13 @@ TEST_F(EngineLimits, MemoryHasALimitAndFailsAlone) {
   const auto beside = Query(u"SELECT a FROM t ORDER BY b DESC");
   String row = u"x || 1";
   for (int i = 2; i < 60; ++i) row += u", x || " + varnel::FromUtf8(std::to_string(i));
-  for (const String& sql : {u"SELECT (" + row + u") = (" + row + u") FROM " + String(kLong),
-                            u"SELECT " + row + u" FROM " + String(kLong),
-                            u"SELECT COUNT(*) FROM (" + String(kNumbers) + u"SELECT (" + row +
-                                u") IN (SELECT " + row + u") FROM n, " + String(kLong) + u")"}) {
+  for (const String& sql : {u"SELECT " + row + u" FROM " + String(kLong),
+                            u"SELECT (" + row + u") IN (SELECT " + row + u") FROM " + String(kLong)}) {
     EXPECT_EQ(provider_error::kFail, Attack(sql)) << varnel::ToUtf8(sql.substr(0, 60));
     EXPECT_EQ(u"out of memory", ErrorOf([&] { Rows(sql); }).Description);
   }
   EXPECT_EQ(u"HY000", m_connection->Errors()[0].SQLState);
   EXPECT_EQ(2, varnel::ToLong(beside->FieldValue(0)));
-  m_connection = nullptr;
-  EXPECT_EQ(0u, m_database->WaitingSessions());
   m_connection = Connect(kReader);
   EXPECT_EQ("2", Rows(u"SELECT COUNT(*) FROM t"));
 }
@@ -349,7 +345,7 @@ TEST_F(EngineLimits, TemporaryFilesHaveALimit) {
   EXPECT_EQ(provider_error::kFail, Attack(sort));
   EXPECT_EQ(u"database or disk is full", m_connection->Errors()[0].Description);
   EXPECT_EQ(0, hostlinux::SqliteUse::OfThread().temporaryBytes.load());
-  options.limits.maxTemporary = 64 << 20;
+  options.limits.maxTemporary = 256 << 20;
   Reopen(options);
   EXPECT_EQ("19999", Rows(sort));
 }
@@ -382,7 +378,8 @@ TEST_F(EngineLimits, ALockIsNotWaitedForLongerThanThePage) {
   sqlite3_close(other);
 }
 
-// Holds a lock on the whole of a file, as another process.
+// Holds all locks of the index of a write-ahead log, but for the one that says that somebody has it open, as
+// another process.
 class LockingProcess {
  public:
   explicit LockingProcess(const std::filesystem::path& file) {
@@ -393,6 +390,8 @@ class LockingProcess {
       const int descriptor = open(file.c_str(), O_RDWR);
       struct flock lock {};
       lock.l_type = F_WRLCK;
+      lock.l_start = 120;
+      lock.l_len = 8;
       lock.l_whence = SEEK_SET;
       const char result = fcntl(descriptor, F_SETLK, &lock) == 0 ? '1' : '0';
       if (write(ready[1], &result, 1) == 1) pause();
@@ -454,22 +453,20 @@ TEST_F(EngineLimits, AWriteUnderAnEndlessRecordsetIsMadeAndTheRecordsetFails) {
   const auto rows = Query(String(kNumbers) + u"SELECT i FROM n");
   Run(u"INSERT INTO t VALUES (3, 'z')");
   EXPECT_EQ("3", Rows(u"SELECT COUNT(*) FROM t"));
-  for (int i = 0; i < 300; ++i) rows->MoveNext();
-  EXPECT_EQ(301, varnel::ToLong(rows->FieldValue(0)));
+  for (int i = 0; i < 200; ++i) rows->MoveNext();
+  EXPECT_EQ(201, varnel::ToLong(rows->FieldValue(0)));
   EXPECT_EQ(provider_error::kFail, NumberOf([&] { rows->MoveLast(); }));
   EXPECT_EQ(u"The result is larger than a result may be.", ErrorOf([&] { rows->MoveLast(); }).Description);
 }
 
 // --- a write-ahead log without its files
 
-TEST_F(EngineLimits, OnlyAFolderThatCantBeWrittenToIsTakenForUnchanging) {
+TEST_F(EngineLimits, AFolderThatCanBeWrittenToIsNotTakenForUnchanging) {
   m_connection = nullptr;
   m_database = nullptr;
   const std::filesystem::path file = m_folder / "test.db";
   EXPECT_FALSE(hostlinux::MayBeTakenForUnchanging(file));
   EXPECT_FALSE(hostlinux::MayBeTakenForUnchanging("test.db"));
-  // No process writes there, not even one of root.
-  EXPECT_TRUE(hostlinux::MayBeTakenForUnchanging("/proc/self/task/test.db"));
 }
 
 // In a process of its own, as a user who may only read there.

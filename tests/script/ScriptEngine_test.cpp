@@ -298,7 +298,7 @@ class FailingPageFiles final : public PageFiles {
     if (goodStamps == 0) throw std::bad_alloc();
     return FileStamp{1, 0, 0, 0};
   }
-  mutable int goodStamps = 2;
+  mutable int goodStamps = 1;
 };
 
 TEST(ScriptEngineFailureTest, ARequestThatLeavesByAnExceptionIsOver) {
