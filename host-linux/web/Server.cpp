@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "host-linux/base/Ascii.h"
-#include "host-linux/base/Percent.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Members.h"
 
@@ -44,6 +43,12 @@ StringView NameOfMark(char16_t mark) {
   }
 }
 
+// More than a script may have of a text needn't be made.
+void RequireRoom(std::size_t units) {
+  if (units > kMostEncodedUnits)
+    RaiseRuntimeError(varnel::runtime_error::kOutOfMemory, u"a text that is too long");
+}
+
 [[noreturn]] void RefusePath(StringView path) {
   RaiseRuntimeError(varnel::runtime_error::kInvalidArgument,
                     u"\"" + String(path) + u"\" is no path of the site");
@@ -59,15 +64,21 @@ const Function& Required(const Function& function, StringView member) {
 
 String UrlEncodeText(StringView text) {
   const std::string bytes = varnel::ToUtf8(text);
-  String encoded;
-  encoded.reserve(3 * bytes.size());
+  RequireRoom(bytes.size());
+  String encoded(3 * bytes.size(), u'\0');
+  auto end = encoded.begin();
   for (const char c : bytes) {
+    const auto byte = static_cast<unsigned char>(c);
     if (IsAlphanumeric(c) || c == ' ') {
-      encoded += c == ' ' ? u'+' : static_cast<char16_t>(c);
+      *end++ = c == ' ' ? u'+' : static_cast<char16_t>(byte);
     } else {
-      AppendEscaped(encoded, c);
+      *end++ = u'%';
+      *end++ = u"0123456789ABCDEF"[byte >> 4];
+      *end++ = u"0123456789ABCDEF"[byte & 15];
     }
   }
+  encoded.erase(end, encoded.end());
+  RequireRoom(encoded.size());
   return encoded;
 }
 
@@ -79,6 +90,7 @@ String HtmlEncodeText(StringView text) {
   std::size_t start = 0;
   for (; mark < text.size(); mark = FindMark(text, start)) {
     encoded.append(text, start, mark - start).append(NameOfMark(text[mark]));
+    RequireRoom(encoded.size());
     start = mark + 1;
   }
   return encoded.append(text, start);

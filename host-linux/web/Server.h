@@ -11,6 +11,9 @@
 
 namespace hostlinux {
 
+// Both raise 7 for an encoded text of more characters than this.
+inline constexpr std::size_t kMostEncodedUnits = 64 * 1024 * 1024;
+
 // The bytes of the UTF-8 text: letters and digits stay, a blank becomes "+", every other one %XX.
 varnel::String UrlEncodeText(varnel::StringView text);
 // & < > and the double quote become names.

@@ -108,6 +108,7 @@ TEST_F(ServeTest, BadConfigurationLeavesTheOldOneInPlace) {
 
 TEST_F(ServeTest, ConfigurationThatIsNotWrittenYetLeavesTheOldOneInPlace) {
   Start();
+  EXPECT_EQ(Get("/shop/").body, "hello ");  // the first worker has read it
   const pid_t worker = m_program->Worker();
   for (const char* text : {"", " \n\t\n", "# a comment\n"}) {
     m_site.Write("site.toml", text);
