@@ -133,6 +133,7 @@ TEST_F(ServerUserTest, WorkerOfAnotherUserCanAskForItsReplacement) {
   TestClient stuck(program.Port());
   stuck.Send("GET /shop/stuck.asp HTTP/1.1\r\nHost: localhost\r\n\r\n");
   EXPECT_TRUE(program.AwaitWords("is to be replaced."));
+  EXPECT_NE(stuck.ReadAnswer().status, 200);  // cut, or answered with an error: the old worker has gone
   EXPECT_EQ(Get(program, "/shop/"), "hello");
 }
 
