@@ -82,7 +82,8 @@ TEST_F(ListGuardTest, DeclaredSortsNeedTheSealToo) {
 TEST_F(ListGuardTest, AStateIsSealedForAnotherPageByAnyOfItsPaths) {
   ListGuard here = Make(Links::Sealed);
   ListGuard index = Make(Links::Sealed, "index.asp");
-  for (const char16_t* path : {u"index.asp", u"/shop/index.asp", u"/shop/", u"/shop", u"", u"a/../index.asp"}) {
+  for (const char16_t* path :
+       {u"index.asp", u"/shop/index.asp", u"/shop/", u"/shop", u"", u"a/../index.asp"}) {
     EXPECT_TRUE(Admits(index, here.LeavingFor(String(kState), path, u"R_1"))) << varnel::ToUtf8(path);
   }
 }

@@ -62,7 +62,8 @@ TEST_F(SealKeysTest, OfTheConfigurationGoBeforeTheFile) {
 }
 
 TEST_F(SealKeysTest, AFileMayHoldSeveralAndNotes) {
-  Write("# the new one\n000102030405060708090a0b0c0d0e0f\n\n  ffffffffffffffffffffffffffffffff  # until May\n");
+  Write(
+      "# the new one\n000102030405060708090a0b0c0d0e0f\n\n  ffffffffffffffffffffffffffffffff  # until May\n");
   const auto keys = LoadSealKeys(site);
   ASSERT_EQ(keys.size(), 2U);
   EXPECT_EQ(keys[0][1], 1);
