@@ -74,6 +74,7 @@ std::vector<SealKey> ReadKeyFile(const std::filesystem::path& file) {
 
 std::vector<SealKey> LoadSealKeys(const SiteConfiguration& site) {
   std::vector<SealKey> keys;
+  keys.reserve(site.lists.keys.size());
   for (const std::string& digits : site.lists.keys) keys.push_back(*ParseSealKey(digits));
   if (!keys.empty()) return keys;
   const std::filesystem::path file = site.folder / site.lists.keyFile;

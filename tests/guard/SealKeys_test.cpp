@@ -50,6 +50,7 @@ TEST_F(SealKeysTest, AreMadeOnceAndStay) {
 TEST_F(SealKeysTest, OfServersThatStartAtOnceAllTakeTheSame) {
   std::vector<std::vector<SealKey>> loaded(8);
   std::vector<std::thread> threads;
+  threads.reserve(loaded.size());
   for (auto& keys : loaded) threads.emplace_back([&keys, this] { keys = LoadSealKeys(site); });
   for (std::thread& thread : threads) thread.join();
   for (const auto& keys : loaded) EXPECT_EQ(keys, loaded[0]);
