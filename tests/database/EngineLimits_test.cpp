@@ -466,7 +466,10 @@ TEST_F(EngineLimits, AFolderThatCanBeWrittenToIsNotTakenForUnchanging) {
   m_database = nullptr;
   const std::filesystem::path file = m_folder / "test.db";
   EXPECT_FALSE(hostlinux::MayBeTakenForUnchanging(file));
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(m_folder);
   EXPECT_FALSE(hostlinux::MayBeTakenForUnchanging("test.db"));
+  std::filesystem::current_path(before);
 }
 
 // In a process of its own, as a user who may only read there.
