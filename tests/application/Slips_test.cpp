@@ -248,10 +248,10 @@ TEST_F(SlipsTest, TableFilledWhileACellIsFilled) {
 
 TEST_F(SlipsTest, TextsThatAreTooLongAreAnError) {
   for (const char* call : {"Server.HTMLEncode('&'.repeat(110e6))", "Server.HTMLEncode('&'.repeat(20e6))",
-                           "Server.URLEncode('\\u20ac'.repeat(20e6))", "Server.HTMLEncode('x'.repeat(4e8))",
+                           "Server.URLEncode('\\u20ac'.repeat(8e6))", "Server.HTMLEncode('x'.repeat(4e8))",
                            "Utilities.SQLEncodeStr(\"'\".repeat(35e6))", "t.Cell('x'.repeat(1e8))",
                            "Utilities.QuickSort(new Array(1000).fill('x'.repeat(1e6)))"}) {
-    EXPECT_EQ(Output(std::string(kMade) + "<% try { var r = " + call +
+    EXPECT_EQ(Output(std::string(kMade) + "<% Server.ScriptTimeout = 300; try { var r = " + call +
                      "; %><%= typeof r %><% } catch (e) { %><%= e.number %><% } %>"),
               "7")
         << call;

@@ -171,7 +171,7 @@ TEST_F(DiskTest, FullDiskLeavesAnOlderFileAsItWas) {
 // Root too can't write there.
 TEST_F(DiskTest, ReadOnlyFolderIsLeftAlone) {
   EXPECT_THAT(
-      InNamespace("mount -o remount,ro up && " + Sending(4) + kNamesOfFiles),
+      InNamespace("mount -o remount,bind,ro up && " + Sending(4) + kNamesOfFiles),
       AllOf(StartsWith("mounted\n70 "), HasSubstr("The disk is read-only: up/x.bin"), EndsWith("[]\n")));
 }
 
