@@ -9,7 +9,6 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::AnyOf;
 using testing::HasSubstr;
 
