@@ -1,6 +1,6 @@
 // Cookie headers: whatever a browser sends, names and values are UTF-8 and write and read back.
 #include "host-linux/base/Utf8.h"
-#include "host-linux/web/Cookies.h"
+#include "host-linux/intrinsics/Cookies.h"
 
 #include <cstdint>
 #include <cstdlib>

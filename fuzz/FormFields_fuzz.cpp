@@ -1,6 +1,6 @@
 // Query strings and form bodies: fields or an error, never both, and all text is UTF-8.
 #include "host-linux/base/Utf8.h"
-#include "host-linux/web/FormFields.h"
+#include "host-linux/intrinsics/FormFields.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -2,8 +2,8 @@
 
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/services/AccountsComponent.h"
-#include "host-linux/web/ObjectContext.h"
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/locale/DataFunctions.h"

@@ -6,8 +6,8 @@
 
 #include "host-linux/application/KnownEngines.h"
 #include "host-linux/application/LinuxPlatform.h"
+#include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/services/MessageManager.h"
-#include "host-linux/web/ObjectContext.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/grid/DGrid.h"
 

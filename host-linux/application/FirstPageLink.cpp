@@ -1,7 +1,7 @@
 #include "host-linux/application/FirstPageLink.h"
 
+#include "host-linux/intrinsics/Server.h"
 #include "host-linux/script/SourceMap.h"
-#include "host-linux/web/Server.h"
 
 namespace hostlinux {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host-linux/web/FormFields.h"
+#include "host-linux/intrinsics/FormFields.h"
 
 namespace hostlinux {
 

@@ -5,11 +5,11 @@
 
 #include "host-linux/database/AdoConnection.h"
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/services/AccountsComponent.h"
 #include "host-linux/services/ConfigurationComponent.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/UserComponent.h"
-#include "host-linux/web/ObjectContext.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/component/ClassFactory.h"

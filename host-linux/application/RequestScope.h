@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "host-linux/database/AdoDatabase.h"
+#include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/script/ScriptEngine.h"
-#include "host-linux/web/ObjectContext.h"
 
 namespace hostlinux {
 

@@ -12,13 +12,13 @@
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/guard/ListGuard.h"
+#include "host-linux/intrinsics/Application.h"
+#include "host-linux/intrinsics/ObjectContext.h"
+#include "host-linux/intrinsics/PageRequest.h"
+#include "host-linux/intrinsics/SessionStore.h"
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/services/SiteConfiguration.h"
-#include "host-linux/web/Application.h"
 #include "host-linux/web/HttpServer.h"
-#include "host-linux/web/ObjectContext.h"
-#include "host-linux/web/PageRequest.h"
-#include "host-linux/web/SessionStore.h"
 #include "host-linux/web/StaticFiles.h"
 
 namespace hostlinux {

@@ -9,12 +9,12 @@
 
 #include "host-linux/application/KnownEngines.h"
 #include "host-linux/database/AdoDatabase.h"
+#include "host-linux/intrinsics/Application.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/PageCompiler.h"
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/services/MessageManager.h"
 #include "host-linux/services/SiteConfiguration.h"
-#include "host-linux/web/Application.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/grid/Labels.h"
 #include "varnel/page/Style.h"

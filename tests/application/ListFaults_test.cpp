@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "host-linux/web/FormFields.h"
+#include "host-linux/intrinsics/FormFields.h"
 #include "tests/application/ServedSite.h"
 #include "tests/application/StateTexts.h"
 

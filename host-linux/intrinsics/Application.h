@@ -1,0 +1,74 @@
+// The values that all requests share.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+#include "host-linux/intrinsics/Contents.h"
+#include "host-linux/intrinsics/ValueStore.h"
+#include "varnel/host/Intrinsics.h"
+
+namespace hostlinux {
+
+class Application;
+
+// One for the whole process. Safe from all threads.
+class ApplicationState {
+ public:
+  // `lockWait`: how long a request waits while another one has the lock, before that is an error.
+  explicit ApplicationState(MayKeep mayKeep = {},
+                            std::chrono::milliseconds lockWait = std::chrono::seconds(30))
+      : m_mayKeep(std::move(mayKeep)), m_lockWait(lockWait) {}
+
+  // For the host's own values, such as those of the site's configuration: objects are kept as they are.
+  void Set(varnel::StringView key, varnel::Variant value) { m_values.Set(key, std::move(value)); }
+
+ private:
+  friend class Application;
+
+  // Waits until nobody else than `who` has the lock; raises 80004005 (hexadecimal) after lockWait.
+  void AwaitLock(std::unique_lock<std::mutex>& lock, const Application* who);
+
+  const MayKeep m_mayKeep;
+  const std::chrono::milliseconds m_lockWait;
+  ValueStore m_values;
+  std::mutex m_mutex;
+  std::condition_variable m_unlocked;
+  const Application* m_owner = nullptr;
+};
+
+// The application as one request sees it. Reads never wait; writes wait while another request has the lock.
+class Application : public varnel::Object,
+                    public varnel::host::IApplication,
+                    public IKeyedValues,
+                    public RequestBound {
+ public:
+  explicit Application(std::shared_ptr<ApplicationState> state) : m_state(std::move(state)) {}
+  ~Application() override { Unlock(); }
+
+  const varnel::ClassInfo& Class() const override;
+
+  varnel::Variant Value(varnel::StringView key) override { return m_state->m_values.Get(key); }
+  varnel::Variant ValueOf(const varnel::Variant& key);
+  std::shared_ptr<Contents> ContentsObject();
+
+  // Keeps other requests from writing until Unlock or the end of this one. A second Lock changes nothing.
+  void Lock();
+  void Unlock();
+
+  varnel::Variant Read(varnel::StringView key) override { return Value(key); }
+  void Store(varnel::StringView key, const varnel::Variant& value) override;
+  void Remove(varnel::StringView key) override;
+  void RemoveAll() override;
+  std::vector<varnel::String> Keys() override { return m_state->m_values.Keys(); }
+
+ private:
+  template <class Change>
+  void WhileUnlockedByOthers(Change change);
+
+  std::shared_ptr<ApplicationState> m_state;
+};
+
+}  // namespace hostlinux

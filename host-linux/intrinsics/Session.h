@@ -1,0 +1,83 @@
+// A visitor's values, kept from request to request.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host-linux/intrinsics/Contents.h"
+#include "host-linux/intrinsics/SessionStore.h"
+#include "host-linux/web/HttpMessage.h"
+#include "varnel/host/Intrinsics.h"
+
+namespace hostlinux {
+
+inline constexpr char kSessionCookie[] = "varnel_session";
+
+// The session as one request sees it. It begins at the first write or the first look at SessionID; before, it
+// reads like one that has just begun.
+class Session : public varnel::Object,
+                public varnel::host::ISession,
+                public IKeyedValues,
+                public RequestBound {
+ public:
+  struct Options {
+    varnel::Long lcid = 1033;
+    std::string cookiePath = "/";
+    bool secure = false;  // the cookie goes over https only
+  };
+
+  // `token` is the value of the visitor's cookie, empty where there is none; one that names no living session
+  // counts as none.
+  Session(std::shared_ptr<SessionStore> store, const std::string& token, Options options);
+
+  const varnel::ClassInfo& Class() const override;
+
+  varnel::Variant Value(varnel::StringView key) override { return Values().Get(key); }
+  varnel::Variant ValueOf(const varnel::Variant& key);
+  std::shared_ptr<Contents> ContentsObject();
+  varnel::Long SessionID() { return Begun().id; }
+
+  // A secret that the session's forms bear, so that a post from another site's form can be told: it is
+  // compared with what was posted.
+  varnel::String FormToken();
+
+  varnel::Long LCID() override;
+  void SetLCID(varnel::Long lcid);
+  // The LCID of this request alone, from the page's directive; it goes before the session's.
+  void SetPageLCID(varnel::Long lcid) { m_pageLcid = lcid; }
+  // Always 65001, UTF-8; any other raises 5.
+  varnel::Long CodePage() const { return 65001; }
+  void SetCodePage(varnel::Long codePage);
+  // Minutes without a request after which the session ends: 1 to 1440, otherwise 5.
+  varnel::Long Timeout() const;
+  void SetTimeout(varnel::Long minutes);
+  // Gives the session another id, cookie and form token; its values, locale and timeout stay. The old ones
+  // name nothing from here on, so that whoever has learned or planted them has no part in what follows: for
+  // sign-in, before anything is sent. A session that hasn't begun begins; an abandoned one stays so.
+  void Renew();
+  // The next request finds the session gone; this one still sees its values.
+  void Abandon();
+
+  // Adds the cookie of a session that this request has begun, renewed or abandoned.
+  void CompleteHead(HttpResponse& head) const;
+
+  varnel::Variant Read(varnel::StringView key) override { return Value(key); }
+  void Store(varnel::StringView key, const varnel::Variant& value) override;
+  void Remove(varnel::StringView key) override { Begun().values.Remove(key); }
+  void RemoveAll() override { Begun().values.Clear(); }
+  std::vector<varnel::String> Keys() override { return Values().Keys(); }
+
+ private:
+  const ValueStore& Values() const { return m_state ? m_state->values : m_store->Initial(); }
+  SessionState& Begun();
+
+  std::shared_ptr<SessionStore> m_store;
+  std::shared_ptr<SessionState> m_state;
+  Options m_options;
+  varnel::Long m_pageLcid = 0;
+  bool m_cameWithCookie;  // the browser has one of a living session
+  bool m_isNew = false;
+  bool m_abandoned = false;
+};
+
+}  // namespace hostlinux
