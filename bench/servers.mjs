@@ -57,7 +57,8 @@ export async function start(command, args, port, options = {}) {
 }
 
 // The list site in a folder of its own, set up to be measured: no line of log for each request.
-export function listSite(port) {
+// With `links`, the lists' links are of that kind instead of the default one.
+export function listSite(port, links) {
   const site = temporaryFolder();
   cpSync(path.join(root, 'bench/list-site'), site, { recursive: true });
   const data = path.join(root, 'build/bench-items.db');
@@ -67,7 +68,7 @@ export function listSite(port) {
   const file = path.join(site, 'site.toml');
   writeFileSync(file, readFileSync(file, 'utf8')
     .replace(/listen = .*/, `listen = "127.0.0.1:${port}"\nthreads = ${threads}`)
-    .replace('[log]', '[log]\nlevel = "warning"'));
+    .replace('[log]', '[log]\nlevel = "warning"') + (links ? `\n[lists]\nlinks = "${links}"\n` : ''));
   return site;
 }
 

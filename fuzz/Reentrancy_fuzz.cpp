@@ -115,7 +115,7 @@ function step() {
   } catch (e) { } finally { --depth; }
 }
 while (at < program.length && steps < 60) step();
-%>)asp";
+%>ran over <%= pool.filter(object => membersOf(object).length > 0).length %> objects)asp";
 
 class Site {
  public:
@@ -139,6 +139,8 @@ class Site {
     static ScriptRuntime runtime({});
     m_host = std::make_unique<SiteHost>(configuration, runtime, SiteHost::Options());
     if (Run("/f/make.asp", "") != "made") abort();
+    // A page whose first lines failed would try nothing, with every program.
+    if (Run("/f/fuzz.asp", "") != "ran over 28 objects") abort();
   }
   ~Site() { std::filesystem::remove_all(m_folder); }
   Site(const Site&) = delete;

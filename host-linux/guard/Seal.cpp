@@ -16,27 +16,45 @@ constexpr std::string_view kHex = "0123456789abcdef";
 
 static_assert(sizeof(SealKey) == crypto_shorthash_siphashx24_KEYBYTES);
 
-// The three texts with NULs between them: neither a file nor a recordset has one in its name. Nothing for a
-// state that isn't ASCII.
-std::optional<std::string> Message(varnel::StringView state, const SealedPlace& place) {
-  std::string message(place.file.size() + place.recordset.size() + state.size() + 2, '\0');
-  char* at = std::copy(place.file.begin(), place.file.end(), message.data());
-  at = std::copy(place.recordset.begin(), place.recordset.end(), at + 1) + 1;
-  char16_t all = 0;
-  for (std::size_t i = 0; i < state.size(); ++i) {
-    all |= state[i];
-    at[i] = static_cast<char>(state[i]);
-  }
-  if (all >= 0x80) return std::nullopt;
-  return message;
-}
+// A name of a page and a recordset and a state text are far shorter; longer ones go to the heap.
+constexpr std::size_t kUsualLength = 768;
 
-Hash HashOf(const std::string& message, const SealKey& key) {
-  Hash hash;
-  crypto_shorthash_siphashx24(hash.data(), reinterpret_cast<const unsigned char*>(message.data()),
-                              message.size(), key.data());
-  return hash;
-}
+// The three texts with NULs between them: neither a file nor a recordset has one in its name.
+class Message {
+ public:
+  Message(varnel::StringView state, const SealedPlace& place)
+      : m_size(place.file.size() + place.recordset.size() + state.size() + 2) {
+    if (m_size > m_usual.size()) m_long.resize(m_size);
+    char* at = std::copy(place.file.begin(), place.file.end(), Bytes());
+    *at++ = 0;
+    at = std::copy(place.recordset.begin(), place.recordset.end(), at);
+    *at++ = 0;
+    char16_t all = 0;
+    for (std::size_t i = 0; i < state.size(); ++i) {
+      all |= state[i];
+      at[i] = static_cast<char>(state[i]);
+    }
+    m_isAscii = all < 0x80;
+  }
+
+  // The bytes are those of the state only if it is ASCII.
+  bool IsAscii() const { return m_isAscii; }
+
+  Hash HashBy(const SealKey& key) {
+    Hash hash;
+    crypto_shorthash_siphashx24(hash.data(), reinterpret_cast<const unsigned char*>(Bytes()), m_size,
+                                key.data());
+    return hash;
+  }
+
+ private:
+  char* Bytes() { return m_long.empty() ? m_usual.data() : m_long.data(); }
+
+  std::size_t m_size;
+  bool m_isAscii = false;
+  std::array<char, kUsualLength> m_usual;
+  std::string m_long;
+};
 
 template <typename Char>
 int ValueOf(Char digit) {
@@ -71,11 +89,13 @@ std::string MakeSealKey() {
 
 std::optional<varnel::String> WithSeal(varnel::StringView state, const SealedPlace& place,
                                        const SealKey& key) {
-  const auto message = Message(state, place);
-  if (!message) return std::nullopt;
-  const Hash hash = HashOf(*message, key);
-  varnel::String text(state.size() + 1 + kDigits, kMark);
-  char16_t* at = std::copy(state.begin(), state.end(), text.data()) + 1;
+  Message message(state, place);
+  if (!message.IsAscii()) return std::nullopt;
+  const Hash hash = message.HashBy(key);
+  varnel::String text;
+  text.reserve(state.size() + 1 + kDigits);
+  text.append(state).append(1 + kDigits, kMark);
+  char16_t* at = text.data() + state.size() + 1;
   for (const unsigned char byte : hash) {
     *at++ = static_cast<char16_t>(kHex[byte >> 4]);
     *at++ = static_cast<char16_t>(kHex[byte & 15]);
@@ -88,11 +108,11 @@ bool HasSeal(varnel::StringView text, const SealedPlace& place, const std::vecto
   const std::size_t end = text.size() - kDigits - 1;
   const auto seal = ParseDigits(text.substr(end + 1));
   if (text[end] != kMark || !seal) return false;
-  const auto message = Message(text.substr(0, end), place);
-  if (!message) return false;
+  Message message(text.substr(0, end), place);
+  if (!message.IsAscii()) return false;
   bool fits = false;
   for (const SealKey& key : keys) {
-    const Hash hash = HashOf(*message, key);
+    const Hash hash = message.HashBy(key);
     fits = sodium_memcmp(hash.data(), seal->data(), hash.size()) == 0 || fits;
   }
   return fits;
