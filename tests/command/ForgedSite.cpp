@@ -72,6 +72,19 @@ void MakeVault(const TestSite& site, const std::string& database) {
       database);
 }
 
+// A small catalogue of its own, or a copy of the one that the environment names: that of the whole shop.
+void MakeCatalogue(const TestSite& site) {
+  if (const char* loaded = std::getenv("VARNEL_TEST_CATALOGUE")) {
+    fs::copy_file(loaded, site.Folder() / "shop.db");
+    return;
+  }
+  site.Write("devices.ids", Devices());
+  const std::string devices = " '" + (site.Folder() / "devices.ids").string() + "'";
+  const std::string load = std::string(VARNEL_SHOP_LOADER) + " '" + (site.Folder() / "shop.db").string() +
+                           "' --pci" + devices + " --usb" + devices + " > /dev/null";
+  if (std::system(load.c_str()) != 0) throw std::runtime_error("the shop can't be loaded");
+}
+
 // The most memory that a process has held at a time, in megabytes.
 long MostMemoryOf(pid_t pid) {
   std::ifstream file("/proc/" + std::to_string(pid) + "/status");
@@ -91,13 +104,9 @@ void MakeShop(const TestSite& site, const std::string& links) {
   }
   fs::copy_file(shop / "site.toml", site.Folder() / "site.toml", fs::copy_options::overwrite_existing);
   site.Write("site.toml", WithLinks(site.Read("site.toml"), links) + kLog);
-  site.Write("devices.ids", Devices());
   site.WritePage("own.asp", kOwnPage);
   site.WritePage("node.asp", kNodePage);
-  const std::string devices = " '" + (site.Folder() / "devices.ids").string() + "'";
-  const std::string load = std::string(VARNEL_SHOP_LOADER) + " '" + (site.Folder() / "shop.db").string() +
-                           "' --pci" + devices + " --usb" + devices + " > /dev/null";
-  if (std::system(load.c_str()) != 0) throw std::runtime_error("the shop can't be loaded");
+  MakeCatalogue(site);
   MakeVault(site, "shop.db");
 }
 
