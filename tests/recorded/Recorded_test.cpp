@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <vector>
 
@@ -88,6 +89,60 @@ TEST_F(Recorded, PagesAnswerAsBefore) {
       EXPECT_TRUE(given == expected) << request.name << " " << Difference(expected, given);
     }
   }
+}
+
+// Of a site that seals its links, sealed by a page of its own.
+class RecordedWithSeals : public Recorded {
+ protected:
+  void SealTheSite() {
+    CopySite();
+    const std::string configuration = site.Read("site.toml");
+    site.Write("site.toml",
+               std::regex_replace(configuration, std::regex("links = \"any\""), "links = \"sealed\""));
+    site.WritePage("seal.asp",
+                   "<% var page = Server.CreateObject('Varnel.Page'); function get(n) { return "
+                   "Request.QueryString(n) + ''; } %><%= Server.URLEncode(page.SealState(get('s'), get('f'), "
+                   "get('n'))) %>");
+  }
+
+  // The fields of a query or a form, with seals on those that hold a state: "R_1" in links; "R_10d", "R_11d", ... and
+  // those of the jumps in forms.
+  std::string WithSeals(const std::string& fields, const std::string& file) {
+    static const std::regex state("(R(?:_|%5F)\\d)(\\d+d|_j[pn])?=([^&]+)");
+    std::string sealed;
+    auto from = fields.cbegin();
+    for (std::sregex_iterator found(fields.begin(), fields.end(), state), end; found != end; ++found) {
+      sealed.append(from, (*found)[3].first);
+      sealed += Get("/rec/seal.asp?f=" + file + "&n=" + (*found)[1].str() + "&s=" + (*found)[3].str()).body;
+      from = (*found)[3].second;
+    }
+    return sealed.append(from, fields.cend());
+  }
+
+  static std::string WithoutSeals(const std::string& text) {
+    return std::regex_replace(text, std::regex("s[0-9a-f]{32}(?![0-9a-f])"), "");
+  }
+};
+
+TEST_F(RecordedWithSeals, PagesDifferInTheirSealsOnly) {
+  SealTheSite();
+  int sealed = 0;
+  for (const RecordedRequest& request : Requests()) {
+    const std::string expected = FileText(kFolder / "expected" / (request.name + ".txt"));
+    const std::string file = request.target.substr(0, request.target.find('?'));
+    const RecordedRequest asked{request.name, WithSeals(request.target, file), WithSeals(request.form, file),
+                                request.posted};
+    const std::string given = AnswerTo(asked);
+    if (request.name == "80-rows") {
+      // It gives a list a damaged state of its own, and catches what comes of that: not under a guard.
+      EXPECT_TRUE(given.starts_with("400 "));
+      continue;
+    }
+    EXPECT_TRUE(WithoutSeals(given) == expected)
+        << request.name << " " << Difference(expected, WithoutSeals(given));
+    sealed += given.size() > expected.size() ? 1 : 0;
+  }
+  EXPECT_GE(sealed, 60);
 }
 
 }  // namespace
