@@ -11,7 +11,7 @@ using hostlinux::ScriptThreads;
 TEST(ScriptThreads, TasksRunInTheirOrder) {
   std::string order;
   std::promise<void> done;
-  ScriptThreads threads(1, 10);
+  ScriptThreads threads({1, 10, {}, {}});
   for (const char c : {'a', 'b', 'c'}) EXPECT_TRUE(threads.TryPost([&order, c] { order += c; }));
   EXPECT_TRUE(threads.TryPost([&] { done.set_value(); }));
   done.get_future().wait();
@@ -21,7 +21,7 @@ TEST(ScriptThreads, TasksRunInTheirOrder) {
 TEST(ScriptThreads, QueueIsBoundedByItsLengthAndTheFreeThreads) {
   std::promise<void> gate;
   std::promise<void> begun;
-  ScriptThreads threads(1, 2);
+  ScriptThreads threads({1, 2, {}, {}});
   ASSERT_TRUE(threads.TryPost([&] {
     begun.set_value();
     gate.get_future().wait();
@@ -35,7 +35,7 @@ TEST(ScriptThreads, QueueIsBoundedByItsLengthAndTheFreeThreads) {
 
 TEST(ScriptThreads, WithoutAQueueFreeThreadsStillTakeTasks) {
   std::promise<void> done;
-  ScriptThreads threads(0, 0);
+  ScriptThreads threads({0, 0, {}, {}});
   EXPECT_TRUE(threads.TryPost([&] { done.set_value(); }));
   done.get_future().wait();
 }
