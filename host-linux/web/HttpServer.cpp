@@ -30,6 +30,9 @@ constexpr std::chrono::milliseconds kAcceptPause(100);
 // new connection.
 constexpr std::chrono::milliseconds kBusyTick(5);
 
+// So many rounds of them at a time: new clients and limits want their turn.
+constexpr int kMostRounds = 8;
+
 // How long that goes on without need, so that it needn't begin again at once.
 constexpr int kQuietTicks = 20;
 
@@ -220,9 +223,10 @@ class HttpServer::Impl final : public ConnectionOwner {
       return;
     }
     m_quietTicks = 0;
-    for (auto ids = m_threads.TakeReady(); !ids.empty(); ids = m_threads.TakeReady()) {
+    for (int i = 0; i < kMostRounds && m_threads.AreAllBusy(); ++i) {
+      const auto ids = m_threads.TakeReady();
+      if (ids.empty()) return;
       for (const std::uint64_t id : ids) OnReady(id, HttpConnection::Thread::Other);
-      if (!m_threads.AreAllBusy()) return;
     }
   }
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <list>
 #include <optional>
 #include <string>
 
@@ -63,9 +63,9 @@ class ResponseWriter {
   std::uint64_t Sent() const { return m_sent; }
 
  private:
-  // Bytes in the order in which they go out.
+  // Bytes in the order in which they go out. Takes no memory while it is empty, as most are most of the time.
   struct Queue {
-    std::deque<std::string> pieces;
+    std::list<std::string> pieces;
     std::size_t bytes = 0;
 
     void Add(std::string piece);

@@ -14,7 +14,7 @@ using hosttest::TestClient;
 using hosttest::TextResponse;
 
 constexpr std::size_t kMegabyte = 1 << 20;
-constexpr int kSmallWindow = 4096;
+constexpr int kSmallWindow = 64 * 1024;
 
 // A text in which a piece that is lost, doubled or out of its place shows.
 std::string Numbers(std::size_t size, std::size_t first = 0) {
