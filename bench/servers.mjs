@@ -143,6 +143,9 @@ function family(pid) {
   return withChildren(pid);
 }
 
+// The processes that one has started.
+export const children = (pid) => family(pid).slice(1);
+
 // Seconds that the processes have worked. Unlike the rate, what else the machine does hardly touches this.
 export function work(pids) {
   const stats = pids.flatMap(family).map((id) => readFileSync(`/proc/${id}/stat`, 'utf8').replace(/.*\) /, '').split(' '));

@@ -285,6 +285,7 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(const std::shared_ptr<PageR
   responseOptions.maxBuffer = m_site.server.maxResponseBuffer;
   responseOptions.link = link;
   responseOptions.endPage = [&engine] { engine.EndPage(); };
+  responseOptions.runOffTime = [&engine](const std::function<void()>& work) { engine.RunOffTime(work); };
   responseOptions.cookiePath = m_site.root;
 
   ObjectContext::Intrinsics objects;

@@ -100,6 +100,8 @@ ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
   options.maxTarget = site.server.maxUrl;
   options.maxBody = site.server.maxBody;
   options.maxBodies = site.server.maxBodies;
+  options.maxUnread = site.server.maxUnread;
+  options.maxUnreadTogether = site.server.maxUnreadTogether;
   options.maxConnections = ConnectionsFor(site.server.maxConnections);
   options.idleTimeout = site.server.idleTimeout;
   options.headTimeout = site.server.headerTimeout;

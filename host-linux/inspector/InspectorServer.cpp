@@ -3,6 +3,7 @@
 #include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
@@ -34,6 +35,7 @@ using Request = http::request<http::string_body>;
 using Response = http::response<http::string_body>;
 
 constexpr std::chrono::seconds kHttpTimeout(10);
+constexpr std::chrono::milliseconds kAcceptPause(100);
 constexpr std::size_t kLongestMessage = 64U << 20U;
 
 std::string Text(beast::string_view view) { return {view.data(), view.size()}; }
@@ -207,6 +209,7 @@ class InspectorServer::Impl {
     net::post(m_context, [this] {
       Error ignored;
       m_acceptor.close(ignored);
+      m_pause.cancel();
       for (const auto& weak : m_connections)
         if (const auto connection = weak.lock()) connection->Cut();
     });
@@ -219,8 +222,17 @@ class InspectorServer::Impl {
   void Accept() {
     m_acceptor.async_accept([this](Error error, Tcp::socket socket) {
       if (!m_acceptor.is_open()) return;
-      if (!error) Take(std::move(socket));
+      if (error) return AcceptLater();
+      Take(std::move(socket));
       Accept();
+    });
+  }
+
+  // Without descriptors it would be told of the same client again and again.
+  void AcceptLater() {
+    m_pause.expires_after(kAcceptPause);
+    m_pause.async_wait([this](Error) {
+      if (m_acceptor.is_open()) Accept();
     });
   }
 
@@ -235,6 +247,7 @@ class InspectorServer::Impl {
   Shared m_shared;
   const std::string m_address;
   Tcp::acceptor m_acceptor;
+  net::steady_timer m_pause{m_context};
   std::vector<std::weak_ptr<Connection>> m_connections;
   std::thread m_thread;
 };

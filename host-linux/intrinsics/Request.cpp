@@ -1,6 +1,7 @@
 #include "host-linux/intrinsics/Request.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "host-linux/intrinsics/Cookies.h"
 #include "varnel/automation/Members.h"
@@ -27,13 +28,17 @@ std::string VariableName(const std::string& header) {
 }
 
 void AddHeaders(const HeaderList& headers, std::vector<FormField>& variables) {
+  std::unordered_map<std::string, std::size_t> places;
   for (const HeaderList::Field& field : headers) {
     // "X_A" and "X-A" would become one variable, and the first could pose as the second.
     if (field.name.find('_') != std::string::npos) continue;
-    const std::string name = VariableName(field.name);
-    const bool known = std::any_of(variables.begin(), variables.end(),
-                                   [&](const FormField& variable) { return variable.name == name; });
-    if (!known) variables.push_back({name, headers.Joined(field.name)});
+    std::string name = VariableName(field.name);
+    const auto [known, isNew] = places.emplace(name, variables.size());
+    if (isNew) {
+      variables.push_back({std::move(name), field.value});
+    } else {
+      variables[known->second].value += ", " + field.value;
+    }
   }
 }
 

@@ -226,7 +226,8 @@ void Response::Flush() {
   m_flushed = true;
   m_sentBytes += m_body.size();
   part.body = std::exchange(m_body, {});
-  m_options.link->Flush(std::move(part));
+  if (!m_options.runOffTime) return m_options.link->Flush(std::move(part));
+  m_options.runOffTime([&] { m_options.link->Flush(std::move(part)); });
 }
 
 void Response::SetBuffer(bool buffered) {

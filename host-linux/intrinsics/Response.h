@@ -21,6 +21,8 @@ class Response : public varnel::Object, public varnel::host::IResponse, public R
     std::size_t maxBuffer = 64 << 20;  // bytes of the whole page, flushed or not
     ClientLink* link = nullptr;        // lives as long as the page runs; null: nobody listens before the end
     std::function<void()> endPage;     // stops the running script
+    // Runs what may wait for the client, which isn't the page's own time. May be left empty.
+    std::function<void(const std::function<void()>&)> runOffTime{};
     std::function<std::time_t()> now = [] { return std::time(nullptr); };
     std::string cookiePath = "/";
   };

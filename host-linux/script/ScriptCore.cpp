@@ -321,6 +321,20 @@ void ScriptCore::HoldTimeLimit() {
   m_request->held = Watchdog::Clock::now();
 }
 
+void ScriptCore::RunOffTime(const std::function<void()>& work) {
+  // Inside a pause no time counts anyway.
+  if (m_request == nullptr || m_request->held != Watchdog::Clock::time_point{}) return work();
+  struct Hold {
+    explicit Hold(ScriptCore& held) : core(held) { core.HoldTimeLimit(); }
+    ~Hold() { core.ResumeTimeLimit(); }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+    ScriptCore& core;
+  };
+  const Hold hold(*this);
+  work();
+}
+
 void ScriptCore::ResumeTimeLimit() {
   if (m_request == nullptr) return;
   m_request->start += Watchdog::Clock::now() - m_request->held;

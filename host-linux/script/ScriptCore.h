@@ -47,9 +47,11 @@ class ScriptCore {
   // Makes the termination take hold now, not at the script's next loop or call.
   void StopNow();
 
-  // While a debugger holds the page, no time counts.
+  // While a debugger holds the page, no time counts. Neither does the time of `work`, which must not run
+  // scripts.
   void HoldTimeLimit();
   void ResumeTimeLimit();
+  void RunOffTime(const std::function<void()>& work);
 
   // Memory for a script's buffer, counted like that of its own. Raises 7.
   std::unique_ptr<v8::BackingStore> NewBuffer(std::size_t size);

@@ -104,6 +104,9 @@ class ScriptEngine {
   // The running page's limit, counted from its start.
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
 
+  // Runs `work`, which waits for somebody outside and runs no script: its time isn't the page's.
+  void RunOffTime(const std::function<void()>& work);
+
   // What is left of the running page's time, 0 when it is over; none while no page runs, or a debugger has
   // stopped it. For the engine's thread.
   std::optional<std::chrono::milliseconds> TimeLeft() const;

@@ -153,6 +153,8 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
        {"max_url", BytesInto(server.maxUrl)},
        {"max_connections", BytesInto(server.maxConnections)},
        {"max_response_buffer", BytesInto(server.maxResponseBuffer)},
+       {"max_unread", BytesInto(server.maxUnread)},
+       {"max_unread_together", BytesInto(server.maxUnreadTogether)},
        {"max_sessions", BytesInto(server.maxSessions)},
        {"max_session", BytesInto(server.maxSession)},
        {"max_heap", BytesInto(server.maxHeap)},

@@ -31,6 +31,8 @@ struct SiteConfiguration {
     std::size_t maxUrl = 8 << 10;       // bytes of a request's address
     std::size_t maxConnections = 10000;
     std::size_t maxResponseBuffer = 64 << 20;  // bytes of a page
+    std::size_t maxUnread = 64 << 20;          // bytes flushed by a page that wait for its visitor
+    std::size_t maxUnreadTogether = 1 << 30;   // bytes of all pages that wait so
     std::size_t maxSessions = 100000;
     std::size_t maxSession = 1 << 20;  // bytes of one session's values
     std::size_t maxHeap = 256 << 20;   // bytes of one script thread's heap

@@ -1,220 +1,142 @@
 // One client's connection: reads a request, has it answered, writes the response, and again. Private to the
-// server; everything here runs on the I/O thread unless it says otherwise.
+// server. Whichever thread finds it ready takes it the next steps, one thread at a time.
 #pragma once
 
 #include <atomic>
-#include <boost/asio/basic_stream_socket.hpp>
-#include <boost/asio/generic/stream_protocol.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/string_body.hpp>
-#include <deque>
+#include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <utility>
 
+#include "host-linux/base/UniqueFd.h"
 #include "host-linux/web/HttpServer.h"
+#include "host-linux/web/RequestReader.h"
+#include "host-linux/web/ResponseWriter.h"
 #include "host-linux/web/ScriptThreads.h"
 
 namespace hostlinux {
 
-class HttpConnection;
-
-using ServerSocket = boost::asio::basic_stream_socket<boost::asio::generic::stream_protocol,
-                                                      boost::asio::io_context::executor_type>;
-
-// What a connection asks of its server.
+// What a connection asks of its server, from any thread.
 class ConnectionOwner {
  public:
   virtual ~ConnectionOwner() = default;
   virtual const ServerOptions& Options() const = 0;
   virtual const ServerHandlers& Handlers() const = 0;
-  virtual boost::asio::io_context& Context() = 0;
   virtual ScriptThreads& Threads() = 0;
   virtual bool IsDraining() const = 0;
   virtual std::string NextRequestId() = 0;
   // The bytes of all requests' bodies that are held now.
   virtual std::atomic<std::uint64_t>& BodyBytes() = 0;
-  virtual void Remove(const std::shared_ptr<HttpConnection>& connection) = 0;
-};
-
-// One request's part of the bytes that all bodies may take; gives them back at its end.
-class BodyCharge {
- public:
-  explicit BodyCharge(std::atomic<std::uint64_t>& total) : m_total(total) {}
-  ~BodyCharge() { Reset(); }
-  BodyCharge(const BodyCharge&) = delete;
-  BodyCharge& operator=(const BodyCharge&) = delete;
-
-  // Now holds `bytes`, at least as many as before; gives what all bodies hold.
-  std::uint64_t GrowTo(std::uint64_t bytes) {
-    const std::uint64_t more = bytes - m_bytes;
-    m_bytes = bytes;
-    return more == 0 ? m_total.load() : m_total.fetch_add(more) + more;
-  }
-
-  void Reset() {
-    if (m_bytes > 0) m_total.fetch_sub(std::exchange(m_bytes, 0));
-  }
-
- private:
-  std::atomic<std::uint64_t>& m_total;
-  std::uint64_t m_bytes = 0;
-};
-
-// Holds a page back whose client reads more slowly than it writes.
-class OutputFlow {
- public:
-  // What a page has handed over and the I/O thread hasn't taken, and what that has and the socket hasn't.
-  void Posted(std::int64_t bytes) { Change(m_posted, bytes); }
-  void Queued(std::int64_t bytes) { Change(m_queued, bytes); }
-
-  // Waits on the page's thread until less than `most` is on its way, or for the end.
-  void AwaitRoom(std::int64_t most) {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [&] { return m_ended || m_posted + m_queued < most; });
-  }
-
-  // The client has gone: nobody waits any more.
-  void End() {
-    {
-      const std::lock_guard lock(m_mutex);
-      m_ended = true;
-    }
-    m_changed.notify_all();
-  }
-
- private:
-  void Change(std::int64_t& count, std::int64_t bytes) {
-    {
-      const std::lock_guard lock(m_mutex);
-      count += bytes;
-    }
-    if (bytes < 0) m_changed.notify_all();
-  }
-
-  std::mutex m_mutex;
-  std::condition_variable m_changed;
-  std::int64_t m_posted = 0;
-  std::int64_t m_queued = 0;
-  bool m_ended = false;
+  // What all responses' unread bytes may take.
+  virtual SpillBounds& Spill() = 0;
+  // The connection has ended.
+  virtual void Remove(std::uint64_t id) = 0;
 };
 
 class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
  public:
-  HttpConnection(ConnectionOwner& owner, ServerSocket socket);
+  using Clock = std::chrono::steady_clock;
 
+  // `socket`: connected, and never waited for. `id`: 1 and up, of no other connection.
+  HttpConnection(ConnectionOwner& owner, std::uint64_t id, UniqueFd socket);
+
+  std::uint64_t Id() const { return m_id; }
+
+  // Waits for the first request.
   void Start();
+
+  // Takes the steps that its socket is ready for; a page is run on a script thread only, and queued by
+  // another one.
+  enum class Thread { Script, Other };
+  void OnReady(Thread thread);
+
+  // When it must have done something; OnDeadline is called then.
+  Clock::time_point Deadline() const { return Clock::time_point(Clock::duration(m_deadline)); }
+  void OnDeadline();
+
+  // Since when it has been waiting for a request; nothing while it has one. `isFresh`: it never had any.
+  struct Idleness {
+    Clock::time_point since;
+    bool isFresh = false;
+  };
+  std::optional<Idleness> Idle() const;
+
+  // Ends the connection if it still waits as it did. False: it doesn't.
+  bool CloseIdle(Clock::time_point since);
 
   // Ends the connection if no request is under way or about to come; otherwise it ends with its response.
   void BeginDrain();
 
-  // Since when it has been waiting for a request; nothing while it has one.
-  std::optional<std::chrono::steady_clock::time_point> IdleSince() const;
-
   // Cuts the connection, whatever it does.
   void Close();
 
-  // Whether the client is still there. From any thread.
-  bool IsConnected() const;
-
-  // Before a part of so many bytes is handed over: waits while the client has too much before it. It can't
-  // wait for longer than a client may take for one write. On the page's thread.
-  void AwaitRoom(std::size_t bytes);
-
-  // Takes a flushed part of the response over. On the I/O thread.
-  void TakePart(HttpResponse part);
-
-  // Takes the page's response over. On the I/O thread.
-  void TakeResponse(HttpResponse response);
-
-  ConnectionOwner& Owner() { return m_owner; }
-
  private:
-  using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
-  using Error = boost::system::error_code;
-  enum class Step { Idle, Reading, Running, Writing, Closing };
+  // How far the connection is with its request.
+  enum class State {
+    Idle,       // waits for the first byte
+    Reading,    // has some of it
+    Read,       // has all of it, and no answer yet
+    Running,    // its page runs, or waits for a thread; parts of the response may be on their way
+    Sending,    // its response is complete, and on its way
+    Lingering,  // the last response is out; what still comes is thrown away
+    Closed
+  };
 
-  void ReadRequest();
-  void ReadHead();
-  void ReadMore();
-  void OnBytes(Error error, std::size_t bytes);
-  void Parse();
-  bool ParseHead();
-  bool ParseBody();
-  bool ChargeBody();
-  int HeadProblem() const;
-  void OnReadFailure(Error error);
-  void OnClientEnd();
-  void Refuse(int status, std::string_view detail = {});
+  class PageLink;
+  using Lock = std::unique_lock<std::mutex>;
 
-  void Dispatch();
-  void StartPage();
-
-  // Makes m_request from the parser's head; m_problem is a sentence for the client where it can't.
-  void FillRequest();
-  std::string FillTarget();
-  void HearProxy();
-
+  // All of these are called under the lock.
+  void Proceed(Lock& lock, Thread thread);
+  void Advance(Lock& lock, Thread thread);
+  bool Read();
+  bool SayContinue();
+  void Refuse(int status);
+  void TellEntry();
+  bool Answer(Lock& lock, Thread thread);
+  std::optional<HttpResponse> AnswerWithoutPage();
+  bool QueuePage();
+  void RunPage(Lock& lock);
   void Respond(HttpResponse response);
-  void SetFramingHeaders(HttpResponse& response, bool isPart);
-  void Queue(std::string bytes);
-  void QueueChunk(std::string bytes);
-  void WriteMore();
-  void WriteSlice();
-  bool FillFromFile();
-  void OnWritten(Error error, std::size_t bytes);
+  void TakeResponse(HttpResponse response);
+  bool Send();
   void AfterResponse();
+  void NextRequest();
   void Linger(std::chrono::milliseconds limit);
   void Discard();
-  void EndIdle();
+  bool HasUnreadBytes() const;
   std::chrono::milliseconds IdleLimit() const;
-  void RefuseForNow();
-  HttpResponse Busy() const;
-  void ContinueThenReadBody();
-
+  HttpResponse ComeLater(int status) const;
+  void Watch(std::uint32_t events);
   void Arm(std::chrono::milliseconds limit);
-  void Disarm();
+  void Disarm() { m_deadline = Clock::duration::max().count(); }
+  void End();
 
-  std::atomic<bool> m_closed = false;
+  // On a script thread.
+  void RunQueuedPage();
+
+  // On the page's thread, for its link.
+  bool IsConnected();
+  void Flush(HttpResponse part);
+  void AwaitRoom(Lock& lock);
+
   ConnectionOwner& m_owner;
-  ServerSocket m_socket;
-  mutable std::mutex m_socketMutex;  // between IsConnected on a page's thread and Close
-  boost::asio::steady_timer m_timer;
-  unsigned m_timerRound = 0;
-  bool m_timedOut = false;
+  const std::uint64_t m_id;
+  std::atomic<Clock::rep> m_deadline = Clock::duration::max().count();
+  std::atomic<Clock::rep> m_idleSince = 0;  // 0: not idle
+  std::atomic<bool> m_servedOne = false;
 
-  std::string m_remoteAddress;
-  bool m_isProxy = false;  // one that is trusted
-  std::uint16_t m_localPort = 0;
-
-  boost::beast::flat_buffer m_buffer;  // never larger than a head and what is read with it
-  std::optional<Parser> m_parser;
-  Step m_step = Step::Idle;
-  std::shared_ptr<HttpRequest> m_request;
-  std::string m_problem;
-  BodyCharge m_charge;
-  std::chrono::steady_clock::time_point m_begun;
-  std::chrono::steady_clock::time_point m_idleSince;
-
-  std::deque<std::string> m_output;
-  OutputFlow m_flow;
-  std::size_t m_outputOffset = 0;
-  std::optional<FileBody> m_file;
-  bool m_keepAlive = false;
-  bool m_servedOne = false;
-  bool m_headOnly = false;
-  bool m_headSent = false;
-  bool m_chunked = false;
-  bool m_writing = false;
-  bool m_complete = false;
-  int m_status = 0;
-  std::uint64_t m_bodyBytes = 0;
-  std::string m_scratch;
+  std::mutex m_mutex;
+  std::condition_variable m_changed;  // the client has taken something, or has gone
+  State m_state = State::Idle;
+  UniqueFd m_socket;
+  RequestReader m_reader;
+  ResponseWriter m_writer;
+  AccessEntry m_entry;
+  Clock::time_point m_begun;
+  bool m_blocked = false;          // the client has to take something before more is sent
+  std::uint64_t m_stretchEnd = 0;  // what it must have taken at its deadline
 };
 
 }  // namespace hostlinux

@@ -1,5 +1,6 @@
-// The HTTP server: connections on one I/O thread, pages on a pool of script threads. A connection that is
-// idle, slow to send or slow to receive holds no script thread.
+// The HTTP server: the thread that finds a request runs its page and writes its answer. A connection that is
+// idle, slow to send or slow to receive holds no thread, and while all threads run pages, another one accepts,
+// answers what needs no page, and queues what needs one.
 #pragma once
 
 #include <chrono>
@@ -26,15 +27,23 @@ struct ServerOptions {
   std::size_t maxTarget = 8 * 1024;             // bytes of a request's address; 414 beyond
   std::uint64_t maxBody = 16 * 1024 * 1024;     // bytes of a request's body; 413 beyond
   std::uint64_t maxBodies = 256 * 1024 * 1024;  // bytes of all bodies held at a time; 503 beyond
+  // Bytes of a response that a page has flushed and its client hasn't read, in a temporary file; of one
+  // response, and of all.
+  std::uint64_t maxUnread = 64 * 1024 * 1024;
+  std::uint64_t maxUnreadTogether = 1024 * 1024 * 1024;
   Duration idleTimeout{60'000};   // until the first byte of a request; then the connection is closed
   Duration headTimeout{15'000};   // from its first byte to the end of its headers; 408 then
   Duration bodyTimeout{120'000};  // for its whole body; 408 then
   Duration writeTimeout{30'000};  // for each 64 KB of the response; the connection is closed then
   Duration lingerTimeout{2'000};  // how long a closing connection waits for the client's end
   Duration drainGrace{300};       // how long a busy client of a server that ends may send another request
-  unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503
+  unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503 or 429
   // Of all responses; a response's own header of that name takes its place.
   std::vector<HeaderList::Field> headers;
+  // Asked once for each request, as soon as its head is read, from any of the server's threads: it must be
+  // safe from all of them, and short. False: the request is answered with 429 and a Retry-After, no handler
+  // sees it, and the connection goes on. Empty: all are admitted.
+  std::function<bool(const HttpRequest&)> admits{};
   // Addresses ("unix" for a local socket) whose X-Forwarded-Proto and X-Forwarded-For tell of the client.
   std::vector<std::string> trustedProxies;
 };
@@ -47,10 +56,12 @@ class ClientLink {
   // False once the client has gone; what is sent then is dropped.
   virtual bool IsConnected() const = 0;
 
-  // Sends status, headers and body so far; waits only where the client hasn't taken 256 KB of what was sent
-  // before, until it has or is dropped after the write timeout. What the handler returns later is the rest of
-  // the body; its headers are then ignored, and with a status of 500 or more the response is broken off
-  // instead. A second call sends its body only.
+  // Sends status, headers and body so far. What the client doesn't take at once goes on its way while the page
+  // runs, at first from memory, from half a megabyte on from a temporary file. Waits only where that is full,
+  // until the client has taken something or is dropped after the write timeout; another thread takes this
+  // one's place meanwhile. Few pages may wait like this at a time: with one more, its client is dropped. What
+  // the handler returns later is the rest of the body; its headers are then ignored, and with a status of 500
+  // or more the response is broken off instead. A second call sends its body only.
   virtual void Flush(HttpResponse soFar) = 0;
 
   // True after the first Flush.
@@ -66,15 +77,15 @@ struct AccessEntry {
 };
 
 struct ServerHandlers {
-  // Answers at once on the I/O thread, for static files; nothing hands the request to `page`. May be left
-  // empty.
+  // Answers at once, for static files; nothing hands the request to `page`. From any of the server's threads,
+  // so it must be short. May be left empty.
   std::function<std::optional<HttpResponse>(const HttpRequest&)> quick;
 
-  // Runs a page on a script thread. An exception is answered with 500, its text goes to `problem` only.
+  // Runs a page, on a script thread. An exception is answered with 500, its text goes to `problem` only.
   // The request, with its body, is the page's own.
   std::function<HttpResponse(HttpRequest, ClientLink&)> page;
 
-  // Called on the I/O thread after each response; may be left empty.
+  // Called after each response, from any of the server's threads; may be left empty.
   std::function<void(const AccessEntry&)> finished;
 
   // Takes sentences about what went wrong inside, from any thread; may be left empty.

@@ -1,11 +1,13 @@
 #include "host-linux/web/ListenSocket.h"
 
+#include <linux/filter.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -89,6 +91,19 @@ UniqueFd ListenAtUnix(const std::string& address) {
 
 UniqueFd ListenAt(const std::string& address) {
   return address.starts_with(kUnixPrefix) ? ListenAtUnix(address) : ListenAtTcp(address);
+}
+
+void RefuseNewcomers(int socket) {
+  // Of what reaches a TCP socket, beginning with its header: a SYN without ACK opens a connection.
+  std::array<sock_filter, 5> program = {{
+      {BPF_LD | BPF_B | BPF_ABS, 0, 0, 13},
+      {BPF_ALU | BPF_AND | BPF_K, 0, 0, 0x12},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, 0x02},
+      {BPF_RET | BPF_K, 0, 0, 0},
+      {BPF_RET | BPF_K, 0, 0, 0xffffffff},
+  }};
+  const sock_fprog filter{program.size(), program.data()};
+  if (PortOf(socket) != 0) ::setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, &filter, sizeof filter);
 }
 
 std::uint16_t PortOf(int socket) {

@@ -16,4 +16,9 @@ UniqueFd ListenAt(const std::string& address);
 // The port that a listening socket is bound to; 0 for a local socket.
 std::uint16_t PortOf(int socket);
 
+// From now on nobody new can connect to the listening socket, in any process that has it; whoever has begun to
+// may go on, and is accepted. A socket that is closed while somebody connects would reset that connection.
+// Does nothing to a local socket.
+void RefuseNewcomers(int socket);
+
 }  // namespace hostlinux

@@ -1,12 +1,14 @@
 // `varnel serve --inspect`: a browser's developer tools stop in page files, look around and go on.
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <regex>
 
 #include "tests/application/TestSite.h"
 #include "tests/command/DebuggerClient.h"
+#include "tests/command/Processes.h"
 #include "tests/command/Program.h"
 #include "tests/web/TestClient.h"
 
@@ -236,6 +238,37 @@ TEST_F(InspectTest, PortIsANumber) {
   const auto ran = hosttest::RunVarnel({"serve", m_site.Folder().string(), "--inspect=99999"});
   EXPECT_EQ(ran.status, 1);
   EXPECT_EQ(ran.err, "varnel: --inspect takes a port from 0 to 65535, not 99999\n");
+}
+
+// Seconds that a process has worked.
+double WorkOf(pid_t pid) {
+  std::istringstream stat(hosttest::FileText(hosttest::ProcFile(pid, "stat")));
+  std::string word;
+  for (int i = 0; i < 13; ++i) stat >> word;
+  double user = 0;
+  double system = 0;
+  stat >> user >> system;
+  return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+TEST_F(InspectTest, ServerWithoutDescriptorsWaitsForOne) {
+  Start();
+  const pid_t worker = m_program->Worker();
+  EXPECT_EQ(TestClient(m_program->Port()).Get("/shop/list.asp", "Connection: close\r\n").status, 200);
+  rlimit files{};
+  ASSERT_EQ(::prlimit(worker, RLIMIT_NOFILE, nullptr, &files), 0);
+  rlimit none = files;
+  none.rlim_cur = 3;
+  ASSERT_EQ(::prlimit(worker, RLIMIT_NOFILE, &none, nullptr), 0);
+  TestClient page(m_program->Port());
+  TestClient debugger(DebuggerPort());
+  ::usleep(100'000);
+  const double before = WorkOf(worker);
+  ::usleep(1'500'000);
+  EXPECT_LT(WorkOf(worker) - before, 0.3);
+  ASSERT_EQ(::prlimit(worker, RLIMIT_NOFILE, &files, nullptr), 0);
+  EXPECT_EQ(debugger.Get("/json/version").status, 200);
+  EXPECT_EQ(page.Get("/shop/list.asp").status, 200);
 }
 
 }  // namespace

@@ -85,8 +85,48 @@ TEST_F(StreamingTest, HundredThousandRowsTakeNoMemory) {
   EXPECT_LT(PeakMemory() - before, 30 * kMegabyte);
 }
 
+// What the reader hasn't taken is neither in the server's memory nor on its script thread.
+TEST_F(StreamingTest, ReaderThatTakesNothingHoldsNeitherThreadNorMemory) {
+  Start("");
+  EXPECT_EQ(TestClient(m_program->Port()).Get("/shop/").body, "here");
+  const std::size_t before = PeakMemory();
+  m_site.WritePage("done.asp", "<%= Application('done') %>");
+  m_site.WritePage(
+      "long.asp",
+      "<% Response.Buffer = false; for (var i = 0; i < 400; ++i) Response.Write('x'.repeat(100000));"
+      " Application.Contents['done'] = 'yes'; %>");
+  TestClient stopped(m_program->Port(), 16 * 1024);
+  stopped.Send("GET /shop/long.asp HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+  while (TestClient(m_program->Port()).Get("/shop/done.asp").body != "yes") ::usleep(10'000);
+  EXPECT_LT(PeakMemory() - before, 30 * kMegabyte);
+  EXPECT_EQ(stopped.ReadAnswer().body.size(), 40'000'000U);
+}
+
+// The page's time is over long before its reader goes on.
+TEST_F(StreamingTest, WaitingForTheReaderIsNoTimeOfThePage) {
+  m_site.WritePage(
+      "wait.asp",
+      "<% for (var i = 0; i < 20; ++i) { Response.Write('x'.repeat(1000000)); Response.Flush(); }"
+      " Response.Write('end'); %>");
+  m_site.Write("site.toml",
+               "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"2s\"\n"
+               "stuck_timeout = \"100ms\"\nmax_unread = 1000000\n[log]\nfile = \"site.log\"\n");
+  m_program = std::make_unique<ServingProgram>(m_site.Folder());
+  TestClient slow(m_program->Port(), 16 * 1024);
+  slow.Send("GET /shop/wait.asp HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+  slow.ReadHead();
+  const pid_t worker = m_program->Worker();
+  for (int i = 0; i < 30; ++i) {
+    ::usleep(100'000);
+    EXPECT_EQ(TestClient(m_program->Port()).Get("/shop/").body, "here");
+  }
+  EXPECT_TRUE(slow.ReadToEnd().ends_with("3\r\nend\r\n0\r\n\r\n"));
+  EXPECT_EQ(m_program->Worker(), worker);
+  EXPECT_THAT(m_site.Read("site.log"), testing::Not(testing::HasSubstr("ran longer")));
+}
+
 TEST_F(StreamingTest, ReaderThatStopsIsDroppedAndFreesItsThread) {
-  Start("write_timeout = \"500ms\"\n");
+  Start("write_timeout = \"500ms\"\nmax_unread = 4000000\n");
   m_site.WritePage("endless.asp",
                    "<% Response.Buffer = false; var rows = 0;"
                    " while (Response.IsClientConnected) { Response.Write('x'.repeat(1000)); ++rows; }"

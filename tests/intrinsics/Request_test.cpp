@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
 
@@ -54,6 +56,16 @@ TEST(Request, QueryGivesValuesByKeyInAnyCaseAndByPosition) {
   EXPECT_EQ(request->QueryString().Count(), 2);
   EXPECT_EQ(request->QueryString().Key(1), u"R_1");
   EXPECT_EQ(request->QueryString().ValueAt(2), u"\u20AC");
+}
+
+TEST(Request, HeadersTogetherTakeNoMoreTimeThanOneByOne) {
+  std::vector<HeaderList::Field> headers;
+  for (int i = 0; i < 100'000; ++i) headers.push_back({"X-" + std::to_string(i), "1"});
+  headers.push_back({"x-7", "2"});
+  const auto request = MakeRequest("", "", "", headers);
+  const auto begun = std::chrono::steady_clock::now();
+  EXPECT_EQ(ValueOf(*request->ServerVariablesObject(), u"HTTP_X_7"), Variant(u"1, 2"));
+  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(15));
 }
 
 TEST(Request, RepeatedParameterIsOneWhoseValuesAreJoined) {

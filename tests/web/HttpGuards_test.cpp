@@ -252,6 +252,22 @@ TEST_F(HttpGuardsTest, BodiesTogetherAreBounded) {
   EXPECT_EQ(after.ReadAnswer().status, 200);
 }
 
+TEST_F(HttpGuardsTest, RequestThatIsNotAdmittedIsRefusedAndTheConnectionGoesOn) {
+  m_options.retryAfter = 7;
+  m_options.admits = [](const HttpRequest& request) {
+    return request.remoteAddress != "127.0.0.1" || request.path != "/flood";
+  };
+  Serve(Echo);
+  auto client = Connect();
+  const Answer refused = client.Get("/flood");
+  EXPECT_EQ(refused.status, 429);
+  EXPECT_EQ(refused.headers.Joined("Retry-After"), "7");
+  EXPECT_EQ(client.Get("/next").body, "GET /next [] localhost ");
+  client.Send("POST /flood HTTP/1.1\r\nHost: h\r\nContent-Length: 3\r\n\r\nabc");
+  EXPECT_EQ(client.ReadAnswer().status, 429);
+  EXPECT_EQ(client.Get("/last").status, 200);
+}
+
 TEST_F(HttpGuardsTest, SilentClientsKeepNobodyOut) {
   m_options.maxConnections = 4;
   Serve(Echo);
@@ -261,6 +277,31 @@ TEST_F(HttpGuardsTest, SilentClientsKeepNobodyOut) {
     ExpectServing();
   }
   EXPECT_TRUE(silent.front().IsEnded());
+}
+
+// Whoever waits for a place gets that of the first one that has nothing to do any more, not of the first whose
+// time has passed.
+TEST_F(HttpGuardsTest, ClientThatWaitsForAPlaceGetsTheFirstOneThatIsIdle) {
+  m_options.maxConnections = 2;
+  m_options.idleTimeout = 10min;
+  Serve([&](const HttpRequest& request, ClientLink& link) {
+    if (request.path == "/wait") {
+      m_gate.Arrive();
+      m_gate.Wait();
+    }
+    return Echo(request, link);
+  });
+  auto first = Connect();
+  auto second = Connect();
+  for (TestClient* client : {&first, &second}) client->Send("GET /wait HTTP/1.1\r\nHost: a\r\n\r\n");
+  m_gate.AwaitArrivals(2);
+  auto third = Connect();
+  third.Send("GET /third HTTP/1.1\r\nHost: a\r\n\r\n");
+  std::this_thread::sleep_for(50ms);  // it is in the backlog now
+  m_gate.Open();
+  EXPECT_EQ(first.ReadAnswer().status, 200);
+  EXPECT_EQ(second.ReadAnswer().status, 200);
+  EXPECT_EQ(third.ReadAnswer().body, "GET /third [] a ");
 }
 
 TEST_F(HttpGuardsTest, TwoThousandSilentClientsDelayNobody) {

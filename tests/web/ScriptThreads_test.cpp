@@ -1,17 +1,22 @@
 #include "host-linux/web/ScriptThreads.h"
 
 #include <gtest/gtest.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 
+#include <atomic>
 #include <future>
+#include <memory>
 
 namespace {
 
 using hostlinux::ScriptThreads;
+using hostlinux::UniqueFd;
 
 TEST(ScriptThreads, TasksRunInTheirOrder) {
   std::string order;
   std::promise<void> done;
-  ScriptThreads threads(1, 10);
+  ScriptThreads threads({1, 10, {}, {}});
   for (const char c : {'a', 'b', 'c'}) EXPECT_TRUE(threads.TryPost([&order, c] { order += c; }));
   EXPECT_TRUE(threads.TryPost([&] { done.set_value(); }));
   done.get_future().wait();
@@ -21,7 +26,7 @@ TEST(ScriptThreads, TasksRunInTheirOrder) {
 TEST(ScriptThreads, QueueIsBoundedByItsLengthAndTheFreeThreads) {
   std::promise<void> gate;
   std::promise<void> begun;
-  ScriptThreads threads(1, 2);
+  ScriptThreads threads({1, 2, {}, {}});
   ASSERT_TRUE(threads.TryPost([&] {
     begun.set_value();
     gate.get_future().wait();
@@ -35,9 +40,84 @@ TEST(ScriptThreads, QueueIsBoundedByItsLengthAndTheFreeThreads) {
 
 TEST(ScriptThreads, WithoutAQueueFreeThreadsStillTakeTasks) {
   std::promise<void> done;
-  ScriptThreads threads(0, 0);
+  ScriptThreads threads({0, 0, {}, {}});
   EXPECT_TRUE(threads.TryPost([&] { done.set_value(); }));
   done.get_future().wait();
+}
+
+TEST(ScriptThreads, WhoeverIsReadyIsHeardOfOnce) {
+  const UniqueFd ready(::eventfd(1, EFD_NONBLOCK));
+  std::promise<std::uint64_t> heard;
+  ScriptThreads threads({1, 0, [&](std::uint64_t id) { heard.set_value(id); }, {}});
+  EXPECT_TRUE(threads.Watch(ready.Get(), 7, EPOLLIN));
+  EXPECT_EQ(heard.get_future().get(), 7U);
+  EXPECT_FALSE(threads.Watch(-1, 8, EPOLLIN));
+}
+
+TEST(ScriptThreads, WhileAllAreBusySomebodyElseTakesWhoIsReady) {
+  const UniqueFd first(::eventfd(1, EFD_NONBLOCK));
+  const UniqueFd second(::eventfd(1, EFD_NONBLOCK));
+  std::promise<void> gate;
+  std::promise<void> begun;
+  std::atomic<int> tellings = 0;
+  ScriptThreads threads({1, 0,
+                         [&](std::uint64_t) {
+                           begun.set_value();
+                           gate.get_future().wait();
+                         },
+                         [&] { ++tellings; }});
+  EXPECT_TRUE(threads.TakeReady().empty());
+  EXPECT_FALSE(threads.AreAllBusy());
+  threads.Watch(first.Get(), 1, EPOLLIN);
+  begun.get_future().wait();
+  EXPECT_TRUE(threads.AreAllBusy());
+  EXPECT_EQ(tellings, 1);
+  threads.Watch(second.Get(), 2, EPOLLIN);
+  EXPECT_EQ(threads.TakeReady(), std::vector<std::uint64_t>{2});
+  EXPECT_TRUE(threads.TakeReady().empty());
+  gate.set_value();
+}
+
+TEST(ScriptThreads, AnotherThreadTakesThePlaceOfOneThatWaits) {
+  std::promise<void> gate;
+  std::promise<void> waits;
+  std::promise<void> ran;
+  ScriptThreads threads({1, 10, {}, {}});
+  threads.TryPost([&] {
+    EXPECT_TRUE(threads.BeginWait());
+    waits.set_value();
+    gate.get_future().wait();
+    threads.EndWait();
+  });
+  waits.get_future().wait();
+  threads.TryPost([&] { ran.set_value(); });
+  ran.get_future().wait();
+  gate.set_value();
+}
+
+TEST(ScriptThreads, OnlySoManyMayWaitAndTheirPlacesComeBack) {
+  ScriptThreads threads({1, 10, {}, {}});
+  for (int round = 0; round < 20; ++round) {
+    std::promise<void> gate;
+    const std::shared_future<void> opened = gate.get_future().share();
+    std::atomic<int> waiting = 0;
+    std::atomic<int> ended = 0;
+    for (int i = 0; i < 4; ++i) {
+      threads.TryPost([&] {
+        EXPECT_TRUE(threads.BeginWait());
+        ++waiting;
+        opened.wait();
+        threads.EndWait();
+        ++ended;
+      });
+    }
+    while (waiting < 4) std::this_thread::yield();
+    std::promise<bool> mayWait;
+    threads.TryPost([&] { mayWait.set_value(threads.BeginWait()); });
+    EXPECT_FALSE(mayWait.get_future().get());
+    gate.set_value();
+    while (ended < 4) std::this_thread::yield();
+  }
 }
 
 }  // namespace
