@@ -345,7 +345,7 @@ void HttpConnection::Refuse(int status, std::string_view detail) {
 
 void HttpConnection::RefuseForNow() {
   m_keepAlive = false;
-  Respond(Busy());
+  Respond(ComeLater(503));
 }
 
 // ---- Running
@@ -364,6 +364,8 @@ void HttpConnection::FillRequest() {
     request.headers.Add(Text(field.name_string()), Text(field.value()));
   m_problem = FillTarget();
   if (m_isProxy) HearProxy();
+  const auto& admits = m_owner.Options().admits;
+  m_isAdmitted = !admits || admits(*m_request);
 }
 
 // The proxy has appended the address that it saw, behind whatever its client claimed.
@@ -396,6 +398,7 @@ void HttpConnection::Dispatch() {
   m_headOnly = m_request->method == "HEAD";
   // The request was read to its end, so the connection can go on.
   if (!m_problem.empty()) return Respond(ErrorResponse(400, m_request->id, m_problem));
+  if (!m_isAdmitted) return Respond(ComeLater(429));
   const ServerHandlers& handlers = m_owner.Handlers();
   if (handlers.quick) {
     std::optional<HttpResponse> answer = Guarded(
@@ -416,13 +419,13 @@ void HttpConnection::StartPage() {
     net::post(self->m_owner.Context(),
               [self, response = std::move(response)]() mutable { self->TakeResponse(std::move(response)); });
   };
-  if (!m_owner.Threads().TryPost(std::move(work))) Respond(Busy());
+  if (!m_owner.Threads().TryPost(std::move(work))) Respond(ComeLater(503));
 }
 
-HttpResponse HttpConnection::Busy() const {
-  HttpResponse busy = ErrorResponse(503, m_request->id);
-  busy.headers.Set("Retry-After", std::to_string(m_owner.Options().retryAfter));
-  return busy;
+HttpResponse HttpConnection::ComeLater(int status) const {
+  HttpResponse response = ErrorResponse(status, m_request->id);
+  response.headers.Set("Retry-After", std::to_string(m_owner.Options().retryAfter));
+  return response;
 }
 
 void HttpConnection::AwaitRoom(std::size_t bytes) {

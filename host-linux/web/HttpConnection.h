@@ -174,7 +174,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   void EndIdle();
   std::chrono::milliseconds IdleLimit() const;
   void RefuseForNow();
-  HttpResponse Busy() const;
+  HttpResponse ComeLater(int status) const;
   void ContinueThenReadBody();
 
   void Arm(std::chrono::milliseconds limit);
@@ -197,6 +197,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   Step m_step = Step::Idle;
   std::shared_ptr<HttpRequest> m_request;
   std::string m_problem;
+  bool m_isAdmitted = true;
   BodyCharge m_charge;
   std::chrono::steady_clock::time_point m_begun;
   std::chrono::steady_clock::time_point m_idleSince;

@@ -32,9 +32,13 @@ struct ServerOptions {
   Duration writeTimeout{30'000};  // for each 64 KB of the response; the connection is closed then
   Duration lingerTimeout{2'000};  // how long a closing connection waits for the client's end
   Duration drainGrace{300};       // how long a busy client of a server that ends may send another request
-  unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503
+  unsigned retryAfter = 2;        // seconds, in the Retry-After of a 503 or 429
   // Of all responses; a response's own header of that name takes its place.
   std::vector<HeaderList::Field> headers;
+  // Asked once for each request, as soon as its head is read, from any of the server's threads: it must be
+  // safe from all of them, and short. False: the request is answered with 429 and a Retry-After, no handler
+  // sees it, and the connection goes on. Empty: all are admitted.
+  std::function<bool(const HttpRequest&)> admits{};
   // Addresses ("unix" for a local socket) whose X-Forwarded-Proto and X-Forwarded-For tell of the client.
   std::vector<std::string> trustedProxies;
 };

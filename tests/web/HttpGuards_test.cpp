@@ -252,6 +252,22 @@ TEST_F(HttpGuardsTest, BodiesTogetherAreBounded) {
   EXPECT_EQ(after.ReadAnswer().status, 200);
 }
 
+TEST_F(HttpGuardsTest, RequestThatIsNotAdmittedIsRefusedAndTheConnectionGoesOn) {
+  m_options.retryAfter = 7;
+  m_options.admits = [](const HttpRequest& request) {
+    return request.remoteAddress != "127.0.0.1" || request.path != "/flood";
+  };
+  Serve(Echo);
+  auto client = Connect();
+  const Answer refused = client.Get("/flood");
+  EXPECT_EQ(refused.status, 429);
+  EXPECT_EQ(refused.headers.Joined("Retry-After"), "7");
+  EXPECT_EQ(client.Get("/next").body, "GET /next [] localhost ");
+  client.Send("POST /flood HTTP/1.1\r\nHost: h\r\nContent-Length: 3\r\n\r\nabc");
+  EXPECT_EQ(client.ReadAnswer().status, 429);
+  EXPECT_EQ(client.Get("/last").status, 200);
+}
+
 TEST_F(HttpGuardsTest, SilentClientsKeepNobodyOut) {
   m_options.maxConnections = 4;
   Serve(Echo);
