@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::chrono::seconds kPause(1);  // after a failed change, so that a full disk costs few requests
 constexpr std::chrono::seconds kSilence(60);
+constexpr char kFileName[] = "sessions.db";
 constexpr std::uint8_t kFormat = 1;
 constexpr std::size_t kMostQueued = 500'000;
 constexpr std::size_t kPiece = 64;  // sessions that are handled while others wait
@@ -141,8 +142,16 @@ void SessionFile::Close() {
   m_database.reset();
 }
 
+std::filesystem::path SessionFile::File() const { return m_options.folder / kFileName; }
+
+std::vector<std::string> SessionFile::FileNames() {
+  std::vector<std::string> names;
+  for (const char* suffix : {"", "-wal", "-shm"}) names.push_back(kFileName + std::string(suffix));
+  return names;
+}
+
 void SessionFile::RemoveFiles() const {
-  for (const char* suffix : {"", "-wal", "-shm"}) ::unlink((File().string() + suffix).c_str());
+  for (const std::string& name : FileNames()) ::unlink((m_options.folder / name).c_str());
 }
 
 // Another worker that has the old file open goes on with that.

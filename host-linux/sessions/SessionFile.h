@@ -30,6 +30,9 @@ class SessionFile : public ISessionArchive {
   explicit SessionFile(Options options);
   ~SessionFile() override;
 
+  // The names of all files that there may be in the folder.
+  static std::vector<std::string> FileNames();
+
   std::optional<SessionHead> Head(const std::string& token) override;
   std::optional<StoredSession> Load(const std::string& token) override;
   std::vector<SessionHead> Heads() override;
@@ -45,7 +48,7 @@ class SessionFile : public ISessionArchive {
  private:
   using Clock = std::chrono::steady_clock;
 
-  std::filesystem::path File() const { return m_options.folder / "sessions.db"; }
+  std::filesystem::path File() const;
   void Open();
   void Close();
   void FollowFile();
