@@ -1,7 +1,6 @@
 // Sessions outlive the worker: its kill, its replacement and, where site.toml says so, the server.
 
 #include <gmock/gmock.h>
-#include <pwd.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -157,24 +156,6 @@ TEST_F(SessionsTest, FolderThatOthersCanReadIsNotTaken) {
   program.Wait();
   EXPECT_THAT(m_site.Read("site.log"),
               HasSubstr("readable by nobody else (chmod 700): they end with the worker"));
-}
-
-TEST_F(SessionsTest, AreThoseOfTheServersUser) {
-  if (::geteuid() != 0) GTEST_SKIP() << "root is needed";
-  const passwd* nobody = ::getpwnam("nobody");
-  const Setting temporary("TMPDIR", m_temporary.string());
-  std::filesystem::permissions(m_site.Folder(), std::filesystem::perms(0755));
-  m_site.Write("site.toml", "[site]\nroot = \"/shop\"\n[server]\nuser = \"nobody\"\nthreads = 2\n");
-  ServingProgram program(m_site.Folder());
-  EXPECT_EQ(Count(program), "1");
-  ::kill(program.Worker(), SIGKILL);
-  EXPECT_EQ(Count(program), "2");
-  struct stat facts {};
-  ASSERT_EQ(::stat((m_temporary / TemporaryFolders().at(0)).c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_uid, nobody->pw_uid);
-  program.Signal(SIGTERM);
-  EXPECT_EQ(program.Wait(), 0);
-  EXPECT_TRUE(TemporaryFolders().empty());
 }
 
 TEST_F(SessionsTest, AnAddressThatBeginsTooManyWaits) {
