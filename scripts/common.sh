@@ -2,6 +2,35 @@
 
 say() { printf '%s\n' "$*"; }
 
+# listen_address SITE_TOML ARGUMENT...: where varnel serve will listen: by its arguments, else as the site says.
+listen_address() {
+  local file="$1" address
+  shift
+  address=$(sed -n 's/^listen *= *"\(.*\)".*/\1/p' "$file" | head -n 1)
+  while [ $# -gt 0 ]; do
+    case "$1" in
+      --listen) address="${2:-}" ;;
+      --listen=*) address="${1#*=}" ;;
+    esac
+    shift
+  done
+  printf '%s' "$address"
+}
+
+# require_free_address HOST:PORT: fails with a word where somebody listens there, so that nobody builds first to hear it then.
+require_free_address() {
+  local host="${1%:*}" port="${1##*:}"
+  case "$1" in unix:* | '' | *:0) return 0 ;; esac
+  host="${host#[}"
+  host="${host%]}"
+  case "$host" in '' | 0.0.0.0) host=127.0.0.1 ;; ::) host=::1 ;; esac
+  # Opened in a process of its own, which closes it.
+  if (exec 3<>"/dev/tcp/$host/$port") 2>/dev/null; then
+    say "$1 is taken: something listens there already. --listen 127.0.0.1:PORT takes another port (0: any free one)." >&2
+    return 1
+  fi
+}
+
 # As root, whoever we are.
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

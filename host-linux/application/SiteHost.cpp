@@ -2,25 +2,19 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
 
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
 #include "host-linux/application/FirstPageLink.h"
-#include "host-linux/application/KnownEngines.h"
 #include "host-linux/application/RequestScope.h"
+#include "host-linux/application/SiteParts.h"
 #include "host-linux/guard/SealKeys.h"
 #include "host-linux/intrinsics/Cookies.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/nls/LocaleTable.h"
-#include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
-#include "host-linux/services/MessageManager.h"
 #include "host-linux/web/ErrorPage.h"
-#include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Error.h"
-#include "varnel/catalog/FavoriteTypes.h"
-#include "varnel/table/TableTypes.h"
 #include "varnel/utilities/Utilities.h"
 
 namespace hostlinux {
@@ -32,41 +26,6 @@ constexpr char kPageExtension[] = ".asp";
 // A changed page may wait so long before it is seen; whoever is developing sees it at once.
 constexpr std::chrono::milliseconds kRecheckInProduction(1000);
 
-std::vector<std::pair<std::string, double>> PublicEnumerations() {
-  std::vector<std::pair<std::string, double>> constants;
-  for (const auto& [name, value] : varnel::TableEnumerationNames()) {
-    constants.emplace_back(varnel::ToUtf8(name), value);
-  }
-  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
-    constants.emplace_back(varnel::ToUtf8(name), value);
-  }
-  return constants;
-}
-
-// Only what no request owns may outlive a request.
-bool MayOutliveRequest(const varnel::Object& object) {
-  return dynamic_cast<const MessageManager*>(&object) != nullptr;
-}
-
-std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site) {
-  auto application = std::make_shared<ApplicationState>(MayOutliveRequest);
-  for (const auto& [key, value] : site.application) application->Set(varnel::FromUtf8(key), value);
-  if (auto messages = LoadMessages(site.folder / "messages"))
-    application->Set(u"I18NMessageManager", messages);
-  return application;
-}
-
-std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site) {
-  SessionStore::Options options;
-  options.maxSessions = site.server.maxSessions;
-  options.maxBytes = site.server.maxSession;
-  options.timeout = site.server.sessionTimeout;
-  options.mayKeep = MayOutliveRequest;
-  auto sessions = std::make_shared<SessionStore>(options);
-  for (const auto& [key, value] : site.session) sessions->SetInitial(varnel::FromUtf8(key), value);
-  return sessions;
-}
-
 // Of the calling thread, once it has one.
 thread_local const ScriptEngine* engineOfThread = nullptr;
 
@@ -74,28 +33,10 @@ std::optional<std::chrono::milliseconds> TimeLeftOfPage() {
   return engineOfThread == nullptr ? std::nullopt : engineOfThread->TimeLeft();
 }
 
-EngineLimits LimitsOf(const SiteConfiguration::Database& database) {
-  return {database.maxValue, database.maxResult, database.maxMemory, database.maxTemporary};
-}
-
-std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
-                                          std::function<void(const SqlTraceEntry&)> onStatement) {
-  AdoOptions options;
-  options.engines = KnownEngines();
-  options.folder = site.folder;
-  options.statementTimeout = site.server.statementTimeout;
-  options.limits = LimitsOf(site.database);
-  options.timeLeft = &TimeLeftOfPage;
-  options.onStatement = std::move(onStatement);
-  if (site.mode == SiteConfiguration::Mode::Development) {
-    options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
-  }
-  return AdoDatabase::Make(std::move(options));
-}
-
-// Whoever is developing wants to see a changed style at once.
-std::string FileCaching(const SiteConfiguration& site) {
-  return site.mode == SiteConfiguration::Mode::Development ? "no-cache" : "public, max-age=3600";
+HttpResponse TooManySessions(const std::string& requestId, std::chrono::seconds wait) {
+  HttpResponse response = ErrorResponse(429, requestId);
+  response.headers.Set("Retry-After", std::to_string(wait.count()));
+  return response;
 }
 
 HttpResponse Redirection(const std::string& target) {
@@ -139,12 +80,6 @@ ScriptFailure OverfullPage(const std::string& page) {
   return failure;
 }
 
-std::string PagesUrl(const SiteConfiguration& site) {
-  std::error_code unreachable;
-  const auto folder = std::filesystem::weakly_canonical(site.PagesFolder(), unreachable);
-  return "file://" + UrlOfPath((unreachable ? site.PagesFolder() : folder).string()) + "/";
-}
-
 bool HasHiddenSegment(const std::string& path) {
   return path.starts_with(".") || path.find("/.") != std::string::npos;
 }
@@ -158,8 +93,9 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_pages(m_site.PagesFolder()),
       m_files(m_site.PagesFolder().string(), FileCaching(m_site)),
       m_application(MakeApplication(m_site)),
-      m_sessions(MakeSessions(m_site)),
-      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement)),
+      m_sessions(MakeSessions(m_site, std::move(options.sessions))),
+      m_newSessions(options.limitsVisitors ? MakeSessionLimit(m_site) : nullptr),
+      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage),
                  std::move(options.ownComponents)),
       m_links(options.guardsLists ? m_site.lists.links : SiteConfiguration::Links::Any),
       m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site)
@@ -241,9 +177,23 @@ ScriptEngine& SiteHost::EngineOfThread() {
   return *engine;
 }
 
-std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const PageDirectives& directives) {
+// Ends the page where its visitor begins too many sessions.
+std::function<void()> SiteHost::SessionGate(const HttpRequest& request, ScriptEngine& engine,
+                                            Ending& ending) {
+  if (!m_newSessions || !HasOwnAddress(request)) return {};
+  return [this, &engine, &ending, address = request.remoteAddress] {
+    ending.wait = m_newSessions->Take(address);
+    if (ending.wait.count() == 0) return;
+    engine.EndPage();
+    throw varnel::PageEnded();
+  };
+}
+
+std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const PageDirectives& directives,
+                                             std::function<void()> beforeBegin) {
   if (!directives.sessionState) return nullptr;
   Session::Options options;
+  options.beforeBegin = std::move(beforeBegin);
   options.lcid = m_site.lcid;
   options.cookiePath = m_site.root;
   options.secure = request.http.https;
@@ -280,7 +230,7 @@ Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEng
 
 std::shared_ptr<ObjectContext> SiteHost::MakeContext(const std::shared_ptr<PageRequest>& request,
                                                      const PageDirectives& directives, ScriptEngine& engine,
-                                                     ClientLink* link) {
+                                                     ClientLink* link, Ending& ending) {
   Response::Options responseOptions;
   responseOptions.maxBuffer = m_site.server.maxResponseBuffer;
   responseOptions.link = link;
@@ -289,10 +239,10 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(const std::shared_ptr<PageR
   responseOptions.cookiePath = m_site.root;
 
   ObjectContext::Intrinsics objects;
-  objects.session = SessionOf(*request, directives);
+  objects.session = SessionOf(*request, directives, SessionGate(request->http, engine, ending));
   if (!objects.session)
     objects.absentSession = std::make_shared<AbsentSession>(directives.lcid.value_or(m_site.lcid));
-  objects.application = std::make_shared<Application>(m_application);
+  objects.application = std::make_shared<Application>(m_application, &TimeLeftOfPage);
   objects.response = std::make_shared<Response>(std::move(responseOptions));
   objects.server = std::make_shared<Server>(ServerOptionsFor(*request, engine));
   objects.request = std::make_shared<Request>(request);
@@ -324,9 +274,9 @@ HttpResponse SiteHost::RefusedList(const PageRequest& request) {
     own->http.rawQuery.clear();
     own->http.body.clear();
     own->serverVariables = {{"REFUSED_LIST", first}};
-    std::optional<std::string> refusedAgain;
-    PageAnswer answer = RunGuarded(own, page, nullptr, refusedAgain);
-    if (!answer.failure && !refusedAgain) {
+    Ending ending;
+    PageAnswer answer = RunGuarded(own, page, nullptr, ending);
+    if (!answer.failure && !ending.IsEarly()) {
       answer.response.status = 400;
       return std::move(answer.response);
     }
@@ -341,29 +291,32 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt, true};
 
   const auto asked = std::make_shared<PageRequest>(std::move(request));
-  std::optional<std::string> refusal;
-  PageAnswer answer = RunGuarded(asked, page, link, refusal);
-  if (!refusal) return answer;
-  WriteLog(LogLevel::Info, "Refused: " + *refusal);
+  Ending ending;
+  PageAnswer answer = RunGuarded(asked, page, link, ending);
+  if (ending.wait.count() > 0) return {TooManySessions(id, ending.wait), std::nullopt};
+  if (!ending.refusedList) return answer;
+  WriteLog(LogLevel::Info, "Refused: " + *ending.refusedList);
   answer.response = RefusedList(*asked);
   return answer;
 }
 
 PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
-                                ClientLink* link, std::optional<std::string>& refusal) {
+                                ClientLink* link, Ending& ending) {
   const std::string id = request->http.id;
   ScriptEngine& engine = EngineOfThread();
   PageDirectives directives;
   if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
 
   ListGuard lists = GuardFor(page, engine);  // outlives the context
-  const auto context = MakeContext(request, directives, engine, link);
+  const auto context = MakeContext(request, directives, engine, link, ending);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
   RequestScope scope(id, context, m_platform.Database());
   Response& response = *scope.Objects().response;
   PageResult result =
       engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, m_site.server.scriptTimeout);
-  refusal = lists.Refusal();
+  ending.refusedList = lists.Refusal();
+  // Before the answer goes: whoever has that finds what it tells of, whatever becomes of this process.
+  if (const auto& session = scope.Objects().session) session->Save();
 
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;

@@ -18,6 +18,7 @@
 #include "host-linux/intrinsics/SessionStore.h"
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/services/SiteConfiguration.h"
+#include "host-linux/web/AddressLimit.h"
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/StaticFiles.h"
 
@@ -43,6 +44,10 @@ class SiteHost {
     Inspection* inspection = nullptr;
     // What a link brings a list is judged by the site's [lists]; false: it is used as it stands.
     bool guardsLists = true;
+    // Where sessions are kept beside memory; null: they end with the host.
+    std::shared_ptr<ISessionArchive> sessions = nullptr;
+    // A visitor begins only so many sessions as the site's [limits] say; false: as many as he likes.
+    bool limitsVisitors = true;
   };
 
   // Reads messages, sets the user's locale and makes this host the library's platform. Raises
@@ -65,6 +70,9 @@ class SiteHost {
   // Handles what the debugger has sent, on the thread that runs the pages, between two of them.
   void Inspect() { EngineOfThread().Inspect(); }
 
+  // What needn't hold up a request: to be called about once a second, from any thread.
+  void TidySessions() { m_sessions->Tidy(); }
+
   const SiteConfiguration& Site() const { return m_site; }
 
  private:
@@ -79,18 +87,28 @@ class SiteHost {
     std::unordered_map<std::string, std::chrono::steady_clock::time_point> m_seen;
   };
 
+  // Why the host has ended a page before its end.
+  struct Ending {
+    std::optional<std::string> refusedList;  // a list that refused its link: the reason
+    std::chrono::seconds wait{0};            // too many sessions: when the visitor may begin one again
+
+    bool IsEarly() const { return refusedList.has_value() || wait.count() > 0; }
+  };
+
   // The file below the pages folder that a path of the site names; nothing for a path outside of the site.
   std::optional<std::string> FileOf(const std::string& path) const;
   bool IsPage(const std::string& file) const;
   ScriptEngine& EngineOfThread();
-  std::shared_ptr<Session> SessionOf(const PageRequest& request, const PageDirectives& directives);
+  std::function<void()> SessionGate(const HttpRequest& request, ScriptEngine& engine, Ending& ending);
+  std::shared_ptr<Session> SessionOf(const PageRequest& request, const PageDirectives& directives,
+                                     std::function<void()> beforeBegin);
   Server::Options ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const;
   std::shared_ptr<ObjectContext> MakeContext(const std::shared_ptr<PageRequest>& request,
                                              const PageDirectives& directives, ScriptEngine& engine,
-                                             ClientLink* link);
+                                             ClientLink* link, Ending& ending);
   ListGuard GuardFor(const std::string& page, ScriptEngine& engine) const;
   PageAnswer RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
-                        ClientLink* link, std::optional<std::string>& refusal);
+                        ClientLink* link, Ending& ending);
   HttpResponse RefusedList(const PageRequest& request);
   PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
 
@@ -101,6 +119,7 @@ class SiteHost {
   StaticFiles m_files;
   std::shared_ptr<ApplicationState> m_application;
   std::shared_ptr<SessionStore> m_sessions;
+  const std::unique_ptr<AddressLimit> m_newSessions;  // null: no limit
   LinuxPlatform m_platform;
   const SiteConfiguration::Links m_links;
   const std::vector<SealKey> m_sealKeys;  // only for sealed links

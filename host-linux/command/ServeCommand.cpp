@@ -6,12 +6,14 @@
 #include <charconv>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "host-linux/command/ServerUser.h"
 #include "host-linux/command/WorkerCommand.h"
 #include "host-linux/services/SiteConfiguration.h"
+#include "host-linux/sessions/PrivateFolder.h"
 #include "host-linux/web/ListenSocket.h"
 #include "host-linux/web/Supervisor.h"
 #include "host-linux/web/WorkerProgram.h"
@@ -45,34 +47,71 @@ UniqueFd ListenForDebugger(const ServeOptions& serve, const SiteConfiguration& s
 }
 
 // The user of the pages: without one in site.toml, whoever started the server.
-uid_t UserOfPages(const SiteConfiguration& site) {
-  return site.server.user.empty() ? ::geteuid() : FindServerUser(site.server.user).uid;
+ServerUser UserOfPages(const SiteConfiguration& site) {
+  if (site.server.user.empty()) return {"", ::geteuid(), ::getegid()};
+  return FindServerUser(site.server.user);
+}
+
+void Say(const std::string& sentence) { std::fprintf(stderr, "varnel: %s\n", sentence.c_str()); }
+
+// Where browsers find the site.
+std::string AddressOf(const std::string& listen, int listener, const std::string& root) {
+  if (listen.starts_with("unix:")) return listen + ", " + root + "/";
+  const std::string host = listen.substr(0, listen.rfind(':'));
+  return "http://" + (host.empty() ? "localhost" : host) + ":" + std::to_string(PortOf(listener)) + root +
+         "/";
+}
+
+std::unique_ptr<PrivateFolder> FolderOfSessions(const SiteConfiguration& site, const ServerUser& user) {
+  if (!site.sessions.folder.empty()) return nullptr;
+  try {
+    return std::make_unique<PrivateFolder>(user.uid, user.gid);
+  } catch (const std::runtime_error& error) {
+    Say("sessions end with their worker: " + std::string(error.what()));
+    return nullptr;
+  }
+}
+
+std::optional<std::string> ReadAgain(const std::string& site) {
+  try {
+    return ReadSiteConfiguration(site);
+  } catch (const ConfigurationError& error) {
+    Say(error.what());
+    return std::nullopt;
+  }
+}
+
+int Serve(const ServeOptions& serve) {
+  const OwnProgram program;
+  SupervisorOptions options;
+  options.configuration = ReadSiteConfiguration(serve.site);
+  const SiteConfiguration site = ParseSiteConfiguration(options.configuration, serve.site);
+  const ServerUser user = UserOfPages(site);
+  const UniqueFd debugger = ListenForDebugger(serve, site);
+  const std::string listen = serve.listen.empty() ? site.server.listen : serve.listen;
+  UniqueFd listener = ListenAt(listen);
+  if (user.uid == 0) Say(kRootWarning);
+  const auto sessions = FolderOfSessions(site, user);
+  Say("serving " + site.folder.string() + " on " + AddressOf(listen, listener.Get(), site.root));
+  options.drainLimit = site.server.drainTimeout + std::chrono::seconds(5);
+  options.log = Say;
+  options.readAgain = [&serve] { return ReadAgain(serve.site); };
+  const auto arguments = WorkerArguments({serve.site, static_cast<bool>(debugger), site.saysNothing,
+                                          sessions ? sessions->Path().string() : std::string()});
+  const auto worker = [&](int listenFd, int linkFd, const std::string& configuration) -> int {
+    const UniqueFd text = TextToInherit(configuration);
+    std::vector<int> inherited = {listenFd, linkFd, text.Get()};
+    if (debugger) inherited.push_back(debugger.Get());
+    program.Become(arguments, inherited);
+  };
+  return Supervise(options, std::move(listener), ConfiguredWorker(worker));
 }
 
 int RunServe(const ServeOptions& serve) {
   try {
-    const OwnProgram program;
-    const SiteConfiguration site = LoadSiteConfiguration(serve.site);
-    const uid_t user = UserOfPages(site);
-    const UniqueFd debugger = ListenForDebugger(serve, site);
-    UniqueFd listener = ListenAt(serve.listen.empty() ? site.server.listen : serve.listen);
-    const std::string host = serve.listen.empty() ? site.server.listen : serve.listen;
-    const std::string address =
-        host.substr(0, host.rfind(':')) + ":" + std::to_string(PortOf(listener.Get()));
-    if (user == 0) std::fprintf(stderr, "varnel: %s\n", kRootWarning);
-    std::fprintf(stderr, "varnel: serving %s on http://%s%s/\n", site.folder.c_str(), address.c_str(),
-                 site.root.c_str());
-    SupervisorOptions options;
-    options.drainLimit = site.server.drainTimeout + std::chrono::seconds(5);
-    options.log = [](const std::string& text) { std::fprintf(stderr, "varnel: %s\n", text.c_str()); };
-    const auto arguments = WorkerArguments({serve.site, static_cast<bool>(debugger), site.saysNothing});
-    return Supervise(options, std::move(listener), [&](int listenFd, int linkFd) -> int {
-      std::vector<int> inherited = {listenFd, linkFd};
-      if (debugger) inherited.push_back(debugger.Get());
-      program.Become(arguments, inherited);
-    });
+    return Serve(serve);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "varnel: %s\n", error.what());
+    Say(error.what());
     return 1;
   }
 }

@@ -14,10 +14,14 @@
 #include <thread>
 
 #include "host-linux/application/SiteHost.h"
+#include "host-linux/base/Repeater.h"
 #include "host-linux/command/ServerUser.h"
 #include "host-linux/inspector/InspectedThread.h"
 #include "host-linux/inspector/InspectorServer.h"
 #include "host-linux/services/Log.h"
+#include "host-linux/sessions/PrivateFolder.h"
+#include "host-linux/sessions/SessionFile.h"
+#include "host-linux/web/AddressLimit.h"
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/Supervisor.h"
 #include "host-linux/web/WorkerProgram.h"
@@ -32,6 +36,7 @@ constexpr char kCommand[] = "worker";
 struct Inheritance {
   UniqueFd listener;
   UniqueFd link;
+  std::string configuration;
   UniqueFd debugger;
 };
 
@@ -43,15 +48,15 @@ bool IsListening(int fd) {
 
 Inheritance TakeInheritance(const WorkerOptions& options) {
   if (!IsListening(kFirstInherited)) throw std::runtime_error("workers are started by varnel serve");
-  Inheritance inheritance{TakeInherited(0), TakeInherited(1), UniqueFd()};
-  if (options.debugger) inheritance.debugger = TakeInherited(2);
+  Inheritance inheritance{TakeInherited(0), TakeInherited(1), TakeInheritedText(2), UniqueFd()};
+  if (options.debugger) inheritance.debugger = TakeInherited(3);
   return inheritance;
 }
 
 // A file without a section may be one that is just being written: with it the site would move to other
 // addresses.
-SiteConfiguration LoadConfiguration(const WorkerOptions& options) {
-  SiteConfiguration site = LoadSiteConfiguration(options.site);
+SiteConfiguration ReadConfiguration(const std::string& text, const WorkerOptions& options) {
+  SiteConfiguration site = ParseSiteConfiguration(text, options.site);
   if (site.saysNothing && !options.mayBeEmpty)
     throw ConfigurationError("site.toml is empty, as it wasn't at the start: it isn't taken");
   return site;
@@ -92,6 +97,35 @@ std::size_t ConnectionsFor(std::size_t wanted) {
   return std::min<std::size_t>(wanted, granted);
 }
 
+std::function<bool(const HttpRequest&)> AdmittanceOf(const SiteConfiguration& site) {
+  if (site.limits.requests == 0) return {};
+  AddressLimit::Options options;
+  options.perMinute = site.limits.requests;
+  options.refused = [](const std::string& address) {
+    WriteLog(LogLevel::Warning, address + " sends more requests than [limits] requests allows");
+  };
+  return [limit = std::make_shared<AddressLimit>(std::move(options))](const HttpRequest& request) {
+    return !HasOwnAddress(request) || limit->Take(request.remoteAddress).count() == 0;
+  };
+}
+
+// Where there can be no file of sessions they end with this process.
+std::shared_ptr<SessionFile> OpenSessions(const SiteConfiguration& site, const WorkerOptions& worker) {
+  SessionFile::Options options;
+  options.isDurable = !site.sessions.folder.empty();
+  options.folder =
+      options.isDurable ? site.folder / site.sessions.folder : std::filesystem::path(worker.sessions);
+  options.maxBytes = site.sessions.maxBytes;
+  options.log = [](const std::string& sentence) { WriteLog(LogLevel::Warning, sentence); };
+  if (options.folder.empty()) return nullptr;
+  try {
+    return std::make_shared<SessionFile>(std::move(options));
+  } catch (const ArchiveFailure& failure) {
+    WriteLog(LogLevel::Warning, failure.what() + std::string(": they end with the worker"));
+    return nullptr;
+  }
+}
+
 ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
   ServerOptions options;
   options.threads = ThreadsOf(site);
@@ -109,6 +143,7 @@ ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
   options.writeTimeout = site.server.writeTimeout;
   for (const auto& [name, value] : site.headers) options.headers.push_back({name, value});
   options.trustedProxies = site.server.trustedProxies;
+  options.admits = AdmittanceOf(site);
   return options;
 }
 
@@ -139,9 +174,15 @@ void ReplaceProcess(const PagePlace& place, const std::string& what, int linkFd)
   AskForReplacement(linkFd);
 }
 
+// The supervisor removes the folder of sessions; one that was killed couldn't.
+void LeaveNothing(const WorkerOptions& options, pid_t supervisor) {
+  if (!options.sessions.empty() && ::getppid() != supervisor) RemovePrivateFolder(options.sessions);
+}
+
 int Serve(const WorkerOptions& options) {
+  const pid_t supervisor = ::getppid();
   Inheritance inheritance = TakeInheritance(options);
-  SiteConfiguration site = LoadConfiguration(options);
+  SiteConfiguration site = ReadConfiguration(inheritance.configuration, options);
   TakeUser(site);
   const bool inspected = static_cast<bool>(inheritance.debugger);
   if (inspected) site.server.threads = 1;
@@ -155,11 +196,20 @@ int Serve(const WorkerOptions& options) {
       ReplaceProcess(place, "can't be stopped", linkFd);
     };
     runtimeOptions.onLost = [linkFd](const PagePlace& place, const std::string& reason) {
+      if (const auto context = CurrentContext()) context->Objects().application->Unlock();
       ReplaceProcess(place, "made the script engine give up (" + reason + ")", linkFd);
     };
     ScriptRuntime runtime(std::move(runtimeOptions));
     Inspection inspection;
-    SiteHost host(site, runtime, {{}, {}, inspected ? &inspection : nullptr});
+    const auto sessions = OpenSessions(site, options);
+    SiteHost::Options hostOptions;
+    hostOptions.inspection = inspected ? &inspection : nullptr;
+    hostOptions.sessions = sessions;
+    SiteHost host(site, runtime, std::move(hostOptions));
+    const Repeater tidying(std::chrono::seconds(1), [&] {
+      host.TidySessions();
+      if (sessions) sessions->Tidy();
+    });
     std::unique_ptr<Debugging> debugging;
     if (inspected)
       debugging = std::make_unique<Debugging>(site, host, inspection, std::move(inheritance.debugger));
@@ -175,11 +225,13 @@ int Serve(const WorkerOptions& options) {
     if (!server.Drain(site.server.drainTimeout, backlog)) {
       WriteLog(LogLevel::Warning, "Some requests were cut: they didn't end in time");
       StopLog();
+      LeaveNothing(options, supervisor);
       std::_Exit(1);  // a page that never ends would be waited for without end
     }
   }
   WriteLog(LogLevel::Info, "Served");
   StopLog();
+  LeaveNothing(options, supervisor);
   return 0;
 }
 
@@ -200,6 +252,7 @@ std::vector<std::string> WorkerArguments(const WorkerOptions& options) {
   std::vector<std::string> arguments = {kCommand};
   if (options.debugger) arguments.emplace_back("--debugger");
   if (options.mayBeEmpty) arguments.emplace_back("--may-be-empty");
+  if (!options.sessions.empty()) arguments.insert(arguments.end(), {"--sessions", options.sessions});
   arguments.emplace_back("--");
   arguments.push_back(options.site);
   return arguments;
@@ -212,6 +265,7 @@ void AddWorkerCommand(CLI::App& app, int& status) {
   command->add_option("SITE", options->site)->required();
   command->add_flag("--debugger", options->debugger);
   command->add_flag("--may-be-empty", options->mayBeEmpty);
+  command->add_option("--sessions", options->sessions);
   command->callback([options, &status] { status = RunWorker(*options); });
 }
 

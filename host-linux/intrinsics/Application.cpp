@@ -1,5 +1,7 @@
 #include "host-linux/intrinsics/Application.h"
 
+#include <algorithm>
+
 #include "host-linux/intrinsics/HostError.h"
 #include "varnel/automation/Members.h"
 
@@ -11,7 +13,8 @@ using varnel::Variant;
 
 void ApplicationState::AwaitLock(std::unique_lock<std::mutex>& lock, const Application* who) {
   const auto isFree = [&] { return m_owner == nullptr || m_owner == who; };
-  if (!m_unlocked.wait_for(lock, m_lockWait, isFree)) {
+  const auto left = who->m_timeLeft ? who->m_timeLeft() : std::nullopt;
+  if (!m_unlocked.wait_for(lock, std::min(m_lockWait, left.value_or(m_lockWait)), isFree)) {
     RaiseHostError(u"Application", u"Another request keeps the application locked.");
   }
 }

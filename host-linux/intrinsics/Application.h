@@ -3,8 +3,10 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "host-linux/intrinsics/Contents.h"
 #include "host-linux/intrinsics/ValueStore.h"
@@ -28,7 +30,8 @@ class ApplicationState {
  private:
   friend class Application;
 
-  // Waits until nobody else than `who` has the lock; raises 80004005 (hexadecimal) after lockWait.
+  // Waits until nobody else than `who` has the lock; raises 80004005 (hexadecimal) after lockWait, or when
+  // the time of its page is over.
   void AwaitLock(std::unique_lock<std::mutex>& lock, const Application* who);
 
   const MayKeep m_mayKeep;
@@ -45,7 +48,11 @@ class Application : public varnel::Object,
                     public IKeyedValues,
                     public RequestBound {
  public:
-  explicit Application(std::shared_ptr<ApplicationState> state) : m_state(std::move(state)) {}
+  // What is left of the page's time; none where nothing limits it. May be left empty.
+  using TimeLeft = std::function<std::optional<std::chrono::milliseconds>()>;
+
+  explicit Application(std::shared_ptr<ApplicationState> state, TimeLeft timeLeft = {})
+      : m_state(std::move(state)), m_timeLeft(std::move(timeLeft)) {}
   ~Application() override { Unlock(); }
 
   const varnel::ClassInfo& Class() const override;
@@ -68,7 +75,10 @@ class Application : public varnel::Object,
   template <class Change>
   void WhileUnlockedByOthers(Change change);
 
+  friend class ApplicationState;
+
   std::shared_ptr<ApplicationState> m_state;
+  const TimeLeft m_timeLeft;
 };
 
 }  // namespace hostlinux

@@ -43,6 +43,7 @@ const ClassInfo& Session::Class() const {
 
 SessionState& Session::Begun() {
   if (!m_state) {
+    if (m_options.beforeBegin) m_options.beforeBegin();
     m_state = m_store->Begin();
     m_isNew = true;
   }
@@ -101,6 +102,10 @@ void Session::Abandon() {
   if (!m_state) return;
   m_abandoned = true;
   m_store->Remove(m_state->token);
+}
+
+void Session::Save() {
+  if (m_state && !m_abandoned) m_store->Save(*m_state);
 }
 
 void Session::CompleteHead(HttpResponse& head) const {

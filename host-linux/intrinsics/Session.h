@@ -1,6 +1,7 @@
 // A visitor's values, kept from request to request.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -24,6 +25,8 @@ class Session : public varnel::Object,
     varnel::Long lcid = 1033;
     std::string cookiePath = "/";
     bool secure = false;  // the cookie goes over https only
+    // Called before a session begins; doesn't return where none may. May be left empty.
+    std::function<void()> beforeBegin = {};
   };
 
   // `token` is the value of the visitor's cookie, empty where there is none; one that names no living session
@@ -57,6 +60,9 @@ class Session : public varnel::Object,
   void Renew();
   // The next request finds the session gone; this one still sees its values.
   void Abandon();
+
+  // Stores what this request and others have changed so far; called when the page has ended.
+  void Save();
 
   // Adds the cookie of a session that this request has begun, renewed or abandoned.
   void CompleteHead(HttpResponse& head) const;

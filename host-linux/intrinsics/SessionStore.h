@@ -1,45 +1,40 @@
-// The sessions of all visitors, in memory.
+// The sessions of all visitors: in memory, and in an archive where there is one.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <functional>
-#include <list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 
+#include "host-linux/intrinsics/SessionArchive.h"
+#include "host-linux/intrinsics/SessionState.h"
+#include "host-linux/intrinsics/SessionTable.h"
 #include "host-linux/intrinsics/ValueStore.h"
 
 namespace hostlinux {
 
-struct SessionState {
-  SessionState(std::string secretToken, std::string secretFormToken, varnel::Long publicId,
-               const ValueStore& initial)
-      : token(std::move(secretToken)), formToken(std::move(secretFormToken)), id(publicId), values(initial) {}
-
-  const std::string token;  // the cookie's value: 32 hexadecimal digits that nobody can guess
-  // Another such text, for the forms of this session's pages. It is no key to the session.
-  const std::string formToken;
-  const varnel::Long id;  // what pages see as SessionID; no other living session has it
-  ValueStore values;
-  std::atomic<varnel::Long> lcid = 0;     // 0: the site's
-  std::atomic<varnel::Long> minutes = 0;  // Timeout; 0: the site's
-};
-
 // Safe from all threads. A session that a request holds stays whole for it, even when it is dropped
-// meanwhile.
+// meanwhile. With an archive, sessions outlive the process and are shared with others that have the same one:
+// what a request changes is stored when it ends, and seen by every request that begins later. Where the
+// archive fails, sessions live in memory as without one.
 class SessionStore {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Clock = SessionTable::Clock;
 
   struct Options {
     std::size_t maxSessions = 100'000;
     std::size_t maxBytes = 1 << 20;  // of the values of one session
     std::chrono::minutes timeout{20};
     std::function<Clock::time_point()> now = [] { return Clock::now(); };
-    MayKeep mayKeep;  // which objects scripts may store
+    // Seconds since 1970: what processes can compare.
+    std::function<std::int64_t()> timeOfDay = [] {
+      return std::chrono::duration_cast<std::chrono::seconds>(
+                 std::chrono::system_clock::now().time_since_epoch())
+          .count();
+    };
+    MayKeep mayKeep;                                     // which objects scripts may store
+    std::shared_ptr<ISessionArchive> archive = nullptr;  // null: sessions end with the store
   };
 
   explicit SessionStore(Options options);
@@ -50,7 +45,8 @@ class SessionStore {
 
   // The living session of that token, which is now the last one used; null where there is none.
   std::shared_ptr<SessionState> Find(const std::string& token);
-  // A new session. Where there are too many the one longest idle is dropped.
+  // A new session. Where there are too many one goes: the longest idle of those that only one request has
+  // used, before all that were used again.
   std::shared_ptr<SessionState> Begin();
   // A new session with the values and settings of `old`, whose tokens name nothing from here on. What
   // requests that still hold `old` write there isn't seen in the new one.
@@ -58,29 +54,37 @@ class SessionStore {
   void Remove(const std::string& token);
   std::size_t Count();
 
+  // Stores what has changed of a session, at the end of a request. A failure is logged, and what couldn't be
+  // stored is tried again at the end of the session's next request.
+  void Save(SessionState& state);
+
+  // What needn't hold up a request: expired sessions go, those of other workers are made known.
+  void Tidy();
+
   const MayKeep& KeepRule() const { return m_options.mayKeep; }
   std::size_t MaxBytes() const { return m_options.maxBytes; }
   std::chrono::minutes Timeout() const { return m_options.timeout; }
 
  private:
-  struct Entry {
-    std::shared_ptr<SessionState> state;
-    Clock::time_point lastUsed;
-  };
-  using Entries = std::list<Entry>;
+  using StatePtr = std::shared_ptr<SessionState>;
 
-  std::shared_ptr<SessionState> Add(const ValueStore& values, Entries& dropped);
-  void Drop(const std::string& token, Entries& dropped);
-  bool IsExpired(const Entry& entry, Clock::time_point now) const;
-  void DropExpired(Clock::time_point now, Entries& dropped);
+  StatePtr MakeState(const ValueStore& values, bool isUsedAgain, SessionTable::Dropped& dropped);
+  StatePtr FindHeld(const std::string& token);
+  StatePtr Current(const std::string& token, StatePtr held);
+  bool Refresh(SessionState& state);
+  StatePtr Adopt(const StoredSession& stored);
+  void AddKnown(const SessionHead& head);
+  void AdoptAll();
+  bool IsExpired(const SessionHead& head) const;
+  Clock::time_point MomentOf(std::int64_t timeOfDay) const;
+  bool IsWorthSaving(const SessionState& state, const SessionChange& change) const;
+  void Forget(const SessionTable::Dropped& dropped);
+  void RemoveStored(const SessionState& state);
 
   const Options m_options;
   ValueStore m_initial;
   std::mutex m_mutex;
-  Entries m_entries;  // the longest idle first
-  std::map<std::string, Entries::iterator> m_byToken;
-  Clock::time_point m_nextSweep;
-  std::uint32_t m_lastId;
+  SessionTable m_table;
 };
 
 }  // namespace hostlinux

@@ -53,15 +53,30 @@ std::size_t BytesOf(const Variant& value) {
   return bytes;
 }
 
+// The key is counted twice, and as much beside the value as its place in the store takes.
+std::size_t BytesWithKey(StringView key, const Variant& value) {
+  constexpr std::size_t kPlace = sizeof(Variant) + 3 * sizeof(std::size_t);
+  return BytesOf(value) + kPlace + 2 * key.size() * sizeof(char16_t);
+}
+
 bool AnyObject(const varnel::Object&) { return true; }
 
 }  // namespace
 
 Variant KeptValue(const Variant& value, const MayKeep& mayKeep) { return Kept(value, mayKeep, 0); }
 
+bool HoldsObject(const Variant& value) {
+  if (const ObjectPtr* object = value.As<ObjectPtr>()) return *object != nullptr;
+  const ArrayPtr* array = value.As<ArrayPtr>();
+  if (!array || !*array) return false;
+  const auto& items = (*array)->items;
+  return std::any_of(items.begin(), items.end(), [](const Variant& item) { return HoldsObject(item); });
+}
+
 ValueStore::ValueStore(const ValueStore& other) {
   const std::lock_guard lock(other.m_mutex);
   m_entries = other.m_entries;
+  for (auto& [key, entry] : m_entries) entry.isChanged = true;
   m_nextOrder = other.m_nextOrder;
   m_bytes = other.m_bytes;
 }
@@ -79,7 +94,7 @@ Variant ValueStore::Get(StringView key) const {
 }
 
 void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
-  const std::size_t bytes = BytesOf(value) + sizeof(Entry) + 2 * key.size() * sizeof(char16_t);
+  const std::size_t bytes = BytesWithKey(key, value);
   const std::lock_guard lock(m_mutex);
   auto found = m_entries.find(key);
   const std::size_t others = m_bytes - (found == m_entries.end() ? 0 : found->second.bytes);
@@ -91,6 +106,8 @@ void ValueStore::Set(StringView key, Variant value, std::size_t maxBytes) {
     found->second.order = m_nextOrder++;
   }
   found->second.bytes = bytes;
+  found->second.isChanged = true;
+  m_removed.erase(found->first);
   m_bytes = others + bytes;
   // The old value goes with the argument, after the lock: its end may run code of its own.
   std::swap(found->second.value, value);
@@ -102,14 +119,17 @@ void ValueStore::Remove(StringView key) {
   const auto found = m_entries.find(key);
   if (found == m_entries.end()) return;
   m_bytes -= found->second.bytes;
+  if (m_followsRemovals) m_removed.insert(found->first);
   gone = m_entries.extract(found);
 }
 
 void ValueStore::Clear() {
-  decltype(m_entries) gone;
+  Entries gone;
   const std::lock_guard lock(m_mutex);
   gone.swap(m_entries);
   m_bytes = 0;
+  if (!m_followsRemovals) return;
+  for (const auto& [key, entry] : gone) m_removed.insert(key);
 }
 
 std::vector<String> ValueStore::Keys() const {
@@ -123,6 +143,62 @@ std::vector<String> ValueStore::Keys() const {
   keys.reserve(ordered.size());
   for (auto& [order, key] : ordered) keys.push_back(std::move(key));
   return keys;
+}
+
+void ValueStore::FollowRemovals() {
+  const std::lock_guard lock(m_mutex);
+  m_followsRemovals = true;
+}
+
+ValueStore::Changes ValueStore::TakeChanges() {
+  Changes changes;
+  const std::lock_guard lock(m_mutex);
+  for (auto& [key, entry] : m_entries) {
+    if (!entry.isChanged) continue;
+    entry.isChanged = false;
+    changes.set.push_back({key, entry.order, entry.value});
+  }
+  changes.removed.assign(m_removed.begin(), m_removed.end());
+  m_removed.clear();
+  return changes;
+}
+
+void ValueStore::PutBack(const Changes& changes) {
+  const std::lock_guard lock(m_mutex);
+  for (const KeyedValue& set : changes.set) {
+    const auto found = m_entries.find(set.key);
+    if (found != m_entries.end()) found->second.isChanged = true;
+  }
+  for (const String& key : changes.removed) {
+    if (m_entries.find(key) == m_entries.end()) m_removed.insert(key);
+  }
+}
+
+template <class Predicate>
+void ValueStore::Keep(Entries& from, Predicate isKept) {
+  for (auto at = from.begin(); at != from.end();) {
+    const auto entry = at++;
+    if (!isKept(entry->second) || m_entries.contains(entry->first)) continue;
+    m_bytes += entry->second.bytes;
+    m_entries.insert(from.extract(entry));
+  }
+}
+
+void ValueStore::Replace(std::vector<KeyedValue> values) {
+  Entries old;  // ends after the lock
+  const std::lock_guard lock(m_mutex);
+  old.swap(m_entries);
+  m_bytes = 0;
+  Keep(old, [](const Entry& entry) { return entry.isChanged; });
+  for (KeyedValue& value : values) {
+    m_nextOrder = std::max(m_nextOrder, value.order + 1);
+    if (m_removed.contains(value.key)) continue;
+    const std::size_t bytes = BytesWithKey(value.key, value.value);
+    const auto [place, isNew] =
+        m_entries.try_emplace(std::move(value.key), Entry{std::move(value.value), value.order, bytes});
+    if (isNew) m_bytes += place->second.bytes;
+  }
+  Keep(old, [](const Entry& entry) { return HoldsObject(entry.value); });
 }
 
 }  // namespace hostlinux

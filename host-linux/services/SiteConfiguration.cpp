@@ -178,6 +178,26 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
         }}});
 }
 
+void ReadSessions(const toml::table& table, SiteConfiguration::Sessions& sessions) {
+  ReadSection(table, "sessions",
+              {{"folder",
+                [&](const toml::node& node, const std::string& key) {
+                  sessions.folder = ReadText(node, key);
+                  if (sessions.folder.empty()) Fail(node, key + " must be a folder's name");
+                }},
+               {"max_bytes", BytesInto(sessions.maxBytes)}});
+}
+
+void ReadLimits(const toml::table& table, SiteConfiguration::Limits& limits) {
+  const auto into = [](std::uint32_t& target) -> Reader {
+    return [&target](const toml::node& node, const std::string& key) {
+      target = static_cast<std::uint32_t>(ReadNumber(node, key, 0, 1'000'000));
+    };
+  };
+  ReadSection(table, "limits",
+              {{"requests", into(limits.requests)}, {"new_sessions", into(limits.newSessions)}});
+}
+
 void ReadDatabase(const toml::table& table, SiteConfiguration::Database& database) {
   ReadSection(table, "database",
               {{"max_value", BytesInto(database.maxValue)},
@@ -298,9 +318,9 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     if (node != nullptr && !node->is_table()) Fail(*node, std::string(name) + " must be a section");
     return node == nullptr ? nullptr : node->as_table();
   };
-  static const std::vector<std::string> kSections = {"site",        "server",  "database",      "headers",
-                                                     "application", "session", "configuration", "users",
-                                                     "sign_in",     "log",     "files",         "lists"};
+  static const std::vector<std::string> kSections = {
+      "site",  "server",  "database", "headers", "application", "session",  "configuration",
+      "users", "sign_in", "log",      "files",   "lists",       "sessions", "limits"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -308,6 +328,8 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   // [site] first: users without a language take the site's.
   if (const auto* table = section("site")) ReadSite(*table, site);
   if (const auto* table = section("server")) ReadServer(*table, site.server);
+  if (const auto* table = section("sessions")) ReadSessions(*table, site.sessions);
+  if (const auto* table = section("limits")) ReadLimits(*table, site.limits);
   if (const auto* table = section("database")) ReadDatabase(*table, site.database);
   if (const auto* table = section("headers")) ReadHeaders(*table, site);
   if (const auto* table = section("application")) site.application = ReadValues(*table);
@@ -336,13 +358,17 @@ SiteConfiguration ParseSiteConfiguration(std::string_view text, const std::files
   return site;
 }
 
-SiteConfiguration LoadSiteConfiguration(const std::filesystem::path& folder) {
+std::string ReadSiteConfiguration(const std::filesystem::path& folder) {
   const auto path = folder / "site.toml";
   std::ifstream file(path, std::ios::binary);
   if (!file) throw ConfigurationError(path.string() + " can't be read: is this a site's folder?");
   std::ostringstream text;
   text << file.rdbuf();
-  return ParseSiteConfiguration(text.str(), folder);
+  return text.str();
+}
+
+SiteConfiguration LoadSiteConfiguration(const std::filesystem::path& folder) {
+  return ParseSiteConfiguration(ReadSiteConfiguration(folder), folder);
 }
 
 }  // namespace hostlinux

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
@@ -64,6 +65,18 @@ struct SiteConfiguration {
     std::string refusedPage;  // answers a refused link; below the pages; empty: a plain one of the server's
   };
 
+  // Where sessions are kept beside a worker's memory.
+  struct Sessions {
+    std::filesystem::path folder;    // relative to the site's; empty: one that ends with the server
+    std::size_t maxBytes = 1 << 30;  // of the file
+  };
+
+  // Of one address in a minute; 0: no limit.
+  struct Limits {
+    std::uint32_t requests = 12000;
+    std::uint32_t newSessions = 600;
+  };
+
   // Bytes. What goes beyond fails alone.
   struct Database {
     std::size_t maxValue = 8 << 20;        // one value, one stored row
@@ -96,6 +109,8 @@ struct SiteConfiguration {
   int codePage = 1252;
   Mode mode = Mode::Production;
   Server server;
+  Sessions sessions;
+  Limits limits;
   Database database;
   Values application;                                        // Application values
   Values session;                                            // values that a new session starts with
@@ -116,7 +131,10 @@ struct SiteConfiguration {
 // value out of range raises ConfigurationError.
 SiteConfiguration LoadSiteConfiguration(const std::filesystem::path& folder);
 
-// The same from the text of such a file.
+// The text of that file. Raises ConfigurationError where it can't be read.
+std::string ReadSiteConfiguration(const std::filesystem::path& folder);
+
+// The same as LoadSiteConfiguration, from the text of such a file.
 SiteConfiguration ParseSiteConfiguration(std::string_view text, const std::filesystem::path& folder);
 
 }  // namespace hostlinux

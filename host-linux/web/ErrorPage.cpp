@@ -24,6 +24,8 @@ std::string_view SentenceOf(int status) {
       return "The address is longer than this server takes.";
     case 416:
       return "The file has no such range.";
+    case 429:
+      return "That was too much at once. Please try again in a moment.";
     case 431:
       return "The request's headers are larger than this server takes.";
     case 500:

@@ -49,6 +49,7 @@ int ExitStatusOf(int status) { return WIFSIGNALED(status) ? 128 + WTERMSIG(statu
 struct Worker {
   pid_t pid = 0;
   UniqueFd link;  // open until the worker is asked to end
+  std::string configuration;
   bool isReady = false;
   bool isEnding = false;
   bool wantsReplacement = false;
@@ -58,10 +59,11 @@ struct Worker {
 
 class Supervision {
  public:
-  Supervision(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker)
+  Supervision(const SupervisorOptions& options, UniqueFd listener, const ConfiguredWorker& worker)
       : m_options(options),
         m_listener(std::move(listener)),
         m_worker(worker),
+        m_configuration(options.configuration),
         m_backOff(options.firstBackOff) {
     // SIGUSR1 is for workers: here it does nothing, and ends nothing either.
     const sigset_t watched = SignalSet({SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD});
@@ -73,7 +75,7 @@ class Supervision {
   ~Supervision() { ::sigprocmask(SIG_SETMASK, &m_oldMask, nullptr); }
 
   int Run() {
-    StartWorker();
+    StartWorker(m_configuration);
     while (!(m_stopping && m_workers.empty())) {
       WaitForEvent();
       ReadSignals();
@@ -81,7 +83,7 @@ class Supervision {
       ReapWorkers();
       if (m_result) m_stopping = true;
       KillLateWorkers();
-      if (m_restartAt && Clock::now() >= *m_restartAt) StartWorker();
+      if (m_restartAt && Clock::now() >= *m_restartAt) StartWorker(m_configuration);
     }
     return m_result.value_or(0);
   }
@@ -91,7 +93,7 @@ class Supervision {
     if (m_options.log) m_options.log(sentence);
   }
 
-  void StartWorker() {
+  void StartWorker(const std::string& configuration) {
     m_restartAt.reset();
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
@@ -102,17 +104,18 @@ class Supervision {
     const pid_t supervisor = ::getpid();
     const pid_t pid = ::fork();
     if (pid < 0) return ScheduleRestart("The supervisor can't start a process.");
-    if (pid == 0) RunChild(supervisor, theirs.Get());
+    if (pid == 0) RunChild(supervisor, theirs.Get(), configuration);
     Worker worker;
     worker.pid = pid;
     worker.link = std::move(ours);
+    worker.configuration = configuration;
     worker.started = Clock::now();
     worker.killAt = worker.started + m_options.readyLimit;
     m_workers.push_back(std::move(worker));
     Log("Worker " + std::to_string(pid) + " started.");
   }
 
-  [[noreturn]] void RunChild(pid_t supervisor, int linkFd) {
+  [[noreturn]] void RunChild(pid_t supervisor, int linkFd, const std::string& configuration) {
     // A worker without its parent would serve on with nobody to end it.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (::getppid() != supervisor) ::_exit(1);
@@ -125,7 +128,7 @@ class Supervision {
     ::sigprocmask(SIG_SETMASK, &mask, nullptr);
     int result = 1;
     try {
-      result = m_worker(m_listener.Get(), linkFd);
+      result = m_worker(m_listener.Get(), linkFd, configuration);
     } catch (const std::exception& error) {
       std::fprintf(stderr, "%s\n", error.what());
     }
@@ -184,10 +187,12 @@ class Supervision {
   // one too.
   void OnReload() {
     Log("Reading the site again.");
+    const auto read = m_options.readAgain ? m_options.readAgain() : std::optional(m_options.configuration);
+    if (!read) return;
     for (Worker& worker : m_workers) {
       if (!worker.isReady) End(worker, SIGUSR1);
     }
-    StartWorker();
+    StartWorker(*read);
   }
 
   // A worker asks for its replacement and serves on until that is ready.
@@ -198,7 +203,7 @@ class Supervision {
     const bool freshOne = std::any_of(m_workers.begin(), m_workers.end(), [](const Worker& worker) {
       return !worker.isReady && !worker.isEnding;
     });
-    if (!freshOne) StartWorker();
+    if (!freshOne) StartWorker(m_configuration);
   }
 
   void End(Worker& worker, int signal) {
@@ -229,6 +234,7 @@ class Supervision {
     fresh.isReady = true;
     fresh.killAt.reset();
     m_wasReady = true;
+    m_configuration = fresh.configuration;
     m_restartAt.reset();
     Log("Worker " + std::to_string(fresh.pid) + " is ready.");
     for (Worker& other : m_workers) {
@@ -265,7 +271,7 @@ class Supervision {
     if (Clock::now() - ended.started >= m_options.youngAge) {
       m_backOff = m_options.firstBackOff;
       Log(sentence);
-      return StartWorker();
+      return StartWorker(m_configuration);
     }
     ScheduleRestart(sentence);
   }
@@ -281,7 +287,8 @@ class Supervision {
 
   const SupervisorOptions& m_options;
   UniqueFd m_listener;
-  const WorkerMain& m_worker;
+  const ConfiguredWorker& m_worker;
+  std::string m_configuration;  // what the last worker that got ready runs by
   sigset_t m_oldMask{};
   UniqueFd m_signals;
   std::list<Worker> m_workers;  // one that is looked at may start another
@@ -294,8 +301,15 @@ class Supervision {
 
 }  // namespace
 
-int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker) {
+int Supervise(const SupervisorOptions& options, UniqueFd listener, const ConfiguredWorker& worker) {
   return Supervision(options, std::move(listener), worker).Run();
+}
+
+int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker) {
+  const ConfiguredWorker any = [&worker](int listenFd, int linkFd, const std::string&) {
+    return worker(listenFd, linkFd);
+  };
+  return Supervise(options, std::move(listener), any);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "host-linux/base/UniqueFd.h"
@@ -15,6 +16,9 @@ namespace hostlinux {
 // WaitForStop.
 using WorkerMain = std::function<int(int listenFd, int linkFd)>;
 
+// The same of a worker that is told by its supervisor what to run by.
+using ConfiguredWorker = std::function<int(int listenFd, int linkFd, const std::string& configuration)>;
+
 struct SupervisorOptions {
   using Duration = std::chrono::milliseconds;
 
@@ -24,6 +28,10 @@ struct SupervisorOptions {
   Duration longestBackOff{5'000};
   Duration youngAge{5'000};                     // a worker that lived longer has its successor at once
   std::function<void(const std::string&)> log;  // sentences about workers; may be left empty
+  // What the first worker runs by, and what one does that SIGHUP brings: nothing where it can't be read, and
+  // no worker is started then. Left empty: the first one's stays.
+  std::string configuration{};
+  std::function<std::optional<std::string>()> readAgain{};
 };
 
 // Runs workers until SIGTERM or SIGINT, which are handed on as SIGTERM (a second one kills). A worker that
@@ -32,6 +40,9 @@ struct SupervisorOptions {
 // exit status of a first worker that ended before it was ready: a site that can't start isn't tried again. To
 // be called while the process has a single thread. `listener` is closed at the stop, so that the last
 // worker's end is the socket's too, and nobody connects who won't be answered.
+// A worker that takes the place of one that died, or that asked for it, runs by the configuration with which
+// one has got ready last.
+int Supervise(const SupervisorOptions& options, UniqueFd listener, const ConfiguredWorker& worker);
 int Supervise(const SupervisorOptions& options, UniqueFd listener, const WorkerMain& worker);
 
 // For a worker: it serves.

@@ -1,6 +1,7 @@
 #include "host-linux/web/WorkerProgram.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -59,6 +60,30 @@ UniqueFd TakeInherited(int position) {
   const int number = kFirstInherited + position;
   if (::fcntl(number, F_SETFD, FD_CLOEXEC) != 0) Fail("A worker's descriptor is missing");
   return UniqueFd(number);
+}
+
+UniqueFd TextToInherit(const std::string& text) {
+  UniqueFd file(::memfd_create("inherited", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+  if (!file) Fail("A worker's text can't be made");
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t count = ::write(file.Get(), text.data() + done, text.size() - done);
+    if (count <= 0) Fail("A worker's text can't be written");
+    done += static_cast<std::size_t>(count);
+  }
+  if (::fcntl(file.Get(), F_ADD_SEALS, F_SEAL_WRITE | F_SEAL_GROW | F_SEAL_SHRINK | F_SEAL_SEAL) != 0)
+    Fail("A worker's text can't be sealed");
+  return file;
+}
+
+std::string TakeInheritedText(int position) {
+  const UniqueFd file = TakeInherited(position);
+  std::string text;
+  char bytes[4096];
+  ssize_t count = 0;
+  while ((count = ::pread(file.Get(), bytes, sizeof bytes, static_cast<off_t>(text.size()))) > 0)
+    text.append(bytes, static_cast<std::size_t>(count));
+  if (count < 0) Fail("A worker's text can't be read");
+  return text;
 }
 
 }  // namespace hostlinux

@@ -32,4 +32,11 @@ inline constexpr int kFirstInherited = 3;
 // std::runtime_error where there is none.
 UniqueFd TakeInherited(int position);
 
+// A text that a program can inherit, and nobody can change any more. Throws std::runtime_error where the
+// system has no room for it.
+UniqueFd TextToInherit(const std::string& text);
+
+// In the program that was started so: the text at `position`, which is then closed.
+std::string TakeInheritedText(int position);
+
 }  // namespace hostlinux

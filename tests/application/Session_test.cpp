@@ -2,6 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <thread>
+#include <vector>
+
 #include "tests/application/ServedSite.h"
 
 namespace {
@@ -161,6 +165,44 @@ TEST_F(ApplicationTest, LockOfAnEndedRequestIsFree) {
   site.Write("site.toml", "[site]\nroot = \"/shop\"\n[server]\nthreads = 2\n");
   EXPECT_EQ(Ask("<% Application.Lock(); nothing(); %>").status, 500);
   EXPECT_EQ(Output("<% Application.Contents['a'] = 1; %>written"), "written");
+}
+
+TEST_F(ApplicationTest, CountingUnderTheLockLosesNothing) {
+  site.Write("site.toml", "[site]\nroot = \"/shop\"\n[server]\nthreads = 4\n");
+  site.WritePage(
+      "count.asp",
+      "<% Application.Lock(); var n = (Application('n') || 0) + 1; for (var i = 0; i < 20000; ++i) {}"
+      " Application.Contents['n'] = n; %>");
+  std::vector<std::thread> visitors;
+  for (int visitor = 0; visitor < 4; ++visitor) {
+    visitors.emplace_back([port = Served().Port()] {
+      hosttest::TestClient client(port);
+      for (int i = 0; i < 50; ++i) EXPECT_EQ(client.Get("/shop/count.asp").status, 200);
+    });
+  }
+  for (std::thread& visitor : visitors) visitor.join();
+  EXPECT_EQ(Value("Application('n')"), "200");
+}
+
+TEST_F(ApplicationTest, WaitForTheLockEndsWithThePagesTime) {
+  site.Write("site.toml",
+             "[site]\nroot = \"/shop\"\nmode = \"development\"\n[server]\nthreads = 2\nscript_timeout = "
+             "\"300ms\"\n");
+  const std::string cookie = CookieLine(Ask("<% Session.Contents['go'] = 0; %>"));
+  site.WritePage(
+      "hold.asp",
+      "<% Server.ScriptTimeout = 60; Application.Lock(); Response.Write('locked'); Response.Flush();"
+      " while (Session('go') !== 1) {} %>freed");
+  hosttest::TestClient holding(Served().Port());
+  holding.Send("GET /shop/hold.asp HTTP/1.1\r\nHost: localhost\r\n" + cookie + "\r\n");
+  std::string all = holding.ReadThrough("locked");
+  const auto start = std::chrono::steady_clock::now();
+  for (const char* page : {"<% Application.Lock(); %>", "<% Application.Contents['a'] = 1; %>"})
+    EXPECT_THAT(Failure(page), HasSubstr("longer than")) << page;
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  Ask("<% Session.Contents['go'] = 1; %>", "", cookie);
+  all += holding.ReadThrough("freed");
+  EXPECT_EQ(Ask("<% Application.Lock(); %>free").body, "free");
 }
 
 TEST_F(ApplicationTest, SiteWithoutMessagesHasNoMessageManager) {

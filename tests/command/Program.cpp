@@ -87,8 +87,9 @@ ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vec
 
 ServingProgram::~ServingProgram() {
   if (m_pid != 0) {
-    if (const pid_t worker = Worker(); worker > 0) ::kill(worker, SIGKILL);
-    ::kill(m_pid, SIGKILL);
+    // The second one, of another number so that both count, doesn't wait; the folder of sessions goes along.
+    ::kill(m_pid, SIGTERM);
+    ::kill(m_pid, SIGINT);
     StatusOf(m_pid);
   }
   ::close(m_error);

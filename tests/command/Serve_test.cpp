@@ -139,6 +139,42 @@ TEST_F(ServeTest, KilledWorkerIsReplacedAndClientsOnlyWait) {
   EXPECT_NE(m_program->Worker(), worker);
 }
 
+TEST_F(ServeTest, WorkerThatDiesIsReplacedByTheLastGoodConfiguration) {
+  Start();
+  EXPECT_EQ(Get("/shop/").body, "hello ");
+  const auto file = m_site.Folder() / "site.toml";
+  m_site.Write("site.toml", "[site]\nroot = 5\n");
+  ::kill(m_program->Worker(), SIGKILL);
+  EXPECT_EQ(Get("/shop/").body, "hello ");
+  std::filesystem::remove(file);
+  ::kill(m_program->Worker(), SIGKILL);
+  EXPECT_EQ(Get("/shop/").body, "hello ");
+  m_program->Signal(SIGHUP);
+  EXPECT_TRUE(m_program->AwaitNextWords("site.toml can't be read"));
+  EXPECT_EQ(Get("/shop/").body, "hello ");
+}
+
+TEST_F(ServeTest, ConfigurationThatWasTakenIsTheLastGoodOne) {
+  Start();
+  EXPECT_EQ(Get("/shop/").body, "hello ");
+  const pid_t first = m_program->Worker();
+  m_site.Write("site.toml",
+               "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\n[application]\nword = \"again\"\n");
+  m_program->Signal(SIGHUP);
+  EXPECT_TRUE(m_program->AwaitWords("Worker " + std::to_string(first) + " ended with status 0."));
+  m_site.Write("site.toml", "[site]\nroot = \"/shop\"\n[application]\nword = \"not yet\"\n");
+  ::kill(m_program->Worker(), SIGKILL);
+  EXPECT_EQ(Get("/shop/").body, "hello again");
+}
+
+TEST_F(ServeTest, AddressThatIsTakenIsTold) {
+  Start();
+  const auto ran = hosttest::RunVarnel(
+      {"serve", m_site.Folder().string(), "--listen", "127.0.0.1:" + std::to_string(m_program->Port())});
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_THAT(ran.err, HasSubstr("Address already in use"));
+}
+
 TEST_F(ServeTest, SiteThatCannotBeServedIsNamed) {
   m_site.Write("site.toml", "[server]\nthreads = 0\n");
   ServingProgram program(m_site.Folder());

@@ -148,6 +148,20 @@ TEST_F(ServerUserTest, WorkerOfAnotherUserEndsWithItsSupervisor) {
   EXPECT_TRUE(hosttest::AwaitEndOf(worker));
 }
 
+TEST_F(ServerUserTest, SessionsOfAnotherUsersWorkerOutliveIt) {
+  if (!IsRoot()) GTEST_SKIP() << "root is needed";
+  WriteSite("nobody");
+  GiveTo(*::getpwnam("nobody"));
+  m_site.WritePage("count.asp", "<% Session.Contents['n'] = (Session('n') || 0) + 1; %><%= Session('n') %>");
+  ServingProgram program(m_site.Folder());
+  const auto first = TestClient(program.Port()).Get("/shop/count.asp", "Connection: close\r\n");
+  EXPECT_EQ(first.body, "1");
+  const std::string cookie = *first.headers.Find("Set-Cookie");
+  ::kill(program.Worker(), SIGKILL);
+  const std::string line = "Connection: close\r\nCookie: " + cookie.substr(0, cookie.find(';')) + "\r\n";
+  EXPECT_EQ(TestClient(program.Port()).Get("/shop/count.asp", line).body, "2");
+}
+
 TEST_F(ServerUserTest, LogThatItMayNotWriteIsNamed) {
   if (!IsRoot()) GTEST_SKIP() << "root is needed";
   WriteSite("nobody");

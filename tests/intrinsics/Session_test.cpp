@@ -8,6 +8,7 @@
 #include "host-linux/intrinsics/RequestCollection.h"
 #include "varnel/automation/Collection.h"
 #include "varnel/automation/Convert.h"
+#include "varnel/automation/Error.h"
 
 namespace {
 
@@ -224,6 +225,48 @@ TEST_F(SessionTest, LongestIdleIsDroppedFirst) {
   EXPECT_EQ(m_store->Find(second), nullptr);
   EXPECT_NE(m_store->Find(first), nullptr);
   EXPECT_NE(m_store->Find(third), nullptr);
+}
+
+TEST_F(SessionTest, AFloodOfNewOnesDropsNoneThatWasUsedAgain) {
+  const std::string first = BeginOne();
+  const std::string second = BeginOne();
+  Visit(first);
+  Visit(second);
+  m_now += 5min;
+  for (int i = 0; i < 1000; ++i) BeginOne();
+  EXPECT_EQ(m_store->Count(), 3U);
+  EXPECT_NE(m_store->Find(first), nullptr);
+  EXPECT_NE(m_store->Find(second), nullptr);
+}
+
+TEST_F(SessionTest, WhereAllWereUsedAgainTheLongestIdleMakesRoom) {
+  std::vector<std::string> tokens;
+  for (int i = 0; i < 3; ++i) tokens.push_back(BeginOne());
+  for (const std::string& token : tokens) Visit(token);
+  const std::string fourth = BeginOne();
+  EXPECT_EQ(m_store->Find(tokens[0]), nullptr);
+  EXPECT_NE(m_store->Find(tokens[1]), nullptr);
+  EXPECT_NE(m_store->Find(fourth), nullptr);
+}
+
+TEST_F(SessionTest, RenewedItIsStillOneThatWasUsedAgain) {
+  const std::string token = BeginOne();
+  const auto session = Visit(token);
+  session->Renew();
+  const std::string renewed = TokenSetBy(*session);
+  for (int i = 0; i < 10; ++i) BeginOne();
+  EXPECT_NE(m_store->Find(renewed), nullptr);
+}
+
+TEST_F(SessionTest, IsBegunOnlyWhereItMay) {
+  Session::Options options{1033, "/shop", false, [] { throw varnel::PageEnded(); }};
+  const auto session = std::make_shared<Session>(m_store, "", options);
+  EXPECT_EQ(session->Value(u"REMOTE_USER"), Variant(u"demo"));
+  EXPECT_THROW(session->Store(u"a", Long{1}), varnel::PageEnded);
+  EXPECT_EQ(m_store->Count(), 0U);
+  const std::string token = BeginOne();
+  std::make_shared<Session>(m_store, token, options)->Store(u"a", Long{1});
+  EXPECT_EQ(Visit(token)->Value(u"a"), Variant(Long{1}));
 }
 
 TEST_F(SessionTest, ExpiredOnesMakeRoomWithoutBeingAskedFor) {

@@ -75,6 +75,21 @@ level = "warning"
   EXPECT_EQ(site.log.level, "warning");
 }
 
+TEST(SiteConfiguration, reads_where_sessions_are_kept_and_what_an_address_may) {
+  const SiteConfiguration site =
+      Parse("[sessions]\nfolder = \"data\"\nmax_bytes = 1000\n[limits]\nrequests = 10\nnew_sessions = 0\n");
+  EXPECT_EQ(site.sessions.folder, "data");
+  EXPECT_EQ(site.sessions.maxBytes, 1000U);
+  EXPECT_EQ(site.limits.requests, 10U);
+  EXPECT_EQ(site.limits.newSessions, 0U);
+  EXPECT_EQ(Parse("").limits.requests, 12000U);
+  EXPECT_EQ(Parse("").limits.newSessions, 600U);
+  EXPECT_TRUE(Parse("").sessions.folder.empty());
+  EXPECT_EQ(FailureOf("[sessions]\nfolder = \"\"\n"), "site.toml, line 2: folder must be a folder's name");
+  EXPECT_EQ(FailureOf("[limits]\nrequests = -1\n"),
+            "site.toml, line 2: requests must lie between 0 and 1000000");
+}
+
 TEST(SiteConfiguration, reads_the_servers_guards_and_headers) {
   const SiteConfiguration site = Parse(
       "[server]\nmax_url = 1\nmax_bodies = 2\nmax_connections = 3\nmax_session = 4\n"

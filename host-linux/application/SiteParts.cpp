@@ -1,0 +1,96 @@
+#include "host-linux/application/SiteParts.h"
+
+#include <filesystem>
+
+#include "host-linux/application/KnownEngines.h"
+#include "host-linux/script/SourceMap.h"
+#include "host-linux/services/Log.h"
+#include "host-linux/services/MessageManager.h"
+#include "host-linux/web/UrlPath.h"
+#include "varnel/catalog/FavoriteTypes.h"
+#include "varnel/table/TableTypes.h"
+
+namespace hostlinux {
+
+namespace {
+
+// Only what no request owns may outlive a request.
+bool MayOutliveRequest(const varnel::Object& object) {
+  return dynamic_cast<const MessageManager*>(&object) != nullptr;
+}
+
+EngineLimits LimitsOf(const SiteConfiguration::Database& database) {
+  return {database.maxValue, database.maxResult, database.maxMemory, database.maxTemporary};
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, double>> PublicEnumerations() {
+  std::vector<std::pair<std::string, double>> constants;
+  for (const auto& [name, value] : varnel::TableEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  for (const auto& [name, value] : varnel::FavoriteEnumerationNames()) {
+    constants.emplace_back(varnel::ToUtf8(name), value);
+  }
+  return constants;
+}
+
+std::shared_ptr<ApplicationState> MakeApplication(const SiteConfiguration& site) {
+  auto application = std::make_shared<ApplicationState>(MayOutliveRequest);
+  for (const auto& [key, value] : site.application) application->Set(varnel::FromUtf8(key), value);
+  if (auto messages = LoadMessages(site.folder / "messages"))
+    application->Set(u"I18NMessageManager", messages);
+  return application;
+}
+
+std::shared_ptr<SessionStore> MakeSessions(const SiteConfiguration& site,
+                                           std::shared_ptr<ISessionArchive> archive) {
+  SessionStore::Options options;
+  options.maxSessions = site.server.maxSessions;
+  options.maxBytes = site.server.maxSession;
+  options.timeout = site.server.sessionTimeout;
+  options.mayKeep = MayOutliveRequest;
+  options.archive = std::move(archive);
+  auto sessions = std::make_shared<SessionStore>(options);
+  for (const auto& [key, value] : site.session) sessions->SetInitial(varnel::FromUtf8(key), value);
+  return sessions;
+}
+
+std::unique_ptr<AddressLimit> MakeSessionLimit(const SiteConfiguration& site) {
+  if (site.limits.newSessions == 0) return nullptr;
+  AddressLimit::Options options;
+  options.perMinute = site.limits.newSessions;
+  options.refused = [](const std::string& address) {
+    WriteLog(LogLevel::Warning, address + " begins more sessions than new_sessions allows");
+  };
+  return std::make_unique<AddressLimit>(std::move(options));
+}
+
+std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
+                                          std::function<void(const SqlTraceEntry&)> onStatement,
+                                          TimeLeft timeLeft) {
+  AdoOptions options;
+  options.engines = KnownEngines();
+  options.folder = site.folder;
+  options.statementTimeout = site.server.statementTimeout;
+  options.limits = LimitsOf(site.database);
+  options.timeLeft = timeLeft;
+  options.onStatement = std::move(onStatement);
+  if (site.mode == SiteConfiguration::Mode::Development) {
+    options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
+  }
+  return AdoDatabase::Make(std::move(options));
+}
+
+std::string FileCaching(const SiteConfiguration& site) {
+  return site.mode == SiteConfiguration::Mode::Development ? "no-cache" : "public, max-age=3600";
+}
+
+std::string PagesUrl(const SiteConfiguration& site) {
+  std::error_code unreachable;
+  const auto folder = std::filesystem::weakly_canonical(site.PagesFolder(), unreachable);
+  return "file://" + UrlOfPath((unreachable ? site.PagesFolder() : folder).string()) + "/";
+}
+
+}  // namespace hostlinux
