@@ -51,15 +51,13 @@ std::string OneLine(std::string_view text) {
       line += "\\r";
     } else if (byte == '\n') {
       line += "\\n";
-    } else if (byte < 0x20 || byte == 0x7F) {
+    } else if (byte < 0x20 || byte == 0x7F || (!inside && IsUpperControl(byte))) {
       line += '?';  // a NUL or an escape sequence has no business in a log
     } else if (byte == 0xC2 && i + 1 < text.size() &&
                IsUpperControl(static_cast<unsigned char>(text[i + 1]))) {
       line += '?';
       expected = 0;
       ++i;
-    } else if (!inside && IsUpperControl(byte)) {
-      line += '?';
     } else {
       line += text[i];
     }
