@@ -16,7 +16,6 @@ using hosttest::Encoded;
 using hosttest::FirstPageBy;
 using hosttest::StateText;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr char kList[] =
     "<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');\n"
