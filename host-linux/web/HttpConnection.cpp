@@ -199,6 +199,7 @@ HttpResponse HttpConnection::ComeLater(int status) const {
 
 void HttpConnection::Respond(HttpResponse response) {
   m_state = State::Sending;
+  m_reader.DropBody();  // before its client knows, and sends the next one
   if (m_owner.IsDraining()) m_writer.EndConnection();
   m_writer.AddWhole(std::move(response));
 }

@@ -84,6 +84,7 @@ void HttpConnection::TakeResponse(HttpResponse response) {
   if (m_state == State::Closed) return;
   if (!m_writer.IsHeadOut()) return Respond(std::move(response));
   m_state = State::Sending;
+  m_reader.DropBody();
   if (response.status >= 500) {
     // Too late for an error page: the missing last chunk tells the client that the page broke off.
     m_writer.BreakOff();
