@@ -106,6 +106,11 @@ void RequestReader::Begin() {
   if (m_buffer.size() == 0) m_buffer.shrink_to_fit();
 }
 
+void RequestReader::DropBody() {
+  m_request.body = std::string();
+  m_charge.Reset();
+}
+
 RequestReader::Result RequestReader::Read(int socket) {
   const Result result = m_buffer.size() > 0 || m_hasHead ? Parse() : Result::More;
   return result == Result::More ? Receive(socket) : result;

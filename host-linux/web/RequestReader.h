@@ -59,6 +59,9 @@ class RequestReader {
   // Whether the client would keep the connection.
   bool KeepsAlive() const { return m_keepAlive; }
 
+  // The request is answered: nobody needs its body any more.
+  void DropBody();
+
   const ConnectionEnds& Ends() const { return m_ends; }
 
  private:

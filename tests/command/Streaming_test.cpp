@@ -104,19 +104,17 @@ TEST_F(StreamingTest, ReaderThatTakesNothingHoldsNeitherThreadNorMemory) {
 
 // The page's time is over long before its reader goes on.
 TEST_F(StreamingTest, WaitingForTheReaderIsNoTimeOfThePage) {
-  m_site.WritePage(
-      "wait.asp",
-      "<% for (var i = 0; i < 20; ++i) { Response.Write('x'.repeat(1000000)); Response.Flush(); }"
-      " Response.Write('end'); %>");
+  m_site.WritePage("wait.asp",
+                   "<% Response.Write('x'.repeat(12000000)); Response.Flush(); Response.Write('end'); %>");
   m_site.Write("site.toml",
-               "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"2s\"\n"
+               "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"4s\"\n"
                "stuck_timeout = \"100ms\"\nmax_unread = 1000000\n[log]\nfile = \"site.log\"\n");
   m_program = std::make_unique<ServingProgram>(m_site.Folder());
   TestClient slow(m_program->Port(), 16 * 1024);
   slow.Send("GET /shop/wait.asp HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
   slow.ReadHead();
   const pid_t worker = m_program->Worker();
-  for (int i = 0; i < 30; ++i) {
+  for (int i = 0; i < 60; ++i) {
     ::usleep(100'000);
     EXPECT_EQ(TestClient(m_program->Port()).Get("/shop/").body, "here");
   }

@@ -108,6 +108,12 @@ class TestClient {
     return ReadAnswer();
   }
 
+  // True when something has come, or the end, that wasn't read yet.
+  bool HasMore() const {
+    pollfd watched{m_socket.Get(), POLLIN, 0};
+    return !m_pending.empty() || ::poll(&watched, 1, 0) > 0;
+  }
+
   // True when the server has ended the connection and sent nothing more.
   bool IsEnded() { return m_pending.empty() && !Fill(); }
 
