@@ -47,9 +47,7 @@ SessionChange ChangeOf(SessionState& state) {
 }  // namespace
 
 SessionStore::SessionStore(Options options)
-    : m_options(std::move(options)), m_table(m_options.maxSessions, m_options.timeout) {
-  AdoptAll();
-}
+    : m_options(std::move(options)), m_table(m_options.maxSessions, m_options.timeout) {}
 
 // In each operation `dropped` outlives the lock: the end of a session's values may run code of its own.
 
@@ -144,21 +142,15 @@ void SessionStore::AddKnown(const SessionHead& head) {
 }
 
 void SessionStore::AdoptAll() {
-  if (!m_options.archive) return;
-  try {
-    std::vector<SessionHead> heads = m_options.archive->Heads();
-    std::sort(heads.begin(), heads.end(), [](const SessionHead& left, const SessionHead& right) {
-      return left.lastUsed < right.lastUsed;
-    });
-    for (const SessionHead& head : heads) {
-      if (IsExpired(head)) {
-        m_options.archive->RemoveLater(head.token, head.lastUsed);
-      } else {
-        AddKnown(head);
-      }
+  std::vector<SessionHead> heads = m_options.archive->Heads();
+  std::sort(heads.begin(), heads.end(),
+            [](const SessionHead& left, const SessionHead& right) { return left.lastUsed < right.lastUsed; });
+  for (const SessionHead& head : heads) {
+    if (IsExpired(head)) {
+      m_options.archive->RemoveLater(head.token, head.lastUsed);
+    } else {
+      AddKnown(head);
     }
-  } catch (const ArchiveFailure&) {
-    // They are found one by one when they are asked for, if it works then.
   }
 }
 
@@ -282,7 +274,7 @@ void SessionStore::Tidy() {
   try {
     if (m_options.archive && m_options.archive->IsChangedByOthers()) AdoptAll();
   } catch (const ArchiveFailure&) {
-    // It is in the log.
+    // It is in the log; sessions are found one by one when they are asked for, if that works.
   }
 }
 

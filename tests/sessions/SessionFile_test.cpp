@@ -46,6 +46,7 @@ class SessionFileTest : public testing::Test {
     Worker worker;
     worker.file = std::make_shared<SessionFile>(FileOptions());
     worker.store = StoreOn(worker.file);
+    worker.store->Tidy();
     return worker;
   }
 
@@ -119,6 +120,15 @@ TEST_F(SessionFileTest, OutlivesItsWorkerWithAllItsSettings) {
   EXPECT_EQ(session->Timeout(), 60);
   EXPECT_EQ(session->SessionID(), id);
   EXPECT_EQ(session->FormToken(), formToken);
+}
+
+TEST_F(SessionFileTest, IsFoundBeforeAllAreKnown) {
+  std::string token = Set(StartWorker(), "", u"a", Long{1});
+  Worker next;
+  next.file = std::make_shared<SessionFile>(FileOptions());
+  next.store = StoreOn(next.file);
+  EXPECT_EQ(next.store->Count(), 0U);
+  EXPECT_EQ(Get(next, token, u"a"), Variant(Long{1}));
 }
 
 TEST_F(SessionFileTest, WhatOneWorkerChangesTheOtherSeesInItsNextRequest) {
