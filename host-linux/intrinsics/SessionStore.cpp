@@ -128,7 +128,7 @@ std::shared_ptr<SessionState> SessionStore::Adopt(const StoredSession& stored) {
 
 // Its values are read when a request asks for it.
 void SessionStore::AddKnown(const SessionHead& head) {
-  auto state = std::make_shared<SessionState>(head.token, head.formToken, head.id, ValueStore());
+  const auto state = std::make_shared<SessionState>(head.token, head.formToken, head.id, ValueStore());
   state->values.FollowRemovals();
   state->lastUsed = head.lastUsed;
   TakeHead(*state, head);
@@ -136,7 +136,7 @@ void SessionStore::AddKnown(const SessionHead& head) {
   SessionTable::Dropped dropped;
   {
     const std::lock_guard lock(m_mutex);
-    m_table.Add(std::move(state), MomentOf(head.lastUsed), dropped);
+    m_table.Add(state, MomentOf(head.lastUsed), dropped);
   }
   Forget(dropped);
 }

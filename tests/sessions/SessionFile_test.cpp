@@ -322,6 +322,7 @@ TEST_F(SessionFileTest, DamagedFileStartsAnewWithOneWarning) {
 TEST_F(SessionFileTest, FileThatIsCutOffUnderTheWorkerStartsAnew) {
   const Worker worker = StartWorker();
   std::vector<std::string> tokens;
+  tokens.reserve(500);
   for (Long i = 0; i < 500; ++i) tokens.push_back(Set(worker, "", u"text", varnel::String(300, u'x')));
   StartWorker().file->Tidy();
   worker.file->Tidy();
@@ -355,6 +356,7 @@ TEST_F(SessionFileTest, FullFileLeavesSessionsInMemoryWithOneLine) {
   worker.file = std::make_shared<SessionFile>(options);
   worker.store = StoreOn(worker.file);
   std::vector<std::string> tokens;
+  tokens.reserve(50);
   for (Long i = 0; i < 50; ++i)
     tokens.push_back(Set(worker, "", u"text", varnel::String(3000, static_cast<char16_t>(u'a' + i % 26))));
   for (std::size_t i = 0; i < tokens.size(); ++i) {
