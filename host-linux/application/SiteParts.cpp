@@ -75,7 +75,7 @@ std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
   options.folder = site.folder;
   options.statementTimeout = site.server.statementTimeout;
   options.limits = LimitsOf(site.database);
-  options.timeLeft = timeLeft;
+  options.timeLeft = std::move(timeLeft);
   options.onStatement = std::move(onStatement);
   if (site.mode == SiteConfiguration::Mode::Development) {
     options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };

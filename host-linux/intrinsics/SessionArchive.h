@@ -63,7 +63,7 @@ class ISessionArchive {
   // Removes it by and by, unless it was used after `lastUsed` by then. Never throws.
   virtual void RemoveLater(const std::string& token, std::int64_t lastUsed) = 0;
 
-  // True where another process has changed something since this was last asked.
+  // True where another process has changed something since this was last asked, and at the first time.
   virtual bool IsChangedByOthers() = 0;
 };
 

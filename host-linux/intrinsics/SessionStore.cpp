@@ -47,9 +47,7 @@ SessionChange ChangeOf(SessionState& state) {
 }  // namespace
 
 SessionStore::SessionStore(Options options)
-    : m_options(std::move(options)), m_table(m_options.maxSessions, m_options.timeout) {
-  AdoptAll();
-}
+    : m_options(std::move(options)), m_table(m_options.maxSessions, m_options.timeout) {}
 
 // In each operation `dropped` outlives the lock: the end of a session's values may run code of its own.
 
@@ -130,7 +128,7 @@ std::shared_ptr<SessionState> SessionStore::Adopt(const StoredSession& stored) {
 
 // Its values are read when a request asks for it.
 void SessionStore::AddKnown(const SessionHead& head) {
-  auto state = std::make_shared<SessionState>(head.token, head.formToken, head.id, ValueStore());
+  const auto state = std::make_shared<SessionState>(head.token, head.formToken, head.id, ValueStore());
   state->values.FollowRemovals();
   state->lastUsed = head.lastUsed;
   TakeHead(*state, head);
@@ -138,27 +136,21 @@ void SessionStore::AddKnown(const SessionHead& head) {
   SessionTable::Dropped dropped;
   {
     const std::lock_guard lock(m_mutex);
-    m_table.Add(std::move(state), MomentOf(head.lastUsed), dropped);
+    m_table.Add(state, MomentOf(head.lastUsed), dropped);
   }
   Forget(dropped);
 }
 
 void SessionStore::AdoptAll() {
-  if (!m_options.archive) return;
-  try {
-    std::vector<SessionHead> heads = m_options.archive->Heads();
-    std::sort(heads.begin(), heads.end(), [](const SessionHead& left, const SessionHead& right) {
-      return left.lastUsed < right.lastUsed;
-    });
-    for (const SessionHead& head : heads) {
-      if (IsExpired(head)) {
-        m_options.archive->RemoveLater(head.token, head.lastUsed);
-      } else {
-        AddKnown(head);
-      }
+  std::vector<SessionHead> heads = m_options.archive->Heads();
+  std::sort(heads.begin(), heads.end(),
+            [](const SessionHead& left, const SessionHead& right) { return left.lastUsed < right.lastUsed; });
+  for (const SessionHead& head : heads) {
+    if (IsExpired(head)) {
+      m_options.archive->RemoveLater(head.token, head.lastUsed);
+    } else {
+      AddKnown(head);
     }
-  } catch (const ArchiveFailure&) {
-    // They are found one by one when they are asked for, if it works then.
   }
 }
 
@@ -282,7 +274,7 @@ void SessionStore::Tidy() {
   try {
     if (m_options.archive && m_options.archive->IsChangedByOthers()) AdoptAll();
   } catch (const ArchiveFailure&) {
-    // It is in the log.
+    // It is in the log; sessions are found one by one when they are asked for, if that works.
   }
 }
 

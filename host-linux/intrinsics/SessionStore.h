@@ -58,7 +58,8 @@ class SessionStore {
   // stored is tried again at the end of the session's next request.
   void Save(SessionState& state);
 
-  // What needn't hold up a request: expired sessions go, those of other workers are made known.
+  // What needn't hold up a request: expired sessions go, those of other workers are made known, as are at
+  // first all that the archive has. Before, each is found when it is asked for.
   void Tidy();
 
   const MayKeep& KeepRule() const { return m_options.mayKeep; }

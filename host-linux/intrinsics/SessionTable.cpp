@@ -69,7 +69,7 @@ void SessionTable::MakeRoom(Dropped& dropped) {
   }
 }
 
-bool SessionTable::Add(StatePtr state, Clock::time_point lastUsed, Dropped& dropped) {
+bool SessionTable::Add(const StatePtr& state, Clock::time_point lastUsed, Dropped& dropped) {
   if (Holds(state->token)) return false;
   MakeRoom(dropped);
   const bool isUsedAgain = state->isUsedAgain;

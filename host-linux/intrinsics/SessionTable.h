@@ -32,7 +32,7 @@ class SessionTable {
   StatePtr Find(const std::string& token, Clock::time_point now, Dropped& dropped);
   // Adds one that was last used at `lastUsed`. Where there are too many, one goes: the longest idle of those
   // that only one request has used, before all that were used again. False where the token has one already.
-  bool Add(StatePtr state, Clock::time_point lastUsed, Dropped& dropped);
+  bool Add(const StatePtr& state, Clock::time_point lastUsed, Dropped& dropped);
   StatePtr Drop(const std::string& token);
   // Looks for expired ones, where it hasn't lately.
   void DropExpired(Clock::time_point now, Dropped& dropped);

@@ -115,7 +115,7 @@ void SessionFile::Open() {
     return std::make_unique<SessionDatabase>(File(), m_options.maxBytes, m_options.isDurable);
   };
   m_database = open();
-  m_seenVersion = m_database->Version();
+  m_seenVersion = -1;
   m_identity = IdentityOf(File());
   const std::lock_guard folding(m_folding);
   m_folder = open();

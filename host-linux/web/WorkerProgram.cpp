@@ -28,6 +28,7 @@ int Aside(int fd, int least) {
 int Arrange(const std::vector<int>& inherited, int file) {
   const int fileNumber = kFirstInherited + static_cast<int>(inherited.size());
   std::vector<int> copies;
+  copies.reserve(inherited.size());
   for (const int fd : inherited) copies.push_back(Aside(fd, fileNumber + 1));
   if (::dup3(Aside(file, fileNumber + 1), fileNumber, O_CLOEXEC) < 0)
     Fail("The program's descriptor can't be copied");

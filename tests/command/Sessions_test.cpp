@@ -19,7 +19,6 @@ using hosttest::Answer;
 using hosttest::ServingProgram;
 using hosttest::TestClient;
 using testing::HasSubstr;
-using testing::Not;
 
 // A variable of the environment that has another value while it lives.
 class Setting {

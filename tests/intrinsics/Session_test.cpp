@@ -8,7 +8,6 @@
 #include "host-linux/intrinsics/RequestCollection.h"
 #include "varnel/automation/Collection.h"
 #include "varnel/automation/Convert.h"
-#include "varnel/automation/Error.h"
 
 namespace {
 
@@ -256,17 +255,6 @@ TEST_F(SessionTest, RenewedItIsStillOneThatWasUsedAgain) {
   const std::string renewed = TokenSetBy(*session);
   for (int i = 0; i < 10; ++i) BeginOne();
   EXPECT_NE(m_store->Find(renewed), nullptr);
-}
-
-TEST_F(SessionTest, IsBegunOnlyWhereItMay) {
-  Session::Options options{1033, "/shop", false, [] { throw varnel::PageEnded(); }};
-  const auto session = std::make_shared<Session>(m_store, "", options);
-  EXPECT_EQ(session->Value(u"REMOTE_USER"), Variant(u"demo"));
-  EXPECT_THROW(session->Store(u"a", Long{1}), varnel::PageEnded);
-  EXPECT_EQ(m_store->Count(), 0U);
-  const std::string token = BeginOne();
-  std::make_shared<Session>(m_store, token, options)->Store(u"a", Long{1});
-  EXPECT_EQ(Visit(token)->Value(u"a"), Variant(Long{1}));
 }
 
 TEST_F(SessionTest, ExpiredOnesMakeRoomWithoutBeingAskedFor) {

@@ -46,6 +46,7 @@ class SessionFileTest : public testing::Test {
     Worker worker;
     worker.file = std::make_shared<SessionFile>(FileOptions());
     worker.store = StoreOn(worker.file);
+    worker.store->Tidy();
     return worker;
   }
 
@@ -119,6 +120,15 @@ TEST_F(SessionFileTest, OutlivesItsWorkerWithAllItsSettings) {
   EXPECT_EQ(session->Timeout(), 60);
   EXPECT_EQ(session->SessionID(), id);
   EXPECT_EQ(session->FormToken(), formToken);
+}
+
+TEST_F(SessionFileTest, IsFoundBeforeAllAreKnown) {
+  std::string token = Set(StartWorker(), "", u"a", Long{1});
+  Worker next;
+  next.file = std::make_shared<SessionFile>(FileOptions());
+  next.store = StoreOn(next.file);
+  EXPECT_EQ(next.store->Count(), 0U);
+  EXPECT_EQ(Get(next, token, u"a"), Variant(Long{1}));
 }
 
 TEST_F(SessionFileTest, WhatOneWorkerChangesTheOtherSeesInItsNextRequest) {
@@ -312,6 +322,7 @@ TEST_F(SessionFileTest, DamagedFileStartsAnewWithOneWarning) {
 TEST_F(SessionFileTest, FileThatIsCutOffUnderTheWorkerStartsAnew) {
   const Worker worker = StartWorker();
   std::vector<std::string> tokens;
+  tokens.reserve(500);
   for (Long i = 0; i < 500; ++i) tokens.push_back(Set(worker, "", u"text", varnel::String(300, u'x')));
   StartWorker().file->Tidy();
   worker.file->Tidy();
@@ -345,6 +356,7 @@ TEST_F(SessionFileTest, FullFileLeavesSessionsInMemoryWithOneLine) {
   worker.file = std::make_shared<SessionFile>(options);
   worker.store = StoreOn(worker.file);
   std::vector<std::string> tokens;
+  tokens.reserve(50);
   for (Long i = 0; i < 50; ++i)
     tokens.push_back(Set(worker, "", u"text", varnel::String(3000, static_cast<char16_t>(u'a' + i % 26))));
   for (std::size_t i = 0; i < tokens.size(); ++i) {
