@@ -6,6 +6,7 @@
 #include <atomic>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,7 +54,10 @@ class ServerFixture : public testing::Test {
  protected:
   void Serve(std::function<HttpResponse(const HttpRequest&, ClientLink&)> page) {
     m_handlers.page = std::move(page);
-    m_handlers.problem = [this](const std::string& text) { m_problems.push_back(text); };
+    m_handlers.problem = [this](const std::string& text) {
+      const std::lock_guard lock(m_problemsMutex);
+      m_problems.push_back(text);
+    };
     m_server =
         std::make_unique<hostlinux::HttpServer>(m_options, m_handlers, hostlinux::ListenAt("127.0.0.1:0"));
   }
@@ -62,7 +66,8 @@ class ServerFixture : public testing::Test {
 
   hostlinux::ServerOptions m_options;
   hostlinux::ServerHandlers m_handlers;
-  std::vector<std::string> m_problems;
+  std::mutex m_problemsMutex;
+  std::vector<std::string> m_problems;  // complete when the answer that a problem belongs to has come
   Gate m_gate;
   std::unique_ptr<hostlinux::HttpServer> m_server;  // the last, so that its pages end before what they use
 };
