@@ -120,6 +120,7 @@ TEST_F(SlowReadersTest, OnlySoManyPagesWaitAndOneMoreIsGivenUp) {
   m_options.maxUnread = kMegabyte;
   ServeFlushing(Numbers(10 * kMegabyte), 1);
   std::vector<TestClient> slow;
+  slow.reserve(10);
   for (int i = 0; i < 10; ++i) slow.push_back(Ask());
   AwaitFlushes(6);  // those that were given up
   for (int i = 0; i < 20; ++i) ExpectServing();
