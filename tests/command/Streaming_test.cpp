@@ -123,7 +123,7 @@ TEST_F(StreamingTest, WaitingForTheReaderIsNoTimeOfThePage) {
   EXPECT_THAT(m_site.Read("site.log"), testing::Not(testing::HasSubstr("ran longer")));
 }
 
-TEST_F(StreamingTest, ReaderThatStopsIsDroppedAndFreesItsThread) {
+TEST_F(StreamingTest, PageWhoseReaderStopsIsToldSo) {
   Start("write_timeout = \"500ms\"\nmax_unread = 4000000\n");
   m_site.WritePage("endless.asp",
                    "<% Response.Buffer = false; var rows = 0;"
@@ -133,8 +133,12 @@ TEST_F(StreamingTest, ReaderThatStopsIsDroppedAndFreesItsThread) {
   TestClient stopped(m_program->Port(), 16 * 1024);
   stopped.Send("GET /shop/endless.asp HTTP/1.1\r\nHost: localhost\r\n\r\n");
   stopped.ReadBytes(1000);
-  // There is one thread: this answer comes when it is free again.
-  const std::string rows = TestClient(m_program->Port()).Get("/shop/rows.asp").body;
+  // Other pages run while this one waits for its reader.
+  std::string rows;
+  for (int i = 0; i < 3000 && rows.empty(); ++i) {
+    ::usleep(10'000);
+    rows = TestClient(m_program->Port()).Get("/shop/rows.asp").body;
+  }
   EXPECT_GT(std::atoi(rows.c_str()), 200);
   EXPECT_LT(std::atoi(rows.c_str()), 20'000);
 }
