@@ -1,23 +1,16 @@
 // The list page against its peers: the same rows, cells and number of bytes from Node with better-sqlite3 and from PHP
 // behind nginx, as many workers each, asked in turn. bench/peers/peers.mjs [ROUNDS] [SECONDS]
-import { spawn, spawnSync } from 'node:child_process';
+import { spawn } from 'node:child_process';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { freePort, interleaved, listSite, machine, memory, nextPageUrl, root, sleep, start, startVarnel, table, temporaryFolder, threads } from '../servers.mjs';
+import { install } from './install.mjs';
 
 const rounds = Number(process.argv[2] ?? 3);
 const seconds = Number(process.argv[3] ?? 5);
 const folder = path.join(root, 'bench/peers');
 
-// Where npm is told to run no scripts of packages, the module's own code is built by a call of its own.
-function npm(...args) {
-  const done = spawnSync('npm', [...args, '--no-fund', '--no-audit', '--foreground-scripts'], { cwd: folder, stdio: 'inherit' });
-  if (done.status !== 0) throw new Error(`npm ${args.join(' ')} has failed`);
-}
-const built = path.join(folder, 'node_modules/better-sqlite3/build/Release/better_sqlite3.node');
-if (!existsSync(built)) npm('ci');
-if (!existsSync(built)) npm('rebuild', 'better-sqlite3', '--build-from-source', '--ignore-scripts=false');
-if (!existsSync(built)) throw new Error('better-sqlite3 could not be built');
+install(folder);
 
 const port = await freePort();
 const site = listSite(port);
