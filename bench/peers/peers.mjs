@@ -1,23 +1,17 @@
-// The list page against its peers: the same rows, cells and number of bytes from Node with better-sqlite3 and from PHP
-// behind nginx, as many workers each, asked in turn. bench/peers/peers.mjs [ROUNDS] [SECONDS]
-import { spawn, spawnSync } from 'node:child_process';
+// The list page against its peers: the same rows and cells from Node and from PHP behind nginx, each with strings joined
+// by hand, and from what people would pick: Express with Knex and EJS, and Django with django-tables2. As many workers
+// each, asked in turn; all but Django's page have the same number of bytes. bench/peers/peers.mjs [ROUNDS] [SECONDS]
+import { spawn } from 'node:child_process';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { freePort, interleaved, listSite, machine, memory, nextPageUrl, root, sleep, start, startVarnel, table, temporaryFolder, threads } from '../servers.mjs';
+import { install } from './install.mjs';
 
 const rounds = Number(process.argv[2] ?? 3);
 const seconds = Number(process.argv[3] ?? 5);
 const folder = path.join(root, 'bench/peers');
 
-// Where npm is told to run no scripts of packages, the module's own code is built by a call of its own.
-function npm(...args) {
-  const done = spawnSync('npm', [...args, '--no-fund', '--no-audit', '--foreground-scripts'], { cwd: folder, stdio: 'inherit' });
-  if (done.status !== 0) throw new Error(`npm ${args.join(' ')} has failed`);
-}
-const built = path.join(folder, 'node_modules/better-sqlite3/build/Release/better_sqlite3.node');
-if (!existsSync(built)) npm('ci');
-if (!existsSync(built)) npm('rebuild', 'better-sqlite3', '--build-from-source', '--ignore-scripts=false');
-if (!existsSync(built)) throw new Error('better-sqlite3 could not be built');
+install(folder);
 
 const port = await freePort();
 const site = listSite(port);
@@ -27,9 +21,20 @@ const url = await nextPageUrl(port);
 const text = await (await fetch(url)).text();
 const bytes = Buffer.byteLength(text);
 
-const nodePort = await freePort();
-const node = await start(process.execPath, [path.join(folder, 'list.mjs'), database, nodePort, threads], nodePort,
-  { env: { ...process.env, NODE_ENV: 'production', PAGE_BYTES: String(bytes) } });
+const nodeEnvironment = { ...process.env, NODE_ENV: 'production', PAGE_BYTES: String(bytes) };
+async function startNode(program) {
+  const port = await freePort();
+  const child = await start(process.execPath, [path.join(folder, program), database, port, threads], port, { env: nodeEnvironment });
+  return { port, child };
+}
+const node = await startNode('list.mjs');
+const express = await startNode('express/app.mjs');
+
+// Python's compiled files stay out of the source folder.
+const djangoPort = await freePort();
+const django = await start('gunicorn', ['--workers', threads, '--bind', `127.0.0.1:${djangoPort}`, '--log-level', 'warning',
+  '--chdir', path.join(folder, 'django'), 'django.core.wsgi:get_wsgi_application()'], djangoPort,
+{ env: { ...process.env, DJANGO_SETTINGS_MODULE: 'settings', ITEMS: database, PYTHONDONTWRITEBYTECODE: '1' } });
 
 // PHP's and nginx's own configuration, in a folder of theirs.
 const phpFolder = temporaryFolder();
@@ -52,30 +57,40 @@ process.on('exit', () => { try { fpm.kill(); } catch { /* it has ended */ } });
 for (let attempt = 0; attempt < 100 && !existsSync(path.join(phpFolder, 'php.sock')); ++attempt) await sleep(100);
 const nginx = await start('nginx', ['-c', nginxConfiguration], phpPort, { stdio: 'ignore' });
 
+// How the cells and the link to the next page are found. EJS writes a quotation mark by its number, all others by its name.
+const handMade = { cell: /<td {2}bgcolor="#ffffff">(.*?)<\/td>/g, next: /href="([^"]*)">Next/, bytes };
+const tables2 = { cell: /<td >(.*?)<\/td>/g, next: /<li class="next">\s*<a href="([^"]*)"/ };
+const cells = (html, markup) => [...html.matchAll(markup.cell)].map((match) => match[1].replaceAll('&#34;', '&quot;'));
+const expected = cells(text, handMade);
+if (expected.length !== 60) throw new Error(`the list page shows ${expected.length} cells, not 60`);
+
 // The page that each one's first page links to, and proof that all show the same rows.
-const cells = (html) => [...html.matchAll(/<td {2}bgcolor="#ffffff">(.*?)<\/td>/g)].map((match) => match[1]).join('|');
-async function secondPage(address) {
-  const first = await (await fetch(`http://127.0.0.1:${address}/list`)).text();
-  const link = /href="([^"]*)">Next/.exec(first);
+async function secondPage(port, markup) {
+  const address = `http://127.0.0.1:${port}/list`;
+  const first = await (await fetch(address)).text();
+  const link = markup.next.exec(first);
   if (!link) throw new Error(`no list at ${address}: ${first.slice(0, 300)}`);
-  const target = `http://127.0.0.1:${address}${link[1].replaceAll('&amp;', '&')}`;
+  const target = new URL(link[1].replaceAll('&amp;', '&'), address).href;
   const page = await (await fetch(target)).text();
-  if (cells(page) !== cells(text)) throw new Error(`${target} shows other cells`);
-  if (Buffer.byteLength(page) !== bytes) throw new Error(`${target} sends ${Buffer.byteLength(page)} bytes, not ${bytes}`);
-  return target;
+  if (cells(page, markup).join('|') !== expected.join('|')) throw new Error(`${target} shows other cells`);
+  const size = Buffer.byteLength(page);
+  if (size !== (markup.bytes ?? size)) throw new Error(`${target} sends ${size} bytes, not ${markup.bytes}`);
+  return { url: target, bytes: size };
 }
 
 const servers = [
-  { name: 'Varnel', url, child: varnel, pids: [varnel.pid] },
-  { name: `Node ${process.version}, better-sqlite3`, url: await secondPage(nodePort), child: node, pids: [node.pid] },
-  { name: 'PHP 8.2 and its SQLite, nginx', url: await secondPage(phpPort), child: fpm, also: nginx, pids: [fpm.pid, nginx.pid] }
+  { name: 'Varnel', url, bytes, child: varnel, pids: [varnel.pid] },
+  { name: `Node ${process.version}, better-sqlite3`, ...await secondPage(node.port, handMade), child: node.child, pids: [node.child.pid] },
+  { name: 'PHP 8.2 and its SQLite, nginx', ...await secondPage(phpPort, handMade), child: fpm, also: nginx, pids: [fpm.pid, nginx.pid] },
+  { name: 'Express, Knex, EJS', ...await secondPage(express.port, handMade), child: express.child, pids: [express.child.pid] },
+  { name: 'Django, django-tables2, gunicorn', ...await secondPage(djangoPort, tables2), child: django, pids: [django.pid] }
 ];
-console.log(`${machine()}; ${threads} threads or processes each; a page of ${bytes} bytes`);
+console.log(`${machine()}; ${threads} threads or processes each`);
 const results = await interleaved(servers, rounds, seconds);
 console.log(table([
-  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'Varnel is'],
+  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'page bytes', 'Varnel is'],
   ...results.map((result, i) => [result.name, result.rate.toFixed(0), result.cpu.toFixed(0), result.p99.toFixed(1),
-    (memory(servers[i].child.pid) + (servers[i].also ? memory(servers[i].also.pid) : 0)).toFixed(0),
+    (memory(servers[i].child.pid) + (servers[i].also ? memory(servers[i].also.pid) : 0)).toFixed(0), servers[i].bytes,
     `${(results[0].rate / result.rate).toFixed(2)} times`])
 ]));
 if (results.some((result) => result.failed > 0)) throw new Error('some requests failed');
