@@ -1,5 +1,6 @@
 // Signing in and out, what only an editor may, and how much of it: pages as they look, and posts as an enemy sends them.
 import assert from "node:assert/strict";
+import { File } from "node:buffer";  // global from Node.js 20 on
 import { execFileSync } from "node:child_process";
 import { existsSync, readFileSync, readdirSync } from "node:fs";
 import { createRequire } from "node:module";
