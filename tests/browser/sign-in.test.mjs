@@ -294,17 +294,17 @@ test("too many attempts are answered with 503, and a right password then too", a
     empty: true,
     prepare: (site) => editSettings(site, (all) => all.replace(/^attempts = .*/m, `attempts = ${settings.attempts}`)),
   });
+  const own = shop;
   try {
-    const own = shop;
     shop = other;
     for (let i = 0; i < 3; i++) assert.equal((await (await visitor()).signIn("clerk", "guess")).status, 200);
     const answer = await (await visitor()).signIn("clerk", passwords.clerk);
-    shop = own;
     assert.equal(answer.status, 503);
     const wait = Number(answer.headers.get("retry-after"));
     assert.ok(wait >= 1 && wait <= 60, `${wait}`);
     assert.match(await answer.text(), /There are too many attempts just now\. Try again in \d+ s\./);
   } finally {
+    shop = own;
     await other.close();
   }
 });
