@@ -11,6 +11,7 @@ async function launch() {
   const options = {
     executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
     args: ["--disable-dev-shm-usage", "--disable-gpu"],
+    env: { ...process.env, LC_ALL: "C.UTF-8" },  // else the machine's settings decide which names of files it can send
   };
   if (process.getuid() !== 0) {
     try {
