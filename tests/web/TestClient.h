@@ -108,6 +108,9 @@ class TestClient {
     return ReadAnswer();
   }
 
+  // How long the server may be silent: for a page that works for long before its first byte.
+  void SetPatience(int milliseconds) { m_patience = milliseconds; }
+
   // True when something has come, or the end, that wasn't read yet.
   bool HasMore() const {
     pollfd watched{m_socket.Get(), POLLIN, 0};
@@ -124,11 +127,10 @@ class TestClient {
     return taken;
   }
 
-  // Waits for more bytes; false at the end. The limit only keeps a failing test from hanging: a page that sorts
-  // for twenty seconds takes a minute on a machine that does other work.
+  // Waits for more bytes; false at the end. The limit only keeps a failing test from hanging.
   bool Fill() {
     pollfd watched{m_socket.Get(), POLLIN, 0};
-    if (::poll(&watched, 1, 240'000) <= 0) throw std::runtime_error("the server is silent");
+    if (::poll(&watched, 1, m_patience) <= 0) throw std::runtime_error("the server is silent");
     char bytes[16384];
     const ssize_t count = ::recv(m_socket.Get(), bytes, sizeof bytes, 0);
     if (count <= 0) return false;
@@ -149,6 +151,7 @@ class TestClient {
 
   hostlinux::UniqueFd m_socket;
   std::string m_pending;
+  int m_patience = 60'000;  // milliseconds
 };
 
 }  // namespace hosttest
