@@ -36,10 +36,11 @@ class AddressMap {
   static constexpr std::size_t kLeast = 64;  // sizes are powers of two
   static constexpr std::size_t kMostKept = 1024;
 
-  // Where the address stands, or the free place where it would.
+  // Where the address stands, or the free place where it would. Objects that were made one after the other
+  // stand at regular distances: the product scatters them.
   std::size_t PlaceOf(const void* address) const {
     const std::size_t last = m_entries.size() - 1;
-    std::size_t place = (reinterpret_cast<std::uintptr_t>(address) >> 4) & last;
+    std::size_t place = (reinterpret_cast<std::uintptr_t>(address) * 0x9E3779B97F4A7C15U >> 32) & last;
     while (m_entries[place].address != nullptr && m_entries[place].address != address)
       place = (place + 1) & last;
     return place;

@@ -21,8 +21,8 @@ void CopyInto(v8::Local<v8::Uint8Array> to, const varnel::Variant& from) {
 
 }  // namespace
 
-CallArguments::CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call)
-    : m_core(core) {
+CallArguments::CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call, Texts texts)
+    : m_core(core), m_texts(texts) {
   try {
     Convert(call);
   } catch (...) {
@@ -35,6 +35,13 @@ CallArguments::~CallArguments() {
   if (m_many.empty()) std::destroy(m_values.begin(), m_values.end());
 }
 
+varnel::Variant CallArguments::Read(v8::Local<v8::Value> given) {
+  constexpr int kMostOfName = 64;
+  if (m_texts == Texts::Names && given->IsString() && given.As<v8::String>()->Length() <= kMostOfName)
+    return m_core.Names().TextOf(m_core.Isolate(), given.As<v8::String>());
+  return ToVariant(m_core, given, &m_arrays);
+}
+
 void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
   const auto count = static_cast<std::size_t>(call.Length());
   if (count > kFew) m_many.resize(count);
@@ -42,10 +49,10 @@ void CallArguments::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
   for (std::size_t i = 0; i < count; ++i) {
     const v8::Local<v8::Value> given = call[static_cast<int>(i)];
     if (count > kFew) {
-      m_many[i] = ToVariant(m_core, given, &m_arrays);
+      m_many[i] = Read(given);
       m_values = varnel::Arguments(m_many.data(), i + 1);
     } else {
-      new (first + i) varnel::Variant(ToVariant(m_core, given, &m_arrays));
+      new (first + i) varnel::Variant(Read(given));
       m_values = varnel::Arguments(first, i + 1);
     }
     Note(i, given);

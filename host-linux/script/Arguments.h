@@ -13,8 +13,11 @@ namespace hostlinux {
 
 class CallArguments {
  public:
+  // What the texts among the arguments mostly are.
+  enum class Texts { Data, Names };
+
   // Converts the arguments from left to right. Raises what ToVariant raises.
-  CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call);
+  CallArguments(ScriptCore& core, const v8::FunctionCallbackInfo<v8::Value>& call, Texts texts = Texts::Data);
   ~CallArguments();
   CallArguments(const CallArguments&) = delete;
   CallArguments& operator=(const CallArguments&) = delete;
@@ -32,11 +35,13 @@ class CallArguments {
   };
 
   void Convert(const v8::FunctionCallbackInfo<v8::Value>& call);
+  varnel::Variant Read(v8::Local<v8::Value> given);
   void Note(std::size_t position, v8::Local<v8::Value> given);
 
   // Most calls need no memory of their own, and pay for the values only that they have.
   static constexpr std::size_t kFew = 8;
   ScriptCore& m_core;
+  const Texts m_texts;
   alignas(varnel::Variant) std::byte m_few[kFew * sizeof(varnel::Variant)];
   std::vector<varnel::Variant> m_many;
   varnel::Arguments m_values;

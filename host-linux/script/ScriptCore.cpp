@@ -63,6 +63,7 @@ ScriptCore::~ScriptCore() {
     const v8::HandleScope handles(m_isolate);
     m_inspector.reset();
     m_scriptObjects.ReleaseAll();
+    m_names.Clear();
     m_wrappers.reset();
     m_helpers.reset();
     m_pages.Clear();
@@ -416,6 +417,7 @@ void ScriptCore::Lose(const std::string& reason) {
 // Scripts are cut off first: what the end of an object calls finds none.
 void ScriptCore::ReleaseObjects() {
   m_rejections.clear();
+  m_names.Clear();
   m_scriptObjects.ReleaseAll();
   try {
     m_request->output.OnPageEnd();

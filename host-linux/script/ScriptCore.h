@@ -10,6 +10,7 @@
 
 #include "host-linux/script/CompiledPages.h"
 #include "host-linux/script/Helpers.h"
+#include "host-linux/script/KnownNames.h"
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/script/ScriptObject.h"
 #include "host-linux/script/Wrappers.h"
@@ -41,6 +42,7 @@ class ScriptCore {
   Wrappers& Objects() { return *m_wrappers; }
   Helpers& Tools() { return *m_helpers; }
   ScriptObjects& Scripts() { return m_scriptObjects; }
+  KnownNames& Names() { return m_names; }
   const CompiledPages& Pages() const { return m_pages; }
   // True once the page must not go on.
   bool Stopping() const { return m_ended || m_timedOut || m_outOfMemory; }
@@ -111,6 +113,7 @@ class ScriptCore {
   std::unique_ptr<Helpers> m_helpers;
   std::unique_ptr<ScriptInspector> m_inspector;  // null without a debugger
   ScriptObjects m_scriptObjects;
+  KnownNames m_names;
   std::vector<std::pair<v8::Global<v8::Promise>, v8::Global<v8::Value>>> m_rejections;
   Request* m_request = nullptr;  // null between requests
   std::string m_text;            // of the expression being written

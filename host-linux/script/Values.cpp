@@ -126,7 +126,7 @@ class ScriptWriter {
   explicit ScriptWriter(ScriptCore& core) : m_core(core), m_isolate(core.Isolate()) {}
 
   v8::Local<v8::Value> Write(const Variant& value) {
-    return std::visit([this](const auto& content) { return Of(content); }, value.Get());
+    return value.Visit([this](const auto& content) { return Of(content); });
   }
 
  private:

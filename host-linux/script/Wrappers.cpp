@@ -1,5 +1,8 @@
 #include "host-linux/script/Wrappers.h"
 
+#include <algorithm>
+#include <array>
+
 #include "host-linux/script/Arguments.h"
 #include "host-linux/script/InternalFields.h"
 #include "host-linux/script/ScriptCore.h"
@@ -66,6 +69,22 @@ void RefuseSet(v8::Local<v8::Name>, v8::Local<v8::Value>, const v8::PropertyCall
 void RefuseDefine(v8::Local<v8::Name>, const v8::PropertyDescriptor&,
                   const v8::PropertyCallbackInfo<v8::Value>& info) {
   RefuseChange(info);
+}
+
+// Nearly every cell of a list goes through this one member.
+bool IsHtmlEncode(const varnel::ClassInfo& info, const Member& member) {
+  return info.name == u"Server" && member.name == u"HTMLEncode";
+}
+
+// True for a short text without a character that HTML gives a meaning to.
+bool IsItsOwnHtml(v8::Isolate* isolate, v8::Local<v8::String> text) {
+  std::array<std::uint8_t, 200> units;
+  const int length = text->Length();
+  if (static_cast<std::size_t>(length) > units.size() || !text->IsOneByte()) return false;
+  text->WriteOneByte(isolate, units.data(), 0, length, v8::String::NO_NULL_TERMINATION);
+  return std::none_of(units.begin(), units.begin() + length, [](std::uint8_t unit) {
+    return unit <= '>' && (unit == '&' || unit == '<' || unit == '>' || unit == '"');
+  });
 }
 
 // What a call has changed by reference goes back into the script even where it fails.
@@ -185,7 +204,7 @@ Wrappers::ClassBinding& Wrappers::Bind(const varnel::ClassInfo& info) {
       nullptr, RefuseSet, nullptr, nullptr, nullptr, RefuseDefine, nullptr, v8::Local<v8::Value>(),
       v8::PropertyHandlerFlags::kNonMasking));
   function->PrototypeTemplate()->SetImmutableProto();
-  for (const Member& member : info.members) AddMember(function, member);
+  for (const Member& member : info.members) AddMember(function, info, member);
 
   const v8::Local<v8::Function> constructor = Take(function->GetFunction(isolate->GetCurrentContext()));
   binding->instances.Reset(isolate, instances);
@@ -193,7 +212,8 @@ Wrappers::ClassBinding& Wrappers::Bind(const varnel::ClassInfo& info) {
   return *binding;
 }
 
-void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const Member& member) {
+void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const varnel::ClassInfo& info,
+                         const Member& member) {
   v8::Isolate* isolate = m_core.Isolate();
   const v8::Local<v8::String> name = Take(ToV8(isolate, varnel::StringView(member.name)));
   const v8::Local<v8::Value> data = MemberData(isolate, member);
@@ -206,7 +226,8 @@ void Wrappers::AddMember(v8::Local<v8::FunctionTemplate> function, const Member&
     function->PrototypeTemplate()->SetAccessorProperty(name, make(GetProperty, 0), make(PutProperty, 1),
                                                        kHidden);
   } else {
-    function->PrototypeTemplate()->Set(name, make(CallMember, member.Required()), kFixed);
+    const auto callback = IsHtmlEncode(info, member) ? EncodeHtml : CallMember;
+    function->PrototypeTemplate()->Set(name, make(callback, member.Required()), kFixed);
   }
 }
 
@@ -266,10 +287,24 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
   });
 }
 
+// A text that needs no encoding is the result itself, and isn't copied there and back.
+void Wrappers::EncodeHtml(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  const bool isText = call.Length() == 1 && call[0]->IsString();
+  if (!isText || !IsItsOwnHtml(call.GetIsolate(), call[0].As<v8::String>())) return CallMember(call);
+  call.GetReturnValue().Set(call[0]);
+}
+
 void Wrappers::GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
-    const varnel::Variant value = MemberOf(call).call(*Unwrap(call.Holder()), {});
+    const Member& member = MemberOf(call);
+    varnel::Object& object = *Unwrap(call.Holder());
+    if (member.look != nullptr) {
+      // No script runs while it is looked at.
+      if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, member.look(object)));
+      return;
+    }
+    const varnel::Variant value = member.call(object, {});
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, value));
   });
 }
@@ -286,7 +321,7 @@ void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     varnel::Object& object = *Unwrap(call.Holder());
-    CallArguments arguments(core, call);
+    CallArguments arguments(core, call, CallArguments::Texts::Names);
     const varnel::Variant result =
         CallAndStoreBack(arguments, [&](varnel::Arguments values) { return object.CallDefault(values); });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));

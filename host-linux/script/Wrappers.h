@@ -50,13 +50,15 @@ class Wrappers {
   struct ClassBinding;
 
   ClassBinding& Bind(const varnel::ClassInfo& info);
-  void AddMember(v8::Local<v8::FunctionTemplate> function, const varnel::Member& member);
+  void AddMember(v8::Local<v8::FunctionTemplate> function, const varnel::ClassInfo& info,
+                 const varnel::Member& member);
   void FinishPrototype(ClassBinding& binding, v8::Local<v8::Function> constructor);
   const varnel::Member* FindMember(v8::Local<v8::Name> name, const varnel::Object& object,
                                    const varnel::String& text);
   void AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const varnel::Member& member);
 
   static void CallMember(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void EncodeHtml(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call);

@@ -89,7 +89,7 @@ struct Writing {
 };
 
 bool Write(ByteWriter& writer, const Variant& value, int depth) {
-  return std::visit(Writing{writer, depth}, value.Get());
+  return value.Visit(Writing{writer, depth});
 }
 
 bool Read(ByteReader& reader, Variant& value, int depth);

@@ -75,6 +75,17 @@ TEST(FindNoCase, GivesTheFirstPositionAtOrBehindTheStart) {
 
 TEST(NumberTexts, AreDecimalOrUpperCaseHexadecimal) {
   EXPECT_EQ(DecimalText(-2147483648LL), u"-2147483648");
+  for (const auto& [value, text] : std::initializer_list<std::pair<int, StringView>>{{0, u"0"},
+                                                                                     {9, u"9"},
+                                                                                     {10, u"10"},
+                                                                                     {99, u"99"},
+                                                                                     {100, u"100"},
+                                                                                     {109, u"109"},
+                                                                                     {999, u"999"},
+                                                                                     {1000, u"1000"},
+                                                                                     {-1, u"-1"},
+                                                                                     {-999, u"-999"}})
+    EXPECT_EQ(DecimalText(value), text);
   EXPECT_EQ(DecimalText(std::numeric_limits<std::int64_t>::max()), u"9223372036854775807");
   EXPECT_EQ(DecimalText(std::numeric_limits<std::int64_t>::min()), u"-9223372036854775808");
   EXPECT_EQ(HexText(0), u"0");

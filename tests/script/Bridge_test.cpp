@@ -120,6 +120,18 @@ TEST_F(BridgeTest, AnObjectIsCalledByItsDefaultMember) {
   EXPECT_EQ(Value("T.Fields('NAME').Name"), "name");
 }
 
+// A name that stands in the page is read once; one that a script makes up is another each time.
+TEST_F(BridgeTest, NamesThatAScriptMakesUpAreToldApart) {
+  object->m_fields->m_fields.clear();
+  for (const char16_t* name : {u"n7", u"n77", u"n777", u"\u00e4"})
+    object->m_fields->m_fields.push_back(std::make_shared<TestField>(name, Variant(name)));
+  EXPECT_EQ(Value("(() => { let found = ''; for (let i = 0; i < 1000; ++i) { try { found += T.Fields('n' + "
+                  "i) + ' '; } "
+                  "catch (e) { if (e.number !== 5) throw e; } } return found; })()"),
+            "n7 n77 n777 ");
+  EXPECT_EQ(Value("T.Fields('\\u00e4') + T.Fields('n7') + T.Fields('n'.repeat(1) + 7)"), "\xC3\xA4n7n7");
+}
+
 TEST_F(BridgeTest, AnObjectUsedAsAValueGivesItsDefaultValue) {
   EXPECT_EQ(Value("T.Fields('name') + ''"), "pump");
   EXPECT_EQ(Value("T.Fields('id') + 1"), "8");

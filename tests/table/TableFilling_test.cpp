@@ -279,15 +279,15 @@ TEST_F(TableFilling, SettingsOfTheNextCellAreUsedUp) {
   EXPECT_EQ(first.Align, 3);
   EXPECT_EQ(first.VAlign, 3);
   EXPECT_EQ(first.Height, 7);
-  EXPECT_EQ(first.BgImage, u"i.gif");
-  EXPECT_EQ(first.BgColor, u"red");
+  ASSERT_NE(first.Background, nullptr);
+  EXPECT_EQ(first.Background->Image, u"i.gif");
+  EXPECT_EQ(first.Background->Color, u"red");
   const TableCell& second = table->Cells().At(0, 1);
   EXPECT_EQ(second.Flags, CellHasData);
   EXPECT_EQ(second.Align, 0);
   EXPECT_EQ(second.VAlign, 0);
   EXPECT_EQ(second.Height, 0);
-  EXPECT_EQ(second.BgImage, u"");
-  EXPECT_EQ(second.BgColor, u"");
+  EXPECT_EQ(second.Background, nullptr);
 }
 
 TEST_F(TableFilling, TheKindsOfCellsLeaveTheirFlags) {

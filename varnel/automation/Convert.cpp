@@ -58,28 +58,26 @@ Byte ToByte(const Variant& value) { return ToWhole<Byte>(value); }
 Long RoundToLong(double value) { return RoundTo<Long>(value); }
 
 double ToDouble(const Variant& value) {
-  return std::visit(
-      [](const auto& held) -> double {
-        using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, bool>) {
-          return held ? -1 : 0;
-        } else if constexpr (std::is_arithmetic_v<T>) {
-          return held;
-        } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
-          return 0;
-        } else if constexpr (std::is_same_v<T, Null>) {
-          RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
-        } else if constexpr (std::is_same_v<T, Date>) {
-          return RequireDate(held).days;
-        } else if constexpr (std::is_same_v<T, String>) {
-          return ParseNumber(held);
-        } else if constexpr (std::is_same_v<T, ObjectPtr>) {
-          return ToDouble(PlainValueOf(held));
-        } else {
-          RaiseMismatch();
-        }
-      },
-      value.Get());
+  return value.Visit([](const auto& held) -> double {
+    using T = std::decay_t<decltype(held)>;
+    if constexpr (std::is_same_v<T, bool>) {
+      return held ? -1 : 0;
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      return held;
+    } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
+      return 0;
+    } else if constexpr (std::is_same_v<T, Null>) {
+      RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
+    } else if constexpr (std::is_same_v<T, Date>) {
+      return RequireDate(held).days;
+    } else if constexpr (std::is_same_v<T, String>) {
+      return ParseNumber(held);
+    } else if constexpr (std::is_same_v<T, ObjectPtr>) {
+      return ToDouble(PlainValueOf(held));
+    } else {
+      RaiseMismatch();
+    }
+  });
 }
 
 bool ToBoolean(const Variant& value) {
@@ -102,30 +100,28 @@ Date ToDate(const Variant& value) {
 }
 
 String ToText(const Variant& value) {
-  return std::visit(
-      [](const auto& held) -> String {
-        using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, String>) {
-          return held;
-        } else if constexpr (std::is_same_v<T, bool>) {
-          return held ? u"True" : u"False";
-        } else if constexpr (std::is_same_v<T, double>) {
-          return NumberText(held);
-        } else if constexpr (std::is_arithmetic_v<T>) {
-          return DecimalText(held);
-        } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
-          return {};
-        } else if constexpr (std::is_same_v<T, Null>) {
-          RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
-        } else if constexpr (std::is_same_v<T, Date>) {
-          return DateText(RequireDate(held));
-        } else if constexpr (std::is_same_v<T, ObjectPtr>) {
-          return ToText(PlainValueOf(held));
-        } else {
-          RaiseMismatch();
-        }
-      },
-      value.Get());
+  return value.Visit([](const auto& held) -> String {
+    using T = std::decay_t<decltype(held)>;
+    if constexpr (std::is_same_v<T, String>) {
+      return held;
+    } else if constexpr (std::is_same_v<T, bool>) {
+      return held ? u"True" : u"False";
+    } else if constexpr (std::is_same_v<T, double>) {
+      return NumberText(held);
+    } else if constexpr (std::is_arithmetic_v<T>) {
+      return DecimalText(held);
+    } else if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) {
+      return {};
+    } else if constexpr (std::is_same_v<T, Null>) {
+      RaiseRuntimeError(runtime_error::kInvalidUseOfNull);
+    } else if constexpr (std::is_same_v<T, Date>) {
+      return DateText(RequireDate(held));
+    } else if constexpr (std::is_same_v<T, ObjectPtr>) {
+      return ToText(PlainValueOf(held));
+    } else {
+      RaiseMismatch();
+    }
+  });
 }
 
 Variant ToPlain(const Variant& value) {
@@ -141,24 +137,22 @@ ObjectPtr ToObject(const Variant& value) {
 }
 
 String TypeName(const Variant& value) {
-  return std::visit(
-      [](const auto& held) -> String {
-        using T = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) return u"Empty";
-        if constexpr (std::is_same_v<T, Null>) return u"Null";
-        if constexpr (std::is_same_v<T, bool>) return u"Boolean";
-        if constexpr (std::is_same_v<T, Byte>) return u"Byte";
-        if constexpr (std::is_same_v<T, Integer>) return u"Integer";
-        if constexpr (std::is_same_v<T, Long>) return u"Long";
-        if constexpr (std::is_same_v<T, double>) return u"Double";
-        if constexpr (std::is_same_v<T, Date>) return u"Date";
-        if constexpr (std::is_same_v<T, String>) return u"String";
-        if constexpr (std::is_same_v<T, ArrayPtr>) return u"Variant()";
-        if constexpr (std::is_same_v<T, BytesPtr>) return u"Byte()";
-        if constexpr (std::is_same_v<T, ObjectPtr>)
-          return held == nullptr ? String(u"Nothing") : held->Class().name;
-      },
-      value.Get());
+  return value.Visit([](const auto& held) -> String {
+    using T = std::decay_t<decltype(held)>;
+    if constexpr (std::is_same_v<T, Empty> || std::is_same_v<T, Missing>) return u"Empty";
+    if constexpr (std::is_same_v<T, Null>) return u"Null";
+    if constexpr (std::is_same_v<T, bool>) return u"Boolean";
+    if constexpr (std::is_same_v<T, Byte>) return u"Byte";
+    if constexpr (std::is_same_v<T, Integer>) return u"Integer";
+    if constexpr (std::is_same_v<T, Long>) return u"Long";
+    if constexpr (std::is_same_v<T, double>) return u"Double";
+    if constexpr (std::is_same_v<T, Date>) return u"Date";
+    if constexpr (std::is_same_v<T, String>) return u"String";
+    if constexpr (std::is_same_v<T, ArrayPtr>) return u"Variant()";
+    if constexpr (std::is_same_v<T, BytesPtr>) return u"Byte()";
+    if constexpr (std::is_same_v<T, ObjectPtr>)
+      return held == nullptr ? String(u"Nothing") : held->Class().name;
+  });
 }
 
 }  // namespace varnel

@@ -215,6 +215,11 @@ Variant ReadField(Object& object, Arguments) {
 }
 
 template <auto Field>
+const Variant& LookAtField(Object& object) {
+  return Target<typename FieldOf<decltype(Field)>::Class>(object).*Field;
+}
+
+template <auto Field>
 void WriteField(Object& object, Arguments arguments) {
   using Traits = FieldOf<decltype(Field)>;
   Target<typename Traits::Class>(object).*Field = ConvertTo<typename Traits::Type>(arguments.back());
@@ -264,6 +269,8 @@ members::Builder DataMember(StringView name) {
   member.name = name;
   member.kind = Member::Kind::Property;
   member.call = &members::ReadField<Field>;
+  if constexpr (std::is_same_v<typename members::FieldOf<decltype(Field)>::Type, Variant>)
+    member.look = &members::LookAtField<Field>;
   member.put = &members::WriteField<Field>;
   return member;
 }

@@ -28,6 +28,8 @@ struct Member {
   // Calls the method or reads the property. There are exactly `parameters` arguments, or more where it takes
   // them.
   Variant (*call)(Object&, Arguments) = nullptr;
+  // The value of a property that is a Variant kept in the object, to look at without a copy; else null.
+  const Variant& (*look)(Object&) = nullptr;
   // Writes the property; the new value is the last of `parameters` + 1 arguments. Null: read-only.
   void (*put)(Object&, Arguments) = nullptr;
 
@@ -110,7 +112,7 @@ std::shared_ptr<T> CastObject(const ObjectPtr& object) {
 template <typename T>
 std::shared_ptr<T> CastObject(const Variant& value) {
   const ObjectPtr* object = value.As<ObjectPtr>();
-  return object == nullptr ? nullptr : std::dynamic_pointer_cast<T>(*object);
+  return object == nullptr ? nullptr : CastObject<T>(*object);
 }
 
 // A shared pointer to `object` itself, with its own type.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <type_traits>
 
 namespace varnel {
@@ -113,8 +114,11 @@ String ToUpper(StringView text) {
 }
 
 bool EqualsNoCase(StringView left, StringView right) {
-  return left.size() == right.size() &&
-         std::equal(left.begin(), left.end(), right.begin(),
+  if (left.size() != right.size()) return false;
+  if (left.empty()) return true;
+  // Most names are spelled alike.
+  if (std::memcmp(left.data(), right.data(), left.size() * sizeof(char16_t)) == 0) return true;
+  return std::equal(left.begin(), left.end(), right.begin(),
                     [](char16_t a, char16_t b) { return a == b || FoldCase(a) == FoldCase(b); });
 }
 
@@ -127,6 +131,8 @@ std::size_t FindNoCase(StringView text, StringView what, std::size_t from) {
 
 namespace {
 
+constexpr std::size_t kMostDigits = 20;  // -9223372036854775808
+
 void AppendAscii(String& target, std::string_view ascii) {
   const std::size_t before = target.size();
   target.resize(before + ascii.size());
@@ -135,8 +141,17 @@ void AppendAscii(String& target, std::string_view ascii) {
 
 }  // namespace
 
-void AppendDecimal(String& target, std::int64_t value) {
-  std::array<char16_t, 20> units;  // the longest is -9223372036854775808
+std::size_t WriteDecimal(char16_t* target, std::int64_t value) {
+  char16_t* const start = target;
+  // Most are codes of characters.
+  if (value >= 0 && value < 1000) {
+    const auto small = static_cast<unsigned>(value);
+    if (small >= 100) *target++ = static_cast<char16_t>(u'0' + small / 100);
+    if (small >= 10) *target++ = static_cast<char16_t>(u'0' + small / 10 % 10);
+    *target++ = static_cast<char16_t>(u'0' + small % 10);
+    return static_cast<std::size_t>(target - start);
+  }
+  std::array<char16_t, kMostDigits> units;
   auto first = units.end();
   auto rest = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
   do {
@@ -144,7 +159,12 @@ void AppendDecimal(String& target, std::int64_t value) {
     rest /= 10;
   } while (rest != 0);
   if (value < 0) *--first = u'-';
-  target.append(first, units.end());
+  return static_cast<std::size_t>(std::copy(first, units.end(), target) - start);
+}
+
+void AppendDecimal(String& target, std::int64_t value) {
+  std::array<char16_t, kMostDigits> units;
+  target.append(units.data(), WriteDecimal(units.data(), value));
 }
 
 String DecimalText(std::int64_t value) {

@@ -48,6 +48,8 @@ std::size_t FindNoCase(StringView text, StringView what, std::size_t from = 0);
 // A whole number as decimal text, and as upper-case hexadecimal text of its 32-bit pattern.
 String DecimalText(std::int64_t value);
 void AppendDecimal(String& target, std::int64_t value);
+// Writes it to `target`, which has room for the 20 characters of the longest, and gives how many they are.
+std::size_t WriteDecimal(char16_t* target, std::int64_t value);
 String HexText(Long value);
 
 // UTF-8 to text and back. Bytes that are no UTF-8 become U+FFFD, one for each bad byte; a lone surrogate

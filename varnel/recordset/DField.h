@@ -6,7 +6,7 @@
 namespace varnel {
 
 // Made by a recordset, one for each column; moving to another row rewrites `Value` alone.
-class DField : public Object {
+class DField final : public Object {
  public:
   const ClassInfo& Class() const override;
   void LetGo() noexcept override { Value = Variant(); }

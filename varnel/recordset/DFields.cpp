@@ -1,5 +1,7 @@
 #include "varnel/recordset/DFields.h"
 
+#include <typeinfo>
+
 #include "varnel/automation/Enumerator.h"
 #include "varnel/automation/Members.h"
 #include "varnel/page/Utillities.h"
@@ -9,10 +11,18 @@ namespace varnel {
 
 namespace {
 
+// Nothing is made from a field's class, so that its type alone tells it.
+std::shared_ptr<DField> AsField(const Variant& item) {
+  const ObjectPtr* held = item.As<ObjectPtr>();
+  if (held == nullptr || *held == nullptr) return nullptr;
+  const Object& object = **held;
+  return typeid(object) == typeid(DField) ? std::static_pointer_cast<DField>(*held) : nullptr;
+}
+
 // Positions count from 0 here and from 1 in the collection.
 std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
-  if (const String* name = indexOrKey.As<String>()) return CastObject<DField>(fields.ItemOf(FieldKey(*name)));
-  return CastObject<DField>(fields.Item(ToDouble(indexOrKey) + 1));
+  if (const String* name = indexOrKey.As<String>()) return AsField(fields.ItemOf(FieldKey(*name)));
+  return AsField(fields.Item(ToDouble(indexOrKey) + 1));
 }
 
 String UnderlyingText(const ErrInfo& error) {
@@ -52,7 +62,8 @@ std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
     // A script that runs for the key may bind this object anew.
     const std::shared_ptr<Collection> fields = m_Fields;
     Required(fields);
-    return FieldOf(*fields, iIndexOrKey.IsText() ? iIndexOrKey : ToPlain(iIndexOrKey));
+    if (iIndexOrKey.IsText()) return FieldOf(*fields, iIndexOrKey);
+    return FieldOf(*fields, ToPlain(iIndexOrKey));
   } catch (const std::exception&) {
     error = Util_SaveErr();
   }

@@ -24,11 +24,16 @@ void AppendNumber(String& target, std::int64_t value) {
 
 void AppendBoolean(String& target, bool value) { AppendNumber(target, value ? -1 : 0); }
 
+// Room is made once, for the longest codes that there are: a state has hundreds of them.
 void AppendBody(String& target, StringView text) {
+  constexpr std::size_t kMostUnits = 7;  // "-32768" and a plus sign
+  std::size_t end = target.size();
+  target.resize(end + kMostUnits * text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (i > 0) target += u'+';
-    AppendDecimal(target, static_cast<std::int16_t>(text[i]));
+    if (i > 0) target[end++] = u'+';
+    end += WriteDecimal(&target[end], static_cast<std::int16_t>(text[i]));
   }
+  target.resize(end);
 }
 
 void AppendText(String& target, StringView text) {

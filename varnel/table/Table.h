@@ -138,11 +138,13 @@ class Table : public Object, public ITable {
 
   // Rendering (TableRendering.cpp)
   struct CellLook;
+  struct LastTag;
   bool NeedsBorderTable() const;
   String BuildTableOpen(bool iBorderTable) const;
   void AppendRows(String& ioHTML, int iDepth) const;
-  void AppendRow(String& ioHTML, int iRow, int iDepth) const;
-  void AppendCell(String& ioHTML, int iRow, int iCol, int iDepth) const;
+  void AppendRow(String& ioHTML, int iRow, int iDepth, LastTag& ioTag) const;
+  void AppendCell(String& ioHTML, int iRow, int iCol, int iDepth, LastTag& ioTag) const;
+  void AppendSingleCell(String& ioHTML, CellPosition iPosition) const;
   void AppendCellOpen(String& ioHTML, const CellLook& iLook) const;
   void AppendCellClose(String& ioHTML, const TableCell& iCell) const;
   CellLook ChooseLook(int iRow, int iCol, const TableCell& iCell, const TableColumn& iColumn) const;

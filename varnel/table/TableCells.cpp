@@ -14,7 +14,7 @@ constexpr int kRowStep = 20;
 constexpr int kColStep = 10;
 constexpr int kForgetStep = 200;
 
-// Half a gigabyte of cells. One cell at a far position asks for all cells before it.
+// A quarter of a gigabyte of cells. One cell at a far position asks for all cells before it.
 constexpr std::size_t kMaxCells = 4'000'000;
 
 // The count after as many steps as it takes to hold `position`.

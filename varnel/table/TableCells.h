@@ -1,6 +1,7 @@
 // The cells and columns of a table: what a position holds, and how both grow. Positions count from 0 here.
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "varnel/automation/Variant.h"
@@ -24,16 +25,22 @@ inline constexpr Integer kSpanToEnd = -1;
 // Alignments are stored 2 higher than their enumerations count, so that 0 means "nothing stored".
 inline constexpr Long kAlignOffset = 2;
 
+// What few cells have: a background of their own.
+struct CellBackground {
+  String Image;
+  String Color;
+};
+
+// A table has many more cells than are written, so one is no larger than a line of the processor's cache.
 struct TableCell {
+  Variant Data;                                // text, or the nested component
+  std::unique_ptr<CellBackground> Background;  // null: none of its own
+  Long Align = 0;                              // AlignType and VAlignType, plus kAlignOffset
+  Long VAlign = 0;
   Integer Flags = 0;
-  Variant Data;         // text, or the nested component
   Integer ColSpan = 0;  // kSpanToEnd reaches to the last column
   Integer RowSpan = 0;
-  Long Align = 0;  // AlignType and VAlignType, plus kAlignOffset
-  Long VAlign = 0;
   Integer Height = 0;  // 0 none, above 0 percent, below 0 pixels (negated)
-  String BgImage;
-  String BgColor;
 
   bool IsWritten() const { return (Flags & CellHasData) != 0; }
   bool IsTaken() const { return (Flags & (CellHasData | CellCovered)) != 0; }

@@ -46,7 +46,7 @@ void Table::WriteCellDirect(CellPosition iPosition) {
   const TableCell& cell = m_aCells.At(iPosition.row, iPosition.col);
   if (cell.IsHidden()) return;
   String text;
-  AppendCell(text, iPosition.row, iPosition.col, 0);
+  AppendSingleCell(text, iPosition);
   if ((cell.Flags & CellDirectBegin) != 0) {
     WriteDirect(u"Cell Begin", text);
   } else {

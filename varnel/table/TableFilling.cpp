@@ -140,8 +140,8 @@ void Table::WriteCell(CellPosition iPosition, Variant iData, Integer iFlags) {
   cell.Align = m_iNextAlign + kAlignOffset;
   cell.VAlign = m_iNextVAlign + kAlignOffset;
   cell.Height = m_iNextHeight;
-  cell.BgImage = m_sNextBgImage;
-  cell.BgColor = m_sNextBgColor;
+  if (!m_sNextBgImage.empty() || !m_sNextBgColor.empty())
+    cell.Background = std::make_unique<CellBackground>(CellBackground{m_sNextBgImage, m_sNextBgColor});
   if (m_iNextRowSpan == kSpanToEnd || m_iNextColSpan == kSpanToEnd) m_aCells.AddOpenSpan(iPosition);
 }
 

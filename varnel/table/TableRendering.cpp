@@ -1,4 +1,5 @@
 // How a table becomes HTML. The double blanks of its tags are part of what pages rely on.
+#include <optional>
 #include <utility>
 
 #include "varnel/automation/Error.h"
@@ -9,6 +10,7 @@ namespace varnel {
 namespace {
 
 constexpr std::size_t kTypicalCellLength = 48;
+const String kNone;
 
 // A table that holds itself would never end.
 class RenderingGuard {
@@ -101,9 +103,9 @@ void AppendContent(String& ioHTML, const TableCell& iCell, int iDepth) {
 
 // All that the tag of a cell says, decided before any of it is written.
 struct Table::CellLook {
-  const FontInfo& font;
-  const String& background;
-  const String& image;
+  const FontInfo* font;
+  const String* background;
+  const String* image;
   Long align;
   Long valign;
   Integer width;
@@ -111,6 +113,13 @@ struct Table::CellLook {
   bool noWrap;
   int rowSpan;
   int colSpan;
+  bool operator==(const CellLook&) const = default;
+};
+
+// Neighbours mostly look alike: the tag of the cell before is put together once.
+struct Table::LastTag {
+  std::optional<CellLook> look;
+  String text;
 };
 
 String Table::GetNestedHTML(int iDepth) {
@@ -163,8 +172,9 @@ void Table::AppendRows(String& ioHTML, int iDepth) const {
   const auto rows = static_cast<std::size_t>(m_iLastRow + 1);
   const auto cols = static_cast<std::size_t>(m_iLastCol + 1);
   ioHTML.reserve(ioHTML.size() + rows * (cols + 1) * kTypicalCellLength);
+  LastTag tag;
   for (int row = 0; row <= m_iLastRow; ++row) {
-    AppendRow(ioHTML, row, iDepth);
+    AppendRow(ioHTML, row, iDepth, tag);
     // A table that is written directly goes on in its last row.
     if (m_bDirectMode && row == m_iLastRow) break;
     ioHTML += u"</tr>";
@@ -172,19 +182,30 @@ void Table::AppendRows(String& ioHTML, int iDepth) const {
   }
 }
 
-void Table::AppendRow(String& ioHTML, int iRow, int iDepth) const {
+void Table::AppendRow(String& ioHTML, int iRow, int iDepth, LastTag& ioTag) const {
   ioHTML += u"<tr>";
   for (int col = 0; col <= m_iLastCol; ++col) {
     if (m_aCells.At(iRow, col).IsHidden()) continue;
-    AppendCell(ioHTML, iRow, col, iDepth);
+    AppendCell(ioHTML, iRow, col, iDepth, ioTag);
     AppendCellClose(ioHTML, m_aCells.At(iRow, col));
   }
 }
 
-void Table::AppendCell(String& ioHTML, int iRow, int iCol, int iDepth) const {
+void Table::AppendCell(String& ioHTML, int iRow, int iCol, int iDepth, LastTag& ioTag) const {
   const TableCell& cell = m_aCells.At(iRow, iCol);
-  AppendCellOpen(ioHTML, ChooseLook(iRow, iCol, cell, m_aColumns.At(iCol)));
+  const CellLook look = ChooseLook(iRow, iCol, cell, m_aColumns.At(iCol));
+  if (ioTag.look != look) {
+    ioTag.text.clear();
+    AppendCellOpen(ioTag.text, look);
+    ioTag.look = look;
+  }
+  ioHTML += ioTag.text;
   AppendContent(ioHTML, cell, iDepth);
+}
+
+void Table::AppendSingleCell(String& ioHTML, CellPosition iPosition) const {
+  LastTag none;
+  AppendCell(ioHTML, iPosition.row, iPosition.col, 0, none);
 }
 
 void Table::AppendCellOpen(String& ioHTML, const CellLook& iLook) const {
@@ -194,8 +215,8 @@ void Table::AppendCellOpen(String& ioHTML, const CellLook& iLook) const {
   ioHTML += AlignText(iLook.align);
   ioHTML += VAlignText(iLook.valign);
   AppendWidth(ioHTML, iLook.width);
-  AppendStyleAttr(ioHTML, u"bgcolor", iLook.background);
-  AppendStyleAttr(ioHTML, u"background", iLook.image);
+  AppendStyleAttr(ioHTML, u"bgcolor", *iLook.background);
+  AppendStyleAttr(ioHTML, u"background", *iLook.image);
   if (iLook.noWrap) ioHTML += u" nowrap";
   AppendHeight(ioHTML, iLook.height);
   AppendSpan(ioHTML, u"rowspan", iLook.rowSpan);
@@ -203,7 +224,7 @@ void Table::AppendCellOpen(String& ioHTML, const CellLook& iLook) const {
   // Without any attribute the tag has no blank.
   if (ioHTML.size() == bareLength + 1) ioHTML.resize(bareLength);
   ioHTML += u'>';
-  AppendFontOpenTag(ioHTML, iLook.font);
+  AppendFontOpenTag(ioHTML, *iLook.font);
 }
 
 void Table::AppendCellClose(String& ioHTML, const TableCell& iCell) const {
@@ -214,9 +235,9 @@ void Table::AppendCellClose(String& ioHTML, const TableCell& iCell) const {
 Table::CellLook Table::ChooseLook(int iRow, int iCol, const TableCell& iCell,
                                   const TableColumn& iColumn) const {
   return CellLook{
-      .font = ChooseFont(iCell),
-      .background = ChooseBackground(iRow, iCell),
-      .image = iCell.BgImage,
+      .font = &ChooseFont(iCell),
+      .background = &ChooseBackground(iRow, iCell),
+      .image = iCell.Background == nullptr ? &kNone : &iCell.Background->Image,
       .align = OwnOrColumn(iCell.Align, iColumn.Align),
       .valign = OwnOrColumn(iCell.VAlign, iColumn.VAlign),
       .width = iColumn.Width,
@@ -234,7 +255,7 @@ const FontInfo& Table::ChooseFont(const TableCell& iCell) const {
 }
 
 const String& Table::ChooseBackground(int iRow, const TableCell& iCell) const {
-  if (!iCell.BgColor.empty()) return iCell.BgColor;
+  if (iCell.Background != nullptr && !iCell.Background->Color.empty()) return iCell.Background->Color;
   if ((iCell.Flags & CellTitle) != 0) return m_Style.TitleBgColor;
   if ((iCell.Flags & CellHeader) != 0) return m_Style.HeadingBgColor;
   const bool alternates = m_bAlternateColor && (iCell.Flags & CellHeaderInNormal) == 0;
