@@ -29,6 +29,10 @@ if(VARNEL_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${VARNEL_CCACHE})
 endif()
 
+# Of these the shared library of components is made, too. Nobody puts other functions in the place of theirs, so that
+# calls inside a file stay what they are in a program.
+set(VARNEL_SHARED_FOLDERS "varnel_.*" "hostlinux_(base|nls|services|database|provider|dialect|sqlite|web|intrinsics)")
+
 # varnel_library(NAME [DEPENDS target...]): all *.cpp of this folder as the static library NAME.
 function(varnel_library name)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
@@ -37,6 +41,12 @@ function(varnel_library name)
     add_library(${name} STATIC ${sources})
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE varnel_flags)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    foreach(shared ${VARNEL_SHARED_FOLDERS})
+      if(name MATCHES "^${shared}$")
+        set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+        target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+      endif()
+    endforeach()
   else()
     add_library(${name} INTERFACE)
     target_link_libraries(${name} INTERFACE ${ARG_DEPENDS})

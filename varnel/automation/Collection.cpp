@@ -7,10 +7,10 @@ namespace varnel {
 const ClassInfo& Collection::Class() const {
   static const ClassInfo info{u"Collection",
                               {
-                                  Method<&Collection::Add>(u"Add", {Missing()}),
-                                  ReadOnly<&Collection::Item>(u"Item").AsDefault(),
+                                  Method<&Collection::Add>(u"Add", {Missing()}).Taking(u"Item, Key"),
+                                  ReadOnly<&Collection::Item>(u"Item").Taking(u"Index").AsDefault(),
                                   ReadOnly<&Collection::Count>(u"Count"),
-                                  Method<&Collection::Remove>(u"Remove"),
+                                  Method<&Collection::Remove>(u"Remove").Taking(u"Index"),
                               }};
   return info;
 }

@@ -3,7 +3,8 @@
 //
 //   const ClassInfo& Counter::Class() const {
 //     static const ClassInfo info{u"Counter", {
-//         Method<&Counter::Add>(u"Add", {Long{1}}),   // one optional argument, 1 by default
+//         // One optional argument, 1 by default, and its name for callers that name arguments.
+//         Method<&Counter::Add>(u"Add", {Long{1}}).Taking(u"iStep"),
 //         ReadOnly<&Counter::Count>(u"Count").AsDefault(),
 //         // Its last parameter is `Arguments`: any number of values.
 //         Method<&Counter::AddAll>(u"AddAll"),
@@ -201,8 +202,12 @@ struct FieldOf<T C::*> {
   using Type = T;
 };
 
-// A member that can still be marked as the default one.
+// A member that can still be marked as the default one, and told the names of its parameters.
 struct Builder : Member {
+  Builder Taking(StringView names) && {
+    argumentNames = names;
+    return std::move(*this);
+  }
   Builder AsDefault() && {
     isDefault = true;
     return std::move(*this);

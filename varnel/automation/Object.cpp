@@ -6,6 +6,17 @@
 
 namespace varnel {
 
+int Member::ParameterNamed(StringView argumentName) const {
+  constexpr StringView kSeparator = u", ";
+  StringView rest = argumentNames;
+  for (int position = 0; !rest.empty(); ++position) {
+    const std::size_t end = std::min(rest.find(kSeparator), rest.size());
+    if (EqualsNoCase(rest.substr(0, end), argumentName)) return position;
+    rest.remove_prefix(std::min(end + kSeparator.size(), rest.size()));
+  }
+  return -1;
+}
+
 const Member* ClassInfo::Find(StringView memberName) const {
   const auto found = std::find_if(members.begin(), members.end(), [&](const Member& member) {
     return EqualsNoCase(member.name, memberName);

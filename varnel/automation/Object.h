@@ -22,9 +22,10 @@ struct Member {
   Kind kind = Kind::Method;
   int parameters = 0;  // how many there are, the optional ones too
   std::vector<Variant>
-      defaults;            // of the last parameters, which are optional; Missing: can be told from a value
-  bool takesMore = false;  // any number of further arguments may stand behind the parameters
-  bool isDefault = false;  // used when the object itself is called or taken as a value
+      defaults;              // of the last parameters, which are optional; Missing: can be told from a value
+  bool takesMore = false;    // any number of further arguments may stand behind the parameters
+  bool isDefault = false;    // used when the object itself is called or taken as a value
+  StringView argumentNames;  // of the parameters, with ", " between them: a literal
   // Calls the method or reads the property. There are exactly `parameters` arguments, or more where it takes
   // them.
   Variant (*call)(Object&, Arguments) = nullptr;
@@ -34,6 +35,8 @@ struct Member {
   void (*put)(Object&, Arguments) = nullptr;
 
   int Required() const { return parameters - static_cast<int>(defaults.size()); }
+  // The position, from 0, of the parameter that callers name so, in any case of letters; -1 if there is none.
+  int ParameterNamed(StringView argumentName) const;
 };
 
 class ClassInfo {

@@ -21,7 +21,7 @@ using ObjectPtr = std::shared_ptr<Object>;  // a null pointer is Nothing
 using Bytes = std::vector<Byte>;
 using BytesPtr = std::shared_ptr<const Bytes>;
 
-// An array of Variants, positions from 0. Copies of a Variant share it, so that an array handed over by
+// An array of Variants. Copies of a Variant share it, so that an array handed over by
 // reference is changed in place.
 struct Array;
 using ArrayPtr = std::shared_ptr<Array>;
@@ -197,6 +197,7 @@ class Variant {
 
 struct Array {
   std::vector<Variant> items;
+  Long firstPosition = 0;  // what its owner calls the position of the first item
 };
 
 inline void Variant::CopyFrom(const Variant& other) {

@@ -23,24 +23,41 @@ const ClassInfo& CatalogQuery::Class() const {
   static const ClassInfo info{
       u"CatalogQuery",
       {
-          Method<&C::GetCatalogProducts>(u"GetCatalogProducts"),
-          Method<&C::GetFavoriteProducts>(u"GetFavoriteProducts", {all, none}),
-          Method<&C::GetQuickOrderProducts>(u"GetQuickOrderProducts", {u"", all}),
-          Method<&C::CleanupFavorites>(u"CleanupFavorites", {all, none, none}),
-          Method<&C::GetProductData>(u"GetProductData"),
-          Method<&C::GetProductPropertyData>(u"GetProductPropertyData"),
-          Method<&C::GetProductAttachmentData>(u"GetProductAttachmentData"),
-          Method<&C::GetAlternativeProducts>(u"GetAlternativeProducts", {none}),
-          Method<&C::AlternativeProductsPresent>(u"AlternativeProductsPresent", {none}),
-          Method<&C::GetCategoryIDForNode>(u"GetCategoryIDForNode"),
-          Method<&C::GetSupplierProducts>(u"GetSupplierProducts", {u"", u""}),
-          Method<&C::GetProductProcurementPrices>(u"GetProductProcurementPrices"),
-          Method<&C::GetProductPropertyValues>(u"GetProductPropertyValues"),
-          Method<&C::GetProductPriceInfo>(u"GetProductPriceInfo"),
-          Method<&C::GetFavoriteProductsEx>(u"GetFavoriteProductsEx", {all, none, Long{0}}),
-          Method<&C::GetProductProcurementPricesEx>(u"GetProductProcurementPricesEx"),
-          Method<&C::GetProductPriceInfoEx>(u"GetProductPriceInfoEx"),
-          Method<&C::GetProductPropertyDataEx>(u"GetProductPropertyDataEx", {false}),
+          Method<&C::GetCatalogProducts>(u"GetCatalogProducts")
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_lCategoryID, i_sUserID, i_dDate"),
+          Method<&C::GetFavoriteProducts>(u"GetFavoriteProducts", {all, none})
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_sUserID, i_dDate, i_sCatalogList, "
+                      u"i_lFavoriteType"),
+          Method<&C::GetQuickOrderProducts>(u"GetQuickOrderProducts", {u"", all})
+              .Taking(
+                  u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_dDate, i_sPartNrSearch, i_sCatalogList"),
+          Method<&C::CleanupFavorites>(u"CleanupFavorites", {all, none, none})
+              .Taking(u"i_sUserID, i_sCatalogList, i_lFavoriteType, i_lThreshold"),
+          Method<&C::GetProductData>(u"GetProductData").Taking(u"i_lProductID"),
+          Method<&C::GetProductPropertyData>(u"GetProductPropertyData").Taking(u"i_lProductID"),
+          Method<&C::GetProductAttachmentData>(u"GetProductAttachmentData").Taking(u"i_lProductID"),
+          Method<&C::GetAlternativeProducts>(u"GetAlternativeProducts", {none})
+              .Taking(u"i_lProductID, i_lStockItemFlag"),
+          Method<&C::AlternativeProductsPresent>(u"AlternativeProductsPresent", {none})
+              .Taking(u"i_lProductID, i_dDate, i_lStockItemFlag"),
+          Method<&C::GetCategoryIDForNode>(u"GetCategoryIDForNode").Taking(u"i_lNodeID"),
+          Method<&C::GetSupplierProducts>(u"GetSupplierProducts", {u"", u""})
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_lSupplierID, i_sSearchField, "
+                      u"i_sSearchValue"),
+          Method<&C::GetProductProcurementPrices>(u"GetProductProcurementPrices")
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_lProductID"),
+          Method<&C::GetProductPropertyValues>(u"GetProductPropertyValues")
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_lProductID"),
+          Method<&C::GetProductPriceInfo>(u"GetProductPriceInfo").Taking(u"i_lProductID, i_dDate"),
+          Method<&C::GetFavoriteProductsEx>(u"GetFavoriteProductsEx", {all, none, Long{0}})
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_sUserID, i_dDate, i_sCatalogList, "
+                      u"i_lFavoriteType, i_lFolderID"),
+          Method<&C::GetProductProcurementPricesEx>(u"GetProductProcurementPricesEx")
+              .Taking(u"i_oPage, i_sPersistedStateInfo, i_lPageSize, i_lProductID, i_sGroup"),
+          Method<&C::GetProductPriceInfoEx>(u"GetProductPriceInfoEx")
+              .Taking(u"i_lProductID, i_dDate, i_sGroup"),
+          Method<&C::GetProductPropertyDataEx>(u"GetProductPropertyDataEx", {false})
+              .Taking(u"i_lProductID, i_bShowInProductList"),
       }};
   return info;
 }

@@ -56,11 +56,13 @@ const ClassInfo& DGrid::Class() const {
   static const ClassInfo info{
       u"DGrid",
       {
-          Method<&DGrid::Col>(u"Col", {u"", Integer{0}, kAlignDefault, kAlignDefault, Integer{1}}),
+          Method<&DGrid::Col>(u"Col", {u"", Integer{0}, kAlignDefault, kAlignDefault, Integer{1}})
+              .Taking(u"iColTitle, iSortFields, iWidth, iAlign, iVAlign, iColSpan"),
           Method<&DGrid::SkipCell>(u"SkipCell"),
-          Method<&DGrid::Cell>(u"Cell"),
-          Method<&DGrid::ShowPageJump>(u"ShowPageJump"),
-          Method<&DGrid::ShowPageJumpFromDRecordset>(u"ShowPageJumpFromDRecordset"),
+          Method<&DGrid::Cell>(u"Cell").Taking(u"iData"),
+          Method<&DGrid::ShowPageJump>(u"ShowPageJump")
+              .Taking(u"lMaxpagesdisplayed, lMaxallowedpages, i_sFormName"),
+          Method<&DGrid::ShowPageJumpFromDRecordset>(u"ShowPageJumpFromDRecordset").Taking(u"i_sFormName"),
           Method<&DGrid::ShowAlternateColors>(u"ShowAlternateColors"),
           Method<&DGrid::GetCurrentState>(u"GetCurrentState"),
       }};

@@ -143,19 +143,26 @@ const ClassInfo& DataFunctions::Class() const {
   using D = DataFunctions;
   static const ClassInfo info{
       u"DataFunctions",
-      {Method<&D::ConvertDateString>(u"ConvertDateString"),
-       Method<&D::ConvertFloatString>(u"ConvertFloatString"),
-       Method<&D::ConvertNumberString>(u"ConvertNumberString"), Method<&D::DateTime>(u"DateTime", {false}),
-       Method<&D::DateFromJava>(u"DateFromJava"), Method<&D::Float>(u"Float"),
-       Method<&D::FloatEx>(u"FloatEx", {Missing()}), Method<&D::Number>(u"Number"),
-       Method<&D::ValidateDateTime>(u"ValidateDateTime", {Missing(), Missing()}),
-       Method<&D::ValidateFloat>(u"ValidateFloat", {Missing(), Missing()}),
-       Method<&D::ValidateNumber>(u"ValidateNumber", {Missing(), Missing()}),
-       Method<&D::GetCurrencySymbol>(u"GetCurrencySymbol"), Method<&D::GetEuroSymbol>(u"GetEuroSymbol"),
-       Method<&D::GetDateSeparator>(u"GetDateSeparator"),
-       Method<&D::GetShortDateFormatOrdering>(u"GetShortDateFormatOrdering"),
-       Method<&D::GetThousandSeparator>(u"GetThousandSeparator"),
-       Method<&D::GetDecimalSeparator>(u"GetDecimalSeparator")}};
+      {Method<&D::ConvertDateString>(u"ConvertDateString").Taking(u"i_vDateString, i_vLocaleID"),
+       Method<&D::ConvertFloatString>(u"ConvertFloatString").Taking(u"i_vDoubleString, i_vLocaleID"),
+       Method<&D::ConvertNumberString>(u"ConvertNumberString").Taking(u"i_vLongString, i_vLocaleID"),
+       Method<&D::DateTime>(u"DateTime", {false}).Taking(u"i_dDateValue, i_vLocaleID, i_bWithTime"),
+       Method<&D::DateFromJava>(u"DateFromJava").Taking(u"i_lYear, i_lMonth, i_lDay, i_vLocaleID"),
+       Method<&D::Float>(u"Float").Taking(u"i_fDoubleValue, i_vLocaleID"),
+       Method<&D::FloatEx>(u"FloatEx", {Missing()}).Taking(u"i_fDoubleValue, i_vLocaleID, i_vNumDecimals"),
+       Method<&D::Number>(u"Number").Taking(u"i_lLongValue, i_vLocaleID"),
+       Method<&D::ValidateDateTime>(u"ValidateDateTime", {Missing(), Missing()})
+           .Taking(u"i_vDateValue, i_vMinDateValue, i_vMaxDateValue"),
+       Method<&D::ValidateFloat>(u"ValidateFloat", {Missing(), Missing()})
+           .Taking(u"i_vDoubleValue, i_vMinDoubleValue, i_vMaxDoubleValue"),
+       Method<&D::ValidateNumber>(u"ValidateNumber", {Missing(), Missing()})
+           .Taking(u"i_vLongValue, i_vMinLongValue, i_vMaxLongValue"),
+       Method<&D::GetCurrencySymbol>(u"GetCurrencySymbol").Taking(u"i_lLocaleID"),
+       Method<&D::GetEuroSymbol>(u"GetEuroSymbol"),
+       Method<&D::GetDateSeparator>(u"GetDateSeparator").Taking(u"i_lLocaleID"),
+       Method<&D::GetShortDateFormatOrdering>(u"GetShortDateFormatOrdering").Taking(u"i_lLocaleID"),
+       Method<&D::GetThousandSeparator>(u"GetThousandSeparator").Taking(u"i_lLocaleID"),
+       Method<&D::GetDecimalSeparator>(u"GetDecimalSeparator").Taking(u"i_lLocaleID")}};
   return info;
 }
 

@@ -31,25 +31,29 @@ std::shared_ptr<T> Component(const ObjectPtr& object) {
 
 const ClassInfo& Page::Class() const {
   static const std::vector<Variant> noPairs(12, Variant(u""));
-  static const ClassInfo info{u"Page",
-                              {
-                                  Method<&Page::OpenDatabaseConnection>(u"OpenDatabaseConnection"),
-                                  Method<&Page::SetEndUserStyle>(u"SetEndUserStyle"),
-                                  Method<&Page::DRecordset>(u"DRecordset"),
-                                  Method<&Page::Table>(u"Table"),
-                                  Method<&Page::DGrid>(u"DGrid", {false, Missing()}),
-                                  Method<&Page::Add>(u"Add"),
-                                  Method<&Page::URLEncode>(u"URLEncode"),
-                                  Method<&Page::URL>(u"URL", noPairs),
-                                  Method<&Page::I18N>(u"I18N"),
-                                  Method<&Page::SetDGridViaPost>(u"SetDGridViaPost"),
-                                  Method<&Page::GetDGridViaPost>(u"GetDGridViaPost"),
-                                  Method<&Page::ShowPageJump>(u"ShowPageJump"),
-                                  Method<&Page::GetPageJump>(u"GetPageJump"),
-                                  Method<&Page::AllowSort>(u"AllowSort"),
-                                  Method<&Page::SealState>(u"SealState"),
-                                  Method<&Page::AcceptStatesOf>(u"AcceptStatesOf"),
-                              }};
+  static const ClassInfo info{
+      u"Page",
+      {
+          Method<&Page::OpenDatabaseConnection>(u"OpenDatabaseConnection").Taking(u"iConnectionName"),
+          Method<&Page::SetEndUserStyle>(u"SetEndUserStyle"),
+          Method<&Page::DRecordset>(u"DRecordset"),
+          Method<&Page::Table>(u"Table"),
+          Method<&Page::DGrid>(u"DGrid", {false, Missing()})
+              .Taking(u"iRecordset, iTitle, iFormBased, iTable"),
+          Method<&Page::Add>(u"Add").Taking(u"iPageComponent"),
+          Method<&Page::URLEncode>(u"URLEncode").Taking(u"iValue"),
+          Method<&Page::URL>(u"URL", noPairs)
+              .Taking(u"iFileName, iPar1, iVal1, iPar2, iVal2, iPar3, iVal3, iPar4, iVal4, iPar5, iVal5, "
+                      u"iPar6, iVal6"),
+          Method<&Page::I18N>(u"I18N").Taking(u"iKey"),
+          Method<&Page::SetDGridViaPost>(u"SetDGridViaPost"),
+          Method<&Page::GetDGridViaPost>(u"GetDGridViaPost"),
+          Method<&Page::ShowPageJump>(u"ShowPageJump").Taking(u"lMaxallowedpages"),
+          Method<&Page::GetPageJump>(u"GetPageJump").Taking(u"o_lMaxallowedpages, o_bPageRequired"),
+          Method<&Page::AllowSort>(u"AllowSort").Taking(u"iSortFields"),
+          Method<&Page::SealState>(u"SealState").Taking(u"iState, iFile, iRecordsetName"),
+          Method<&Page::AcceptStatesOf>(u"AcceptStatesOf").Taking(u"iFile"),
+      }};
   return info;
 }
 

@@ -9,11 +9,11 @@ namespace varnel {
 const ClassInfo& PageUtil::Class() const {
   static const ClassInfo info{u"PageUtil",
                               {
-                                  Method<&PageUtil::URL>(u"URL"),
-                                  Method<&PageUtil::SURL>(u"SURL"),
+                                  Method<&PageUtil::URL>(u"URL").Taking(u"iURL"),
+                                  Method<&PageUtil::SURL>(u"SURL").Taking(u"iURL"),
                                   Method<&PageUtil::URLArgs>(u"URLArgs"),
-                                  Method<&PageUtil::GetOption>(u"GetOption"),
-                                  Method<&PageUtil::HTMLEncode>(u"HTMLEncode"),
+                                  Method<&PageUtil::GetOption>(u"GetOption").Taking(u"iValue, iState"),
+                                  Method<&PageUtil::HTMLEncode>(u"HTMLEncode").Taking(u"iValue"),
                               }};
   return info;
 }

@@ -42,9 +42,9 @@ StringView FieldKey(StringView iName) {
 const ClassInfo& DFields::Class() const {
   static const ClassInfo info{u"DFields",
                               {
-                                  Method<&DFields::Initialize>(u"Initialize"),
+                                  Method<&DFields::Initialize>(u"Initialize").Taking(u"iFieldsCollection"),
                                   ReadOnly<&DFields::Count>(u"Count"),
-                                  ReadOnly<&DFields::Item>(u"Item").AsDefault(),
+                                  ReadOnly<&DFields::Item>(u"Item").Taking(u"iIndexOrKey").AsDefault(),
                                   ReadOnly<&DFields::NewEnum>(u"NewEnum"),
                               }};
   return info;

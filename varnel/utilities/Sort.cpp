@@ -202,30 +202,46 @@ const Bytes* BytesOf(const Variant& data) {
   return bytes == nullptr ? nullptr : bytes->get();
 }
 
-std::vector<Variant>& ItemsOf(const Variant& data) {
+Array& ArrayOf(const Variant& data) {
   const ArrayPtr* array = data.As<ArrayPtr>();
   if (array == nullptr || *array == nullptr) RaiseRuntimeError(runtime_error::kTypeMismatch);
-  return (*array)->items;
+  return **array;
+}
+
+// Where the item at `position`, as its owner counts, stands; -1 where there is none.
+int IndexOf(const Array& array, Integer position) {
+  const std::int64_t index = std::int64_t{position} - array.firstPosition;
+  return index >= 0 && index < static_cast<std::int64_t>(array.items.size()) ? static_cast<int>(index) : -1;
+}
+
+// The bounds of what a caller handed over, as it counts. Positions wrap into 16 bits.
+Range BoundsOf(const Variant& data) {
+  const Bytes* bytes = BytesOf(data);
+  const std::size_t count = bytes == nullptr ? ArrayOf(data).items.size() : bytes->size();
+  const Long first = bytes == nullptr ? ArrayOf(data).firstPosition : 0;
+  const auto last = static_cast<std::int64_t>(first) + static_cast<std::int64_t>(count) - 1;
+  return {static_cast<Integer>(first), static_cast<Integer>(last)};
 }
 
 }  // namespace
 
 void Utilities::QuickSort(Variant& iData) {
-  Integer lower = 0;
-  const Bytes* bytes = BytesOf(iData);
-  auto upper = static_cast<Integer>((bytes == nullptr ? ItemsOf(iData).size() : bytes->size()) - 1);
+  const Range bounds = BoundsOf(iData);
+  auto lower = static_cast<Integer>(bounds.lower);
+  auto upper = static_cast<Integer>(bounds.upper);
   QuickSortPart(iData, lower, upper);
 }
 
 void Utilities::QuickSortPart(Variant& iData, Integer& lower, Integer& upper) {
-  const Range range{lower, upper};
   if (const Bytes* bytes = BytesOf(iData)) {
     auto sorted = std::make_shared<Bytes>(*bytes);
-    Steps(ByteElements{*sorted}).Sort(range);
+    Steps(ByteElements{*sorted}).Sort({lower, upper});
     iData = BytesPtr(std::move(sorted));
     return;
   }
-  std::vector<Variant>& items = ItemsOf(iData);
+  Array& array = ArrayOf(iData);
+  std::vector<Variant>& items = array.items;
+  const Range range{IndexOf(array, lower), IndexOf(array, upper)};
   std::vector<int> ranks = RanksOf(items);
   if (ranks.empty()) {
     Steps(PlainElements{items}).Sort(range);

@@ -43,14 +43,15 @@ String DecodeFile(const Bytes& bytes) {
 }  // namespace
 
 const ClassInfo& Upload::Class() const {
-  static const ClassInfo info{u"Upload",
-                              {
-                                  Method<&Upload::GetFileBinary>(u"GetFileBinary"),
-                                  Method<&Upload::GetFileAsString>(u"GetFileAsString"),
-                                  Method<&Upload::WriteFileToFileSystem>(u"WriteFileToFileSystem"),
-                                  Method<&Upload::GetFileContentType>(u"GetFileContentType"),
-                                  Method<&Upload::GetFormVar>(u"GetFormVar"),
-                              }};
+  static const ClassInfo info{
+      u"Upload",
+      {
+          Method<&Upload::GetFileBinary>(u"GetFileBinary").Taking(u"i_sVarName"),
+          Method<&Upload::GetFileAsString>(u"GetFileAsString").Taking(u"i_sVarName"),
+          Method<&Upload::WriteFileToFileSystem>(u"WriteFileToFileSystem").Taking(u"i_sVarName, i_sPath"),
+          Method<&Upload::GetFileContentType>(u"GetFileContentType").Taking(u"i_sVarName"),
+          Method<&Upload::GetFormVar>(u"GetFormVar").Taking(u"i_sVarName"),
+      }};
   return info;
 }
 
