@@ -20,7 +20,7 @@ endif()
 
 # Sanitized programs are large; this linker takes a third of the time.
 find_program(VARNEL_LLD ld.lld)
-if(VARNEL_LLD)
+if(VARNEL_LLD AND NOT WIN32)
   add_link_options(-fuse-ld=lld)
 endif()
 
@@ -42,7 +42,7 @@ function(varnel_library name)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE varnel_flags)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     foreach(shared ${VARNEL_SHARED_FOLDERS})
-      if(name MATCHES "^${shared}$")
+      if(NOT WIN32 AND name MATCHES "^${shared}$")
         set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
         target_compile_options(${name} PRIVATE -fno-semantic-interposition)
       endif()

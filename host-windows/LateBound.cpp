@@ -41,7 +41,8 @@ com::ComPointer<com::IDispatch> CreateByName(varnel::StringView progID) {
   void* made = nullptr;
   HRESULT answer = ::CLSIDFromProgID(reinterpret_cast<const OLECHAR*>(name.c_str()), &classID);
   if (SUCCEEDED(answer))
-    answer = ::CoCreateInstance(classID, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, com::kDispatchId, &made);
+    answer = ::CoCreateInstance(classID, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                                com::kDispatchId, &made);
   if (FAILED(answer)) {
     throw varnel::Error({kCannotCreate, u"Varnel",
                          u"There is no class '" + name + u"' to create (" +

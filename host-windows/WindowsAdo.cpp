@@ -42,7 +42,8 @@ host::RowBlock BlockOf(const VARIANT& rows) {
   const std::size_t fields = rows.parray->rgsabound[1].cElements;
   host::RowBlock block(fields, count);
   void* data = nullptr;
-  if (FAILED(::SafeArrayAccessData(rows.parray, &data))) varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
+  if (FAILED(::SafeArrayAccessData(rows.parray, &data)))
+    varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
   try {
     const auto* values = static_cast<const VARIANT*>(data);
     for (std::size_t row = 0; row < count; ++row) {
@@ -113,7 +114,8 @@ void WindowsRecordset::SetCacheSize(Long count) { Put(u"CacheSize", count); }
 
 void WindowsRecordset::Open(const String& sql, const std::shared_ptr<host::IConnection>& connection,
                             Long cursorType, Long lockType, Long options) {
-  CallWith(u"Open", sql, std::dynamic_pointer_cast<varnel::Object>(connection), cursorType, lockType, options);
+  CallWith(u"Open", sql, std::dynamic_pointer_cast<varnel::Object>(connection), cursorType, lockType,
+           options);
 }
 
 std::shared_ptr<host::IConnection> WindowsRecordset::GetActiveConnection() const {
@@ -131,7 +133,9 @@ ObjectPtr WindowsRecordset::Field(Long position) const {
   return RequireObject(RequireObject(Ask(u"Fields"))->CallWith(u"Item", position));
 }
 
-String WindowsRecordset::FieldName(Long position) const { return varnel::ToText(Field(position)->Get(u"Name")); }
+String WindowsRecordset::FieldName(Long position) const {
+  return varnel::ToText(Field(position)->Get(u"Name"));
+}
 
 varnel::Integer WindowsRecordset::FieldType(Long position) const {
   return varnel::ToInteger(Field(position)->Get(u"Type"));

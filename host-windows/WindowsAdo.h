@@ -14,10 +14,11 @@ class WindowsConnection : public varnel::com::ForeignObject, public varnel::host
   void SetCommandTimeout(varnel::Long seconds) override;
   void SetCursorLocation(varnel::Long location) override;
   void SetIsolationLevel(varnel::Long level) override;
-  void Open(const varnel::String& connectionString, const varnel::String& user, const varnel::String& password,
-            varnel::Long options) override;
+  void Open(const varnel::String& connectionString, const varnel::String& user,
+            const varnel::String& password, varnel::Long options) override;
   std::shared_ptr<varnel::host::IRecordset> Execute(const varnel::String& sql, varnel::Long options) override;
-  std::shared_ptr<varnel::host::IRecordset> ExecuteCounting(const varnel::String& sql, varnel::Long& o_affected,
+  std::shared_ptr<varnel::host::IRecordset> ExecuteCounting(const varnel::String& sql,
+                                                            varnel::Long& o_affected,
                                                             varnel::Long options) override;
   void Close() override;
   std::vector<varnel::host::ProviderError> Errors() const override;

@@ -22,7 +22,8 @@ constexpr varnel::Long kCannotCreate = 429;
 
 // The transaction server's side of a context, as it publishes it.
 struct ComPlusContext : com::IUnknown {
-  virtual HRESULT VARNEL_COM_CALL CreateInstance(const CLSID& classID, const IID& interfaceID, void** object) = 0;
+  virtual HRESULT VARNEL_COM_CALL CreateInstance(const CLSID& classID, const IID& interfaceID,
+                                                 void** object) = 0;
   virtual HRESULT VARNEL_COM_CALL SetComplete() = 0;
   virtual HRESULT VARNEL_COM_CALL SetAbort() = 0;
   virtual HRESULT VARNEL_COM_CALL EnableCommit() = 0;
@@ -36,7 +37,8 @@ struct ComPlusProperties : com::IUnknown {
   virtual HRESULT VARNEL_COM_CALL GetProperty(BSTR name, VARIANT* value) = 0;
   virtual HRESULT VARNEL_COM_CALL EnumNames(IUnknown** names) = 0;
 };
-constexpr GUID kComPlusContextId = {0x51372AE0, 0xCAE7, 0x11CF, {0xBE, 0x81, 0x00, 0xAA, 0x00, 0xA2, 0xFA, 0x25}};
+constexpr GUID kComPlusContextId = {
+    0x51372AE0, 0xCAE7, 0x11CF, {0xBE, 0x81, 0x00, 0xAA, 0x00, 0xA2, 0xFA, 0x25}};
 constexpr GUID kComPlusPropertiesId = {
     0x51372AF4, 0xCAE7, 0x11CF, {0xBE, 0x81, 0x00, 0xAA, 0x00, 0xA2, 0xFA, 0x25}};
 

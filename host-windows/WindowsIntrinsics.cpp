@@ -73,7 +73,8 @@ class WindowsRequest : public Intrinsic, public host::IRequest {
 
  private:
   const Values& Part(std::unique_ptr<Values>& part, StringView name) {
-    if (part == nullptr) part = std::make_unique<Values>(RequireForeign(varnel::ToObject(m_object->Get(name))));
+    if (part == nullptr)
+      part = std::make_unique<Values>(RequireForeign(varnel::ToObject(m_object->Get(name))));
     return *part;
   }
 
@@ -104,8 +105,12 @@ class WindowsApplication : public Intrinsic, public host::IApplication {
 class WindowsServer : public Intrinsic, public host::IServer {
  public:
   using Intrinsic::Intrinsic;
-  String URLEncode(StringView text) override { return varnel::ToText(m_object->CallWith(u"URLEncode", text)); }
-  String HTMLEncode(StringView text) override { return varnel::ToText(m_object->CallWith(u"HTMLEncode", text)); }
+  String URLEncode(StringView text) override {
+    return varnel::ToText(m_object->CallWith(u"URLEncode", text));
+  }
+  String HTMLEncode(StringView text) override {
+    return varnel::ToText(m_object->CallWith(u"HTMLEncode", text));
+  }
 };
 
 }  // namespace

@@ -85,7 +85,8 @@ class Client {
   }
 
   // Arguments from left to right; those that own something are freed.
-  Answer InvokeId(DISPID id, WORD flags, std::vector<VARIANT> arguments, std::vector<DISPID> named = {}) const {
+  Answer InvokeId(DISPID id, WORD flags, std::vector<VARIANT> arguments,
+                  std::vector<DISPID> named = {}) const {
     std::reverse(arguments.begin(), arguments.end());
     DISPPARAMS parameters{arguments.data(), named.data(), static_cast<UINT>(arguments.size()),
                           static_cast<UINT>(named.size())};

@@ -210,8 +210,9 @@ TEST(Dispatch, WalksThroughCollections) {
 
   DISPPARAMS none{};
   OwnedVariant result;
-  ASSERT_EQ(wrapped->Invoke(DISPID_NEWENUM, kNoId, 0, DISPATCH_PROPERTYGET, &none, &result.Get(), nullptr, nullptr),
-            S_OK);
+  ASSERT_EQ(
+      wrapped->Invoke(DISPID_NEWENUM, kNoId, 0, DISPATCH_PROPERTYGET, &none, &result.Get(), nullptr, nullptr),
+      S_OK);
   ASSERT_EQ(result.Get().vt, VT_UNKNOWN);
   const auto elements = QueryFor<IEnumVARIANT>(result.Get().punkVal, kEnumVariantId);
   ASSERT_TRUE(elements);
@@ -310,7 +311,7 @@ TEST(Dispatch, LivesThroughTheCallThatReleasesIt) {
 
 TEST(Dispatch, ServesThreadsWithObjectsOfTheirOwn) {
   const auto work = [] {
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < 200; ++i) {
       const Client thing = Wrapped(std::make_shared<Thing>());
       EXPECT_EQ(thing.Call(u"Join", {OfText(u"a")}).value, Variant(u"abc"));
       std::int32_t number = i;
@@ -327,7 +328,8 @@ TEST(Dispatch, ServesThreadsWithObjectsOfTheirOwn) {
 // The names of parameters are those of the published interfaces; each has one.
 TEST(MemberTables, NameEachParameter) {
   const hostfake::FakeHost host;
-  std::vector<varnel::ObjectPtr> objects{std::make_shared<varnel::DField>(), std::make_shared<varnel::DFields>(),
+  std::vector<varnel::ObjectPtr> objects{std::make_shared<varnel::DField>(),
+                                         std::make_shared<varnel::DFields>(),
                                          std::make_shared<varnel::Collection>()};
   for (const ClassIds& ids : AllClassIds()) {
     if (ids.IsCreatable()) objects.push_back(varnel::CreateComponent(u"Varnel." + String(ids.name)));

@@ -4,6 +4,13 @@
 
 #include "varnel/host/IComponentServer.h"
 
+// How the system's loader calls an export.
+#ifdef _WIN32
+#define VARNEL_EXPORT_CALL __stdcall
+#else
+#define VARNEL_EXPORT_CALL
+#endif
+
 namespace varnel {
 
 // Answers of the exports while no server is set, and the answer to a missing place for the result.
@@ -22,9 +29,10 @@ void SetComponentServer(host::IComponentServer* server);
 extern "C" {
 
 // Without a server the class isn't available, and `*object` becomes null.
-varnel::Long DllGetClassObject(const void* classID, const void* interfaceID, void** object);
+varnel::Long VARNEL_EXPORT_CALL DllGetClassObject(const void* classID, const void* interfaceID,
+                                                  void** object);
 // Without a server: stay loaded.
-varnel::Long DllCanUnloadNow();
-varnel::Long DllRegisterServer();
-varnel::Long DllUnregisterServer();
+varnel::Long VARNEL_EXPORT_CALL DllCanUnloadNow();
+varnel::Long VARNEL_EXPORT_CALL DllRegisterServer();
+varnel::Long VARNEL_EXPORT_CALL DllUnregisterServer();
 }
