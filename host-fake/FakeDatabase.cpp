@@ -194,6 +194,12 @@ void FakeRecordset::SetLockType(Long type) { SetProperty(u"LockType", m_lockType
 void FakeRecordset::SetMaxRecords(Long count) { SetProperty(u"MaxRecords", m_maxRecords, count); }
 void FakeRecordset::SetCacheSize(Long count) { SetProperty(u"CacheSize", m_cacheSize, count); }
 
+void FakeRecordset::SetParameters(const varnel::host::StatementParameters& parameters) {
+  for (const varnel::host::StatementParameter& parameter : parameters.values) {
+    Tell(u"Parameter " + parameter.Name + u" " + varnel::TypeName(parameter.Value));
+  }
+}
+
 void FakeRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
                          Long cursorType, Long lockType, Long options) {
   Tell(u"Open " + sql + u" (" + DecimalText(cursorType) + u", " + DecimalText(lockType) + u", " +

@@ -151,6 +151,7 @@ class FakeRecordset : public varnel::Object, public varnel::host::IRecordset {
   void SetMaxRecords(varnel::Long count) override;
   varnel::Long MaxRecords() const override { return m_maxRecords; }
   void SetCacheSize(varnel::Long count) override;
+  void SetParameters(const varnel::host::StatementParameters& parameters) override;
   // 3705 if the recordset is open, 3709 if the connection isn't.
   void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;

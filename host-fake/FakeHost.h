@@ -59,6 +59,7 @@ class FakeHost : public varnel::host::IPlatform {
   void ReplaceItem(StringView name, ObjectPtr object);
   // Guards the lists from now on; null: nothing does, as at first. The guard outlives its use.
   void UseStateGuard(varnel::host::IStateGuard* guard) { m_stateGuard = guard; }
+  void UseListWatcher(varnel::host::IListWatcher* watcher) { m_listWatcher = watcher; }
   // Deactivates what was made in the context and is still held, in the order of creation.
   void EndRequest();
 
@@ -77,6 +78,7 @@ class FakeHost : public varnel::host::IPlatform {
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
   varnel::host::IStateGuard* StateGuard() override { return m_stateGuard; }
+  varnel::host::IListWatcher* ListWatcher() override { return m_listWatcher; }
   bool EnterLog() override;
   void LeaveLog() override { m_logging = false; }
 
@@ -105,6 +107,7 @@ class FakeHost : public varnel::host::IPlatform {
   std::map<String, varnel::ErrInfo> m_failing;               // by folded ProgID
   std::map<String, ObjectPtr> m_items;                       // by folded name
   varnel::host::IStateGuard* m_stateGuard = nullptr;
+  varnel::host::IListWatcher* m_listWatcher = nullptr;
   bool m_hasContext = true;
   bool m_logging = false;
 };

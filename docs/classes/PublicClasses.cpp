@@ -1,6 +1,7 @@
 #include "docs/classes/PublicClasses.h"
 
 #include "host-linux/application/LinuxPlatform.h"
+#include "host-linux/database/AdoCommand.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/services/AccountsComponent.h"
@@ -73,6 +74,9 @@ std::vector<PublicClass> PublicClasses() {
           {"ADODB.Connection", connection},
           {"ADODB.Errors", connection->ErrorCollection()},
           {"ADODB.Error", std::make_shared<AdoError>(varnel::host::ProviderError())},
+          {"ADODB.Command", std::make_shared<AdoCommand>(database)},
+          {"ADODB.Parameters", std::make_shared<AdoParameters>()},
+          {"ADODB.Parameter", std::make_shared<AdoParameter>()},
           {"ADODB.Recordset", recordset},
           {"ADODB.Fields", recordset->Fields()},
           {"ADODB.Field", std::make_shared<AdoField>(nullptr, 0)}};

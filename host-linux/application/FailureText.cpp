@@ -35,7 +35,8 @@ std::string PlaceOf(const ScriptFailure& failure) {
 
 std::string Describe(const ScriptFailure& failure) {
   return PlaceOf(failure) + CutInside(failure.message) + " (number " + std::to_string(failure.number) +
-         (failure.source.empty() ? "" : ", source " + failure.source) + ")";
+         (failure.source.empty() ? "" : ", source " + failure.source) + ")" +
+         (failure.hint.empty() ? "" : " " + Cut(failure.hint, kMessageEnd));
 }
 
 }  // namespace hostlinux

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "host-linux/base/NearestName.h"
+#include "host-linux/database/AdoCommand.h"
 #include "host-linux/database/AdoConnection.h"
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/intrinsics/ObjectContext.h"
@@ -38,6 +40,23 @@ std::string AddressOfVisitor() {
   return varnel::ToUtf8(varnel::ToText(context->Objects().request->ServerVariables().Value(u"REMOTE_ADDR")));
 }
 
+// What somebody may have meant who wrote `progID`, perhaps without the part in front of the dot.
+varnel::String ClassLike(varnel::StringView progID) {
+  std::vector<varnel::String> names = varnel::ComponentNames();
+  for (const varnel::StringView name :
+       {u"ADODB.Connection", u"ADODB.Command", u"ADODB.Parameter", u"ADODB.Recordset", u"Ostrand.Log",
+        u"Ostrand.Configuration", u"Tolvane.User", u"Host.Accounts"}) {
+    names.emplace_back(name);
+  }
+  if (progID.find(u'.') != varnel::StringView::npos) return DidYouMean(progID, names);
+  std::vector<varnel::String> ends;
+  for (const varnel::String& name : names) ends.push_back(name.substr(name.find(u'.') + 1));
+  const varnel::String end = NearestName(progID, ends);
+  const auto found = std::find(ends.begin(), ends.end(), end);
+  return found == ends.end() ? varnel::String()
+                             : u" Did you mean '" + names[static_cast<std::size_t>(found - ends.begin())] + u"'?";
+}
+
 }  // namespace
 
 LinuxPlatform::LinuxPlatform(const SiteConfiguration& site, std::shared_ptr<AdoDatabase> database,
@@ -56,6 +75,8 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
   if (auto component = varnel::CreateComponent(progID)) return component;
   const auto is = [&](varnel::StringView name) { return varnel::EqualsNoCase(progID, name); };
   if (is(u"ADODB.Connection")) return std::make_shared<AdoConnection>(m_database);
+  if (is(u"ADODB.Command")) return std::make_shared<AdoCommand>(m_database);
+  if (is(u"ADODB.Parameter")) return std::make_shared<AdoParameter>();
   if (is(u"ADODB.Recordset")) return std::make_shared<AdoRecordset>(m_database);
   if (is(u"Ostrand.Log")) return std::make_shared<LogComponent>();
   if (is(u"Ostrand.Configuration")) return std::make_shared<ConfigurationComponent>(m_site);
@@ -65,7 +86,10 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
     if (auto component = m_ownComponents(progID)) return component;
   }
   throw varnel::Error(
-      {kCannotCreate, u"Varnel", u"There is no class '" + varnel::String(progID) + u"' to create", u"", 0});
+      {kCannotCreate, u"Varnel",
+       u"There is no class '" + varnel::String(progID) + u"' to create" +
+           (ClassLike(progID).empty() ? varnel::String() : u"." + ClassLike(progID)),
+       u"", 0});
 }
 
 std::shared_ptr<varnel::host::IConnection> LinuxPlatform::CreateConnection() {
@@ -77,6 +101,8 @@ std::shared_ptr<varnel::host::IRecordset> LinuxPlatform::CreateRecordset() {
 }
 
 varnel::host::IStateGuard* LinuxPlatform::StateGuard() { return CurrentStateGuard(); }
+
+varnel::host::IListWatcher* LinuxPlatform::ListWatcher() { return CurrentListWatcher(); }
 
 bool LinuxPlatform::EnterLog() {
   if (logEntryIsBeingMade) return false;

@@ -32,6 +32,7 @@ class LinuxPlatform : public varnel::host::IPlatform {
   varnel::host::IFileSystem& FileSystem() override { return m_files; }
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
   varnel::host::IStateGuard* StateGuard() override;
+  varnel::host::IListWatcher* ListWatcher() override;
   AdoDatabase& Database() { return *m_database; }
   bool EnterLog() override;
   void LeaveLog() override;

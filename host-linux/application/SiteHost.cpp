@@ -57,8 +57,9 @@ std::string CookieOf(const HttpRequest& request, std::string_view name) {
 void ExecuteInner(ScriptEngine& engine, const std::string& page) {
   const PageResult result = engine.RunInner(page);
   if (result.outcome != PageResult::Outcome::Failed) return;
-  throw varnel::Error({result.failure.number, varnel::FromUtf8(result.failure.source),
-                       varnel::FromUtf8(PlaceOf(result.failure) + result.failure.description), u"", 0});
+  throw HintedError({result.failure.number, varnel::FromUtf8(result.failure.source),
+                     varnel::FromUtf8(PlaceOf(result.failure) + result.failure.description), u"", 0},
+                    varnel::FromUtf8(result.failure.hint));
 }
 
 Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
@@ -74,6 +75,7 @@ Intrinsics NamedIntrinsics(const ObjectContext::Intrinsics& objects) {
 ScriptFailure OverfullPage(const std::string& page) {
   ScriptFailure failure;
   failure.message = failure.description = "The page is longer than max_response_buffer allows";
+  failure.hint = "max_response_buffer of [server] in site.toml; Response.Flush sends what is there.";
   failure.file = page;
   failure.number = kUncaughtNumber;
   failure.source = "Varnel";
@@ -285,6 +287,28 @@ HttpResponse SiteHost::RefusedList(const PageRequest& request) {
                        "<p><a href=\"" + EscapeHtml(first) + "\">To the first page of the list</a></p>\n");
 }
 
+void SiteHost::TellWarnings(const std::vector<ListWarning>& warnings, HttpResponse& response) {
+  for (const ListWarning& warning : warnings) {
+    if (m_lists.IsNew(warning)) WriteLog(LogLevel::Warning, warning.place + ": " + warning.text);
+  }
+  const std::string* type = response.headers.Find("Content-Type");
+  const bool isPage = type != nullptr && type->starts_with("text/html") && !response.file;
+  if (isPage && !warnings.empty()) response.body += WarningBox(warnings);
+}
+
+std::string SiteHost::HintOfLimit(PageResult::Outcome outcome) const {
+  if (outcome == PageResult::Outcome::TimedOut) {
+    const auto limit = std::chrono::duration_cast<std::chrono::seconds>(m_site.server.scriptTimeout);
+    return "It may run for " + std::to_string(limit.count()) +
+           " s: script_timeout of [server] in site.toml, or Server.ScriptTimeout for this page.";
+  }
+  if (outcome == PageResult::Outcome::OutOfMemory) {
+    return "Its script may use " + std::to_string(m_site.server.maxHeap >> 20) +
+           " MB: max_heap of [server] in site.toml.";
+  }
+  return {};
+}
+
 PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const std::string id = request.http.id;
   const std::string page = FileOf(request.http.path).value_or("");
@@ -310,6 +334,8 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   ListGuard lists = GuardFor(page, engine);  // outlives the context
   const auto context = MakeContext(request, directives, engine, link, ending);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
+  ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
+  if (m_site.mode == SiteConfiguration::Mode::Development) context->SetListWatcher(&advice);
   RequestScope scope(id, context, m_platform.Database());
   Response& response = *scope.Objects().response;
   PageResult result =
@@ -320,8 +346,14 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
 
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
-  if (completed && !response.IsOverfull()) return {response.Take(), std::nullopt};
+  if (completed && !response.IsOverfull()) {
+    PageAnswer answer{response.Take(), std::nullopt};
+    TellWarnings(advice.Warnings(), answer.response);
+    return answer;
+  }
+  if (result.failure.hint.empty()) result.failure.hint = HintOfLimit(result.outcome);
   PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  TellWarnings(advice.Warnings(), failed.response);
   // A session that the page began lives on, so its visitor must learn of it.
   if (const auto& session = scope.Objects().session) session->CompleteHead(failed.response);
   return failed;

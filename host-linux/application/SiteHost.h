@@ -9,6 +9,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "host-linux/advice/ListAdvice.h"
 #include "host-linux/application/LinuxPlatform.h"
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/guard/ListGuard.h"
@@ -109,6 +110,10 @@ class SiteHost {
   ListGuard GuardFor(const std::string& page, ScriptEngine& engine) const;
   PageAnswer RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
                         ClientLink* link, Ending& ending);
+  // Tells of what the page's lists get wrong: the log once, and the browser below the page.
+  void TellWarnings(const std::vector<ListWarning>& warnings, HttpResponse& response);
+  // Which setting has stopped a page.
+  std::string HintOfLimit(PageResult::Outcome outcome) const;
   HttpResponse RefusedList(const PageRequest& request);
   PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
 
@@ -124,6 +129,7 @@ class SiteHost {
   const SiteConfiguration::Links m_links;
   const std::vector<SealKey> m_sealKeys;  // only for sealed links
   mutable KnownPages m_knownPages;
+  ListMemory m_lists;  // only in development mode
 };
 
 }  // namespace hostlinux

@@ -3,6 +3,8 @@
 #include <filesystem>
 
 #include "host-linux/application/KnownEngines.h"
+#include "host-linux/base/NearestName.h"
+#include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/script/SourceMap.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/services/MessageManager.h"
@@ -21,6 +23,23 @@ bool MayOutliveRequest(const varnel::Object& object) {
 
 EngineLimits LimitsOf(const SiteConfiguration::Database& database) {
   return {database.maxValue, database.maxResult, database.maxMemory, database.maxTemporary};
+}
+
+constexpr varnel::StringView kConnectionEnd = u"_ConnectionString";
+
+// A connection's name is half of a key in site.toml.
+varnel::String WhyConnectionIsEmpty() {
+  const auto context = CurrentContext();
+  if (context == nullptr) return {};
+  Application& application = *context->Objects().application;
+  const varnel::String& key = application.MissingKey();
+  if (!key.ends_with(kConnectionEnd)) return {};
+  std::vector<varnel::String> known;
+  for (const varnel::String& name : application.Keys()) {
+    if (name.ends_with(kConnectionEnd)) known.push_back(name.substr(0, name.size() - kConnectionEnd.size()));
+  }
+  return u"[application] in site.toml has no " + key + u"." +
+         DidYouMean(key.substr(0, key.size() - kConnectionEnd.size()), known);
 }
 
 }  // namespace
@@ -77,6 +96,7 @@ std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
   options.limits = LimitsOf(site.database);
   options.timeLeft = std::move(timeLeft);
   options.onStatement = std::move(onStatement);
+  options.whyEmpty = WhyConnectionIsEmpty;
   if (site.mode == SiteConfiguration::Mode::Development) {
     options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
   }

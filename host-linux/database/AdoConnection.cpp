@@ -14,6 +14,7 @@ using varnel::Property;
 using varnel::ReadOnly;
 using varnel::String;
 using varnel::Variant;
+using varnel::host::StatementParameters;
 
 namespace {
 
@@ -101,26 +102,29 @@ void AdoConnection::Open(const String& connectionString, const String&, const St
 
 std::shared_ptr<varnel::host::IRecordset> AdoConnection::Execute(const String& sql, Long) {
   Long affected = 0;
-  return RunCounting(sql, affected);
+  return RunCommand(sql, {}, m_commandTimeout, affected);
 }
 
 std::shared_ptr<varnel::host::IRecordset> AdoConnection::ExecuteCounting(const String& sql, Long& o_affected,
                                                                          Long) {
-  return RunCounting(sql, o_affected);
+  return RunCommand(sql, {}, m_commandTimeout, o_affected);
 }
 
 std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Variant& affected, Long) {
   Long count = 0;
-  std::shared_ptr<AdoRecordset> recordset = RunCounting(sql, count);
+  std::shared_ptr<AdoRecordset> recordset = RunCommand(sql, {}, m_commandTimeout, count);
   affected = Variant(count);
   return recordset;
 }
 
-std::shared_ptr<AdoRecordset> AdoConnection::RunCounting(const String& sql, Long& affected) {
-  StatementResult result = Run(sql, 0);
-  affected = result.affected;
+std::shared_ptr<AdoRecordset> AdoConnection::RunCommand(const String& sql,
+                                                        const StatementParameters& parameters,
+                                                        Long timeoutSeconds, Long& o_affected) {
+  StatementResult result = RunWithin(sql, parameters, 0, timeoutSeconds, kBatchRows);
+  o_affected = result.affected;
   auto recordset = std::make_shared<AdoRecordset>(m_database);
   recordset->SetCursorLocation(m_cursorLocation);
+  recordset->SetParameters(parameters);
   recordset->TakeResult(sql, std::move(result), SharedFrom(*this));
   return recordset;
 }
@@ -143,12 +147,25 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
-StatementResult AdoConnection::Run(const String& sql, Long maxRecords, std::size_t batchRows) {
+StatementResult AdoConnection::Run(const String& sql, const StatementParameters& parameters, Long maxRecords,
+                                   std::size_t batchRows) {
+  return RunWithin(sql, parameters, maxRecords, m_commandTimeout, batchRows);
+}
+
+StatementResult AdoConnection::RunWithin(const String& sql, const StatementParameters& parameters,
+                                         Long maxRecords, Long timeoutSeconds, std::size_t batchRows) {
   ISession& session = Session();
-  StatementResult result =
-      Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout, batchRows); });
+  StatementResult result = Guarded(
+      [&] { return m_database->Run(session, sql, parameters, maxRecords, timeoutSeconds, batchRows); });
   if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);
   return result;
+}
+
+StatementResult AdoConnection::Look(const String& sql, const StatementParameters& parameters,
+                                    Long timeoutSeconds) {
+  StatementLimits limits;
+  limits.timeout = std::chrono::seconds(timeoutSeconds);
+  return Session().Run(sql, parameters, limits);
 }
 
 ISession& AdoConnection::Session() {

@@ -59,14 +59,24 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   // Runs a text for a recordset, and reads its first batch of rows. Raises 3709 on a closed connection; a
   // provider's error goes among `Errors` and is raised, also one of a later batch. The result may outlive the
   // connection.
-  StatementResult Run(const varnel::String& sql, varnel::Long maxRecords, std::size_t batchRows = kBatchRows);
+  StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                      varnel::Long maxRecords, std::size_t batchRows = kBatchRows);
+  // Runs a text of the host's own, which is no page's: it is neither traced nor warned of, its errors don't stand among
+  // `Errors`, and the page's limits hold. Raises ProviderFailure, and 3709 on a closed connection.
+  StatementResult Look(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                       varnel::Long timeoutSeconds);
+  // Runs a text as Execute does, with the values of its parameters, within `timeoutSeconds`.
+  std::shared_ptr<AdoRecordset> RunCommand(const varnel::String& sql,
+                                           const varnel::host::StatementParameters& parameters,
+                                           varnel::Long timeoutSeconds, varnel::Long& o_affected);
 
  private:
   ISession& Session();
   // Calls `action`; a ProviderFailure of it becomes the connection's errors and a raised error.
   template <typename Action>
   auto Guarded(Action action);
-  std::shared_ptr<AdoRecordset> RunCounting(const varnel::String& sql, varnel::Long& affected);
+  StatementResult RunWithin(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                            varnel::Long maxRecords, varnel::Long timeoutSeconds, std::size_t batchRows);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<SessionLease> m_lease;

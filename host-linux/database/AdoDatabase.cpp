@@ -111,8 +111,9 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
                                                    varnel::Long timeoutSeconds) const {
   const ConnectionString connection(connectionString);
   if (connection.IsEmpty()) {
-    throw ProviderFailure(
-        {provider_error::kFail, u"Varnel.Database", u"The connection string is empty.", 0, u"08001"});
+    const String why = m_options.whyEmpty ? u" " + m_options.whyEmpty() : String();
+    throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
+                           varnel::TrimRight(u"The connection string is empty." + why), 0, u"08001"});
   }
   return EngineOf(m_options.engines, connection)
       .MakeProvider()
@@ -155,13 +156,14 @@ std::size_t AdoDatabase::WaitingSessions() const {
   return count;
 }
 
-StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
+StatementResult AdoDatabase::Run(ISession& session, const String& sql,
+                                 const varnel::host::StatementParameters& parameters, varnel::Long maxRecords,
                                  varnel::Long timeoutSeconds, std::size_t batchRows) {
   WarnOfLineBreaks(sql);
   StatementLimits limits{maxRecords, batchRows, Timeout(timeoutSeconds)};
-  if (m_trace == nullptr) return session.Run(sql, limits);
+  if (m_trace == nullptr) return session.Run(sql, parameters, limits);
   limits.wantsSent = true;
-  return SqlTrace::Run(m_trace, session, sql, limits);
+  return SqlTrace::Run(m_trace, session, sql, parameters, limits);
 }
 
 std::chrono::milliseconds AdoDatabase::Timeout(varnel::Long seconds) const {

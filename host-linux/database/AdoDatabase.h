@@ -25,6 +25,8 @@ struct AdoOptions {
   TimeLeft timeLeft;  // of the page that runs on the calling thread; no statement outlives it. May be empty
   // Also for a statement that failed; may be empty. See SqlTrace.
   std::function<void(const SqlTraceEntry&)> onStatement;
+  // A sentence on why a connection string may be empty; may be left empty.
+  std::function<varnel::String()> whyEmpty;
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty
 };
 
@@ -64,9 +66,10 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   std::shared_ptr<SessionLease> Lease(const varnel::String& connectionString, bool readOnly,
                                       varnel::Long timeoutSeconds);
 
-  // Runs a text within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
+  // Runs a text with the values of its parameters, within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
   // and reports it to the hooks.
-  StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long maxRecords,
+  StatementResult Run(ISession& session, const varnel::String& sql,
+                      const varnel::host::StatementParameters& parameters, varnel::Long maxRecords,
                       varnel::Long timeoutSeconds, std::size_t batchRows = 0);
 
   // Ends what this thread has in use: the request that took it is over, whatever still refers to it.

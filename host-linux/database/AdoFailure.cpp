@@ -17,6 +17,8 @@ varnel::StringView TextOf(AdoFailure failure) {
       return u"The item is not in the collection.";
     case AdoFailure::AlreadyPresent:
       return u"The item is in the collection already.";
+    case AdoFailure::WrongType:
+      return u"The value is of a type that can't be used here.";
     case AdoFailure::IsClosed:
       return u"The operation is not allowed when the object is closed.";
     case AdoFailure::IsOpen:
@@ -29,11 +31,14 @@ varnel::StringView TextOf(AdoFailure failure) {
 
 }  // namespace
 
-void RaiseAdo(AdoFailure failure, varnel::StringView className) {
+void RaiseAdo(AdoFailure failure, varnel::StringView className) { RaiseAdo(failure, className, {}); }
+
+void RaiseAdo(AdoFailure failure, varnel::StringView className, varnel::StringView sentence) {
   varnel::ErrInfo info;
   info.Number = static_cast<varnel::Long>(0x800A0000 + static_cast<std::uint32_t>(failure));
   info.Source = u"ADODB." + varnel::String(className);
   info.Description = varnel::String(TextOf(failure));
+  if (!sentence.empty()) info.Description.append(u" ").append(sentence);
   throw varnel::Error(info);
 }
 

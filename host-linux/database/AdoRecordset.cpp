@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "host-linux/database/AdoCommand.h"
 #include "host-linux/database/AdoFailure.h"
 #include "varnel/automation/Members.h"
 
@@ -112,14 +113,22 @@ void AdoRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::I
 
 StatementResult AdoRecordset::RunSource(AdoConnection& connection) const {
   const bool atOnce = m_cursorLocation == ado::kUseClient && m_maxRecords != 0;
-  return connection.Run(m_source, m_maxRecords, atOnce ? AdoConnection::kAllRows : AdoConnection::kBatchRows);
+  return connection.Run(m_source, m_parameters, m_maxRecords,
+                        atOnce ? AdoConnection::kAllRows : AdoConnection::kBatchRows);
 }
 
 void AdoRecordset::OpenWith(const Variant& source, const Variant& connection, Long cursorType, Long lockType,
                             Long options) {
   Require(false);
   if (!connection.IsMissing()) SetActiveConnection(connection);
-  if (!source.IsMissing()) m_source = ToText(source);
+  if (const auto command = varnel::CastObject<AdoCommand>(source)) {
+    if (connection.IsMissing()) SetActiveConnection(command->ActiveConnection());
+    m_source = command->Statement();
+    m_parameters = command->Values();
+  } else if (!source.IsMissing()) {
+    m_source = ToText(source);
+    m_parameters = {};
+  }
   if (m_connection == nullptr && source.IsMissing() && !m_rowset->Columns().empty())
     return m_rowset->OpenMade();
   Open(m_source, m_connection, cursorType, lockType, options);

@@ -33,13 +33,17 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   void SetCacheSize(varnel::Long count) override;
   varnel::Long CacheSize() { return m_cacheSize; }
   varnel::Long State() { return m_rowset->IsOpen() ? 1 : 0; }
+  void SetParameters(const varnel::host::StatementParameters& parameters) override {
+    m_parameters = parameters;
+  }
 
   // Raises 3705 when open, 3709 without an open connection, and the provider's error. The recordset is closed
   // again when the statement returns no rows.
   void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
   // For scripts: every argument may be left out. Without source and connection, a recordset with appended
-  // fields opens empty. A text as connection makes a connection of its own.
+  // fields opens empty. A text as connection makes a connection of its own. A Command as source gives its text,
+  // its parameters and its connection.
   void OpenWith(const varnel::Variant& source, const varnel::Variant& connection, varnel::Long cursorType,
                 varnel::Long lockType, varnel::Long options);
   // Takes over what a statement returned.
@@ -101,6 +105,7 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   std::shared_ptr<Rowset> m_rowset;
   std::shared_ptr<AdoFields> m_fields;  // of m_rowset; made when first asked for
   varnel::String m_source;
+  varnel::host::StatementParameters m_parameters;
   varnel::Long m_cursorType = varnel::host::ado::kOpenForwardOnly;
   varnel::Long m_cursorLocation = varnel::host::ado::kUseServer;
   varnel::Long m_lockType = varnel::host::ado::kLockReadOnly;

@@ -58,12 +58,14 @@ class TracedReader : public IRowReader {
 };
 
 StatementResult SqlTrace::Run(const std::shared_ptr<SqlTrace>& trace, ISession& session,
-                              const varnel::String& sql, const StatementLimits& limits) {
+                              const varnel::String& sql,
+                              const varnel::host::StatementParameters& parameters,
+                              const StatementLimits& limits) {
   const std::shared_ptr<Place> place = trace->Begin(sql);
   StatementResult result;
   try {
     const Stopwatch stopwatch(place->entry);
-    result = session.Run(sql, limits);
+    result = session.Run(sql, parameters, limits);
   } catch (...) {
     trace->End(*place);
     throw;

@@ -30,6 +30,12 @@ const ClassInfo& Application::Class() const {
   return info;
 }
 
+Variant Application::Value(StringView key) {
+  Variant value = m_state->m_values.Get(key);
+  if (value.IsEmpty()) m_missingKey = key;
+  return value;
+}
+
 Variant Application::ValueOf(const Variant& key) { return ContentsObject()->Item(key); }
 
 std::shared_ptr<Contents> Application::ContentsObject() {

@@ -57,7 +57,9 @@ class Application : public varnel::Object,
 
   const varnel::ClassInfo& Class() const override;
 
-  varnel::Variant Value(varnel::StringView key) override { return m_state->m_values.Get(key); }
+  varnel::Variant Value(varnel::StringView key) override;
+  // The key that a component asked for last and didn't find; empty where it found all.
+  const varnel::String& MissingKey() const { return m_missingKey; }
   varnel::Variant ValueOf(const varnel::Variant& key);
   std::shared_ptr<Contents> ContentsObject();
 
@@ -78,6 +80,7 @@ class Application : public varnel::Object,
   friend class ApplicationState;
 
   std::shared_ptr<ApplicationState> m_state;
+  varnel::String m_missingKey;
   const TimeLeft m_timeLeft;
 };
 

@@ -65,6 +65,10 @@ ContextGuard::~ContextGuard() {
 
 std::shared_ptr<ObjectContext> CurrentContext() { return currentContext; }
 
+varnel::host::IListWatcher* CurrentListWatcher() {
+  return currentContext == nullptr ? nullptr : currentContext->ListWatcher();
+}
+
 varnel::host::IStateGuard* CurrentStateGuard() {
   return currentContext == nullptr ? nullptr : currentContext->StateGuard();
 }

@@ -50,12 +50,16 @@ class ObjectContext : public varnel::host::IObjectContext {
   // Guards the lists of the request; null where nothing does. It outlives the context.
   void SetStateGuard(varnel::host::IStateGuard* guard) { m_stateGuard = guard; }
   varnel::host::IStateGuard* StateGuard() const { return m_stateGuard; }
+  // Looks at the lists of the request; null where nobody does. It outlives the context.
+  void SetListWatcher(varnel::host::IListWatcher* watcher) { m_listWatcher = watcher; }
+  varnel::host::IListWatcher* ListWatcher() const { return m_listWatcher; }
 
  private:
   Intrinsics m_intrinsics;
   Factory m_factory;
   std::vector<varnel::ObjectPtr> m_activated;
   varnel::host::IStateGuard* m_stateGuard = nullptr;
+  varnel::host::IListWatcher* m_listWatcher = nullptr;
 };
 
 // Makes a context the one of this thread while it lives; the one before comes back then.
@@ -75,5 +79,8 @@ std::shared_ptr<ObjectContext> CurrentContext();
 
 // The guard of its lists; null where there is none.
 varnel::host::IStateGuard* CurrentStateGuard();
+
+// Who looks at its lists; null where nobody does.
+varnel::host::IListWatcher* CurrentListWatcher();
 
 }  // namespace hostlinux

@@ -106,6 +106,31 @@ Variant ConvertTo(TypeName type, const Variant& value) {
   return {};
 }
 
+// The wrong value is named as one of an operation's arguments is.
+Variant ConvertNamed(TypeName type, const Variant& value) {
+  const auto raise = [&](varnel::StringView wanted) {
+    try {
+      varnel::members::RaiseForArgument(0, wanted, value);
+    } catch (varnel::ArgumentError& error) {
+      for (const auto& [name, of] : kConversions) {
+        if (of == type && error.Operation().empty()) error.SetOperation(varnel::FromUtf8(name), false);
+      }
+      throw;
+    }
+  };
+  try {
+    return ConvertTo(type, value);
+  } catch (const varnel::Error&) {
+    const bool isWhole = type == TypeName::Integer || type == TypeName::Long || type == TypeName::Byte;
+    raise(isWhole                      ? u"a whole number"
+          : type == TypeName::Double   ? u"a number"
+          : type == TypeName::Date     ? u"a date"
+          : type == TypeName::Boolean  ? u"a boolean"
+                                       : u"a text");
+    throw;
+  }
+}
+
 // A walk through a collection, in the form that the tools step with: an array of one, or Empty at the end.
 class Walk final : public varnel::Object {
  public:
@@ -264,7 +289,7 @@ void Helpers::Convert(const v8::FunctionCallbackInfo<v8::Value>& call) {
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     const auto type = static_cast<TypeName>(call.Data().As<v8::Int32>()->Value());
-    const Variant value = ConvertTo(type, ToVariant(core, call[0]));
+    const Variant value = ConvertNamed(type, ToVariant(core, call[0]));
     const bool typed = type == TypeName::Integer || type == TypeName::Byte || type == TypeName::Double;
     call.GetReturnValue().Set(typed ? core.Tools().MakeTyped(value) : ToScript(core, value));
   });

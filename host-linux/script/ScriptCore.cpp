@@ -22,6 +22,9 @@ namespace {
 // room for that the process dies.
 constexpr std::size_t kHeapSlack = std::size_t{2560} * 1024 * 1024;
 
+// Between the interrupt that a page's time is over with and its termination.
+constexpr std::chrono::milliseconds kInterruptTime(200);
+
 // Native code called from the deepest script call needs stack of its own.
 constexpr std::size_t kNativeStack = 512 * 1024;
 constexpr std::size_t kScriptStack = 4 * 1024 * 1024;
@@ -106,6 +109,17 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
       Take(v8::Function::New(context, WriteValue, {}, 1, v8::ConstructorBehavior::kThrow));
   Check(writeValue->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
   m_writeValue.Reset(m_isolate, writeValue);
+}
+
+std::vector<varnel::String> ScriptCore::GlobalNames() const {
+  std::vector<varnel::String> names;
+  for (const std::string& name : m_options.intrinsics) names.push_back(varnel::FromUtf8(name));
+  for (const auto& [name, value] : m_options.constants) names.push_back(varnel::FromUtf8(name));
+  for (const char16_t* name : {u"ByRef", u"Enumerator", u"CInt", u"CLng", u"CDbl", u"CByte", u"CDate", u"CStr",
+                               u"CBool", u"String", u"Number", u"Boolean", u"Object", u"Array", u"Date", u"Math",
+                               u"JSON", u"RegExp", u"parseInt", u"parseFloat", u"undefined"})
+    names.emplace_back(name);
+  return names;
 }
 
 std::unique_ptr<v8::BackingStore> ScriptCore::NewBuffer(std::size_t size) {
@@ -278,6 +292,10 @@ PageResult ScriptCore::Settled(PageResult result, const std::string& page) const
   }
   result.failure.description = result.failure.message;
   result.failure.file = page;
+  if (m_stoppedAt && m_stoppedAt->isExact) {
+    result.failure.file = m_stoppedAt->file;
+    result.failure.line = m_stoppedAt->line;
+  }
   result.failure.number = kUncaughtNumber;
   result.failure.source = "Script";
   return result;
@@ -290,8 +308,10 @@ void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
   const auto limit = m_request->start + timeLimit;
   m_request->limit = m_runtime.Dog().Arm(limit, [this] {
     m_timedOut = true;
-    m_isolate->TerminateExecution();
+    m_isolate->RequestInterrupt(StopHere, this);
   });
+  // Where the engine doesn't come by to be interrupted, it may still look for its end.
+  m_request->end = m_runtime.Dog().Arm(limit + kInterruptTime, [this] { m_isolate->TerminateExecution(); });
   const auto& settings = m_runtime.Settings();
   if (!settings.onStuck) return;
   m_request->stuck = m_runtime.Dog().Arm(limit + settings.stuckAfter, [&settings, request = m_request] {
@@ -301,6 +321,7 @@ void ScriptCore::Arm(std::chrono::milliseconds timeLimit) {
 
 void ScriptCore::Disarm() {
   m_runtime.Dog().Disarm(m_request->limit);
+  m_runtime.Dog().Disarm(m_request->end);
   m_runtime.Dog().Disarm(m_request->stuck);
 }
 
@@ -349,9 +370,25 @@ void ScriptCore::Inspect() {
   if (m_inspector) m_inspector->Handle();
 }
 
+// Between two steps of a script that must not go on: the place is known here, and isn't any more when the termination
+// has taken hold. One that comes late, when the next page runs, does nothing.
+void ScriptCore::StopHere(v8::Isolate* isolate, void* data) {
+  ScriptCore& core = *static_cast<ScriptCore*>(data);
+  if (!core.m_timedOut && !core.m_outOfMemory) return;
+  core.NoteStop();
+  isolate->TerminateExecution();
+}
+
+// The first look counts: what is unwound afterwards stands elsewhere.
+void ScriptCore::NoteStop() {
+  if (m_request == nullptr || m_stoppedAt.has_value() || (!m_timedOut && !m_outOfMemory)) return;
+  m_stoppedAt = PlaceNow();
+}
+
 // The engine looks for a termination at calls and loops of the script only.
 void ScriptCore::StopNow() {
   const v8::HandleScope handles(m_isolate);
+  NoteStop();
   m_isolate->TerminateExecution();
   std::ignore = m_stop.Get(m_isolate)->Call(Context(), v8::Undefined(m_isolate), 0, nullptr);
 }
@@ -362,7 +399,7 @@ std::size_t ScriptCore::NearHeapLimit(void* data, std::size_t current, std::size
   if (core.m_heapLimit != 0 && current > core.m_heapLimit) return current;
   core.m_heapLimit = current;
   core.m_outOfMemory = true;
-  core.m_isolate->TerminateExecution();
+  core.m_isolate->RequestInterrupt(StopHere, data);
   return current + kHeapSlack;
 }
 
@@ -434,6 +471,7 @@ void ScriptCore::EndRequest() {
   if (m_outOfMemory) RecoverHeap();
   m_isolate->CancelTerminateExecution();
   m_ended = false;
+  m_stoppedAt.reset();
   m_timedOut = false;
   m_outOfMemory = false;
   while (v8::platform::PumpMessageLoop(&m_runtime.Platform(), m_isolate)) {

@@ -44,8 +44,11 @@ class ScriptCore {
   ScriptObjects& Scripts() { return m_scriptObjects; }
   KnownNames& Names() { return m_names; }
   const CompiledPages& Pages() const { return m_pages; }
+  PagePlace Place() const { return m_request == nullptr ? PagePlace() : PlaceNow(); }
   // True once the page must not go on.
   bool Stopping() const { return m_ended || m_timedOut || m_outOfMemory; }
+  // What a page finds under a name of its own: the host's objects and functions, and the language's common ones.
+  std::vector<varnel::String> GlobalNames() const;
   // Makes the termination take hold now, not at the script's next loop or call.
   void StopNow();
 
@@ -68,6 +71,7 @@ class ScriptCore {
     Watchdog::Clock::time_point held{};  // since when a debugger stops it; 0 while none does
     std::chrono::milliseconds timeLimit{0};
     Watchdog::Ticket limit{};
+    Watchdog::Ticket end{};
     Watchdog::Ticket stuck{};
     // The text that was written last; the watchdog looks here.
     std::atomic<const CompiledPage*> lastPage{nullptr};
@@ -94,6 +98,8 @@ class ScriptCore {
   static void WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call);
   static PagePlace LastSeen(const Request& request);
   PagePlace PlaceNow() const;
+  static void StopHere(v8::Isolate* isolate, void* data);
+  void NoteStop();
   static void OnOutOfMemory(const char* location, bool isHeap);
   static void OnFatalError(const char* location, const char* message);
   static void Lose(const std::string& reason);
@@ -120,6 +126,7 @@ class ScriptCore {
   std::size_t m_heapLimit = 0;   // before it was raised for the page that ran into it
   bool m_ended = false;
   bool m_locating = false;  // an error while a place is looked for must not look for it again
+  std::optional<PagePlace> m_stoppedAt;  // where the page was when its time or its memory was over
   std::atomic<bool> m_timedOut{false};
   std::atomic<bool> m_outOfMemory{false};
 };

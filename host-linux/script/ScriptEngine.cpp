@@ -24,6 +24,8 @@ PageResult ScriptEngine::RunInner(const std::string& page) { return m_core->RunI
 
 std::optional<std::chrono::milliseconds> ScriptEngine::TimeLeft() const { return m_core->TimeLeft(); }
 
+PagePlace ScriptEngine::Place() const { return m_core->Place(); }
+
 void ScriptEngine::RunOffTime(const std::function<void()>& work) { m_core->RunOffTime(work); }
 
 void ScriptEngine::SetTimeLimit(std::chrono::milliseconds timeLimit) { m_core->SetTimeLimit(timeLimit); }

@@ -51,6 +51,7 @@ struct ScriptFailure {
   std::string source;
   std::string description;
   std::string stack;  // with files and lines of the pages; may be empty
+  std::string hint;   // a sentence of the host's own: what was wrong, or what helps; may be empty
 };
 
 struct PageResult {
@@ -62,7 +63,7 @@ struct PageResult {
     OutOfMemory  // past its heap limit
   };
   Outcome outcome = Outcome::Finished;
-  ScriptFailure failure;  // also for TimedOut and OutOfMemory, there with the page's name as file
+  ScriptFailure failure;  // also for TimedOut and OutOfMemory, there with the place where the page was stopped
 };
 
 class ScriptEngine {
@@ -110,6 +111,9 @@ class ScriptEngine {
   // What is left of the running page's time, 0 when it is over; none while no page runs, or a debugger has
   // stopped it. For the engine's thread.
   std::optional<std::chrono::milliseconds> TimeLeft() const;
+
+  // Where the running page is: the line of the call that it is in. For the engine's thread; empty while no page runs.
+  PagePlace Place() const;
 
   // Handles what the debugger has sent; between pages, as a running page looks itself.
   void Inspect();

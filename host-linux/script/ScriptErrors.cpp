@@ -3,6 +3,8 @@
 #include <string>
 #include <tuple>
 
+#include "host-linux/base/NearestName.h"
+
 namespace hostlinux {
 namespace {
 
@@ -75,6 +77,30 @@ PagePosition PositionOf(ScriptCore& core, v8::Local<v8::Context> context, v8::Lo
   return place;
 }
 
+v8::Local<v8::Private> HintKey(v8::Isolate* isolate) {
+  return v8::Private::ForApi(isolate, Name(isolate, "varnel:hint"));
+}
+
+// What the host has to say beside the error.
+std::string HintIn(v8::Local<v8::Context> context, v8::Local<v8::Value> exception) {
+  v8::Local<v8::Value> hint;
+  if (!exception->IsObject() || exception->IsProxy() ||
+      !exception.As<v8::Object>()->GetPrivate(context, HintKey(context->GetIsolate())).ToLocal(&hint) ||
+      !hint->IsString())
+    return {};
+  return ToUtf8(context->GetIsolate(), hint.As<v8::String>());
+}
+
+// "reqest is not defined" is a slip in one of the names that a page has.
+std::string HintOfName(ScriptCore& core, std::string_view message) {
+  constexpr std::string_view kBegin = "ReferenceError: ";
+  constexpr std::string_view kEnd = " is not defined";
+  if (!message.starts_with(kBegin) || !message.ends_with(kEnd)) return {};
+  const std::string_view name = message.substr(kBegin.size(), message.size() - kBegin.size() - kEnd.size());
+  const varnel::String sentence = DidYouMean(varnel::FromUtf8(name), core.GlobalNames());
+  return sentence.empty() ? std::string() : varnel::ToUtf8(sentence.substr(1));
+}
+
 // The text that the engine itself has of an error: with the stack used up, the error's own can't be asked
 // for.
 std::string EngineText(v8::Isolate* isolate, v8::Local<v8::Message> message) {
@@ -126,7 +152,7 @@ v8::MaybeLocal<v8::String> StackText(v8::Local<v8::Context> context, v8::Local<v
 
 }  // namespace
 
-void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info) {
+void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info, const varnel::String& hint) {
   const v8::Local<v8::Context> context = isolate->GetCurrentContext();
   const auto text = [&](const varnel::String& value) {
     return ToV8(isolate, varnel::StringView(value)).FromMaybe(v8::String::Empty(isolate));
@@ -140,6 +166,7 @@ void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info) {
   set("description", text(info.Description));
   set("helpFile", text(info.HelpFile));
   set("helpContext", v8::Integer::New(isolate, info.HelpContext));
+  if (!hint.empty()) std::ignore = error->SetPrivate(context, HintKey(isolate), text(hint));
   isolate->ThrowException(error);
 }
 
@@ -169,6 +196,8 @@ ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Lo
   if (failure.description.empty() && !message.IsEmpty()) failure.description = EngineText(isolate, message);
   failure.message = failure.description;
   failure.stack = varnel::ToUtf8(TextProperty(context, exception, "stack"));
+  failure.hint = HintIn(context, exception);
+  if (failure.hint.empty()) failure.hint = HintOfName(core, failure.message);
   if (message.IsEmpty()) return failure;
   const PagePosition place = PositionOf(core, context, message);
   failure.file = place.file;

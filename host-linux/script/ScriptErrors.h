@@ -5,12 +5,14 @@
 
 #include "host-linux/script/ScriptCore.h"
 #include "host-linux/script/V8Text.h"
+#include "host-linux/script/HintedError.h"
 #include "varnel/automation/Error.h"
 
 namespace hostlinux {
 
-// Throws `info` into the script, as an Error with number, source, description, helpFile and helpContext.
-void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info);
+// Throws `info` into the script, as an Error with number, source, description, helpFile and helpContext. The script
+// can't see `hint`; FailureOf finds it.
+void ThrowError(v8::Isolate* isolate, const varnel::ErrInfo& info, const varnel::String& hint = {});
 
 // What `trap` caught, as the library's record: the script's own number, source, description, helpFile and
 // helpContext where it gave them, or else kUncaughtNumber, "Script" and the error's text.
@@ -35,7 +37,10 @@ void Guarded(v8::Isolate* isolate, Body body) {
     body();
   } catch (const PendingException&) {
   } catch (...) {
-    if (!core.Stopping()) ThrowError(isolate, varnel::CurrentError());
+    if (!core.Stopping()) {
+      const varnel::ErrInfo info = varnel::CurrentError();
+      ThrowError(isolate, info, HintOfCurrentError());
+    }
   }
   if (core.Stopping()) core.StopNow();
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host-linux/base/NearestName.h"
 #include "host-linux/script/Arguments.h"
 #include "host-linux/script/InternalFields.h"
 #include "host-linux/script/ScriptCore.h"
@@ -99,6 +100,51 @@ varnel::Variant CallAndStoreBack(CallArguments& arguments, Callee callee) {
   }
   arguments.StoreBack();
   return result;
+}
+
+std::vector<varnel::String> MemberNames(const varnel::Object& object) {
+  std::vector<varnel::String> names;
+  for (const Member& member : object.Class().members) names.push_back(member.name);
+  return names;
+}
+
+// Runs `action`, which uses `name` of an object whose class has no such member; others may know it. What fails names
+// the member that may have been meant.
+template <typename Action>
+auto SuggestingMember(const varnel::Object& object, const varnel::String& name, Action action) {
+  try {
+    return action();
+  } catch (const varnel::Error& error) {
+    if (error.Info().Number != kNoSuchMember) throw;
+    const varnel::String sentence = DidYouMean(name, MemberNames(object));
+    if (sentence.empty()) throw;
+    throw HintedError(error.Info(), sentence.substr(1));
+  }
+}
+
+varnel::String Arguments(int count) {
+  return varnel::DecimalText(count) + (count == 1 ? u" argument" : u" arguments");
+}
+
+// "DRecordset.OpenRS takes 2 arguments; 1 was given."
+varnel::String CountSentence(const varnel::Object& object, const Member& member, std::size_t given) {
+  varnel::String takes = member.Required() == member.parameters
+                             ? Arguments(member.parameters)
+                             : varnel::DecimalText(member.Required()) + u" to " + Arguments(member.parameters);
+  return object.Class().name + u"." + member.name + u" takes " + takes + u"; " +
+         varnel::DecimalText(static_cast<std::int64_t>(given)) + (given == 1 ? u" was given." : u" were given.");
+}
+
+// A call that names what it takes where it got another number of arguments.
+varnel::Variant Invoke(varnel::Object& object, const Member& member, varnel::Arguments values) {
+  const auto given = static_cast<int>(values.size());
+  const bool fits = given >= member.Required() && (given <= member.parameters || member.takesMore);
+  if (fits) return varnel::InvokeMember(object, member, values);
+  try {
+    return varnel::InvokeMember(object, member, values);
+  } catch (const varnel::Error& error) {
+    throw HintedError(error.Info(), CountSentence(object, member, values.size()));
+  }
 }
 
 // A slot's generation as a wrapper keeps it: read as a pointer, it needs no handle of the engine. The lowest
@@ -281,7 +327,7 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
     varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
     const varnel::Variant result = CallAndStoreBack(arguments, [&](varnel::Arguments values) {
-      return varnel::InvokeMember(object, MemberOf(call), values);
+      return Invoke(object, MemberOf(call), values);
     });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });
@@ -341,8 +387,9 @@ void Wrappers::GetOther(v8::Local<v8::Name> name, const v8::PropertyCallbackInfo
       info.GetReturnValue().Set(Take(info.Holder()->Get(isolate->GetCurrentContext(), canonical)));
       return;
     }
-    const varnel::Variant value =
-        member != nullptr ? varnel::InvokeMember(*object, *member, {}) : object->Get(text);
+    const varnel::Variant value = member != nullptr
+                                      ? varnel::InvokeMember(*object, *member, {})
+                                      : SuggestingMember(*object, text, [&] { return object->Get(text); });
     if (!core.Stopping()) info.GetReturnValue().Set(ToScript(core, value));
   });
 }
@@ -356,7 +403,8 @@ void Wrappers::SetOther(v8::Local<v8::Name> name, v8::Local<v8::Value> value,
     const varnel::String text = ToText(isolate, name.As<v8::String>());
     const Member* member = core.Objects().FindMember(name, *object, text);
     const varnel::Variant newValue = ToVariant(core, value);
-    member != nullptr ? varnel::PutMember(*object, *member, newValue) : object->Put(text, newValue);
+    member != nullptr ? varnel::PutMember(*object, *member, newValue)
+                      : SuggestingMember(*object, text, [&] { object->Put(text, newValue); });
   });
   info.GetReturnValue().Set(value);
 }

@@ -7,6 +7,14 @@ namespace varnel {
 
 Error::Error(ErrInfo info) : m_info(std::move(info)), m_what(ToUtf8(m_info.Description)) {}
 
+ArgumentError::ArgumentError(ErrInfo info, std::size_t position, String wanted, String given)
+    : Error(std::move(info)), m_position(position), m_wanted(std::move(wanted)), m_given(std::move(given)) {}
+
+void ArgumentError::SetOperation(String operation, bool isProperty) {
+  m_operation = std::move(operation);
+  m_isProperty = isProperty;
+}
+
 namespace {
 
 StringView RuntimeErrorText(Long number) {

@@ -30,6 +30,29 @@ class Error : public std::exception {
   std::string m_what;
 };
 
+// The same error where an argument couldn't be made what its operation takes, with what a host may tell of it. To all
+// others it is the error of the conversion.
+class ArgumentError : public Error {
+ public:
+  // `position` counts from 0; `wanted` and `given` are for people: "a whole number", "'abc'".
+  ArgumentError(ErrInfo info, std::size_t position, String wanted, String given);
+
+  std::size_t Position() const { return m_position; }
+  const String& Wanted() const { return m_wanted; }
+  const String& Given() const { return m_given; }
+  // "DRecordset.SetPageSize"; empty where it isn't known yet.
+  const String& Operation() const { return m_operation; }
+  bool IsProperty() const { return m_isProperty; }  // the value of one that is set
+  void SetOperation(String operation, bool isProperty);
+
+ private:
+  std::size_t m_position;
+  String m_wanted;
+  String m_given;
+  String m_operation;
+  bool m_isProperty = false;
+};
+
 // Thrown where the host ends the page in the middle of an operation. It is no failure, so no handler looks at
 // it: `CurrentError` lets it pass.
 struct PageEnded {};

@@ -63,6 +63,27 @@ T ConvertTo(const Variant& value) {
   }
 }
 
+// What an operation takes, for messages.
+template <typename T>
+constexpr StringView WantedBy() {
+  if constexpr (std::is_same_v<T, String>) {
+    return u"a text";
+  } else if constexpr (std::is_same_v<T, Integer> || std::is_same_v<T, Long> || std::is_same_v<T, Byte>) {
+    return u"a whole number";
+  } else if constexpr (std::is_same_v<T, double>) {
+    return u"a number";
+  } else if constexpr (std::is_same_v<T, bool>) {
+    return u"a boolean";
+  } else if constexpr (std::is_same_v<T, Date>) {
+    return u"a date";
+  } else {
+    return u"an object of another class";
+  }
+}
+
+// Raises the error in flight again, as an ArgumentError where it is one of a conversion.
+[[noreturn]] void RaiseForArgument(std::size_t position, StringView wanted, const Variant& given);
+
 template <typename T>
 struct ByValue {
   T value;
@@ -140,8 +161,14 @@ template <typename A, std::size_t I>
 auto TakeArgument(Arguments arguments) {
   if constexpr (std::is_same_v<A, Arguments>) {
     return Rest{arguments.subspan(I)};
-  } else {
+  } else if constexpr (std::is_same_v<std::remove_cvref_t<A>, Variant>) {
     return ArgumentOf<A>(arguments[I]);
+  } else {
+    try {
+      return ArgumentOf<A>(arguments[I]);
+    } catch (const Error&) {
+      RaiseForArgument(I, WantedBy<std::remove_cvref_t<A>>(), arguments[I]);
+    }
   }
 }
 

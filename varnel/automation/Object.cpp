@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "varnel/automation/Error.h"
+#include "varnel/automation/Members.h"
 
 namespace varnel {
 
@@ -16,6 +16,45 @@ int Member::ParameterNamed(StringView argumentName) const {
   }
   return -1;
 }
+
+namespace members {
+
+namespace {
+
+constexpr std::size_t kShown = 40;  // characters of a text
+
+bool IsOfConversion(Long number) {
+  return number == runtime_error::kTypeMismatch || number == runtime_error::kOverflow ||
+         number == runtime_error::kInvalidUseOfNull || number == runtime_error::kObjectNotSet;
+}
+
+// As a script's author knows the value. No script runs for it.
+String Shown(const Variant& value) {
+  if (value.IsEmpty() || value.IsMissing()) return u"undefined";
+  if (const auto* text = value.As<String>()) {
+    return u"'" + text->substr(0, kShown) + (text->size() > kShown ? u"...'" : u"'");
+  }
+  if (value.Is<double>() || value.Is<Long>() || value.Is<Integer>() || value.Is<Byte>() || value.Is<bool>()) {
+    return ToText(value);
+  }
+  if (value.IsNull() || TypeName(value) == u"Nothing") return u"null";
+  return value.Is<ArrayPtr>() || value.Is<BytesPtr>() ? String(u"an array") : u"a value of type " + TypeName(value);
+}
+
+}  // namespace
+
+void RaiseForArgument(std::size_t position, StringView wanted, const Variant& given) {
+  try {
+    throw;
+  } catch (const ArgumentError&) {
+    throw;  // of a call that the conversion made
+  } catch (const Error& error) {
+    if (!IsOfConversion(error.Info().Number)) throw;
+    throw ArgumentError(error.Info(), position, String(wanted), Shown(given));
+  }
+}
+
+}  // namespace members
 
 const Member* ClassInfo::Find(StringView memberName) const {
   const auto found = std::find_if(members.begin(), members.end(), [&](const Member& member) {
@@ -81,9 +120,23 @@ void HandBack(const Member& member, std::vector<Variant>& settled, Arguments arg
 
 }  // namespace
 
+namespace {
+
+// The innermost operation is the one whose argument it was.
+Variant CallNamed(Object& object, const Member& member, Arguments arguments) {
+  try {
+    return member.call(object, arguments);
+  } catch (ArgumentError& error) {
+    if (error.Operation().empty()) error.SetOperation(object.Class().name + u"." + member.name, false);
+    throw;
+  }
+}
+
+}  // namespace
+
 Variant InvokeMember(Object& object, const Member& member, Arguments arguments) {
   CheckCount(member, arguments.size());
-  if (IsComplete(member, arguments)) return member.call(object, arguments);
+  if (IsComplete(member, arguments)) return CallNamed(object, member, arguments);
   std::vector<Variant> settled;
   const std::size_t count = CountOf(member, arguments.size());
   settled.reserve(count);
@@ -91,7 +144,7 @@ Variant InvokeMember(Object& object, const Member& member, Arguments arguments) 
     settled.push_back(Settled(member, i, i < arguments.size() ? arguments[i] : Variant(Missing())));
   }
   try {
-    Variant result = member.call(object, settled);
+    Variant result = CallNamed(object, member, settled);
     HandBack(member, settled, arguments);
     return result;
   } catch (...) {
@@ -106,7 +159,12 @@ void PutMember(Object& object, const Member& member, const Variant& value) {
                       object.Class().name + u"." + member.name + u" can only be read");
   }
   Variant newValue = value.IsMissing() ? Variant() : value;
-  member.put(object, Arguments(&newValue, 1));
+  try {
+    member.put(object, Arguments(&newValue, 1));
+  } catch (ArgumentError& error) {
+    if (error.Operation().empty()) error.SetOperation(object.Class().name + u"." + member.name, true);
+    throw;
+  }
 }
 
 Variant Object::Call(StringView name, Arguments arguments) {

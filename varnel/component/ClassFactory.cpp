@@ -43,4 +43,10 @@ ObjectPtr CreateComponent(StringView progID) {
   return found == kClasses.end() ? nullptr : found->make();
 }
 
+std::vector<String> ComponentNames() {
+  std::vector<String> names;
+  for (const CreatableClass& creatable : kClasses) names.emplace_back(creatable.progID);
+  return names;
+}
+
 }  // namespace varnel

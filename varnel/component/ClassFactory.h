@@ -9,4 +9,7 @@ namespace varnel {
 // one of the library's. Raises what the construction raises.
 ObjectPtr CreateComponent(StringView progID);
 
+// All those names.
+std::vector<String> ComponentNames();
+
 }  // namespace varnel

@@ -54,6 +54,22 @@ class RowBlock {
   std::vector<Variant> m_values;  // row by row
 };
 
+// A value that a statement names by `:name`, in any case of letters.
+struct StatementParameter {
+  String Name;    // without its colon
+  Variant Value;  // Null, or a plain value; no object and no array
+};
+
+// The values of a statement's parameters. They travel beside the text and never become a part of it.
+struct StatementParameters {
+  std::vector<StatementParameter> values;
+  bool byOrder = false;  // each "?" of the text takes the next of them, too
+};
+
+// What a statement gets for `value`: the value itself, or the default value of an object, whose Empty is the empty
+// text. Raises 5 for what can stand for no parameter: a left-out value, an array, an object without a plain value.
+Variant ToParameterValue(const Variant& value);
+
 class IRecordset;
 
 // A connection to a database, closed at first. Its last owner closes it.
@@ -102,6 +118,9 @@ class IRecordset {
   virtual Long MaxRecords() const = 0;
   // A hint, in rows; 0 and negative numbers do no harm.
   virtual void SetCacheSize(Long count) = 0;
+  // The values of the parameters in the texts of every further Open. A text may use some of them only; one that
+  // names another fails with 0x80040E10.
+  virtual void SetParameters(const StatementParameters& parameters) = 0;
   // Runs `sql` on an open connection and stands on its first row, or at the end where there is none; closed where
   // the statement returns no rows. kUnspecified leaves a property as it was set. Raises 3705 where it is open, 3709
   // without an open connection, and the provider's error: it is closed then.

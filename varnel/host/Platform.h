@@ -8,6 +8,7 @@
 #include "varnel/host/Ado.h"
 #include "varnel/host/ICodePages.h"
 #include "varnel/host/IFileSystem.h"
+#include "varnel/host/IListWatcher.h"
 #include "varnel/host/IStateGuard.h"
 #include "varnel/host/Locale.h"
 
@@ -38,6 +39,8 @@ class IPlatform {
   virtual ICodePages& CodePages() = 0;
   // Guards the lists of the request that runs on this thread: null where nothing guards them.
   virtual IStateGuard* StateGuard() = 0;
+  // Looks at the lists of the request that runs on this thread: null where nobody does.
+  virtual IListWatcher* ListWatcher() = 0;
   // Before and after a log entry is made. False if one is being made on this thread already: a log that fails
   // reports its failure, and that report must not come back to the log. `LeaveLog` follows only on True.
   virtual bool EnterLog() = 0;

@@ -2,6 +2,8 @@
 // own.
 #include "varnel/recordset/DRecordset.h"
 
+#include <algorithm>
+
 #include "varnel/automation/Members.h"
 #include "varnel/page/Utillities.h"
 #include "varnel/recordset/Required.h"
@@ -15,6 +17,19 @@ constexpr Long kAdBSTR = 8;
 
 [[noreturn]] void RaiseGuard(Long number, StringView operation, StringView text) {
   Util_Raise(number, String(kSource), String(operation).append(u": ").append(text), u"", 0);
+}
+
+bool IsOfName(char16_t c) {
+  return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
+}
+
+// The error names the parameter.
+Variant ParameterOf(const String& name, const Variant& value) {
+  try {
+    return host::ToParameterValue(value);
+  } catch (const Error& error) {
+    RaiseGuard(error.Info().Number, u"SetParameter", name + u": " + error.Info().Description);
+  }
 }
 
 template <typename T>
@@ -77,6 +92,7 @@ const ClassInfo& DRecordset::Class() const {
           Method<&D::GetStateNextPage>(u"GetStateNextPage"),
           Method<&D::GetUrlForPage>(u"GetUrlForPage").Taking(u"lPosition"),
           Method<&D::GetCurrentState>(u"GetCurrentState"),
+          Method<&D::SetParameter>(u"SetParameter"),
       }};
   return info;
 }
@@ -147,6 +163,24 @@ void DRecordset::SetDefaultSortFields(const String& iSortFields) {
   RequireClosed(u"SetDefaultSortFields");
   m_sDefaultSortFields = iSortFields;
   DeclareSort(iSortFields);
+}
+
+void DRecordset::SetParameter(const String& iName, const Variant& iValue) {
+  RequireClosed(u"SetParameter");
+  const String name = iName.starts_with(u':') ? iName.substr(1) : iName;
+  if (name.empty() || !std::all_of(name.begin(), name.end(), IsOfName)) {
+    RaiseGuard(runtime_error::kInvalidArgument, u"SetParameter",
+               u"'" + iName + u"' is no name of a parameter: it is of letters, digits and \"_\".");
+  }
+  host::StatementParameter parameter{name, ParameterOf(name, iValue)};
+  std::vector<host::StatementParameter>& values = m_Parameters.values;
+  const auto taken = std::find_if(values.begin(), values.end(),
+                                  [&](const auto& other) { return EqualsNoCase(other.Name, name); });
+  if (taken == values.end()) {
+    values.push_back(std::move(parameter));
+  } else {
+    *taken = std::move(parameter);
+  }
 }
 
 String DRecordset::GetDefaultSortFields() { return m_sDefaultSortFields; }

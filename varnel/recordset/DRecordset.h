@@ -53,6 +53,7 @@ struct DRecordsetFields {
   bool m_bDefaultSortReversed = false;
   String m_sOutsideState;                // the text that m_State was read from; empty for a state made here
   std::vector<String> m_vDeclaredSorts;  // sort texts that the page itself has named
+  host::StatementParameters m_Parameters;
 };
 
 // ProgID "Varnel.DRecordset". Without `Initialize` every field is zero, empty or Nothing, the page size too,
@@ -114,6 +115,11 @@ class DRecordset : public Object, public IDRecordset, private DRecordsetFields {
   // The sort of a state that has none, as "name DESC, id". Setting it only while closed.
   void SetDefaultSortFields(const String& iSortFields);
   String GetDefaultSortFields();
+
+  // The value of `:iName` in the query, for its count and all its reads; a second one takes the first one's place.
+  // It travels beside the text: what it says never becomes SQL. Names are of letters, digits and "_", in any case
+  // of letters. Raises 5 for another name, and for what is no value (host::ToParameterValue). Only while closed.
+  void SetParameter(const String& iName, const Variant& iValue);
 
   // Reads one page of `iQuery`. `iPrimaryKeyFields` names the key columns, separated by commas; every sort
   // and key column must be in the query's select list. Without a state the request's is taken. Raises -2

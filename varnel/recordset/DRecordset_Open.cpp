@@ -24,6 +24,10 @@ void DRecordset::OpenRS(const String& iQuery, const String& iPrimaryKeyFields) {
   std::vector<SortField> fields = ParseSortFields(m_State, keyList);
   AdmitState(branches, fields);
 
+  if (host::IListWatcher* watcher = host::Platform().ListWatcher()) {
+    watcher->Opening({m_sName, iQuery, keyList, m_State.SortFields, m_vDeclaredSorts, m_bRecCount, m_Parameters,
+                      m_oConnection});
+  }
   const auto recordset = NewRecordset();
   if (m_State.TotalRecords == -1 && m_bRecCount) CountAllBranches(branches, *recordset);
   const bool wasShort = ReadPage(branches, fields, *recordset);
@@ -45,6 +49,7 @@ std::shared_ptr<host::IRecordset> DRecordset::NewRecordset() const {
   recordset->SetLockType(host::ado::kLockReadOnly);
   recordset->SetMaxRecords(m_iPageSize);
   recordset->SetCacheSize(m_iPageSize);
+  recordset->SetParameters(m_Parameters);
   return recordset;
 }
 

@@ -52,6 +52,7 @@ class Finder {
     switch (m_tokens[last].kind) {
       case SqlTokenKind::Number:
       case SqlTokenKind::Text:
+      case SqlTokenKind::Parameter:
         return last;
       case SqlTokenKind::Close:
         return Group(last);

@@ -26,7 +26,8 @@ size_t EndOfExpression(const Tokens& tokens, SqlSpan item) {
   const SqlToken& before = tokens[item.end - 2];
   if (IsWord(before, u"AS")) return item.end - 2;
   const bool endsOperand = before.kind == SqlTokenKind::Close || before.kind == SqlTokenKind::Number ||
-                           before.kind == SqlTokenKind::Text || IsName(before);
+                           before.kind == SqlTokenKind::Text || before.kind == SqlTokenKind::Parameter ||
+                           IsName(before);
   if (!endsOperand || IsWord(before, u"COLLATE") || IsWord(tokens[item.end - 1], u"END")) return item.end;
   return item.end - 1;
 }

@@ -42,6 +42,7 @@ SqlTokenKind SqlScanner::Scan() {
   if (c == u'/' && Peek(1) == u'*') return BlockComment();
   if (IsDigit(c) || (c == u'.' && IsDigit(Peek(1)))) return Number();
   if (StartsWord(c)) return Word();
+  if (c == u'?' || (c == u':' && ContinuesWord(Peek(1)))) return Parameter();
   return Sign();
 }
 
@@ -104,6 +105,13 @@ SqlTokenKind SqlScanner::Word() {
   return SqlTokenKind::Word;
 }
 
+// Behind a question mark stands a number, or nothing; behind a colon a name.
+SqlTokenKind SqlScanner::Parameter() {
+  const bool isNamed = m_sql[m_pos++] == u':';
+  while (isNamed ? !AtEnd() && ContinuesWord(Peek()) : IsDigit(Peek())) ++m_pos;
+  return SqlTokenKind::Parameter;
+}
+
 SqlTokenKind SqlScanner::Sign() {
   static constexpr std::array<std::u16string_view, 10> kPairs = {u"<=", u">=", u"<>", u"!=", u"==",
                                                                  u"||", u"<<", u">>", u"!<", u"!>"};
@@ -150,7 +158,7 @@ std::vector<SqlToken> LexSql(std::u16string_view sql) {
     token.kind = piece.kind;
     token.gap = sql.substr(piece.gap, piece.begin - piece.gap);
     token.text = sql.substr(piece.begin, piece.end - piece.begin);
-    if (IsLiteral(piece.kind)) token.literal = literals++;
+    if (HasValue(piece.kind)) token.literal = literals++;
   } while (piece.kind != SqlTokenKind::End);
   return tokens;
 }

@@ -15,6 +15,7 @@ enum class SqlTokenKind {
   WideText,    // N'it''s'
   QuotedName,  // "a b", [a b], `a b`
   Escape,      // {d '2024-03-05'} with its braces
+  Parameter,   // :maker, ?, ?2
   Comment,     // -- to the end of the line, /* to */
   Operator,    // one operator, of up to two characters
   Open,
@@ -38,10 +39,11 @@ struct SqlToken {
   bool dropped = false;
   std::u16string before;  // printed between gap and text
   std::u16string after;   // printed behind the text
-  int literal = -1;       // which of the text's literals it is, counted from 0; -1 for anything else
+  int literal = -1;       // which of the text's literals and parameters it is, from 0; -1 for anything else
   bool isKey = false;     // the value of a page's key
   RowPart rowPart = RowPart::None;
-  bool lifted = false;  // a parameter stands for its value
+  bool lifted = false;   // a parameter stands for its value
+  char16_t escape = 0;  // of a parameter that is a pattern: the character that escapes in it
 };
 
 // Where a token lies in its text: blanks from `gap` to `begin`, the token from there to `end`.
@@ -57,6 +59,9 @@ constexpr bool IsLiteral(SqlTokenKind kind) {
   return kind == SqlTokenKind::Text || kind == SqlTokenKind::WideText || kind == SqlTokenKind::Escape ||
          kind == SqlTokenKind::Number;
 }
+
+// The same and what takes its value from beside the text.
+constexpr bool HasValue(SqlTokenKind kind) { return IsLiteral(kind) || kind == SqlTokenKind::Parameter; }
 
 // Reads a text token by token, without copies. The text outlives the scanner.
 class SqlScanner {
@@ -78,6 +83,7 @@ class SqlScanner {
   SqlTokenKind BlockComment();
   SqlTokenKind Number();
   SqlTokenKind Word();
+  SqlTokenKind Parameter();
   SqlTokenKind Sign();
 
   std::u16string_view m_sql;

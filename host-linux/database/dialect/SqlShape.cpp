@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host-linux/database/dialect/KeyLiteral.h"
+#include "host-linux/database/dialect/ParameterMarkers.h"
 
 namespace hostlinux {
 namespace {
@@ -46,29 +47,48 @@ char16_t DistanceToEqual(const std::vector<SqlLiteral>& literals) {
   return 0;
 }
 
-bool IsParameter(SqlTokenKind kind, char16_t first) {
-  if (kind == SqlTokenKind::Other) return first == u'?' || first == u':' || first == u'\0';
+char16_t ParameterMark(const ParameterFacts& facts) {
+  if (!facts.isText) return u'\x400';
+  return static_cast<char16_t>((facts.isPattern ? 0x600 : 0x500) | ValueMark(facts.traits));
+}
+
+bool IsOfEngine(SqlTokenKind kind, char16_t first) {
+  if (kind == SqlTokenKind::Other) return first == u'\0';
   return kind == SqlTokenKind::Word && (first == u'@' || first == u'$' || first == u'#');
 }
 
 }  // namespace
 
-SqlShape ShapeOf(std::u16string_view sql) {
+SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameters& parameters) {
   SqlShape shape;
+  ParameterMarkers markers(parameters);
   shape.mayLift = sql.find(u'\0') == std::u16string_view::npos;
   shape.key.reserve(sql.size() + 16);
   SqlScanner scanner(sql);
   std::size_t copied = 0;
   for (SqlPiece piece = scanner.Next(); piece.kind != SqlTokenKind::End; piece = scanner.Next()) {
-    if (IsParameter(piece.kind, sql[piece.begin])) shape.mayLift = false;
+    if (IsOfEngine(piece.kind, sql[piece.begin])) shape.mayLift = false;
+    if (piece.kind == SqlTokenKind::Parameter) {
+      SqlLiteral parameter{piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, {}};
+      if (const std::optional<std::size_t> found = markers.Find(parameter.text)) {
+        parameter.parameter = *found;
+        parameter.facts = FactsOf(parameters.values[*found].Value);
+      }
+      shape.key.append(sql.substr(copied, piece.end - copied));
+      shape.key.append({u'\0', u'\3', ParameterMark(parameter.facts)});
+      shape.literals.push_back(std::move(parameter));
+      copied = piece.end;
+      continue;
+    }
     if (!IsLiteral(piece.kind)) continue;
     shape.key.append(sql.substr(copied, piece.begin - copied));
-    shape.literals.push_back({piece.kind, sql.substr(piece.begin, piece.end - piece.begin)});
+    shape.literals.push_back({piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, {}});
     const char16_t kind = piece.kind == SqlTokenKind::WideText ? u'\1' : u'\2';
     shape.key.append({u'\0', kind, TraitsMark(shape.literals.back()), DistanceToEqual(shape.literals)});
     copied = piece.end;
   }
   shape.key.append(sql.substr(copied));
+  shape.unbound = markers.Fault();
   return shape;
 }
 

@@ -5,26 +5,30 @@
 #include <string_view>
 #include <vector>
 
+#include "host-linux/database/dialect/ParameterValue.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 
 namespace hostlinux {
 
-// A literal as it stands in its text. Valid as long as the text.
+// A literal as it stands in its text, or a parameter. Valid as long as the text.
 struct SqlLiteral {
   SqlTokenKind kind = SqlTokenKind::Text;
   std::u16string_view text;
+  std::size_t parameter = 0;  // the position of a parameter's value
+  ParameterFacts facts;       // of a parameter's value
 };
 
 struct SqlShape {
   // The text with a mark for each literal, which tells its kind, its traits and whether it equals an earlier
-  // one.
+  // one, and with one behind each parameter, which tells the kind and the traits of its value.
   std::u16string key;
-  std::vector<SqlLiteral> literals;  // in the order of the text, as LexSql counts them
-  // False for a text with parameters or NUL characters of its own.
+  std::vector<SqlLiteral> literals;  // and parameters, in the order of the text, as LexSql counts them
+  // False for a text with NUL characters, or with parameters of a form that only the engine knows.
   bool mayLift = true;
+  std::u16string unbound;  // what a parameter lacks, as a sentence
 };
 
-SqlShape ShapeOf(std::u16string_view sql);
+SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameters& parameters = {});
 
 // The value of a literal; that of an escape is the date as it is stored, that of a number its text.
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text);

@@ -26,7 +26,24 @@ constexpr size_t kMaxTranslations = 512;
 struct Lifted {
   size_t literal = 0;
   LiteralForm form = LiteralForm::Text;
+  char16_t escape = 0;  // of a pattern
   bool operator==(const Lifted&) const = default;
+};
+
+// What is known of the values of a text's parameters.
+class Parameters {
+ public:
+  Parameters() = default;
+  explicit Parameters(const std::vector<SqlLiteral>& literals) : m_literals(&literals) {}
+
+  // Null for a token that is none, or one without a value.
+  const ParameterFacts* Of(const SqlToken& token) const {
+    if (m_literals == nullptr || token.kind != SqlTokenKind::Parameter || token.literal < 0) return nullptr;
+    return &(*m_literals)[static_cast<size_t>(token.literal)].facts;
+  }
+
+ private:
+  const std::vector<SqlLiteral>* m_literals = nullptr;
 };
 
 bool IsNothing(const Tokens& tokens) {
@@ -80,9 +97,27 @@ void RewriteLike(Tokens& tokens, size_t like) {
     tokens[like].text = u"REGEXP";
 }
 
-void RewriteLikes(Tokens& tokens) {
+// The same for a parameter. What escapes in its pattern is written for REGEXP when its value is taken.
+void RewriteLikeParameter(Tokens& tokens, size_t like, const Parameters& parameters) {
+  SqlToken& pattern = tokens[like + 1];
+  const ParameterFacts* facts = parameters.Of(pattern);
+  const SqlToken& next = tokens[like + 2];
+  if (facts == nullptr || !facts->isPattern || next.kind == SqlTokenKind::Operator) return;
+  if (IsWord(next, u"ESCAPE")) {
+    const std::u16string escape =
+        tokens[like + 3].kind == SqlTokenKind::Text ? TextValue(tokens[like + 3]) : std::u16string();
+    if (escape.size() != 1) return;
+    pattern.escape = escape[0];
+    Drop(tokens, like + 2, like + 4);
+  }
+  tokens[like].text = u"REGEXP";
+}
+
+void RewriteLikes(Tokens& tokens, const Parameters& parameters) {
   for (size_t i = 0; i + 1 < tokens.size(); ++i) {
-    if (IsWord(tokens[i], u"LIKE") && tokens[i + 1].kind == SqlTokenKind::Text) RewriteLike(tokens, i);
+    if (!IsWord(tokens[i], u"LIKE")) continue;
+    if (tokens[i + 1].kind == SqlTokenKind::Text) RewriteLike(tokens, i);
+    if (tokens[i + 1].kind == SqlTokenKind::Parameter) RewriteLikeParameter(tokens, i, parameters);
   }
 }
 
@@ -104,10 +139,11 @@ size_t LastToken(const Tokens& tokens, const SqlScope& scope) {
 
 class Rewriter {
  public:
-  // With `lifted`, literals become parameters, which are put there.
-  Rewriter(Tokens& tokens, IColumnFacts& facts, std::vector<Lifted>* lifted)
+  // With `lifted`, literals become parameters, which are put there, as are those that the text has.
+  Rewriter(Tokens& tokens, IColumnFacts& facts, const Parameters& parameters, std::vector<Lifted>* lifted)
       : m_tokens(tokens),
         m_facts(facts),
+        m_parameters(parameters),
         m_lifted(lifted),
         m_structure(ReadStructure(tokens)),
         m_limits(m_structure.scopes.size()) {}
@@ -120,7 +156,10 @@ class Rewriter {
     for (const SqlCompound& compound : m_structure.compounds) WrapBranches(compound);
     // From left to right: an operand is printed with the comparisons inside it already rewritten.
     MarkCases();
-    for (size_t i = 2; i + 1 < m_tokens.size(); ++i) RewriteComparison(i);
+    for (size_t i = 0; i + 1 < m_tokens.size(); ++i) {
+      if (i >= 2) RewriteComparison(i);
+      WriteParameter(i);
+    }
   }
 
  private:
@@ -207,7 +246,7 @@ class Rewriter {
       return;
     }
     const SqlTokenKind kind = m_tokens[literal].kind;
-    const bool isText = kind == SqlTokenKind::Text;
+    const bool isText = kind == SqlTokenKind::Text || IsTextParameter(literal);
     if ((!isText && (kind != SqlTokenKind::Number || !MayLift(literal))) || m_tokens[literal].dropped) return;
     const size_t op = literal - 1;
     if (!IsComparison(m_tokens[op]) || !EndsOperand(m_tokens[literal + 1])) return;
@@ -224,7 +263,7 @@ class Rewriter {
   // False if the comparison is right as it stands.
   bool RewriteText(size_t begin, size_t literal, int scope) {
     const std::u16string operand = PrintSql(m_tokens, begin, literal - 1, true);
-    const LiteralTraits traits = TraitsOf(TextValue(m_tokens[literal]));
+    const LiteralTraits traits = TraitsAt(literal);
     if (operand.size() > kMaxOperand || !MayChange(traits)) return false;
     const auto comparison = CompareWithText(KindOf(operand, scope), operand, m_tokens[literal - 1].text,
                                             traits, [&](LiteralForm form) { return Write(literal, form); });
@@ -240,6 +279,23 @@ class Rewriter {
 
   // --- parameters
 
+  // Its value is a text or a date.
+  bool IsTextParameter(size_t i) const {
+    const ParameterFacts* facts = m_parameters.Of(m_tokens[i]);
+    return facts != nullptr && facts->isText;
+  }
+
+  LiteralTraits TraitsAt(size_t literal) const {
+    const ParameterFacts* facts = m_parameters.Of(m_tokens[literal]);
+    return facts == nullptr ? TraitsOf(TextValue(m_tokens[literal])) : facts->traits;
+  }
+
+  // A parameter of the text that no comparison has written in a form of its own.
+  void WriteParameter(size_t i) {
+    if (m_parameters.Of(m_tokens[i]) == nullptr || m_tokens[i].dropped || m_tokens[i].lifted) return;
+    m_tokens[i].text = Write(i, LiteralForm::Text);
+  }
+
   // An expression with CASE may be that of an index, which its literals must be seen for.
   void MarkCases() {
     m_inCase.assign(m_tokens.size(), false);
@@ -253,6 +309,7 @@ class Rewriter {
 
   bool MayLift(size_t literal) {
     const SqlToken& token = m_tokens[literal];
+    if (m_lifted != nullptr && m_parameters.Of(token) != nullptr) return true;
     if (m_lifted == nullptr || token.literal < 0 || m_inCase[literal]) return false;
     if (token.kind == SqlTokenKind::Number && (token.text == u"0" || token.text == u"1")) return false;
     const SqlClause clause = m_structure.clauseOf[literal];
@@ -273,7 +330,7 @@ class Rewriter {
       return LiteralSql(isText ? TextValue(token) : token.text, form);
     }
     token.lifted = true;
-    const Lifted wanted{static_cast<size_t>(token.literal), form};
+    const Lifted wanted{static_cast<size_t>(token.literal), form, token.escape};
     auto found = std::find(m_lifted->begin(), m_lifted->end(), wanted);
     if (found == m_lifted->end()) found = m_lifted->insert(found, wanted);
     const std::string number = std::to_string(found - m_lifted->begin() + 1);
@@ -283,6 +340,7 @@ class Rewriter {
   void Place(const KeyComparison& comparison, size_t begin, size_t literal) {
     if (!comparison.whole) {
       m_tokens[literal].text = comparison.text;
+      if (m_tokens[literal].kind == SqlTokenKind::Parameter) m_tokens[literal].lifted = true;
       return;
     }
     for (size_t i = begin; i < literal; ++i) {
@@ -331,6 +389,7 @@ class Rewriter {
 
   Tokens& m_tokens;
   IColumnFacts& m_facts;
+  const Parameters& m_parameters;
   std::vector<Lifted>* m_lifted;
   SqlStructure m_structure;
   std::vector<std::optional<std::u16string>> m_limits;  // of each scope
@@ -339,13 +398,14 @@ class Rewriter {
 };
 
 // The tokens in the words of SQLite.
-void Rewrite(Tokens& tokens, IColumnFacts& facts, PageReads reads, std::vector<Lifted>* lifted) {
+void Rewrite(Tokens& tokens, IColumnFacts& facts, PageReads reads, const Parameters& parameters = {},
+             std::vector<Lifted>* lifted = nullptr) {
   // A few empty tokens behind the last one, so that looking ahead needs no test.
   tokens.resize(tokens.size() + 4);
   RewriteLiterals(tokens);
-  RewriteLikes(tokens);
+  RewriteLikes(tokens, parameters);
   if (reads == PageReads::InArms) tokens = SeekPages(std::move(tokens), facts);
-  Rewriter(tokens, facts, lifted).Run();
+  Rewriter(tokens, facts, parameters, lifted).Run();
 }
 
 // The literals of which a copy stands in the text as itself.
@@ -364,22 +424,27 @@ std::vector<size_t> Pinned(const Tokens& tokens) {
 RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts, PageReads reads) {
   Tokens tokens = LexSql(sql);
   if (IsNothing(tokens)) return {std::u16string(sql), true};
-  Rewrite(tokens, facts, reads, nullptr);
+  Rewrite(tokens, facts, reads);
   return {PrintSql(tokens, 0, tokens.size()), false};
 }
 
-EngineStatement SqliteDialect::Translate(std::u16string_view sql) {
-  const SqlShape shape = ShapeOf(sql);
+EngineStatement SqliteDialect::Translate(std::u16string_view sql,
+                                         const varnel::host::StatementParameters& parameters) {
+  const SqlShape shape = ShapeOf(sql, parameters);
+  if (!shape.unbound.empty()) return {{}, {}, false, shape.unbound};
   if (!shape.mayLift) {
     const RewrittenSql rewritten = RewriteForSqlite(sql, m_facts, m_reads);
-    return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing};
+    return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing, {}};
   }
   const Translation& translation = Remember(sql, shape);
-  EngineStatement statement{translation.sql, {}, translation.isNothing};
+  EngineStatement statement{translation.sql, {}, translation.isNothing, {}};
   statement.values.reserve(translation.parameters.size());
   for (const Parameter& parameter : translation.parameters) {
     const SqlLiteral& literal = shape.literals[parameter.literal];
-    statement.values.push_back(LiteralValue(ValueOf(literal.kind, literal.text), parameter.form));
+    statement.values.push_back(
+        literal.kind == SqlTokenKind::Parameter
+            ? ParameterValue(parameters.values[literal.parameter].Value, parameter.form, parameter.escape)
+            : LiteralValue(ValueOf(literal.kind, literal.text), parameter.form));
   }
   return statement;
 }
@@ -394,9 +459,9 @@ SqliteDialect::Translation& SqliteDialect::Remember(std::u16string_view sql, con
   Translation translation;
   translation.isNothing = IsNothing(tokens);
   std::vector<Lifted> lifted;
-  if (!translation.isNothing) Rewrite(tokens, m_facts, m_reads, &lifted);
+  if (!translation.isNothing) Rewrite(tokens, m_facts, m_reads, Parameters(shape.literals), &lifted);
   translation.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
-  for (const Lifted& each : lifted) translation.parameters.push_back({each.literal, each.form});
+  for (const Lifted& each : lifted) translation.parameters.push_back({each.literal, each.form, each.escape});
 
   if (m_translations >= kMaxTranslations) ForgetSchema();
   ++m_translations;

@@ -47,22 +47,27 @@ RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts,
 // engine text, which is worked out once. Lifted are texts, dates and numbers on the right of a comparison in
 // WHERE and ON; not 0 and 1, patterns, TOP and what stands in expressions. Where an index has a condition,
 // only the keys of pages are lifted.
+// The text's own parameters, :name and ?, stay parameters wherever they stand. One that a column is compared with
+// is right for the type of the column, as a literal of its value would be; a LIKE whose pattern is one becomes
+// REGEXP where the engine's own LIKE couldn't read the pattern.
 class SqliteDialect {
  public:
   // `facts` outlives the dialect.
   explicit SqliteDialect(IColumnFacts& facts, PageReads reads = PageReads::InArms)
       : m_facts(facts), m_reads(reads) {}
 
-  // The statement that `sql` becomes with the values that stand in it.
-  EngineStatement Translate(std::u16string_view sql);
+  // The statement that `sql` becomes with the values that stand in it, and with those of `parameters`.
+  EngineStatement Translate(std::u16string_view sql,
+                            const varnel::host::StatementParameters& parameters = {});
   // To be called when the schema changed: types of columns are part of what was worked out.
   void ForgetSchema();
 
  private:
-  // A parameter: the value of a literal of the library's text, in a form.
+  // A parameter: the value of a literal or a parameter of the library's text, in a form.
   struct Parameter {
     std::size_t literal = 0;
     LiteralForm form = LiteralForm::Text;
+    char16_t escape = 0;
   };
   struct Translation {
     std::string sql;

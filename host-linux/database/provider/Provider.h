@@ -21,6 +21,7 @@ namespace hostlinux {
 namespace provider_error {
 inline constexpr varnel::Long kFail = static_cast<varnel::Long>(0x80004005);
 inline constexpr varnel::Long kSyntax = static_cast<varnel::Long>(0x80040E14);
+inline constexpr varnel::Long kNoValue = static_cast<varnel::Long>(0x80040E10);
 inline constexpr varnel::Long kNoTable = static_cast<varnel::Long>(0x80040E37);
 inline constexpr varnel::Long kIntegrity = static_cast<varnel::Long>(0x80040E2F);
 inline constexpr varnel::Long kTimeout = static_cast<varnel::Long>(0x80040E31);
@@ -122,10 +123,13 @@ struct OpenOptions {
 class ISession {
  public:
   virtual ~ISession() = default;
-  // Runs one statement, handed over in the library's SQL, and reads its rows, or the first batch. Its result
-  // may outlive the session: what a query has still to give is read into memory before the session does
+  // Runs one statement, handed over in the library's SQL, and reads its rows, or the first batch. Each parameter of
+  // the text takes its value from `parameters`, which never become a part of a text; one without a value is a
+  // failure of kNoValue. Its result may outlive the session: what a query has still to give is read into memory before the session does
   // anything but reading, is recycled or goes.
-  virtual StatementResult Run(const varnel::String& sql, const StatementLimits& limits) = 0;
+  virtual StatementResult Run(const varnel::String& sql,
+                              const varnel::host::StatementParameters& parameters,
+                              const StatementLimits& limits) = 0;
   virtual void Begin() = 0;
   virtual void Commit() = 0;
   virtual void Rollback() = 0;

@@ -8,6 +8,7 @@
 #include <array>
 #include <utility>
 
+#include "host-linux/base/NearestName.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/sqlite/SqliteErrors.h"
@@ -22,6 +23,7 @@ using varnel::String;
 
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
+constexpr std::size_t kMostNamesLooked = 1000;
 constexpr std::size_t kDetail = 3;  // the column of a plan's line that tells what is done
 // What a text may ask of the engine before it runs; the values go beside it, as parameters.
 constexpr std::array<std::pair<int, int>, 5> kEngineLimits = {{
@@ -68,6 +70,18 @@ std::optional<std::string> CountingText(const std::string& sql, varnel::Long max
 // A line of a plan: "USE TEMP B-TREE FOR RIGHT PART OF ORDER BY", or "... FOR LAST TERM OF ORDER BY". The
 // whole order's is "... FOR ORDER BY".
 bool IsSortInPart(const varnel::Variant& detail) { return varnel::ToText(detail).ends_with(u" OF ORDER BY"); }
+
+[[noreturn]] void RaiseUnbound(const std::u16string& sentence) {
+  RaiseSqlite(provider_error::kNoValue, sentence, u"07002");
+}
+
+// The engine takes a parameter without a value for NULL, which finds nothing. It knows more forms of them than
+// pages may use.
+void RequireValues(const SqliteStatement& statement, const EngineStatement& translated) {
+  const std::optional<String> unbound = statement.ParameterBehind(translated.values.size());
+  if (!unbound) return;
+  RaiseUnbound(u"Nobody gave the parameter " + *unbound + u" a value. Write it as :name or as ?.");
+}
 
 bool HasWithClause(std::u16string_view sql) {
   const std::vector<SqlToken> tokens = LexSql(sql);
@@ -184,25 +198,82 @@ auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
   }
 }
 
-StatementResult SqliteSession::Run(const String& sql, const StatementLimits& limits) {
+StatementResult SqliteSession::Run(const String& sql, const varnel::host::StatementParameters& parameters,
+                                   const StatementLimits& limits) {
   m_timeout = limits.timeout;
   return Within(m_timeout, [&] {
-    StatementResult result = RunTranslated(sql, limits);
-    if (m_guard.TakeSchemaChange()) ForgetSchema();
-    return result;
+    try {
+      StatementResult result = RunTranslated(sql, parameters, limits);
+      if (m_guard.TakeSchemaChange()) ForgetSchema();
+      return result;
+    } catch (const ProviderFailure& failure) {
+      const String meant = NameMeant(failure.Error(), sql);
+      if (meant.empty()) throw;
+      varnel::host::ProviderError error = failure.Error();
+      error.Description += u"." + meant;
+      throw ProviderFailure(error);
+    }
   });
 }
 
-StatementResult SqliteSession::RunTranslated(const String& sql, const StatementLimits& limits) {
-  EngineStatement translated = m_dialect.Translate(sql);
+String SqliteSession::NameMeant(const varnel::host::ProviderError& error, const String& sql) {
+  const bool isTable = error.SQLState == u"42S02";
+  if (!isTable && error.SQLState != u"42S22") return {};
+  const std::size_t colon = error.Description.rfind(u": ");
+  if (colon == String::npos) return {};
+  const String path = error.Description.substr(colon + 2);
+  const String name = path.substr(path.rfind(u'.') + 1);  // npos + 1 is the beginning
+  try {
+    return DidYouMean(name, isTable ? TableNames() : ColumnNamesIn(sql));
+  } catch (const ProviderFailure&) {
+    return {};
+  }
+}
+
+// Where tables are listed, the others aren't told of.
+std::vector<String> SqliteSession::TableNames() {
+  std::vector<String> names;
+  if (m_guard.HasList()) return names;
+  const SuspendedGuard suspended(m_guard);
+  SqliteStatement query(m_database.get(),
+                        "SELECT name FROM sqlite_schema WHERE type IN ('table', 'view') LIMIT 200");
+  const RowStore rows = query.Run({}, {}, m_limits.maxResult).rows;
+  for (std::size_t i = 0; i < rows.Rows(); ++i) names.push_back(varnel::ToText(rows.Value(0, i)));
+  return names;
+}
+
+// Of the tables that the text names, as far as it may read them.
+std::vector<String> SqliteSession::ColumnNamesIn(const String& sql) {
+  std::vector<String> names;
+  m_guard.BeginStatement(false);
+  std::size_t looks = 0;
+  for (const SqlToken& token : LexSql(sql)) {
+    if (token.kind != SqlTokenKind::Word && token.kind != SqlTokenKind::QuotedName) continue;
+    if (++looks > kMostNamesLooked || names.size() > kMostNamesLooked) break;
+    try {
+      const SqliteStatement table(m_database.get(), "SELECT * FROM " + varnel::ToUtf8(token.text));
+      for (const ColumnFact& fact : table.Facts()) names.push_back(fact.name);
+    } catch (const ProviderFailure&) {
+      continue;  // another word
+    }
+  }
+  return names;
+}
+
+StatementResult SqliteSession::RunTranslated(const String& sql,
+                                             const varnel::host::StatementParameters& parameters,
+                                             const StatementLimits& limits) {
+  EngineStatement translated = m_dialect.Translate(sql, parameters);
+  if (!translated.unbound.empty()) RaiseUnbound(translated.unbound);
   const bool isKnown = translated.isNothing || m_statements.Find(translated.sql) != nullptr;
-  if (!isKnown && SchemaHasChanged()) translated = m_dialect.Translate(sql);
+  if (!isKnown && SchemaHasChanged()) translated = m_dialect.Translate(sql, parameters);
   if (translated.isNothing) {
     StatementResult nothing;
     nothing.sent = sql;
     return nothing;
   }
   const Cached cached = Prepared(translated.sql);
+  RequireValues(*cached.statement, translated);
   if (!cached.statement->IsQuery() && !m_readers.empty()) {
     FinishReaders();
     m_timeLimit.Start(limits.timeout);
@@ -218,7 +289,7 @@ StatementResult SqliteSession::RunTranslated(const String& sql, const StatementL
   // Another schema may ask for another text. Only a query is worth running again for that.
   if (result.affected >= 0) return result;
   result.rest = nullptr;
-  return RunTranslated(sql, limits);
+  return RunTranslated(sql, parameters, limits);
 }
 
 // One that a reader is busy with isn't run a second time: another one is, once.

@@ -38,7 +38,8 @@ class SqliteSession : public ISession, private IColumnFacts {
   ~SqliteSession() override { FinishReaders(); }
 
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
-  StatementResult Run(const varnel::String& sql, const StatementLimits& limits) override;
+  StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                      const StatementLimits& limits) override;
   void Begin() override;
   void Commit() override;
   void Rollback() override;
@@ -90,7 +91,13 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::optional<Cached> PreparedIfPossible(const std::string& sql);
   // Nothing runs any more then. All of it takes no longer than one statement may.
   void FinishReaders();
-  StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
+  StatementResult RunTranslated(const varnel::String& sql,
+                                const varnel::host::StatementParameters& parameters,
+                                const StatementLimits& limits);
+  // A sentence with the table or column that may have been meant where the engine knows no such one.
+  varnel::String NameMeant(const varnel::host::ProviderError& error, const varnel::String& sql);
+  std::vector<varnel::String> TableNames();
+  std::vector<varnel::String> ColumnNamesIn(const varnel::String& sql);
   bool SchemaHasChanged();
   void ForgetSchema();
   void NoteFailure(const varnel::host::ProviderError& error);

@@ -137,10 +137,17 @@ void SqliteStatement::Bind(const std::vector<BoundValue>& values) {
       result = sqlite3_bind_int64(m_statement.get(), position, *number);
     } else if (const auto* real = std::get_if<double>(&values[i])) {
       result = sqlite3_bind_double(m_statement.get(), position, *real);
-    } else {
-      const auto& text = std::get<std::string>(values[i]);
-      result = sqlite3_bind_text64(m_statement.get(), position, text.data(), text.size(), SQLITE_STATIC,
+    } else if (const auto* text = std::get_if<std::string>(&values[i])) {
+      result = sqlite3_bind_text64(m_statement.get(), position, text->data(), text->size(), SQLITE_STATIC,
                                    SQLITE_UTF8);
+    } else if (const auto* blob = std::get_if<BoundBytes>(&values[i])) {
+      // A pointer to no bytes at all would be NULL.
+      result = blob->bytes.empty()
+                   ? sqlite3_bind_zeroblob(m_statement.get(), position, 0)
+                   : sqlite3_bind_blob64(m_statement.get(), position, blob->bytes.data(), blob->bytes.size(),
+                                         SQLITE_STATIC);
+    } else {
+      result = sqlite3_bind_null(m_statement.get(), position);
     }
     if (result != SQLITE_OK) RaiseSqlite(m_database);
   }
@@ -151,6 +158,13 @@ String SqliteStatement::Sent() const {
   const std::unique_ptr<char, decltype(&sqlite3_free)> text(sqlite3_expanded_sql(m_statement.get()),
                                                             &sqlite3_free);
   return varnel::FromUtf8(text == nullptr ? m_sql : std::string_view(text.get()));
+}
+
+std::optional<String> SqliteStatement::ParameterBehind(std::size_t values) const {
+  const int count = sqlite3_bind_parameter_count(m_statement.get());
+  if (static_cast<std::size_t>(count) <= values) return std::nullopt;
+  const char* name = sqlite3_bind_parameter_name(m_statement.get(), static_cast<int>(values) + 1);
+  return varnel::FromUtf8(name == nullptr ? "?" : name);
 }
 
 int SqliteStatement::TimesPreparedAgain() const {

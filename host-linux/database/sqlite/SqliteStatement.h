@@ -35,6 +35,9 @@ class SqliteStatement {
   std::size_t Columns() const { return m_kinds.size(); }
   const std::string& Sql() const { return m_sql; }
 
+  // How a parameter is written that `values` values don't reach; nothing where there is none.
+  std::optional<varnel::String> ParameterBehind(std::size_t values) const;
+
   // How often SQLite had to prepare it again: the schema changed, or a value asked for another plan.
   int TimesPreparedAgain() const;
   std::vector<ColumnFact> Facts() const;
