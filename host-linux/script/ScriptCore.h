@@ -90,6 +90,7 @@ class ScriptCore {
 
   static void WriteText(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void WriteEncoded(const v8::FunctionCallbackInfo<v8::Value>& call);
   static PagePlace LastSeen(const Request& request);
   PagePlace PlaceNow() const;
   static void OnOutOfMemory(const char* location, bool isHeap);
@@ -105,6 +106,7 @@ class ScriptCore {
   v8::Global<v8::Context> m_context;
   v8::Global<v8::Function> m_stop;
   v8::Global<v8::Function> m_writeValue;
+  v8::Global<v8::Function> m_writeEncoded;
   std::vector<std::string> m_parameters;
   CompiledPages m_pages;
   std::unique_ptr<Wrappers> m_wrappers;
