@@ -120,7 +120,10 @@ class FakeContext : public varnel::host::IObjectContext {
   // 5 for a name that the context doesn't have.
   ObjectPtr Item(StringView name) override;
   ObjectPtr CreateInstance(StringView progID) override;
+  String FormFields() override { return formFields; }
   void DeactivateAll();
+
+  String formFields;  // nothing is asked at first
 
  private:
   FakeHost& m_host;

@@ -29,6 +29,7 @@ class RequestScope : public PageOutput {
   // Into the response.
   void WriteText(std::string_view utf8) override { m_response.WriteUtf8(utf8); }
   void WriteValue(const varnel::Variant& value) override { m_response.WriteValue(value); }
+  void WriteEncoded(const varnel::Variant& value) override { m_response.WriteEncoded(value); }
   void OnPageEnd() override { m_context->End(); }
   std::string RequestId() const override { return m_id; }
 

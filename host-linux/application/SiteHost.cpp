@@ -6,14 +6,18 @@
 #include "host-linux/application/AbsentSession.h"
 #include "host-linux/application/FailureText.h"
 #include "host-linux/application/FirstPageLink.h"
+#include "host-linux/application/FormGuard.h"
+#include "host-linux/application/PageFunctions.h"
 #include "host-linux/application/RequestScope.h"
 #include "host-linux/application/SiteParts.h"
+#include "host-linux/base/Ascii.h"
 #include "host-linux/guard/SealKeys.h"
 #include "host-linux/intrinsics/Cookies.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/web/ErrorPage.h"
+#include "host-linux/web/Origin.h"
 #include "varnel/automation/Error.h"
 #include "varnel/utilities/Utilities.h"
 
@@ -25,6 +29,12 @@ constexpr char kPageExtension[] = ".asp";
 
 // A changed page may wait so long before it is seen; whoever is developing sees it at once.
 constexpr std::chrono::milliseconds kRecheckInProduction(1000);
+
+// The pages that answer what went wrong: errors/404.asp.
+constexpr char kErrorPages[] = "errors/";
+
+// Such a page tells of a failure, and must not become another one that lasts.
+constexpr std::chrono::milliseconds kMostForErrorPage(5000);
 
 // Of the calling thread, once it has one.
 thread_local const ScriptEngine* engineOfThread = nullptr;
@@ -82,6 +92,21 @@ ScriptFailure OverfullPage(const std::string& page) {
   return failure;
 }
 
+// Images and styles that are missing need no page.
+bool WantsPage(const HttpRequest& request) {
+  const std::string accepted = request.headers.Joined("Accept");
+  return accepted.empty() || accepted == "*/*" || accepted.find("text/html") != std::string::npos;
+}
+
+HttpRequest RequestForOwnPage(const HttpRequest& about, const std::string& path) {
+  HttpRequest own = about;
+  own.method = "GET";
+  own.path = path;
+  own.rawQuery.clear();
+  own.body.clear();
+  return own;
+}
+
 bool HasHiddenSegment(const std::string& path) {
   return path.starts_with(".") || path.find("/.") != std::string::npos;
 }
@@ -99,6 +124,7 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_newSessions(options.limitsVisitors ? MakeSessionLimit(m_site) : nullptr),
       m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage),
                  std::move(options.ownComponents)),
+      m_guardsForms(options.guardsForms),
       m_links(options.guardsLists ? m_site.lists.links : SiteConfiguration::Links::Any),
       m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site)
                                                              : std::vector<SealKey>()) {
@@ -141,9 +167,14 @@ void SiteHost::KnownPages::Add(const std::string& file) {
 std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) const {
   if (request.path == "/" || request.path == m_site.root) return Redirection(m_site.root + "/");
   const auto file = FileOf(request.path);
-  if (!file) return ErrorResponse(404, request.id);
-  if (!file->ends_with(kPageExtension)) return m_files.Serve(request, *file);
-  if (!IsPage(*file)) return ErrorResponse(404, request.id);
+  const bool isFile = file && !file->ends_with(kPageExtension);
+  if (isFile || !file || !IsPage(*file)) {
+    HttpResponse response = isFile ? m_files.Serve(request, *file) : ErrorResponse(404, request.id);
+    if (response.status == 404 && HasOwnPage(request, 404)) return std::nullopt;
+    if (isFile && m_site.server.compression)
+      m_compressedFiles.CompressFile(*file, response, CodingFor(request));
+    return response;
+  }
   const bool known = request.method == "GET" || request.method == "HEAD" || request.method == "POST";
   if (known) return std::nullopt;
   HttpResponse response = ErrorResponse(405, request.id);
@@ -154,13 +185,25 @@ std::optional<HttpResponse> SiteHost::AnswerQuickly(const HttpRequest& request) 
 HttpResponse SiteHost::AnswerPage(HttpRequest request, ClientLink& link) {
   const std::string id = request.id;
   const RequestLogScope scope(id);
+  if (m_guardsForms) {
+    const std::string foreign = ForeignOrigin(request, m_site.forms.origins);
+    if (!foreign.empty())
+      return RefusedForm(request, foreign,
+                         "Where that is meant, name the other site in [forms] origins of site.toml.");
+  }
+  // A page that somebody else's page asks for keeps its length: it may tell of what is in it.
+  const bool isOwn = m_site.server.compression && IsOwnOrigin(request);
+  const auto coding = isOwn ? CodingFor(request) : std::nullopt;
   PageRequest page;
   const std::string refused = ReadPageRequest(std::move(request), m_site.server.refuseParameters, page);
   if (!refused.empty()) {
     WriteLog(LogLevel::Info, "Refused: " + refused);
     return ErrorResponse(400, id, refused);
   }
-  return RunPage(std::move(page), &link).response;
+  PageAnswer answer = RunPage(std::move(page), &link);
+  if (m_site.server.compression && !link.IsFlushed())
+    CompressPage(answer.response, answer.holdsSecret ? std::nullopt : coding);
+  return std::move(answer.response);
 }
 
 ScriptEngine& SiteHost::EngineOfThread() {
@@ -171,6 +214,7 @@ ScriptEngine& SiteHost::EngineOfThread() {
     options.heapBytes = m_site.server.maxHeap;
     if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
+    options.functions = PageFunctions();
     options.inspection = m_inspection;
     options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
@@ -242,14 +286,23 @@ std::shared_ptr<ObjectContext> SiteHost::MakeContext(const std::shared_ptr<PageR
 
   ObjectContext::Intrinsics objects;
   objects.session = SessionOf(*request, directives, SessionGate(request->http, engine, ending));
-  if (!objects.session)
-    objects.absentSession = std::make_shared<AbsentSession>(directives.lcid.value_or(m_site.lcid));
+  const varnel::Long pageLcid = directives.lcid.value_or(m_site.lcid);
+  if (!objects.session) objects.absentSession = std::make_shared<AbsentSession>(pageLcid);
   objects.application = std::make_shared<Application>(m_application, &TimeLeftOfPage);
   objects.response = std::make_shared<Response>(std::move(responseOptions));
   objects.server = std::make_shared<Server>(ServerOptionsFor(*request, engine));
-  objects.request = std::make_shared<Request>(request);
-  return std::make_shared<ObjectContext>(
+  objects.request = std::make_shared<Request>(
+      request, [session = objects.session, pageLcid] { return session ? session->LCID() : pageLcid; });
+  const auto session = objects.session;
+  auto context = std::make_shared<ObjectContext>(
       std::move(objects), [this](varnel::StringView progID) { return m_platform.CreateObject(progID); });
+  if (m_site.forms.token && session)
+    context->SetFormFields([session] { return FormTokenField(session->FormToken()); });
+  return context;
+}
+
+bool SiteHost::AsksForToken(const PageRequest& request, const PageDirectives& directives) const {
+  return m_guardsForms && m_site.forms.token && directives.formToken && IsUnsafeMethod(request.http.method);
 }
 
 ListGuard SiteHost::GuardFor(const std::string& page, ScriptEngine& engine) const {
@@ -263,26 +316,48 @@ ListGuard SiteHost::GuardFor(const std::string& page, ScriptEngine& engine) cons
   return ListGuard(std::move(options));
 }
 
+bool SiteHost::HasOwnPage(const HttpRequest& request, int status) const {
+  const bool isSafe = !IsUnsafeMethod(request.method);
+  return isSafe && WantsPage(request) && IsPage(kErrorPages + std::to_string(status) + kPageExtension);
+}
+
+// The answer of one of the site's pages to a request that it isn't the page of; nothing where there is no such page,
+// and where it fails itself.
+std::optional<HttpResponse> SiteHost::RunOwnPage(const std::string& page, int status,
+                                                 const HttpRequest& about, std::vector<FormField> variables) {
+  if (page.empty() || !IsPage(page)) return std::nullopt;
+  const auto own = std::make_shared<PageRequest>();
+  own->http = RequestForOwnPage(about, m_site.root + "/" + page);
+  own->serverVariables = std::move(variables);
+  Ending ending;
+  PageAnswer answer =
+      RunGuarded(own, page, nullptr, ending, std::min(kMostForErrorPage, m_site.server.scriptTimeout));
+  if (answer.failure || ending.IsEarly()) return std::nullopt;
+  answer.response.status = status;
+  answer.response.reason.clear();
+  return std::move(answer.response);
+}
+
+// The site's own page for the status of `plain` where there is one, else `plain`. What is told to it can't be
+// sent by a visitor, whose headers are called HTTP_....
+HttpResponse SiteHost::ErrorAnswer(const HttpRequest& about, HttpResponse plain) {
+  const std::string status = std::to_string(plain.status);
+  auto own = RunOwnPage(kErrorPages + status + kPageExtension, plain.status, about,
+                        {{"ERROR_STATUS", status}, {"ERROR_PATH", about.path}, {"ERROR_ID", about.id}});
+  if (!own) return plain;
+  // A session that the failed page began.
+  if (!own->headers.Find("Set-Cookie"))
+    for (const HeaderList::Field& field : plain.headers)
+      if (EqualsIgnoreCase(field.name, "Set-Cookie")) own->headers.Add(field.name, field.value);
+  return std::move(*own);
+}
+
 // The site's own page for it where there is one: told by the server variable REFUSED_LIST where the list
 // begins.
 HttpResponse SiteHost::RefusedList(const PageRequest& request) {
   const std::string first = FirstPageLink(request.http.path, request.query);
-  const std::string& page = m_site.lists.refusedPage;
-  if (!page.empty() && IsPage(page)) {
-    const auto own = std::make_shared<PageRequest>();
-    own->http = request.http;
-    own->http.method = "GET";
-    own->http.path = m_site.root + "/" + page;
-    own->http.rawQuery.clear();
-    own->http.body.clear();
-    own->serverVariables = {{"REFUSED_LIST", first}};
-    Ending ending;
-    PageAnswer answer = RunGuarded(own, page, nullptr, ending);
-    if (!answer.failure && !ending.IsEarly()) {
-      answer.response.status = 400;
-      return std::move(answer.response);
-    }
-  }
+  if (auto own = RunOwnPage(m_site.lists.refusedPage, 400, request.http, {{"REFUSED_LIST", first}}))
+    return std::move(*own);
   return ErrorResponse(400, request.http.id, "This link doesn't lead into the list any more.",
                        "<p><a href=\"" + EscapeHtml(first) + "\">To the first page of the list</a></p>\n");
 }
@@ -309,23 +384,46 @@ std::string SiteHost::HintOfLimit(PageResult::Outcome outcome) const {
   return {};
 }
 
+// The visitor may be innocent, and his form only old; `cure` is for who develops the site.
+HttpResponse SiteHost::RefusedForm(const HttpRequest& request, const std::string& reason,
+                                   const std::string& cure) {
+  WriteLog(LogLevel::Info, "Refused: " + reason);
+  std::string detail = "This form is out of date, or it comes from another site. Please load its page again.";
+  if (m_site.mode == SiteConfiguration::Mode::Development)
+    detail += " (For developers: " + reason + ". " + cure + ")";
+  return ErrorAnswer(request, ErrorResponse(403, request.id, detail));
+}
+
 PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
   const std::string id = request.http.id;
   const std::string page = FileOf(request.http.path).value_or("");
-  if (!IsPage(page)) return {ErrorResponse(404, id), std::nullopt, true};
+  if (!IsPage(page)) return {ErrorAnswer(request.http, ErrorResponse(404, id)), std::nullopt, true};
 
   const auto asked = std::make_shared<PageRequest>(std::move(request));
   Ending ending;
-  PageAnswer answer = RunGuarded(asked, page, link, ending);
+  PageAnswer answer = RunGuarded(asked, page, link, ending, m_site.server.scriptTimeout);
   if (ending.wait.count() > 0) return {TooManySessions(id, ending.wait), std::nullopt};
-  if (!ending.refusedList) return answer;
-  WriteLog(LogLevel::Info, "Refused: " + *ending.refusedList);
-  answer.response = RefusedList(*asked);
+  if (ending.refusedForm) {
+    answer.response = RefusedForm(asked->http, "the post bears no form token of its session ([forms] token)",
+                                  "A form writes it: <input type=\"hidden\" name=\"FormToken\" "
+                                  "value=\"<%: FormToken() %>\">.");
+    return answer;
+  }
+  if (ending.refusedList) {
+    WriteLog(LogLevel::Info, "Refused: " + *ending.refusedList);
+    answer.response = RefusedList(*asked);
+    return answer;
+  }
+  // While it is developed, a page's failure is shown with its place.
+  const bool isShown =
+      m_site.mode == SiteConfiguration::Mode::Development || (link != nullptr && link->IsFlushed());
+  if (answer.failure && !isShown && !page.starts_with(kErrorPages))
+    answer.response = ErrorAnswer(asked->http, std::move(answer.response));
   return answer;
 }
 
 PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
-                                ClientLink* link, Ending& ending) {
+                                ClientLink* link, Ending& ending, std::chrono::milliseconds timeLimit) {
   const std::string id = request->http.id;
   ScriptEngine& engine = EngineOfThread();
   PageDirectives directives;
@@ -336,10 +434,14 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
   ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
   if (m_site.mode == SiteConfiguration::Mode::Development) context->SetListWatcher(&advice);
+  if (AsksForToken(*request, directives)) {
+    const Session* session = context->Objects().session.get();
+    ending.refusedForm = !BearsFormToken(*request, session, m_platform.CodePages());
+    if (ending.refusedForm) return {};
+  }
   RequestScope scope(id, context, m_platform.Database());
   Response& response = *scope.Objects().response;
-  PageResult result =
-      engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, m_site.server.scriptTimeout);
+  PageResult result = engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, timeLimit);
   ending.refusedList = lists.Refusal();
   // Before the answer goes: whoever has that finds what it tells of, whatever becomes of this process.
   if (const auto& session = scope.Objects().session) session->Save();
@@ -347,7 +449,9 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
   if (completed && !response.IsOverfull()) {
-    PageAnswer answer{response.Take(), std::nullopt};
+    const auto& session = scope.Objects().session;
+    PageAnswer answer{response.Take(), std::nullopt, false,
+                      session != nullptr && session->HasShownFormToken()};
     TellWarnings(advice.Warnings(), answer.response);
     return answer;
   }

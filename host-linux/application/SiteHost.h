@@ -20,6 +20,7 @@
 #include "host-linux/script/ScriptEngine.h"
 #include "host-linux/services/SiteConfiguration.h"
 #include "host-linux/web/AddressLimit.h"
+#include "host-linux/web/Compression.h"
 #include "host-linux/web/HttpServer.h"
 #include "host-linux/web/StaticFiles.h"
 
@@ -29,7 +30,8 @@ namespace hostlinux {
 struct PageAnswer {
   HttpResponse response;
   std::optional<ScriptFailure> failure;
-  bool isMissing = false;  // there is no such page
+  bool isMissing = false;    // there is no such page
+  bool holdsSecret = false;  // the text may hold the session's form token
 };
 
 // Safe from all threads; a page runs on the thread that asks for it. A thread that has run a page holds an
@@ -47,6 +49,8 @@ class SiteHost {
     bool guardsLists = true;
     // Where sessions are kept beside memory; null: they end with the host.
     std::shared_ptr<ISessionArchive> sessions = nullptr;
+    // Requests that may change something are judged by the site's [forms]; false: each is taken.
+    bool guardsForms = true;
     // A visitor begins only so many sessions as the site's [limits] say; false: as many as he likes.
     bool limitsVisitors = true;
   };
@@ -92,8 +96,9 @@ class SiteHost {
   struct Ending {
     std::optional<std::string> refusedList;  // a list that refused its link: the reason
     std::chrono::seconds wait{0};            // too many sessions: when the visitor may begin one again
+    bool refusedForm = false;                // a post without its session's token, before the page began
 
-    bool IsEarly() const { return refusedList.has_value() || wait.count() > 0; }
+    bool IsEarly() const { return refusedList.has_value() || wait.count() > 0 || refusedForm; }
   };
 
   // The file below the pages folder that a path of the site names; nothing for a path outside of the site.
@@ -107,14 +112,20 @@ class SiteHost {
   std::shared_ptr<ObjectContext> MakeContext(const std::shared_ptr<PageRequest>& request,
                                              const PageDirectives& directives, ScriptEngine& engine,
                                              ClientLink* link, Ending& ending);
+  bool AsksForToken(const PageRequest& request, const PageDirectives& directives) const;
   ListGuard GuardFor(const std::string& page, ScriptEngine& engine) const;
   PageAnswer RunGuarded(const std::shared_ptr<PageRequest>& request, const std::string& page,
-                        ClientLink* link, Ending& ending);
+                        ClientLink* link, Ending& ending, std::chrono::milliseconds timeLimit);
   // Tells of what the page's lists get wrong: the log once, and the browser below the page.
   void TellWarnings(const std::vector<ListWarning>& warnings, HttpResponse& response);
   // Which setting has stopped a page.
   std::string HintOfLimit(PageResult::Outcome outcome) const;
+  bool HasOwnPage(const HttpRequest& request, int status) const;
+  std::optional<HttpResponse> RunOwnPage(const std::string& page, int status, const HttpRequest& about,
+                                         std::vector<FormField> variables);
+  HttpResponse ErrorAnswer(const HttpRequest& about, HttpResponse plain);
   HttpResponse RefusedList(const PageRequest& request);
+  HttpResponse RefusedForm(const HttpRequest& request, const std::string& reason, const std::string& cure);
   PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
 
   const SiteConfiguration m_site;
@@ -126,6 +137,8 @@ class SiteHost {
   std::shared_ptr<SessionStore> m_sessions;
   const std::unique_ptr<AddressLimit> m_newSessions;  // null: no limit
   LinuxPlatform m_platform;
+  const bool m_guardsForms;
+  mutable CompressedFiles m_compressedFiles;
   const SiteConfiguration::Links m_links;
   const std::vector<SealKey> m_sealKeys;  // only for sealed links
   mutable KnownPages m_knownPages;

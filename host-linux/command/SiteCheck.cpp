@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "host-linux/application/KnownEngines.h"
+#include "host-linux/command/EscapeCheck.h"
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/intrinsics/Application.h"
 #include "host-linux/nls/LocaleTable.h"
@@ -147,6 +148,8 @@ class Checker {
   }
 
   void CheckPieces(const std::string& page, const ParsedPage& parsed) {
+    for (const UnescapedValue& value : FindUnescapedValues(parsed))
+      Add(m_pagesName + parsed.files[static_cast<std::size_t>(value.file)], value.line, value.what);
     for (const PagePiece& piece : parsed.pieces) {
       if (piece.kind != PagePiece::Kind::Html) {
         m_usesGrids = m_usesGrids || piece.text.find("DGrid") != std::string::npos;

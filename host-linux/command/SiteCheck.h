@@ -14,9 +14,9 @@ struct SiteFinding {
 };
 
 // The findings on the site in `folder`, file by file: what its configuration says wrong; pages that don't
-// compile; connections that don't open; keys of messages that a language lacks; images that aren't there;
-// large tables without an index or without the statistics that an index is chosen by. A site whose
-// configuration can't be read has that one finding.
+// compile, or write as HTML what others have written; connections that don't open; keys of messages that a
+// language lacks; images that aren't there; large tables without an index or without the statistics that an
+// index is chosen by. A site whose configuration can't be read has that one finding.
 std::vector<SiteFinding> CheckSite(const std::filesystem::path& folder);
 
 // "pages/list.asp:12: what", or without the line where none is known.

@@ -41,6 +41,10 @@ class ObjectContext : public varnel::host::IObjectContext {
   // activated is held until the end of the request, so that it is deactivated before it goes.
   varnel::ObjectPtr CreateInstance(varnel::StringView progID) override;
 
+  varnel::String FormFields() override { return m_formFields ? m_formFields() : varnel::String(); }
+  // Makes what forms must bear, when a component writes one.
+  void SetFormFields(std::function<varnel::String()> make) { m_formFields = std::move(make); }
+
   // Ends the request: deactivates and releases the components, the youngest first, and frees the
   // application's lock. A failing component keeps none of the others. A second call does nothing.
   void End();
@@ -58,6 +62,7 @@ class ObjectContext : public varnel::host::IObjectContext {
   Intrinsics m_intrinsics;
   Factory m_factory;
   std::vector<varnel::ObjectPtr> m_activated;
+  std::function<varnel::String()> m_formFields;
   varnel::host::IStateGuard* m_stateGuard = nullptr;
   varnel::host::IListWatcher* m_listWatcher = nullptr;
 };

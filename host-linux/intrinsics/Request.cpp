@@ -4,6 +4,8 @@
 #include <unordered_map>
 
 #include "host-linux/intrinsics/Cookies.h"
+#include "host-linux/nls/LocaleTable.h"
+#include "host-linux/nls/TypedText.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -77,8 +79,8 @@ std::vector<FormField> ServerVariablesOf(const PageRequest& page, std::size_t bo
 
 }  // namespace
 
-Request::Request(std::shared_ptr<PageRequest> request)
-    : m_request(std::move(request)), m_totalBytes(m_request->http.body.size()) {}
+Request::Request(std::shared_ptr<PageRequest> request, std::function<Long()> lcid)
+    : m_request(std::move(request)), m_lcid(std::move(lcid)), m_totalBytes(m_request->http.body.size()) {}
 
 const ClassInfo& Request::Class() const {
   static const ClassInfo info{u"Request",
@@ -90,6 +92,9 @@ const ClassInfo& Request::Class() const {
                                   varnel::Method<&Request::ItemObject>(u"Item").AsDefault(),
                                   varnel::ReadOnly<&Request::TotalBytes>(u"TotalBytes"),
                                   varnel::Method<&Request::ReadBytes>(u"BinaryRead"),
+                                  varnel::Method<&Request::Text>(u"Text", {varnel::String()}),
+                                  varnel::Method<&Request::Number>(u"Number"),
+                                  varnel::Method<&Request::Day>(u"Date"),
                               }};
   return info;
 }
@@ -141,10 +146,33 @@ Variant Request::Variables::Value(StringView key) const {
 std::shared_ptr<RequestCollection> Request::FirstWith(StringView key) {
   const auto has = [&](const RequestCollection& collection) { return collection.ValueCount(key) > 0; };
   if (has(*QueryObject())) return m_query;
-  const bool formIsGone = m_request->hasForm && m_bodyTaken && !m_form;
-  if (!formIsGone && has(*FormObject())) return m_form;
+  if (!IsFormGone() && has(*FormObject())) return m_form;
   if (has(*CookiesObject())) return m_cookies;
   return ServerVariablesObject();
+}
+
+bool Request::IsFormGone() const { return m_request->hasForm && m_bodyTaken && !m_form; }
+
+varnel::String Request::Text(const varnel::String& name, const varnel::String& otherwise) {
+  const Variant query = QueryObject()->Value(name);
+  if (!query.IsEmpty()) return varnel::ToText(query);
+  const Variant form = IsFormGone() ? Variant() : FormObject()->Value(name);
+  return form.IsEmpty() ? otherwise : varnel::ToText(form);
+}
+
+const varnel::LocaleFacts& Request::Locale() const {
+  const varnel::LocaleFacts* own = m_lcid ? CachedLocale(MeantLocale(m_lcid())) : nullptr;
+  return own == nullptr ? varnel::UserLocale() : *own;
+}
+
+Variant Request::Number(const varnel::String& name) {
+  const auto number = ReadTypedNumber(Text(name, {}), Locale());
+  return number ? Variant(*number) : Variant(varnel::Null());
+}
+
+Variant Request::Day(const varnel::String& name) {
+  const auto day = ReadTypedDate(Text(name, {}), Locale());
+  return day ? Variant(*day) : Variant(varnel::Null());
 }
 
 Variant Request::Item(StringView key) { return FirstWith(key)->Value(key); }

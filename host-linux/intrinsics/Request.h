@@ -1,11 +1,13 @@
 // What a page sees of its request.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "host-linux/intrinsics/PageRequest.h"
 #include "host-linux/intrinsics/RequestBound.h"
 #include "host-linux/intrinsics/RequestCollection.h"
+#include "varnel/automation/LocaleFacts.h"
 #include "varnel/automation/Object.h"
 #include "varnel/host/Intrinsics.h"
 
@@ -13,8 +15,9 @@ namespace hostlinux {
 
 class Request : public varnel::Object, public varnel::host::IRequest, public RequestBound {
  public:
-  // Lets go of the body's memory once it was read as bytes.
-  explicit Request(std::shared_ptr<PageRequest> request);
+  // Lets go of the body's memory once it was read as bytes. `lcid`: the visitor's locale; without it the
+  // user's.
+  explicit Request(std::shared_ptr<PageRequest> request, std::function<varnel::Long()> lcid = {});
 
   const varnel::ClassInfo& Class() const override;
 
@@ -36,6 +39,14 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   varnel::Variant ItemObject(const varnel::Variant& key);
   varnel::Variant ReadBytes(varnel::Long count);
 
+  // The parameter of that name in the query, else in the form, as a text: several values are joined with ", ".
+  // `otherwise` where there is none.
+  varnel::String Text(const varnel::String& name, const varnel::String& otherwise);
+  // The same parameter as a number, a Double, and as a day: read by the visitor's locale and strictly
+  // (nls/TypedText.h). Null where it is missing or can't be read.
+  varnel::Variant Number(const varnel::String& name);
+  varnel::Variant Day(const varnel::String& name);
+
  private:
   // The server variables as the library asks for them: what each page needs without making all the others.
   class Variables final : public varnel::host::IRequestCollection {
@@ -54,9 +65,12 @@ class Request : public varnel::Object, public varnel::host::IRequest, public Req
   };
 
   std::shared_ptr<RequestCollection> FirstWith(varnel::StringView key);
+  bool IsFormGone() const;
+  const varnel::LocaleFacts& Locale() const;
 
   // Each collection is made when it is first asked for: most pages use one.
   std::shared_ptr<PageRequest> m_request;
+  std::function<varnel::Long()> m_lcid;
   std::size_t m_totalBytes;
   std::shared_ptr<RequestCollection> m_query;
   std::shared_ptr<RequestCollection> m_form;

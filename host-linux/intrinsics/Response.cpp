@@ -3,6 +3,7 @@
 #include "host-linux/base/Ascii.h"
 #include "host-linux/base/Percent.h"
 #include "host-linux/intrinsics/HostError.h"
+#include "host-linux/intrinsics/Server.h"
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/HttpDate.h"
 #include "varnel/automation/Members.h"
@@ -120,6 +121,12 @@ void Response::WriteValue(const Variant& value) {
   if (value.IsNull() || value.IsEmpty() || value.IsMissing()) return;
   if (const String* text = value.As<String>()) return Write(*text);
   Write(varnel::ToText(value));
+}
+
+void Response::WriteEncoded(const Variant& value) {
+  if (value.IsNull() || value.IsEmpty() || value.IsMissing()) return;
+  if (const String* text = value.As<String>()) return Write(HtmlText(*text));
+  Write(HtmlText(varnel::ToText(value)));
 }
 
 void Response::BinaryWrite(const Variant& bytes) {

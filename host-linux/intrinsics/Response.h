@@ -37,6 +37,8 @@ class Response : public varnel::Object, public varnel::host::IResponse, public R
   void WriteUtf8(std::string_view text);
   // Null and Empty write nothing.
   void WriteValue(const varnel::Variant& value);
+  // The same as HTML text, for the inside of elements and of attributes in quotes of either kind.
+  void WriteEncoded(const varnel::Variant& value);
   // A byte array as it is. Raises 13 for anything else.
   void BinaryWrite(const varnel::Variant& bytes);
 

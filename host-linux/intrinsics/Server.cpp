@@ -22,11 +22,13 @@ constexpr std::size_t kRoomForNames = 24;
 
 // A character that can't stand for itself in HTML.
 constexpr bool IsMark(char16_t unit) { return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"'; }
+constexpr bool IsMarkOrApostrophe(char16_t unit) { return IsMark(unit) || unit == u'\''; }
 
 // The first such character from `from` on, or the end.
+template <auto IsOne>
 std::size_t FindMark(StringView text, std::size_t from) {
   // All of them stand before the letters, which are most of a text.
-  while (from < text.size() && (text[from] > u'>' || !IsMark(text[from]))) ++from;
+  while (from < text.size() && (text[from] > u'>' || !IsOne(text[from]))) ++from;
   return from;
 }
 
@@ -38,6 +40,8 @@ StringView NameOfMark(char16_t mark) {
       return u"&lt;";
     case u'>':
       return u"&gt;";
+    case u'\'':
+      return u"&#39;";
     default:
       return u"&quot;";
   }
@@ -52,6 +56,21 @@ void RequireRoom(std::size_t units) {
 [[noreturn]] void RefusePath(StringView path) {
   RaiseRuntimeError(varnel::runtime_error::kInvalidArgument,
                     u"\"" + String(path) + u"\" is no path of the site");
+}
+
+template <auto IsOne>
+String Encoded(StringView text) {
+  std::size_t mark = FindMark<IsOne>(text, 0);
+  if (mark == text.size()) return String(text);
+  String encoded;
+  encoded.reserve(text.size() + text.size() / 8 + kRoomForNames);
+  std::size_t start = 0;
+  for (; mark < text.size(); mark = FindMark<IsOne>(text, start)) {
+    encoded.append(text, start, mark - start).append(NameOfMark(text[mark]));
+    RequireRoom(encoded.size());
+    start = mark + 1;
+  }
+  return encoded.append(text, start);
 }
 
 template <class Function>
@@ -82,19 +101,9 @@ String UrlEncodeText(StringView text) {
   return encoded;
 }
 
-String HtmlEncodeText(StringView text) {
-  std::size_t mark = FindMark(text, 0);
-  if (mark == text.size()) return String(text);
-  String encoded;
-  encoded.reserve(text.size() + text.size() / 8 + kRoomForNames);
-  std::size_t start = 0;
-  for (; mark < text.size(); mark = FindMark(text, start)) {
-    encoded.append(text, start, mark - start).append(NameOfMark(text[mark]));
-    RequireRoom(encoded.size());
-    start = mark + 1;
-  }
-  return encoded.append(text, start);
-}
+String HtmlEncodeText(StringView text) { return Encoded<IsMark>(text); }
+
+String HtmlText(StringView text) { return Encoded<IsMarkOrApostrophe>(text); }
 
 const ClassInfo& Server::Class() const {
   static const ClassInfo info{

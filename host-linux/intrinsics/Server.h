@@ -18,6 +18,8 @@ inline constexpr std::size_t kMostEncodedUnits = 64 * 1024 * 1024;
 varnel::String UrlEncodeText(varnel::StringView text);
 // & < > and the double quote become names.
 varnel::String HtmlEncodeText(varnel::StringView text);
+// The same, and the single quote too: a value in an attribute stays in it, whatever quotes that has.
+varnel::String HtmlText(varnel::StringView text);
 
 class Server : public varnel::Object, public varnel::host::IServer, public RequestBound {
  public:

@@ -50,7 +50,19 @@ SessionState& Session::Begun() {
   return *m_state;
 }
 
-varnel::String Session::FormToken() { return varnel::FromUtf8(Begun().formToken); }
+varnel::String Session::FormToken() {
+  const std::string& token = Begun().formToken;
+  m_hasShownFormToken = true;
+  return varnel::FromUtf8(token);
+}
+
+bool Session::IsFormToken(std::string_view token) const {
+  if (!m_state || m_abandoned || token.size() != m_state->formToken.size()) return false;
+  unsigned char difference = 0;
+  for (std::size_t i = 0; i < token.size(); ++i)
+    difference = static_cast<unsigned char>(difference | (token[i] ^ m_state->formToken[i]));
+  return difference == 0;
+}
 
 Variant Session::ValueOf(const Variant& key) { return ContentsObject()->Item(key); }
 

@@ -43,6 +43,12 @@ class Session : public varnel::Object,
   // A secret that the session's forms bear, so that a post from another site's form can be told: it is
   // compared with what was posted.
   varnel::String FormToken();
+  // True where the visitor has a session, of before or of this request.
+  bool HasBegun() const { return m_state != nullptr; }
+  // True for the form token of this session; false where it hasn't begun. Takes the same time for all texts.
+  bool IsFormToken(std::string_view token) const;
+  // True once a page has asked for the token: what it writes may hold it.
+  bool HasShownFormToken() const { return m_hasShownFormToken; }
 
   varnel::Long LCID() override;
   void SetLCID(varnel::Long lcid);
@@ -83,6 +89,7 @@ class Session : public varnel::Object,
   varnel::Long m_pageLcid = 0;
   bool m_cameWithCookie;  // the browser has one of a living session
   bool m_isNew = false;
+  bool m_hasShownFormToken = false;
   bool m_abandoned = false;
 };
 

@@ -61,8 +61,8 @@ std::unique_ptr<CompiledPage> CompiledPages::Parse(const std::string& page) cons
   const StampingFiles files(m_files);
   auto compiled = std::make_unique<CompiledPage>();
   compiled->checked = std::chrono::steady_clock::now();
-  compiled->script = CompilePage(ParsePage(page, files, m_siteRoot),
-                                 m_pagesUrl.empty() ? PageLayout::Plain : PageLayout::KeepLines);
+  compiled->script =
+      CompilePage(m_parse(page, files), m_pagesUrl.empty() ? PageLayout::Plain : PageLayout::KeepLines);
   compiled->stamps = files.Stamps();
   return compiled;
 }

@@ -4,6 +4,7 @@
 #include <v8.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -31,13 +32,11 @@ struct PagePosition {
 class CompiledPages {
  public:
   // A page that was found unchanged is taken as it is for `recheck`, without a look at its files. With a
-  // `pagesUrl`, pages are compiled for a debugger, which finds their files below that address.
-  CompiledPages(const PageFiles& files, std::string siteRoot, std::chrono::milliseconds recheck,
-                std::string pagesUrl)
-      : m_files(files),
-        m_siteRoot(std::move(siteRoot)),
-        m_recheck(recheck),
-        m_pagesUrl(std::move(pagesUrl)) {}
+  // `pagesUrl`, pages are compiled for a debugger, which finds their files below that address. `parse` takes
+  // them apart.
+  using Parser = std::function<ParsedPage(const std::string& name, const PageFiles& files)>;
+  CompiledPages(const PageFiles& files, Parser parse, std::chrono::milliseconds recheck, std::string pagesUrl)
+      : m_files(files), m_parse(std::move(parse)), m_recheck(recheck), m_pagesUrl(std::move(pagesUrl)) {}
 
   // The page as it now is on disk, compiled in `context` into a function with `parameters`. Throws PageError,
   // or PendingException with the compiler's error. The page lives until DropReplaced after it was replaced.
@@ -62,7 +61,7 @@ class CompiledPages {
   std::string MapFor(const std::string& page, const PageScript& script);
 
   const PageFiles& m_files;
-  std::string m_siteRoot;
+  const Parser m_parse;
   std::chrono::milliseconds m_recheck;
   std::string m_pagesUrl;          // empty: there is no debugger
   std::set<std::string> m_mapped;  // pages whose script has a source map

@@ -42,7 +42,9 @@ class Generator {
       case PagePiece::Kind::Statements:
         return AddStatements(piece);
       case PagePiece::Kind::Expression:
-        return AddExpression(piece);
+        return AddExpression(kWriteValueName, piece);
+      case PagePiece::Kind::Encoded:
+        return AddExpression(kWriteEncodedName, piece);
     }
   }
 
@@ -76,10 +78,10 @@ class Generator {
     AddCode(piece);
   }
 
-  void AddExpression(const PagePiece& piece) {
+  void AddExpression(const char* writer, const PagePiece& piece) {
     m_afterText = false;
     BeginLine({piece.file, piece.line});
-    m_script.source += kWriteValueName;
+    m_script.source += writer;
     m_script.source += "((";
     AddCode(piece);
     m_closed = !MayEndInComment(piece.text);

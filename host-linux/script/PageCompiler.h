@@ -11,6 +11,7 @@ namespace hostlinux {
 // The names by which the generated text reaches its output: text by its index, a value of the script.
 inline constexpr const char* kWriteTextName = "__varnelText";
 inline constexpr const char* kWriteValueName = "__varnelValue";
+inline constexpr const char* kWriteEncodedName = "__varnelEncoded";
 
 struct SourceLine {
   int file = 0;  // index into PageScript::files

@@ -17,6 +17,17 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
+// True for a block that says it ends with -%>. Without the blank it may be a script's own decrement.
+bool TakesLineBreak(std::string_view block) {
+  return block.size() > 1 && block.back() == '-' && IsBlank(block[block.size() - 2]);
+}
+
+// The length of the line break that `text` begins with; 0 without one.
+std::size_t LineBreakLength(std::string_view text) {
+  if (text.starts_with("\r\n")) return 2;
+  return text.starts_with('\n') || text.starts_with('\r') ? 1 : 0;
+}
+
 // Reads words and marks off the front of a short text: a directive, an include.
 class Reader {
  public:
@@ -194,20 +205,29 @@ class Parser {
     const std::size_t begin = place.at + 2;
     const std::size_t end = place.text.find("%>", begin);
     if (end == std::string_view::npos) Fail(place, "The script block that begins here is not closed by %>.");
-    const std::string_view text = place.text.substr(begin, end - begin);
+    std::string_view text = place.text.substr(begin, end - begin);
+    std::size_t behind = end + 2;
+    if (TakesLineBreak(text)) {
+      text.remove_suffix(1);
+      behind += LineBreakLength(place.text.substr(behind));
+    }
     if (text.starts_with('@')) {
       ParseDirectives(place, text.substr(1));
     } else if (text.starts_with('=')) {
-      AddExpression(place, text.substr(1));
+      AddExpression(place, PagePiece::Kind::Expression, text);
+    } else if (text.starts_with(':')) {
+      AddExpression(place, PagePiece::Kind::Encoded, text);
     } else {
       AddPiece(place, PagePiece::Kind::Statements, text);
     }
-    Advance(place, end + 2 - place.at);
+    Advance(place, behind - place.at);
   }
 
-  void AddExpression(const Place& place, std::string_view text) {
-    if (std::all_of(text.begin(), text.end(), IsBlank)) Fail(place, "An expression is missing after <%=.");
-    AddPiece(place, PagePiece::Kind::Expression, text);
+  // `text` begins with the sign that says how the value is written.
+  void AddExpression(const Place& place, PagePiece::Kind kind, std::string_view text) {
+    if (std::all_of(text.begin() + 1, text.end(), IsBlank))
+      Fail(place, "An expression is missing after <%" + std::string(text.substr(0, 1)) + ".");
+    AddPiece(place, kind, text.substr(1));
   }
 
   void ParseDirectives(const Place& place, std::string_view text) {
@@ -225,6 +245,13 @@ class Parser {
     }
   }
 
+  static bool ReadFlag(const Place& place, std::string_view name, const std::string& value) {
+    const bool on = EqualsIgnoreCase(value, "True");
+    if (!on && !EqualsIgnoreCase(value, "False"))
+      Fail(place, std::string(name) + " must be True or False, not '" + value + "'.");
+    return on;
+  }
+
   void ApplyDirective(const Place& place, std::string_view name, std::string_view value) {
     const std::string text(value);
     if (EqualsIgnoreCase(name, "Language")) {
@@ -236,10 +263,9 @@ class Parser {
       m_page.directives.lcid = ToInteger(value);
       if (!m_page.directives.lcid) Fail(place, "LCID must be a locale's number, not '" + text + "'.");
     } else if (EqualsIgnoreCase(name, "EnableSessionState")) {
-      const bool on = EqualsIgnoreCase(value, "True");
-      if (!on && !EqualsIgnoreCase(value, "False"))
-        Fail(place, "EnableSessionState must be True or False, not '" + text + "'.");
-      m_page.directives.sessionState = on;
+      m_page.directives.sessionState = ReadFlag(place, name, text);
+    } else if (EqualsIgnoreCase(name, "FormToken")) {
+      m_page.directives.formToken = ReadFlag(place, name, text);
     } else {
       Fail(place, "The directive '" + std::string(name) + "' is not known.");
     }

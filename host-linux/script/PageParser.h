@@ -24,7 +24,8 @@ class PageError : public std::runtime_error {
 };
 
 struct PagePiece {
-  enum class Kind { Html, Statements, Expression };
+  // Encoded: an expression whose value is written as HTML text, <%: ... %>.
+  enum class Kind { Html, Statements, Expression, Encoded };
   Kind kind = Kind::Html;
   std::string text;  // without the marks around it
   int file = 0;      // index into ParsedPage::files
@@ -35,6 +36,7 @@ struct PagePiece {
 struct PageDirectives {
   std::optional<int> lcid;
   bool sessionState = true;
+  bool formToken = true;  // false: posts need none, whatever the site says
   bool operator==(const PageDirectives&) const = default;
 };
 
@@ -46,10 +48,12 @@ struct ParsedPage {
 };
 
 // Takes the page `name` apart, with its includes in place. `siteRoot` ("/shop", or empty) may stand before
-// a virtual include. Text is UTF-8, a byte order mark is dropped.
+// a virtual include. Text is UTF-8, a byte order mark is dropped. A block that ends with a blank and -%> takes the
+// line break right behind it with it.
 // Throws PageError, naming the file and line at fault, for: a file that is missing, outside the pages folder
 // or not UTF-8; an include that is malformed or includes itself; a block that is not closed; a directive
-// other than Language=JavaScript, CodePage=65001, LCID=number, EnableSessionState=True|False; a page that has
+// other than Language=JavaScript, CodePage=65001, LCID=number, EnableSessionState=True|False,
+// FormToken=True|False; a page that has
 // more than 10,000 includes, 100 of them inside each other, or more than 64 MB of text.
 ParsedPage ParsePage(const std::string& name, const PageFiles& files, const std::string& siteRoot = "");
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host-linux/script/CountingAllocator.h"
+#include "host-linux/script/HostFunctions.h"
 #include "host-linux/script/Realm.h"
 #include "host-linux/script/ScriptErrors.h"
 #include "host-linux/script/ScriptInspector.h"
@@ -29,6 +30,13 @@ constexpr std::chrono::milliseconds kInterruptTime(200);
 constexpr std::size_t kNativeStack = 512 * 1024;
 constexpr std::size_t kScriptStack = 4 * 1024 * 1024;
 
+CompiledPages::Parser ParserOf(const ScriptEngine::Options& options) {
+  if (options.parse) return options.parse;
+  return [root = options.siteRoot](const std::string& name, const PageFiles& files) {
+    return ParsePage(name, files, root);
+  };
+}
+
 // The lowest address that a script on this thread may use.
 std::uintptr_t StackLimit() {
   pthread_attr_t attributes;
@@ -47,8 +55,8 @@ std::uintptr_t StackLimit() {
 ScriptCore::ScriptCore(ScriptRuntime& runtime, const PageFiles& files, ScriptEngine::Options options)
     : m_runtime(runtime),
       m_options(std::move(options)),
-      m_pages(files, m_options.siteRoot, m_options.recheck, m_options.inspection ? m_options.pagesUrl : "") {
-  m_parameters = {kWriteTextName, kWriteValueName};
+      m_pages(files, ParserOf(m_options), m_options.recheck, m_options.inspection ? m_options.pagesUrl : "") {
+  m_parameters = {kWriteTextName, kWriteValueName, kWriteEncodedName};
   m_parameters.insert(m_parameters.end(), m_options.intrinsics.begin(), m_options.intrinsics.end());
   MakeIsolate();
   const v8::Isolate::Scope isolateScope(m_isolate);
@@ -72,6 +80,7 @@ ScriptCore::~ScriptCore() {
     m_pages.Clear();
     m_stop.Reset();
     m_writeValue.Reset();
+    m_writeEncoded.Reset();
     m_rejections.clear();
     m_context.Reset();
   }
@@ -102,22 +111,27 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
     Check(context->Global()->DefineOwnProperty(context, Name(m_isolate, name),
                                                v8::Number::New(m_isolate, value)));
   m_helpers->AddGlobals(context);
+  AddHostFunctions(context, m_options.functions);
   m_stop.Reset(m_isolate,
                RunSetup(context, "return function () { for (let i = 0; i < 1000; ++i); };", "varnel:stop")
                    .As<v8::Function>());
-  const auto writeValue =
-      Take(v8::Function::New(context, WriteValue, {}, 1, v8::ConstructorBehavior::kThrow));
-  Check(writeValue->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
-  m_writeValue.Reset(m_isolate, writeValue);
+  const auto keepWriter = [&](v8::Global<v8::Function>& place, v8::FunctionCallback callback) {
+    const auto writer = Take(v8::Function::New(context, callback, {}, 1, v8::ConstructorBehavior::kThrow));
+    Check(writer->SetIntegrityLevel(context, v8::IntegrityLevel::kFrozen));
+    place.Reset(m_isolate, writer);
+  };
+  keepWriter(m_writeValue, WriteValue);
+  keepWriter(m_writeEncoded, WriteEncoded);
 }
 
 std::vector<varnel::String> ScriptCore::GlobalNames() const {
   std::vector<varnel::String> names;
   for (const std::string& name : m_options.intrinsics) names.push_back(varnel::FromUtf8(name));
   for (const auto& [name, value] : m_options.constants) names.push_back(varnel::FromUtf8(name));
-  for (const char16_t* name : {u"ByRef", u"Enumerator", u"CInt", u"CLng", u"CDbl", u"CByte", u"CDate", u"CStr",
-                               u"CBool", u"String", u"Number", u"Boolean", u"Object", u"Array", u"Date", u"Math",
-                               u"JSON", u"RegExp", u"parseInt", u"parseFloat", u"undefined"})
+  for (const char16_t* name :
+       {u"ByRef", u"Enumerator", u"CInt",   u"CLng",   u"CDbl",     u"CByte",      u"CDate",
+        u"CStr",  u"CBool",      u"String", u"Number", u"Boolean",  u"Object",     u"Array",
+        u"Date",  u"Math",       u"JSON",   u"RegExp", u"parseInt", u"parseFloat", u"undefined"})
     names.emplace_back(name);
   return names;
 }
@@ -165,7 +179,8 @@ v8::Local<v8::Value> ScriptCore::Intrinsic(const std::string& name) {
 }
 
 void ScriptCore::Call(v8::Local<v8::Context> context, CompiledPage& page) {
-  std::vector<v8::Local<v8::Value>> arguments = {page.writeText.Get(m_isolate), m_writeValue.Get(m_isolate)};
+  std::vector<v8::Local<v8::Value>> arguments = {page.writeText.Get(m_isolate), m_writeValue.Get(m_isolate),
+                                                 m_writeEncoded.Get(m_isolate)};
   for (const std::string& name : m_options.intrinsics) arguments.push_back(Intrinsic(name));
   Take(page.function.Get(m_isolate)->Call(context, v8::Undefined(m_isolate),
                                           static_cast<int>(arguments.size()), arguments.data()));
@@ -190,6 +205,13 @@ void ScriptCore::WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call) {
     if (!plain) return core.m_request->output.WriteValue(ToVariant(core, call[0]));
     ToUtf8(call.GetIsolate(), call[0].As<v8::String>(), core.m_text);
     core.m_request->output.WriteText(core.m_text);
+  });
+}
+
+void ScriptCore::WriteEncoded(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  Guarded(call.GetIsolate(), [&] {
+    ScriptCore& core = Of(call.GetIsolate());
+    core.m_request->output.WriteEncoded(ToVariant(core, call[0]));
   });
 }
 

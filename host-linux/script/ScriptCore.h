@@ -96,6 +96,7 @@ class ScriptCore {
 
   static void WriteText(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void WriteValue(const v8::FunctionCallbackInfo<v8::Value>& call);
+  static void WriteEncoded(const v8::FunctionCallbackInfo<v8::Value>& call);
   static PagePlace LastSeen(const Request& request);
   PagePlace PlaceNow() const;
   static void StopHere(v8::Isolate* isolate, void* data);
@@ -113,6 +114,7 @@ class ScriptCore {
   v8::Global<v8::Context> m_context;
   v8::Global<v8::Function> m_stop;
   v8::Global<v8::Function> m_writeValue;
+  v8::Global<v8::Function> m_writeEncoded;
   std::vector<std::string> m_parameters;
   CompiledPages m_pages;
   std::unique_ptr<Wrappers> m_wrappers;
@@ -125,7 +127,7 @@ class ScriptCore {
   std::string m_text;            // of the expression being written
   std::size_t m_heapLimit = 0;   // before it was raised for the page that ran into it
   bool m_ended = false;
-  bool m_locating = false;  // an error while a place is looked for must not look for it again
+  bool m_locating = false;               // an error while a place is looked for must not look for it again
   std::optional<PagePlace> m_stoppedAt;  // where the page was when its time or its memory was over
   std::atomic<bool> m_timedOut{false};
   std::atomic<bool> m_outOfMemory{false};

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +30,8 @@ class PageOutput {
   virtual void WriteText(std::string_view utf8) = 0;
   // The value of any other expression, as Response.Write writes it.
   virtual void WriteValue(const varnel::Variant& value) = 0;
+  // The same, with what HTML takes for marks written as names.
+  virtual void WriteEncoded(const varnel::Variant& value) = 0;
   // The page is over: no script runs any more, and the objects that it made are still what they were.
   virtual void OnPageEnd() {}
   // The id under which the log knows the request; may be empty.
@@ -63,18 +66,28 @@ struct PageResult {
     OutOfMemory  // past its heap limit
   };
   Outcome outcome = Outcome::Finished;
-  ScriptFailure failure;  // also for TimedOut and OutOfMemory, there with the place where the page was stopped
+  ScriptFailure
+      failure;  // also for TimedOut and OutOfMemory, there with the place where the page was stopped
+};
+
+// A function of the host's own, by a global name. It is called on the engine's thread, while a page runs.
+struct HostFunction {
+  std::string name;
+  std::function<varnel::Variant(varnel::Arguments)> call;
 };
 
 class ScriptEngine {
  public:
   struct Options {
-    std::string siteRoot;                                   // may stand before virtual includes: "/shop"
+    std::string siteRoot;  // may stand before virtual includes: "/shop"
+    // Takes a file apart where it is no page; empty: ParsePage does.
+    std::function<ParsedPage(const std::string& name, const PageFiles& files)> parse;
     std::size_t heapBytes = 256 * 1024 * 1024;              // of a script's objects and texts
     std::size_t bufferBytes = 64 * 1024 * 1024;             // of its ArrayBuffers, all together
     std::chrono::milliseconds recheck{0};                   // between two looks at whether a page has changed
     std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
+    std::vector<HostFunction> functions;                    // the same, to be called
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.
     std::vector<std::string> intrinsics = {"Request", "Response",    "Session",
                                            "Server",  "Application", "Utilities"};

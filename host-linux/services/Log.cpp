@@ -5,6 +5,8 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <atomic>
+#include <mutex>
 #include <utility>
 
 #include "varnel/automation/Members.h"
@@ -15,7 +17,32 @@ namespace {
 
 constexpr std::size_t kQueueLength = 8192;
 
+constexpr std::size_t kMostCaptured = 10'000;
+
 thread_local std::string requestId;
+
+std::atomic<bool> isCaptured = false;
+std::mutex captureMutex;
+std::vector<std::string> capturedLines;  // under the mutex
+
+const char* NameOf(LogLevel level) {
+  switch (level) {
+    case LogLevel::Debug:
+      return "debug: ";
+    case LogLevel::Info:
+      return "info: ";
+    case LogLevel::Warning:
+      return "warning: ";
+    case LogLevel::Error:
+      break;
+  }
+  return "error: ";
+}
+
+void Capture(LogLevel level, const std::string& line) {
+  const std::lock_guard lock(captureMutex);
+  if (capturedLines.size() < kMostCaptured) capturedLines.push_back(NameOf(level) + line);
+}
 
 spdlog::level::level_enum SpdlogLevel(LogLevel level) {
   switch (level) {
@@ -89,9 +116,23 @@ void StopLog() { spdlog::shutdown(); }
 
 void WriteLog(LogLevel level, std::string_view text) {
   auto* logger = spdlog::default_logger_raw();
-  if (logger == nullptr || !logger->should_log(SpdlogLevel(level))) return;
+  const bool isWritten = logger != nullptr && logger->should_log(SpdlogLevel(level));
+  if (!isWritten && !isCaptured) return;
   const std::string line = requestId.empty() ? OneLine(text) : "[" + requestId + "] " + OneLine(text);
-  logger->log(SpdlogLevel(level), spdlog::string_view_t(line));
+  if (isCaptured) Capture(level, line);
+  if (isWritten) logger->log(SpdlogLevel(level), spdlog::string_view_t(line));
+}
+
+LogCapture::LogCapture() { isCaptured = true; }
+
+LogCapture::~LogCapture() {
+  isCaptured = false;
+  TakeLines();
+}
+
+std::vector<std::string> LogCapture::TakeLines() {
+  const std::lock_guard lock(captureMutex);
+  return std::exchange(capturedLines, {});
 }
 
 RequestLogScope::RequestLogScope(std::string id) : m_previous(std::exchange(requestId, std::move(id))) {}

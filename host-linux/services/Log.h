@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host-linux/services/SiteConfiguration.h"
 #include "varnel/automation/Object.h"
@@ -20,6 +21,19 @@ void StopLog();
 // One line. Line breaks inside `text` are written as \r and \n, so that an entry stays one line; other
 // control characters, U+007F to U+009F among them, as a question mark.
 void WriteLog(LogLevel level, std::string_view text);
+
+// While it lives, all lines of the process are kept by it too, whatever the level of the log; one at a time.
+class LogCapture {
+ public:
+  LogCapture();
+  ~LogCapture();
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  // What was written since the last call, the oldest first: "error: [id] list.asp, line 3: ...". No more than
+  // 10,000 lines are kept.
+  std::vector<std::string> TakeLines();
+};
 
 // While it lives, lines written on this thread bear `id`.
 class RequestLogScope {

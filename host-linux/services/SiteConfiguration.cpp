@@ -112,6 +112,14 @@ Reader BytesInto(std::size_t& target) {
   return [&target](const toml::node& node, const std::string& key) { target = ReadBytes(node, key); };
 }
 
+Reader FlagInto(bool& target) {
+  return [&target](const toml::node& node, const std::string& key) {
+    const auto flag = node.value_exact<bool>();
+    if (!flag) Fail(node, key + " must be true or false");
+    target = *flag;
+  };
+}
+
 Reader TextInto(std::string& target) {
   return [&target](const toml::node& node, const std::string& key) { target = ReadText(node, key); };
 }
@@ -173,6 +181,7 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
         }},
        {"refuse_parameters", [&](const toml::node& node,
                                  const std::string& key) { server.refuseParameters = ReadTexts(node, key); }},
+       {"compression", FlagInto(server.compression)},
        {"trusted_proxies", [&](const toml::node& node, const std::string& key) {
           server.trustedProxies = ReadTexts(node, key);
         }}});
@@ -196,6 +205,31 @@ void ReadLimits(const toml::table& table, SiteConfiguration::Limits& limits) {
   };
   ReadSection(table, "limits",
               {{"requests", into(limits.requests)}, {"new_sessions", into(limits.newSessions)}});
+}
+
+// As browsers write it: "https://pay.example:8443". An address with a path would never match.
+bool IsOrigin(const std::string& text) {
+  const std::size_t scheme = text.starts_with("https://") ? 8 : text.starts_with("http://") ? 7 : 0;
+  const std::string host = text.substr(scheme);
+  return scheme > 0 && !host.empty() &&
+         host.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789.-_:[]") == std::string::npos;
+}
+
+std::vector<std::string> ReadOrigins(const toml::node& node, const std::string& key) {
+  std::vector<std::string> origins = ReadTexts(node, key);
+  for (const std::string& origin : origins) {
+    if (origin != "*" && !IsOrigin(origin))
+      Fail(node, key + " must hold texts such as \"https://pay.example\", in lower case and without a path");
+  }
+  return origins;
+}
+
+void ReadForms(const toml::table& table, SiteConfiguration::Forms& forms) {
+  ReadSection(
+      table, "forms",
+      {{"token", FlagInto(forms.token)}, {"origins", [&](const toml::node& node, const std::string& key) {
+                                            forms.origins = ReadOrigins(node, key);
+                                          }}});
 }
 
 void ReadDatabase(const toml::table& table, SiteConfiguration::Database& database) {
@@ -319,8 +353,8 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
     return node == nullptr ? nullptr : node->as_table();
   };
   static const std::vector<std::string> kSections = {
-      "site",  "server",  "database", "headers", "application", "session",  "configuration",
-      "users", "sign_in", "log",      "files",   "lists",       "sessions", "limits"};
+      "site",    "server", "database", "headers", "application", "session", "configuration", "users",
+      "sign_in", "log",    "files",    "lists",   "sessions",    "limits",  "forms"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -330,6 +364,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   if (const auto* table = section("server")) ReadServer(*table, site.server);
   if (const auto* table = section("sessions")) ReadSessions(*table, site.sessions);
   if (const auto* table = section("limits")) ReadLimits(*table, site.limits);
+  if (const auto* table = section("forms")) ReadForms(*table, site.forms);
   if (const auto* table = section("database")) ReadDatabase(*table, site.database);
   if (const auto* table = section("headers")) ReadHeaders(*table, site);
   if (const auto* table = section("application")) site.application = ReadValues(*table);

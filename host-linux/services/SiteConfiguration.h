@@ -49,6 +49,7 @@ struct SiteConfiguration {
     std::chrono::minutes sessionTimeout{20};
     std::vector<std::string> refuseParameters = {"URL"};  // answered with 400
     std::vector<std::string> trustedProxies;              // addresses; "unix" for a local socket
+    bool compression = true;                              // of answers that are text
   };
 
   // What a list takes from its links and forms.
@@ -69,6 +70,12 @@ struct SiteConfiguration {
   struct Sessions {
     std::filesystem::path folder;    // relative to the site's; empty: one that ends with the server
     std::size_t maxBytes = 1 << 30;  // of the file
+  };
+
+  // What is asked of requests that may change something.
+  struct Forms {
+    bool token = false;                // the session's form token
+    std::vector<std::string> origins;  // whose pages may send them beside the site's own; "*": anybody's
   };
 
   // Of one address in a minute; 0: no limit.
@@ -111,6 +118,7 @@ struct SiteConfiguration {
   Server server;
   Sessions sessions;
   Limits limits;
+  Forms forms;
   Database database;
   Values application;                                        // Application values
   Values session;                                            // values that a new session starts with

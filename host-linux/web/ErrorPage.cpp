@@ -10,6 +10,8 @@ std::string_view SentenceOf(int status) {
   switch (status) {
     case 400:
       return "The server could not understand this request.";
+    case 403:
+      return "The server does not take this request.";
     case 404:
       return "There is nothing at this address.";
     case 405:

@@ -118,4 +118,28 @@ TEST_F(PagesTest, PageWithoutSessionStateReadsListsAndSetsNoCookie) {
   EXPECT_EQ(answer.headers.Find("Set-Cookie"), nullptr);
 }
 
+TEST_F(PagesTest, AnEncodedExpressionIsHtmlTextInElementsAndInAnyQuotes) {
+  EXPECT_EQ(Output("<p title='<%: Request('q') %>'><%: Request('q') %></p>", "q=%3Cb%3E%26%22%27x"),
+            "<p title='&lt;b&gt;&amp;&quot;&#39;x'>&lt;b&gt;&amp;&quot;&#39;x</p>");
+  EXPECT_EQ(Output("<%: null %><%: undefined %>|<%: 1.5 %>|<%: true %>|<%: '\u20AC<' %>"),
+            "|1.5|True|\xE2\x82\xAC&lt;");
+}
+
+TEST_F(PagesTest, AnEncodedExpressionOfAFieldIsItsValue) {
+  site.MakeCustomers(1);
+  site.RunSql("UPDATE CUSTOMER SET NAME = '<i>'");
+  EXPECT_EQ(Output("<% var p = Server.CreateObject('Varnel.Page'); p.OpenDatabaseConnection('Demo');"
+                   " var rs = p.DRecordset(); rs.OpenRS('SELECT ID, NAME FROM CUSTOMER', 'ID'); %>"
+                   "<%: rs('NAME') %> <%: rs('NAME').Value %> <%= rs('NAME') %>"),
+            "&lt;i&gt; &lt;i&gt; <i>");
+}
+
+TEST_F(PagesTest, HalvesOfACharacterWrittenOneByOneMakeIt) {
+  EXPECT_EQ(Output("<%: '\\uD83D' -%>\n<%: '\\uDE00' %>"), "\xF0\x9F\x98\x80");
+}
+
+TEST_F(PagesTest, LineBreaksBehindBlocksThatEndWithAMinusAreNotWritten) {
+  EXPECT_EQ(Output("<% for (var i = 0; i < 2; i++) { -%>\n<li><%= i %>\n<% } -%>\nend"), "<li>0\n<li>1\nend");
+}
+
 }  // namespace

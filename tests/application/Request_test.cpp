@@ -114,4 +114,26 @@ TEST_F(RequestTest, BadEscapeAndMissingPageAreNoErrorsOfTheServer) {
   EXPECT_EQ(*Get("/shop").headers.Find("Location"), "/shop/");
 }
 
+TEST_F(RequestTest, TextNumberAndDateAreValuesNotObjects) {
+  EXPECT_EQ(
+      Output(
+          "<%= typeof Request.Text('a') %>|<%= Request.Text('none', '-') %>|<%= Request.Text('none') === '' "
+          "%>|"
+          "<%= Request.Number('n') + 1 %>|<%= Request.Number('none') === null %>|"
+          "<% var d = Request.Date('d'); %><%= d.getFullYear() %>-<%= d.getMonth() + 1 %>-<%= d.getDate() %>|"
+          "<%= Request.Date('a') === null %>",
+          "a=x&n=1%2C234.5&d=2024-03-05"),
+      "string|-|True|1235.5|True|2024-3-5|True");
+}
+
+TEST_F(RequestTest, NumbersAreReadByTheLocaleOfThePageOrTheSession) {
+  EXPECT_EQ(Output("<%@ LCID=1031 %><%= Request.Number('n') %>|<%= Request.Number('m') === null %>",
+                   "n=12%2C34&m=12.34"),
+            "12.34|True");
+  EXPECT_EQ(Output("<%@ LCID=1031 EnableSessionState=False %><%= Request.Number('n') %>", "n=12%2C34"),
+            "12.34");
+  EXPECT_EQ(Output("<% Session.LCID = 1031; %><%= Request.Number('n') %>", "n=12%2C34"), "12.34");
+  EXPECT_EQ(Output("<%= Request.Number('n') === null %>", "n=12%2C34"), "True");
+}
+
 }  // namespace

@@ -174,4 +174,15 @@ TEST_F(CheckTest, FolderThatIsNoSiteIsNamed) {
   EXPECT_NE(ran.out + ran.err, "");
 }
 
+TEST_F(CheckTest, NamesValuesThatAreWrittenAsTheyCame) {
+  m_site.WritePage("a.asp", "<p>\n<%= Request('q') %>\n<!--#include file='b.inc'-->");
+  m_site.WritePage("b.inc", "<% var q = Request.Text('q'); %>\n<%: q %><%= q %>");
+  m_site.WritePage("c.asp", "<!--#include file='b.inc'-->");
+  EXPECT_EQ(Findings(),
+            "pages/a.asp:2: <%= Request('q') %> writes what a visitor sent as it stands, marks of HTML too: "
+            "<%: Request('q') %> encodes it\n"
+            "pages/b.inc:2: <%= q %> writes what a visitor sent as it stands, marks of HTML too: <%: q %> "
+            "encodes it\n");
+}
+
 }  // namespace

@@ -17,7 +17,7 @@ using varnel::Variant;
 
 std::shared_ptr<Request> MakeRequest(const std::string& query, const std::string& body = "",
                                      const std::string& type = "application/x-www-form-urlencoded",
-                                     const std::vector<HeaderList::Field>& headers = {}) {
+                                     const std::vector<HeaderList::Field>& headers = {}, Long lcid = 1033) {
   HttpRequest http;
   http.method = body.empty() ? "GET" : "POST";
   http.path = "/shop/list.asp";
@@ -31,7 +31,12 @@ std::shared_ptr<Request> MakeRequest(const std::string& query, const std::string
   for (const auto& header : headers) http.headers.Add(header.name, header.value);
   auto page = std::make_shared<PageRequest>();
   EXPECT_EQ(ReadPageRequest(std::move(http), {}, *page), "");
-  return std::make_shared<Request>(page);
+  return std::make_shared<Request>(page, [lcid] { return lcid; });
+}
+
+// A posted form whose visitor is German.
+std::shared_ptr<Request> MakeGermanForm(const std::string& body) {
+  return MakeRequest("", body, "application/x-www-form-urlencoded", {}, 1031);
 }
 
 // `collection(key)` as a script takes its value: through the default members.
@@ -224,6 +229,58 @@ TEST(PageRequest, BadEscapeIsAProblemOnlyWhereItIsRead) {
   http.rawQuery = "%";
   http.body = "";
   EXPECT_NE(ReadPageRequest(http, {}, page), "");
+}
+
+// --- Values of one parameter
+
+TEST(Request, TextIsThatOfTheQueryElseOfTheForm) {
+  const auto request = MakeRequest("a=1&a=2&both=query", "f=3&both=form");
+  EXPECT_EQ(request->Text(u"A", u""), u"1, 2");
+  EXPECT_EQ(request->Text(u"f", u""), u"3");
+  EXPECT_EQ(request->Text(u"both", u""), u"query");
+}
+
+TEST(Request, TextOfAMissingParameterIsTheOtherOne) {
+  const auto request = MakeRequest("empty=", "", "", {{"Cookie", "c=1"}});
+  EXPECT_EQ(request->Text(u"none", u"x"), u"x");
+  EXPECT_EQ(request->Text(u"empty", u"x"), u"");
+  EXPECT_EQ(request->Text(u"c", u"x"), u"x");
+  EXPECT_EQ(request->Text(u"URL", u"x"), u"x");
+}
+
+TEST(Request, TextPassesOverAFormThatWasReadAsBytes) {
+  const auto request = MakeRequest("", "f=3");
+  request->BinaryRead(3);
+  EXPECT_EQ(request->Text(u"f", u"x"), u"x");
+}
+
+TEST(Request, NumberIsReadByTheVisitorsLocale) {
+  const auto request = MakeGermanForm("price=1.234%2C5&english=12.34&none=&word=a");
+  EXPECT_EQ(request->Number(u"price"), Variant(1234.5));
+  EXPECT_EQ(request->Number(u"english"), Variant(varnel::Null()));
+  EXPECT_EQ(request->Number(u"none"), Variant(varnel::Null()));
+  EXPECT_EQ(request->Number(u"word"), Variant(varnel::Null()));
+  EXPECT_EQ(request->Number(u"missing"), Variant(varnel::Null()));
+  EXPECT_EQ(MakeRequest("price=12.34")->Number(u"price"), Variant(12.34));
+}
+
+TEST(Request, NumberOfAParameterThatOccursTwiceIsNone) {
+  EXPECT_EQ(MakeRequest("a=1&a=234")->Number(u"a"), Variant(varnel::Null()));
+  EXPECT_EQ(MakeGermanForm("a=1&a=2")->Number(u"a"), Variant(varnel::Null()));
+}
+
+TEST(Request, DateIsReadByTheVisitorsLocale) {
+  const varnel::Date day = varnel::MakeDate({2024, 3, 5, 0, 0, 0});
+  EXPECT_EQ(MakeGermanForm("day=5.3.2024")->Day(u"day"), Variant(day));
+  EXPECT_EQ(MakeGermanForm("day=2024-03-05")->Day(u"day"), Variant(day));
+  EXPECT_EQ(MakeRequest("day=3%2F5%2F2024")->Day(u"day"), Variant(day));
+  EXPECT_EQ(MakeRequest("day=5.3.2024")->Day(u"day"), Variant(varnel::Null()));
+  EXPECT_EQ(MakeRequest("")->Day(u"day"), Variant(varnel::Null()));
+}
+
+TEST(Request, ALocaleThatIsNotKnownIsTheUsers) {
+  const auto request = MakeRequest("a=1.5", "", "", {}, 99999);
+  EXPECT_EQ(request->Number(u"a"), Variant(1.5));
 }
 
 }  // namespace

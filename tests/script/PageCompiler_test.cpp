@@ -36,6 +36,10 @@ TEST_F(PageCompilerTest, WritesTextsByIndexAndValuesAsTheyCome) {
             "));\n");
 }
 
+TEST_F(PageCompilerTest, WritesEncodedValuesByAWriterOfTheirOwn) {
+  EXPECT_EQ(Compile("<%: a %>").source, "'use strict';\n__varnelEncoded(( a \n));\n");
+}
+
 TEST_F(PageCompilerTest, TextsAroundAnIncludeAreOneText) {
   files.Set("a.inc", "b");
   EXPECT_EQ(Compile("a<!--#include file='a.inc'-->c").texts, std::vector<std::string>{"abc"});

@@ -36,7 +36,10 @@ class PageParserTest : public testing::Test {
 std::string Describe(const ParsedPage& page) {
   std::string text;
   for (const PagePiece& piece : page.pieces) {
-    text += piece.kind == Kind::Html ? "H" : piece.kind == Kind::Statements ? "S" : "E";
+    text += piece.kind == Kind::Html         ? "H"
+            : piece.kind == Kind::Statements ? "S"
+            : piece.kind == Kind::Encoded    ? "C"
+                                             : "E";
     text += "@" + page.files[static_cast<std::size_t>(piece.file)] + ":" + std::to_string(piece.line);
     text += "[" + piece.text + "]";
   }
@@ -72,6 +75,33 @@ TEST_F(PageParserTest, ABlockThatIsNotClosedIsAnErrorWithItsLine) {
 
 TEST_F(PageParserTest, AnExpressionNeedsAText) {
   EXPECT_EQ(ErrorOf("\n<%= %>"), "page.asp:2: An expression is missing after <%=.");
+}
+
+TEST_F(PageParserTest, AColonMarksAnExpressionWhoseValueIsEncoded) {
+  EXPECT_EQ(Describe(Parse("<p>\n<%: a %></p>")), "H@page.asp:1[<p>\n]C@page.asp:2[ a ]H@page.asp:2[</p>]");
+  EXPECT_EQ(ErrorOf("\n<%: %>"), "page.asp:2: An expression is missing after <%:.");
+}
+
+TEST_F(PageParserTest, AMinusBehindABlankTakesTheLineBreakBehindTheBlock) {
+  EXPECT_EQ(
+      Describe(Parse("<% a -%>\nb\n<%= c -%>\r\nd<%: e -%>\rf<%@ LCID=1033 -%>\ng")),
+      "S@page.asp:1[ a ]H@page.asp:2[b\n]E@page.asp:3[ c ]H@page.asp:4[d]C@page.asp:4[ e ]H@page.asp:5[f]"
+      "H@page.asp:6[g]");
+  EXPECT_EQ(Describe(Parse("<% // a\n-%>\n<% b -%>")), "S@page.asp:1[ // a\n]S@page.asp:3[ b ]");
+}
+
+TEST_F(PageParserTest, AMinusTakesOneLineBreakOnlyAndOnlyRightBehindTheBlock) {
+  EXPECT_EQ(Describe(Parse("<% a -%>\n\nb<% c -%> \nd")),
+            "S@page.asp:1[ a ]H@page.asp:2[\nb]S@page.asp:3[ c ]H@page.asp:3[ \nd]");
+}
+
+TEST_F(PageParserTest, AMinusWithoutABlankBelongsToTheScript) {
+  EXPECT_EQ(Describe(Parse("<% i--%>\nb")), "S@page.asp:1[ i--]H@page.asp:1[\nb]");
+  EXPECT_EQ(Describe(Parse("<%-%>\nb")), "S@page.asp:1[-]H@page.asp:1[\nb]");
+}
+
+TEST_F(PageParserTest, AnExpressionNeedsMoreThanItsMinus) {
+  EXPECT_EQ(ErrorOf("<%= -%>"), "page.asp:1: An expression is missing after <%=.");
 }
 
 TEST_F(PageParserTest, TextThatIsNotUtf8IsAnErrorWithItsLine) {

@@ -310,6 +310,7 @@ TEST(ScriptEngineFailureTest, ARequestThatLeavesByAnExceptionIsOver) {
     explicit EndedOutput(int& count) : ends(count) {}
     void WriteText(std::string_view) override {}
     void WriteValue(const varnel::Variant&) override {}
+    void WriteEncoded(const varnel::Variant&) override {}
     void OnPageEnd() override { ++ends; }
     int& ends;
   };

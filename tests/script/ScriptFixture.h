@@ -47,6 +47,11 @@ class TextOutput final : public PageOutput {
     text += varnel::ToUtf8(value.IsNull() ? u"(Null)" : varnel::ToText(value));
     if (onText) onText();
   }
+  void WriteEncoded(const varnel::Variant& value) override {
+    text += "{";
+    WriteValue(value);
+    text += "}";
+  }
   std::string text;
   std::function<void()> onText;
 };

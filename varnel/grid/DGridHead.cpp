@@ -5,6 +5,7 @@
 #include "varnel/automation/Error.h"
 #include "varnel/grid/DGrid.h"
 #include "varnel/grid/Labels.h"
+#include "varnel/host/Platform.h"
 #include "varnel/table/TableTypes.h"
 
 namespace varnel {
@@ -15,6 +16,12 @@ constexpr int kFirstHead = 4;  // the bar's buttons have the numbers before it
 
 // As wide as the widest window of a recordset, which is two wider than the 16-bit number asked for.
 constexpr std::int64_t kWidestRow = 32767 + 2;
+
+// What the host asks of posted forms, besides the library's own fields.
+String HostsFormFields() {
+  const auto context = host::GetObjectContext();
+  return context == nullptr ? String() : context->FormFields();
+}
 
 std::shared_ptr<Table> NewTitleTable(Page& iPage) {
   auto table = CastObject<Table>(iPage.Table());
@@ -99,7 +106,7 @@ String DGrid::NavigationBar() {
           : std::array<String, 4>{rs.GetUrlFirst(), rs.GetUrlPrev(), rs.GetUrlNext(), rs.GetUrlLast()};
   String bar;
   for (int i = 0; i < 4; ++i) bar += NavButton(i, targets[static_cast<std::size_t>(i)]);
-  return bar;
+  return m_bFormBased ? bar + HostsFormFields() : bar;
 }
 
 // An empty target is a direction that isn't available.

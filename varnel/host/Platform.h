@@ -23,6 +23,8 @@ class IObjectContext {
   virtual ObjectPtr Item(StringView name) = 0;
   // Makes a component inside the context; activates it where it implements IObjectControl.
   virtual ObjectPtr CreateInstance(StringView progID) = 0;
+  // What the host asks each posted form to bear, as HTML of hidden fields; empty where it asks nothing.
+  virtual String FormFields() = 0;
 };
 
 class IPlatform {

@@ -6,6 +6,7 @@
 #include "host-linux/command/RunCommand.h"
 #include "host-linux/command/ServeCommand.h"
 #include "host-linux/command/StateCommand.h"
+#include "host-linux/command/TestCommand.h"
 #include "host-linux/command/WorkerCommand.h"
 
 int main(int argc, char** argv) {
@@ -17,6 +18,7 @@ int main(int argc, char** argv) {
   hostlinux::AddRunCommand(app, status);
   hostlinux::AddNewCommand(app, status);
   hostlinux::AddCheckCommand(app, status);
+  hostlinux::AddTestCommand(app, status);
   hostlinux::AddStateCommand(app, status);
   hostlinux::AddPasswordCommand(app, status);
   CLI11_PARSE(app, argc, argv);

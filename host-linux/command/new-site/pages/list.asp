@@ -34,10 +34,10 @@ while (!rs.EOF) {
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <title>Chemical elements - [%Name%]</title>
 <link rel="icon" href="data:,">
-<link rel="stylesheet" href="<%= page.URL("styles/site.css") %>">
+<link rel="stylesheet" href="<%: page.URL("styles/site.css") %>">
 </head>
 <body>
-<p><a href="<%= page.URL("index.asp") %>">Home</a></p>
+<p><a href="<%: page.URL("index.asp") %>">Home</a></p>
 <div class="grid">
 <% page.Add(grid); %>
 </div>
