@@ -429,10 +429,11 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   PageDirectives directives;
   if (auto failure = engine.Prepare(page, directives)) return FailedPage(id, std::move(*failure));
 
-  ListGuard lists = GuardFor(page, engine);  // outlives the context
+  // These two outlive the context.
+  ListGuard lists = GuardFor(page, engine);
+  ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
   const auto context = MakeContext(request, directives, engine, link, ending);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
-  ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
   if (m_site.mode == SiteConfiguration::Mode::Development) context->SetListWatcher(&advice);
   if (AsksForToken(*request, directives)) {
     const Session* session = context->Objects().session.get();
