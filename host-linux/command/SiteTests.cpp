@@ -297,13 +297,12 @@ std::vector<std::string> TestNames(const fs::path& folder, const std::string& fi
 
 }  // namespace
 
-int RunSiteTests(const fs::path& folder, const std::string& filter,
+int RunSiteTests(const fs::path& folder, const std::string& filter, ScriptRuntime& runtime,
                  const std::function<void(const SiteTestResult&)>& done) {
-  SiteConfiguration site = LoadSiteConfiguration(folder);
+  const SiteConfiguration site = LoadSiteConfiguration(folder);
   const std::vector<std::string> names = TestNames(site.folder, filter);
   if (names.empty())
     throw std::runtime_error("there is no test " + (site.folder / kTestsFolder / "*.js").string());
-  ScriptRuntime runtime({});
   int count = 0;
   int failed = 0;
   for (const std::string& name : names) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host-linux/script/ScriptRuntime.h"
+
 namespace hostlinux {
 
 // One test, or what kept the tests of a file from running.
@@ -22,7 +24,7 @@ struct SiteTestResult {
 // node_modules, the log and the folder of sessions aren't copied. `done` is called for each result as soon as it
 // is there. Gives the number of failed ones. Raises ConfigurationError for a site that can't be read, and
 // std::runtime_error where there is no test.
-int RunSiteTests(const std::filesystem::path& folder, const std::string& filter,
+int RunSiteTests(const std::filesystem::path& folder, const std::string& filter, ScriptRuntime& runtime,
                  const std::function<void(const SiteTestResult&)>& done);
 
 // "ok   tests/list.js: the list has rows", or "FAIL tests/list.js:12: the list has rows: it is 3, not 4" with the

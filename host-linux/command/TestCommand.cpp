@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host-linux/command/SiteTests.h"
+#include "host-linux/services/Log.h"
 
 namespace hostlinux {
 
@@ -19,12 +20,17 @@ struct TestOptions {
 
 int RunTests(const TestOptions& options) {
   try {
+    SiteConfiguration quiet;  // what pages log is told with the tests that fail
+    quiet.log.level = "off";
+    StartLog(quiet);
+    ScriptRuntime runtime({});
     int count = 0;
-    const int failed = RunSiteTests(options.site, options.filter, [&](const SiteTestResult& result) {
+    const int failed = RunSiteTests(options.site, options.filter, runtime, [&](const SiteTestResult& result) {
       ++count;
       std::printf("%s\n", TestResultText(result).c_str());
       std::fflush(stdout);
     });
+    StopLog();
     std::printf("%d tests, %d failed\n", count, failed);
     return failed > 0 ? 1 : 0;
   } catch (const std::exception& error) {

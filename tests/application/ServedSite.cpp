@@ -12,12 +12,6 @@ using namespace hostlinux;
 
 namespace {
 
-// The engine below is set up once in a process.
-ScriptRuntime& SharedRuntime() {
-  static ScriptRuntime runtime({});
-  return runtime;
-}
-
 ServerOptions OptionsOf(const SiteConfiguration& site) {
   ServerOptions options;
   options.threads = static_cast<unsigned>(site.server.threads);
@@ -42,6 +36,11 @@ SiteConfiguration Configuration(const std::filesystem::path& folder) {
 }
 
 }  // namespace
+
+ScriptRuntime& SharedRuntime() {
+  static ScriptRuntime runtime({});
+  return runtime;
+}
 
 struct ServedSite::Parts {
   Parts(const std::filesystem::path& folder, ComponentFactory ownComponents)

@@ -8,10 +8,14 @@
 #include <string>
 
 #include "host-linux/application/LinuxPlatform.h"
+#include "host-linux/script/ScriptRuntime.h"
 #include "tests/application/TestSite.h"
 #include "tests/web/TestClient.h"
 
 namespace hosttest {
+
+// The script engine's runtime, which can be set up once in a process only.
+hostlinux::ScriptRuntime& SharedRuntime();
 
 class ServedSite {
  public:

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "host-linux/command/NewCommand.h"
+#include "host-linux/command/SiteTests.h"
 #include "tests/application/ServedSite.h"
 
 namespace {
@@ -124,6 +125,27 @@ TEST_P(Examples, DoWhatThePageSays) {
     }
   }
   EXPECT_GT(pages, 0);
+}
+
+TEST(TestingPage, HasTestsThatPass) {
+  const auto site = std::filesystem::path(::testing::TempDir()) /
+                    ("varnel-docs-tests-" + std::to_string(::getpid())) / "hello";
+  hostlinux::MakeNewSite(site);
+  for (const Block& block :
+       BlocksOf(ReadText(std::filesystem::path(VARNEL_SOURCE_DIR) / "docs/testing.md"))) {
+    if (!block.page.empty()) WriteText(site / "pages" / block.page, block.text);
+    if (!block.file.empty()) WriteText(site / block.file, block.text);
+  }
+  std::vector<std::string> results;
+  hostlinux::RunSiteTests(site, "", hosttest::SharedRuntime(), [&](const hostlinux::SiteTestResult& result) {
+    results.push_back(hostlinux::TestResultText(result));
+  });
+  std::filesystem::remove_all(site.parent_path());
+  EXPECT_EQ(results, (std::vector<std::string>{"ok   tests/greeting.js: the page takes a name",
+                                               "ok   tests/greeting.js: a form bears the token by itself",
+                                               "ok   tests/greeting.js: a page's failure is in the log",
+                                               "ok   tests/pages.js: the first page greets by name",
+                                               "ok   tests/pages.js: the list leads to its next page"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
