@@ -15,6 +15,7 @@
 #include "host-linux/intrinsics/Cookies.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/nls/LocaleTable.h"
+#include "host-linux/script/HintedError.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/Origin.h"
