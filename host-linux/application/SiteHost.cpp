@@ -8,6 +8,7 @@
 #include "host-linux/application/FirstPageLink.h"
 #include "host-linux/application/FormGuard.h"
 #include "host-linux/application/PageFunctions.h"
+#include "host-linux/application/PageTools.h"
 #include "host-linux/application/RequestScope.h"
 #include "host-linux/application/SiteParts.h"
 #include "host-linux/base/Ascii.h"
@@ -213,6 +214,9 @@ ScriptEngine& SiteHost::EngineOfThread() {
     if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
     options.functions = PageFunctions();
+    options.tools = PageTools();
+    options.toolFunctions =
+        PageToolFunctions(m_site.fetch, {[] { return engineOfThread->Place(); }, &TimeLeftOfPage});
     options.inspection = m_inspection;
     options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));

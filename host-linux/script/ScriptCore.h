@@ -34,6 +34,7 @@ class ScriptCore {
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
   std::optional<std::chrono::milliseconds> TimeLeft() const;
   void Inspect();
+  PagePlace Place() const { return m_request == nullptr ? PagePlace() : PlaceNow(); }
   void EndPage() { m_ended = m_request != nullptr; }
 
   v8::Isolate* Isolate() const { return m_isolate; }

@@ -28,6 +28,8 @@ void ScriptEngine::RunOffTime(const std::function<void()>& work) { m_core->RunOf
 
 void ScriptEngine::SetTimeLimit(std::chrono::milliseconds timeLimit) { m_core->SetTimeLimit(timeLimit); }
 
+PagePlace ScriptEngine::Place() const { return m_core->Place(); }
+
 void ScriptEngine::Inspect() { m_core->Inspect(); }
 
 void ScriptEngine::EndPage() { m_core->EndPage(); }

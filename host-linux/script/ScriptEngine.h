@@ -86,6 +86,10 @@ class ScriptEngine {
     std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
     std::vector<HostFunction> functions;                    // the same, to be called
+    // A script of ASCII characters that adds further global names, before they are frozen; it finds
+    // `toolFunctions` as members of `host`. Empty: none.
+    std::string_view tools{};
+    std::vector<HostFunction> toolFunctions;
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.
     std::vector<std::string> intrinsics = {"Request", "Response",    "Session",
                                            "Server",  "Application", "Utilities"};
@@ -122,6 +126,9 @@ class ScriptEngine {
   // What is left of the running page's time, 0 when it is over; none while no page runs, or a debugger has
   // stopped it. For the engine's thread.
   std::optional<std::chrono::milliseconds> TimeLeft() const;
+
+  // Where the running page is, for a function that it has called; nothing but empty fields while none runs.
+  PagePlace Place() const;
 
   // Handles what the debugger has sent; between pages, as a running page looks itself.
   void Inspect();
