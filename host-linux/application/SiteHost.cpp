@@ -8,6 +8,7 @@
 #include "host-linux/application/FirstPageLink.h"
 #include "host-linux/application/FormGuard.h"
 #include "host-linux/application/PageFunctions.h"
+#include "host-linux/application/PageTools.h"
 #include "host-linux/application/RequestScope.h"
 #include "host-linux/application/SiteParts.h"
 #include "host-linux/base/Ascii.h"
@@ -216,6 +217,9 @@ ScriptEngine& SiteHost::EngineOfThread() {
     if (m_site.mode == SiteConfiguration::Mode::Production) options.recheck = kRecheckInProduction;
     options.constants = PublicEnumerations();
     options.functions = PageFunctions();
+    options.tools = PageTools();
+    options.toolFunctions =
+        PageToolFunctions(m_site.fetch, {[] { return engineOfThread->Place(); }, &TimeLeftOfPage});
     options.inspection = m_inspection;
     options.pagesUrl = PagesUrl(m_site);
     engine = std::make_unique<ScriptEngine>(m_runtime, m_pages, std::move(options));
@@ -374,9 +378,8 @@ void SiteHost::TellWarnings(const std::vector<ListWarning>& warnings, HttpRespon
 
 std::string SiteHost::HintOfLimit(PageResult::Outcome outcome) const {
   if (outcome == PageResult::Outcome::TimedOut) {
-    const auto limit = std::chrono::duration_cast<std::chrono::seconds>(m_site.server.scriptTimeout);
-    return "It may run for " + std::to_string(limit.count()) +
-           " s: script_timeout of [server] in site.toml, or Server.ScriptTimeout for this page.";
+    return "It may run for " + std::to_string(m_site.server.scriptTimeout.count()) +
+           " ms: script_timeout of [server] in site.toml, or Server.ScriptTimeout for this page.";
   }
   if (outcome == PageResult::Outcome::OutOfMemory) {
     return "Its script may use " + std::to_string(m_site.server.maxHeap >> 20) +

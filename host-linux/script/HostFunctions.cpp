@@ -22,13 +22,14 @@ void CallHost(const v8::FunctionCallbackInfo<v8::Value>& call) {
 
 }  // namespace
 
-void AddHostFunctions(v8::Local<v8::Context> context, const std::vector<HostFunction>& functions) {
+void AddHostFunctions(v8::Local<v8::Context> context, v8::Local<v8::Object> target,
+                      const std::vector<HostFunction>& functions) {
   v8::Isolate* isolate = context->GetIsolate();
   for (const HostFunction& function : functions) {
     const auto data = v8::External::New(isolate, const_cast<HostFunction*>(&function));
     const auto script = Take(v8::Function::New(context, CallHost, data, 0, v8::ConstructorBehavior::kThrow));
     script->SetName(Name(isolate, function.name));
-    Check(context->Global()->DefineOwnProperty(context, Name(isolate, function.name), script, v8::DontEnum));
+    Check(target->DefineOwnProperty(context, Name(isolate, function.name), script, v8::DontEnum));
   }
 }
 

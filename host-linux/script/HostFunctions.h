@@ -9,7 +9,9 @@
 
 namespace hostlinux {
 
-// Adds them to the global object of a realm that isn't sealed yet. `functions` outlives the realm.
-void AddHostFunctions(v8::Local<v8::Context> context, const std::vector<HostFunction>& functions);
+// Adds them to `target`, such as the global object of a realm that isn't sealed yet. `functions` outlives the
+// realm.
+void AddHostFunctions(v8::Local<v8::Context> context, v8::Local<v8::Object> target,
+                      const std::vector<HostFunction>& functions);
 
 }  // namespace hostlinux

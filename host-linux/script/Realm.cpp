@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view kSeal = R"js(
 'use strict';
-for (const name of ['WeakRef', 'FinalizationRegistry', 'console', 'Atomics', 'SharedArrayBuffer', 'WebAssembly'])
+for (const name of ['WeakRef', 'FinalizationRegistry', 'Atomics', 'SharedArrayBuffer', 'WebAssembly'])
   delete globalThis[name];
 for (const name of Object.getOwnPropertyNames(RegExp))
   if (!['length', 'name', 'prototype'].includes(name)) delete RegExp[name];
@@ -133,6 +133,7 @@ v8::Local<v8::Context> MakeRealm(v8::Isolate* isolate,
   v8::EscapableHandleScope handles(isolate);
   const v8::Local<v8::Context> context = v8::Context::New(isolate);
   const v8::Context::Scope scope(context);
+  RunSetup(context, "delete globalThis.console;", "varnel:console");  // a host may have one of its own
   populate(context);
   RunSetup(context, kSeal, "varnel:seal");
   return handles.Escape(context);

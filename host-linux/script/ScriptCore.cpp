@@ -111,7 +111,7 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
     Check(context->Global()->DefineOwnProperty(context, Name(m_isolate, name),
                                                v8::Number::New(m_isolate, value)));
   m_helpers->AddGlobals(context);
-  AddHostFunctions(context, m_options.functions);
+  AddHostFunctions(context, context->Global(), m_options.functions);
   m_stop.Reset(m_isolate,
                RunSetup(context, "return function () { for (let i = 0; i < 1000; ++i); };", "varnel:stop")
                    .As<v8::Function>());
@@ -122,6 +122,10 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
   };
   keepWriter(m_writeValue, WriteValue);
   keepWriter(m_writeEncoded, WriteEncoded);
+  if (m_options.tools.empty()) return;
+  const auto host = v8::Object::New(m_isolate);
+  AddHostFunctions(context, host, m_options.toolFunctions);
+  RunSetup(context, m_options.tools, "varnel:page-tools", {{"host", host}});
 }
 
 std::vector<varnel::String> ScriptCore::GlobalNames() const {

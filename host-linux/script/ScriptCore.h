@@ -35,6 +35,7 @@ class ScriptCore {
   void SetTimeLimit(std::chrono::milliseconds timeLimit);
   std::optional<std::chrono::milliseconds> TimeLeft() const;
   void Inspect();
+  PagePlace Place() const { return m_request == nullptr ? PagePlace() : PlaceNow(); }
   void EndPage() { m_ended = m_request != nullptr; }
 
   v8::Isolate* Isolate() const { return m_isolate; }
@@ -44,7 +45,6 @@ class ScriptCore {
   ScriptObjects& Scripts() { return m_scriptObjects; }
   KnownNames& Names() { return m_names; }
   const CompiledPages& Pages() const { return m_pages; }
-  PagePlace Place() const { return m_request == nullptr ? PagePlace() : PlaceNow(); }
   // True once the page must not go on.
   bool Stopping() const { return m_ended || m_timedOut || m_outOfMemory; }
   // What a page finds under a name of its own: the host's objects and functions, and the language's common ones.

@@ -88,6 +88,10 @@ class ScriptEngine {
     std::size_t youngBytes = 16 * 1024 * 1024;              // new objects before they are looked through
     std::vector<std::pair<std::string, double>> constants;  // further global names, such as AlignRight
     std::vector<HostFunction> functions;                    // the same, to be called
+    // A script of ASCII characters that adds further global names, before they are frozen; it finds
+    // `toolFunctions` as members of `host`. Empty: none.
+    std::string_view tools{};
+    std::vector<HostFunction> toolFunctions;
     // The names that a request's intrinsics may have. One that a request doesn't hand in is undefined there.
     std::vector<std::string> intrinsics = {"Request", "Response",    "Session",
                                            "Server",  "Application", "Utilities"};

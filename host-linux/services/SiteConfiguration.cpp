@@ -215,10 +215,10 @@ bool IsOrigin(const std::string& text) {
          host.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789.-_:[]") == std::string::npos;
 }
 
-std::vector<std::string> ReadOrigins(const toml::node& node, const std::string& key) {
+std::vector<std::string> ReadOrigins(const toml::node& node, const std::string& key, bool mayBeAny) {
   std::vector<std::string> origins = ReadTexts(node, key);
   for (const std::string& origin : origins) {
-    if (origin != "*" && !IsOrigin(origin))
+    if ((origin != "*" || !mayBeAny) && !IsOrigin(origin))
       Fail(node, key + " must hold texts such as \"https://pay.example\", in lower case and without a path");
   }
   return origins;
@@ -228,8 +228,18 @@ void ReadForms(const toml::table& table, SiteConfiguration::Forms& forms) {
   ReadSection(
       table, "forms",
       {{"token", FlagInto(forms.token)}, {"origins", [&](const toml::node& node, const std::string& key) {
-                                            forms.origins = ReadOrigins(node, key);
+                                            forms.origins = ReadOrigins(node, key, true);
                                           }}});
+}
+
+void ReadFetch(const toml::table& table, SiteConfiguration::Fetch& fetch) {
+  ReadSection(
+      table, "fetch",
+      {{"addresses", [&](const toml::node& node,
+                         const std::string& key) { fetch.addresses = ReadOrigins(node, key, false); }},
+       {"private", FlagInto(fetch.isPrivateAllowed)},
+       {"timeout", TimeInto(fetch.timeout)},
+       {"max_bytes", BytesInto(fetch.maxBytes)}});
 }
 
 void ReadDatabase(const toml::table& table, SiteConfiguration::Database& database) {
@@ -354,7 +364,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   };
   static const std::vector<std::string> kSections = {
       "site",    "server", "database", "headers", "application", "session", "configuration", "users",
-      "sign_in", "log",    "files",    "lists",   "sessions",    "limits",  "forms"};
+      "sign_in", "log",    "files",    "lists",   "sessions",    "limits",  "forms",         "fetch"};
   for (const auto& [key, node] : file) {
     const bool known = std::find(kSections.begin(), kSections.end(), key.str()) != kSections.end();
     if (!known) Fail(node, "there is no section [" + std::string(key.str()) + "]");
@@ -365,6 +375,7 @@ void ReadAll(const toml::table& file, SiteConfiguration& site) {
   if (const auto* table = section("sessions")) ReadSessions(*table, site.sessions);
   if (const auto* table = section("limits")) ReadLimits(*table, site.limits);
   if (const auto* table = section("forms")) ReadForms(*table, site.forms);
+  if (const auto* table = section("fetch")) ReadFetch(*table, site.fetch);
   if (const auto* table = section("database")) ReadDatabase(*table, site.database);
   if (const auto* table = section("headers")) ReadHeaders(*table, site);
   if (const auto* table = section("application")) site.application = ReadValues(*table);

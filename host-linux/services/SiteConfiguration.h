@@ -78,6 +78,14 @@ struct SiteConfiguration {
     std::vector<std::string> origins;  // whose pages may send them beside the site's own; "*": anybody's
   };
 
+  // What pages may ask other servers.
+  struct Fetch {
+    std::vector<std::string> addresses;  // origins, such as "https://api.example"; none: nobody is asked
+    bool isPrivateAllowed = false;       // their names may lead into private networks
+    std::chrono::milliseconds timeout{5000};
+    std::size_t maxBytes = 1 << 20;  // of an answer
+  };
+
   // Of one address in a minute; 0: no limit.
   struct Limits {
     std::uint32_t requests = 12000;
@@ -119,6 +127,7 @@ struct SiteConfiguration {
   Sessions sessions;
   Limits limits;
   Forms forms;
+  Fetch fetch;
   Database database;
   Values application;                                        // Application values
   Values session;                                            // values that a new session starts with

@@ -94,12 +94,18 @@ TEST_F(ListedTables, NothingElseIsWrittenMadeOrSet) {
 
 TEST_F(ListedTables, OnlyFunctionsOfTheirArgumentsAreCalled) {
   EXPECT_EQ("ANT", Rows(u"SELECT upper(name) FROM goods WHERE name LIKE '[a]%' AND length(name) = 3"));
-  for (const char16_t* function :
-       {u"load_extension('x')", u"sqlite_version()", u"zeroblob(9)", u"randomblob(9)", u"last_insert_rowid()",
-        u"sqlite_compileoption_get(1)"}) {
+  for (const char16_t* function : {u"load_extension('x')", u"sqlite_version()", u"zeroblob(9)",
+                                   u"randomblob(9)", u"changes()", u"sqlite_compileoption_get(1)"}) {
     const String sql = u"SELECT id FROM goods ORDER BY " + String(function);
     EXPECT_NE(0, NumberOf([&] { Run(sql); })) << varnel::ToUtf8(sql);
   }
+}
+
+TEST_F(ListedTables, WhoeverWritesIsToldTheKeyOfTheNewRow) {
+  Run(u"INSERT INTO goods VALUES (9, 'cat')");
+  EXPECT_EQ("3", Rows(u"SELECT last_insert_rowid()"));
+  m_connection = Connect(u"Provider=SQLite;Data Source=test.db;Tables=goods;Mode=Read");
+  Refused(u"SELECT last_insert_rowid()");
 }
 
 TEST_F(ListedTables, ViewsThatChangeAreLearnedAnew) {

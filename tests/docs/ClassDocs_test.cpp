@@ -1,4 +1,5 @@
 #include "docs/classes/ClassDocs.h"
+#include "docs/classes/TypeDocs.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -28,6 +29,21 @@ TEST(ClassDocs, HaveALineForEachOperation) {
 TEST(ClassDocs, AreWrittenFromTheTables) {
   EXPECT_EQ(TextOf("docs/classes.md"), WritePage(PublicClasses(), CommittedLines()))
       << "docs/classes/README.md tells how the page is made";
+}
+
+TEST(TypeDocs, AreWrittenFromTheTables) {
+  EXPECT_EQ(TextOf("host-linux/command/new-site/varnel.d.ts"),
+            WriteTypes(PublicClasses(), CommittedLines(), TextOf("docs/classes/globals.d.ts")))
+      << "docs/classes/README.md tells how the file is made";
+}
+
+TEST(TypeDocs, TellArgumentsResultsAndHowAnObjectIsCalled) {
+  const std::string types = WriteTypes(PublicClasses(), CommittedLines(), "declare const x: number;\n");
+  for (const char* part :
+       {"    Number(name: any): number | null;\n", "    Text(name: any, otherwise?: any): string;\n",
+        "    (key: any): RequestValue;\n", "    readonly EOF: any;\n", "  interface ADODBConnection {\n",
+        "declare const AlignRight: number;\n", "\ndeclare const x: number;\n"})
+    EXPECT_NE(types.find(part), std::string::npos) << part;
 }
 
 TEST(ClassDocs, NameWhatDoesNotFit) {

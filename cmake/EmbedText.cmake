@@ -1,4 +1,4 @@
-# Writes a text file into a source file, as the function NAME of namespace hostlinux:
+# Writes a text file into a source file, as the function NAME of namespace hostlinux, which HEADER declares:
 #   cmake -DOUTPUT=file.cpp -DTEXT=file -DHEADER=path/Header.h -DNAME=Function -P EmbedText.cmake
 file(READ ${TEXT} hex HEX)
 string(REGEX REPLACE "(..)" "\\\\x\\1" bytes "${hex}")
