@@ -12,6 +12,7 @@
 #include "host-linux/intrinsics/Cookies.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/nls/LocaleTable.h"
+#include "host-linux/script/HintedError.h"
 #include "host-linux/services/Log.h"
 #include "host-linux/web/ErrorPage.h"
 #include "varnel/automation/Error.h"
@@ -97,11 +98,13 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_application(MakeApplication(m_site)),
       m_sessions(MakeSessions(m_site, std::move(options.sessions))),
       m_newSessions(options.limitsVisitors ? MakeSessionLimit(m_site) : nullptr),
-      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage),
+      m_platform(m_site,
+                 MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage, options.readsOnly),
                  std::move(options.ownComponents)),
       m_links(options.guardsLists ? m_site.lists.links : SiteConfiguration::Links::Any),
-      m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site)
-                                                             : std::vector<SealKey>()) {
+      m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site) : std::vector<SealKey>()),
+      m_advises(options.advises && m_site.mode == SiteConfiguration::Mode::Development),
+      m_onList(std::move(options.onList)) {
   const auto locale = FindLocale(m_site.lcid);
   if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
   varnel::SetUserLocale(*locale);
@@ -334,8 +337,9 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   ListGuard lists = GuardFor(page, engine);  // outlives the context
   const auto context = MakeContext(request, directives, engine, link, ending);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
-  ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
-  if (m_site.mode == SiteConfiguration::Mode::Development) context->SetListWatcher(&advice);
+  ListAdvice advice(
+      m_lists, [&engine] { return PlaceText(engine.Place()); }, m_advises, m_onList);
+  if (m_advises || m_onList) context->SetListWatcher(&advice);
   RequestScope scope(id, context, m_platform.Database());
   Response& response = *scope.Objects().response;
   PageResult result =

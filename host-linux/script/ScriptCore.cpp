@@ -114,9 +114,10 @@ std::vector<varnel::String> ScriptCore::GlobalNames() const {
   std::vector<varnel::String> names;
   for (const std::string& name : m_options.intrinsics) names.push_back(varnel::FromUtf8(name));
   for (const auto& [name, value] : m_options.constants) names.push_back(varnel::FromUtf8(name));
-  for (const char16_t* name : {u"ByRef", u"Enumerator", u"CInt", u"CLng", u"CDbl", u"CByte", u"CDate", u"CStr",
-                               u"CBool", u"String", u"Number", u"Boolean", u"Object", u"Array", u"Date", u"Math",
-                               u"JSON", u"RegExp", u"parseInt", u"parseFloat", u"undefined"})
+  for (const char16_t* name :
+       {u"ByRef", u"Enumerator", u"CInt",   u"CLng",   u"CDbl",     u"CByte",      u"CDate",
+        u"CStr",  u"CBool",      u"String", u"Number", u"Boolean",  u"Object",     u"Array",
+        u"Date",  u"Math",       u"JSON",   u"RegExp", u"parseInt", u"parseFloat", u"undefined"})
     names.emplace_back(name);
   return names;
 }

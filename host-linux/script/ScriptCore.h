@@ -122,7 +122,7 @@ class ScriptCore {
   std::string m_text;            // of the expression being written
   std::size_t m_heapLimit = 0;   // before it was raised for the page that ran into it
   bool m_ended = false;
-  bool m_locating = false;  // an error while a place is looked for must not look for it again
+  bool m_locating = false;               // an error while a place is looked for must not look for it again
   std::optional<PagePlace> m_stoppedAt;  // where the page was when its time or its memory was over
   std::atomic<bool> m_timedOut{false};
   std::atomic<bool> m_outOfMemory{false};

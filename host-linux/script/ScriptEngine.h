@@ -63,7 +63,8 @@ struct PageResult {
     OutOfMemory  // past its heap limit
   };
   Outcome outcome = Outcome::Finished;
-  ScriptFailure failure;  // also for TimedOut and OutOfMemory, there with the place where the page was stopped
+  ScriptFailure
+      failure;  // also for TimedOut and OutOfMemory, there with the place where the page was stopped
 };
 
 class ScriptEngine {
