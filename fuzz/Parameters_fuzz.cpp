@@ -25,9 +25,11 @@ using host::StatementParameters;
 constexpr std::size_t kLarge = 8 << 20;
 
 constexpr char kSchema[] =
-    "CREATE TABLE t (id INT PRIMARY KEY, name VARCHAR(50), price REAL, day DATETIME, born DATE, active BIT, data "
+    "CREATE TABLE t (id INT PRIMARY KEY, name VARCHAR(50), price REAL, day DATETIME, born DATE, active BIT, "
+    "data "
     "BLOB, any_); CREATE TABLE vault (secret TEXT); INSERT INTO vault VALUES ('xyzzy');"
-    "INSERT INTO t VALUES (1, 'Ann', 0.5, '2024-03-05 00:00:00', '2024-03-05', 1, NULL, 5), (2, 'Bob', 2, NULL, NULL, "
+    "INSERT INTO t VALUES (1, 'Ann', 0.5, '2024-03-05 00:00:00', '2024-03-05', 1, NULL, 5), (2, 'Bob', 2, "
+    "NULL, NULL, "
     "0, x'00', 'x');";
 
 const std::vector<String>& Texts() {
@@ -36,13 +38,17 @@ const std::vector<String>& Texts() {
       u"SELECT id FROM t WHERE day >= :a AND born < :b AND active = :c",
       u"SELECT id FROM t WHERE name LIKE :a OR name LIKE :b ESCAPE '!' OR NOT name LIKE :c ESCAPE :a",
       u"SELECT :a, :b || :c FROM t WHERE any_ = :a AND data <> :b AND price * :c > :a",
-      u"SELECT TOP 2 id, name FROM t WHERE (name <> :a AND any_ > :b) AND (name > 'A' or (name = 'A' and id > '0')) "
+      u"SELECT TOP 2 id, name FROM t WHERE (name <> :a AND any_ > :b) AND (name > 'A' or (name = 'A' and id "
+      u"> '0')) "
       u"ORDER BY name ASC,id ASC",
-      u"(SELECT TOP 2 id FROM t WHERE id > :a) UNION (SELECT TOP 2 id FROM t WHERE name = :b) ORDER BY id DESC",
-      u"SELECT CASE WHEN name = :a THEN :b ELSE 'x' END FROM t WHERE id IN (:a, :b, :c) OR day BETWEEN :a AND :b",
+      u"(SELECT TOP 2 id FROM t WHERE id > :a) UNION (SELECT TOP 2 id FROM t WHERE name = :b) ORDER BY id "
+      u"DESC",
+      u"SELECT CASE WHEN name = :a THEN :b ELSE 'x' END FROM t WHERE id IN (:a, :b, :c) OR day BETWEEN :a "
+      u"AND :b",
       u"SELECT id FROM t WHERE name = ? AND id > ? AND day < ?",
       u"SELECT COUNT(*) FROM t WHERE :a = name COLLATE NOCASE AND (:b) < id LIMIT :c",
-      u"WITH w AS (SELECT id FROM t WHERE id > :a) SELECT id FROM w WHERE EXISTS (SELECT 1 FROM t WHERE name = :b)",
+      u"WITH w AS (SELECT id FROM t WHERE id > :a) SELECT id FROM w WHERE EXISTS (SELECT 1 FROM t WHERE name "
+      u"= :b)",
   };
   return texts;
 }
@@ -85,7 +91,7 @@ class Input {
       case 4:
         return Date{Double()};
       case 5:
-        return std::make_shared<varnel::Bytes>(ByteText());
+        return BytesPtr(std::make_shared<varnel::Bytes>(ByteText()));
       case 6:
         return Variant();
       case 7:
@@ -130,7 +136,8 @@ class Input {
 class Facts : public hostlinux::IColumnFacts {
  public:
   std::optional<std::vector<hostlinux::ColumnFact>> Describe(const std::u16string& select) override {
-    static const char16_t* const kTypes[] = {u"INT", u"REAL", u"DATETIME", u"DATE", u"BIT", u"VARCHAR(9)", u""};
+    static const char16_t* const kTypes[] = {u"INT", u"REAL",       u"DATETIME", u"DATE",
+                                             u"BIT", u"VARCHAR(9)", u""};
     if (select.find(u',') != std::u16string::npos)
       return std::vector<hostlinux::ColumnFact>{{u"id", u"INT"}, {u"name", u"VARCHAR(9)"}};
     return std::vector<hostlinux::ColumnFact>{{u"a", kTypes[select.size() % 7]}};
@@ -143,10 +150,30 @@ class Facts : public hostlinux::IColumnFacts {
 Variant Harmless(const Variant& value) {
   static const std::vector<String> texts = [] {
     std::vector<String> bank;
-    for (const char16_t* text :
-         {u"", u"x", u"12", u"1.5", u"+12", u".5", u"0", u"0.0", u"1234567890123456", u"123456789012345.6", u"1e5",
-          u"1e999", u"1e-999", u"20240305", u"2024-03-05", u"2024-03-05 00:00:00", u"2024-03-05 10:00:00",
-          u"20240305 10:00:00", u"20240305 00:00:00", u"True", u"False", u" 12", u"0012", u"2024-3-5 1:2:3"}) {
+    for (const char16_t* text : {u"",
+                                 u"x",
+                                 u"12",
+                                 u"1.5",
+                                 u"+12",
+                                 u".5",
+                                 u"0",
+                                 u"0.0",
+                                 u"1234567890123456",
+                                 u"123456789012345.6",
+                                 u"1e5",
+                                 u"1e999",
+                                 u"1e-999",
+                                 u"20240305",
+                                 u"2024-03-05",
+                                 u"2024-03-05 00:00:00",
+                                 u"2024-03-05 10:00:00",
+                                 u"20240305 10:00:00",
+                                 u"20240305 00:00:00",
+                                 u"True",
+                                 u"False",
+                                 u" 12",
+                                 u"0012",
+                                 u"2024-3-5 1:2:3"}) {
       bank.emplace_back(text);
       bank.push_back(text + String(70, u' '));
     }
@@ -157,7 +184,7 @@ Variant Harmless(const Variant& value) {
   if (!facts.isText) return Long{1};
   const auto key = [](const hostlinux::ParameterFacts& f) {
     const hostlinux::LiteralTraits& t = f.traits;
-    return std::array{f.isPattern, t.isNumeral, t.isInteger, t.hasSpread, t.isDate,
+    return std::array{f.isPattern,  t.isNumeral, t.isInteger, t.hasSpread, t.isDate,
                       t.isMidnight, t.isStored,  t.isTrue,    t.isFalse};
   };
   for (const String& text : texts) {
@@ -228,7 +255,8 @@ void CheckRoundTrip(const host::StatementParameter& parameter) {
   const String& text = *parameter.Value.As<String>();
   if (FromUtf8(ToUtf8(text)) != text) return;  // half of a character
   Long affected = 0;
-  const auto rows = TheDatabase().connection->RunCommand(u"SELECT :a", {{{u"a", parameter.Value}}, false}, 5, affected);
+  const auto rows =
+      TheDatabase().connection->RunCommand(u"SELECT :a", {{{u"a", parameter.Value}}, false}, 5, affected);
   if (!(rows->FieldValue(0) == parameter.Value)) Fail("another text came back", ToUtf8(text));
 }
 
@@ -239,7 +267,8 @@ void Run(const String& sql, const StatementParameters& parameters) {
     const auto rows = connection->RunCommand(sql, parameters, 5, affected);
     while (!rows->IsEOF()) rows->MoveNext();
   } catch (const Error& error) {
-    if (!IsOfDatabase(error.Info().Number)) Fail("a failure of another kind", ToUtf8(error.Info().Description));
+    if (!IsOfDatabase(error.Info().Number))
+      Fail("a failure of another kind", ToUtf8(error.Info().Description));
     if (error.Info().Description.find(u"vault") != String::npos) Fail("another table", ToUtf8(sql));
   }
 }

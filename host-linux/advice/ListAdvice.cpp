@@ -54,14 +54,18 @@ bool ListMemory::IsNew(const ListWarning& warning) {
 
 void ListAdvice::Opening(const varnel::host::ListInUse& list) noexcept {
   try {
-    const ListTexts texts{String(list.query), String(list.keys), String(list.sort), list.declaredSorts, list.counts};
+    if (m_onList) m_onList(m_place(), list);
+    if (!m_looks) return;
+    const ListTexts texts{String(list.query), String(list.keys), String(list.sort), list.declaredSorts,
+                          list.counts};
     String key = texts.query + u'\n' + texts.keys + u'\n' + texts.sort + (texts.counts ? u"\n1" : u"\n0");
     for (const String& sort : texts.declaredSorts) key += u'\n' + sort;
     const auto look = [&] {
       std::vector<String> faults = FindListFaults(texts);
       const auto connection = std::dynamic_pointer_cast<AdoConnection>(list.connection);
       if (connection == nullptr || !connection->IsOpen()) return faults;
-      for (String& fault : LookAtList(texts, list.parameters, *connection)) faults.push_back(std::move(fault));
+      for (String& fault : LookAtList(texts, list.parameters, *connection))
+        faults.push_back(std::move(fault));
       return faults;
     };
     for (const String& fault : m_memory.FaultsOf(key, look)) {

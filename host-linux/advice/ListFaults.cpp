@@ -77,8 +77,8 @@ std::vector<String> AggregateNames(const String& query) {
     const bool hasAlias = item.expression.end < list.end && item.expression.end > begin &&
                           tokens[item.expression.end].kind != SqlTokenKind::Comma;
     if (hasAlias && IsAggregate(tokens, item.expression)) {
-      const std::size_t alias = IsWord(tokens[item.expression.end], u"AS") ? item.expression.end + 1
-                                                                          : item.expression.end;
+      const std::size_t alias =
+          IsWord(tokens[item.expression.end], u"AS") ? item.expression.end + 1 : item.expression.end;
       names.push_back(PlainName(tokens[alias]));
     }
     begin = item.expression.end;
@@ -123,9 +123,10 @@ String Cut(const String& text) { return text.size() <= 60 ? text : text.substr(0
 std::vector<String> FaultsOf(const ListTexts& list) {
   std::vector<String> faults;
   if (const String word = HiddenKeyword(list.query); !word.empty()) {
-    faults.push_back(u"A line break stands beside " + UpperAscii(word) +
-                     u", which isn't seen as a keyword then: only blanks separate the words of a list's query. "
-                     u"Write it on one line, or join its lines with blanks.");
+    faults.push_back(
+        u"A line break stands beside " + UpperAscii(word) +
+        u", which isn't seen as a keyword then: only blanks separate the words of a list's query. "
+        u"Write it on one line, or join its lines with blanks.");
   }
   if (varnel::EqualsNoCase(FirstWord(list.query), u"WITH")) {
     faults.push_back(u"The query begins with WITH, where a list needs SELECT: its reads" +
@@ -133,19 +134,21 @@ std::vector<String> FaultsOf(const ListTexts& list) {
                      u" are cut wrongly. Put it into FROM: SELECT ... FROM (WITH ... SELECT ...) AS T.");
   }
   if (const String order = OwnOrder(list.query); !order.empty()) {
-    faults.push_back(u"The query's own " + Cut(order) +
-                     u" is ignored. SetDefaultSortFields(\"" + Cut(varnel::Trim(order.substr(8))) +
+    faults.push_back(u"The query's own " + Cut(order) + u" is ignored. SetDefaultSortFields(\"" +
+                     Cut(varnel::Trim(order.substr(8))) +
                      u"\") before OpenRS sorts the list, and so does the first column of a grid.");
   }
   if (const String sort = SortedByAggregate(list); !sort.empty()) {
-    faults.push_back(u"The sort '" + Cut(sort) +
-                     u"' is by an aggregate, which the next page's condition can't name. Put the grouped query into "
-                     u"FROM: SELECT ... FROM (SELECT ... GROUP BY ...) AS T.");
+    faults.push_back(
+        u"The sort '" + Cut(sort) +
+        u"' is by an aggregate, which the next page's condition can't name. Put the grouped query into "
+        u"FROM: SELECT ... FROM (SELECT ... GROUP BY ...) AS T.");
   }
   if (const String sort = TooLongSort(list); !sort.empty()) {
-    faults.push_back(u"The sort '" + Cut(sort) +
-                     u"' is too long for a link: about 250 characters fit, and the next page can't read more. Sort by "
-                     u"fewer columns, or by one with a short name in the select list.");
+    faults.push_back(
+        u"The sort '" + Cut(sort) +
+        u"' is too long for a link: about 250 characters fit, and the next page can't read more. Sort by "
+        u"fewer columns, or by one with a short name in the select list.");
   }
   return faults;
 }
@@ -182,8 +185,9 @@ String MissingColumns(const std::vector<String>& needed, const std::vector<Strin
   String missing;
   String meant;
   for (const String& name : needed) {
-    const bool isThere = std::any_of(columns.begin(), columns.end(),
-                                     [&](const String& column) { return varnel::EqualsNoCase(column, name); });
+    const bool isThere = std::any_of(columns.begin(), columns.end(), [&](const String& column) {
+      return varnel::EqualsNoCase(column, name);
+    });
     if (isThere) continue;
     missing += (missing.empty() ? u"" : u", ") + name;
     if (meant.empty()) meant = DidYouMean(name, columns);

@@ -45,8 +45,8 @@ String KeyColumns(const String& keys) {
 String DoubledKey(const ListTexts& list, const StatementParameters& parameters, AdoConnection& connection) {
   const String keys = KeyColumns(list.keys);
   const auto found = Ask(connection,
-                         u"SELECT " + keys + u", COUNT(*) FROM (" + list.query + u") AS listed GROUP BY " + keys +
-                             u" HAVING COUNT(*) > 1 LIMIT 1",
+                         u"SELECT " + keys + u", COUNT(*) FROM (" + list.query + u") AS listed GROUP BY " +
+                             keys + u" HAVING COUNT(*) > 1 LIMIT 1",
                          parameters);
   if (!found || found->rows.Rows() == 0) return {};
   const std::size_t last = found->rows.Columns() - 1;

@@ -53,8 +53,9 @@ varnel::String ClassLike(varnel::StringView progID) {
   for (const varnel::String& name : names) ends.push_back(name.substr(name.find(u'.') + 1));
   const varnel::String end = NearestName(progID, ends);
   const auto found = std::find(ends.begin(), ends.end(), end);
-  return found == ends.end() ? varnel::String()
-                             : u" Did you mean '" + names[static_cast<std::size_t>(found - ends.begin())] + u"'?";
+  return found == ends.end()
+             ? varnel::String()
+             : u" Did you mean '" + names[static_cast<std::size_t>(found - ends.begin())] + u"'?";
 }
 
 }  // namespace
@@ -85,11 +86,10 @@ varnel::ObjectPtr LinuxPlatform::CreateObject(varnel::StringView progID) {
   if (m_ownComponents != nullptr) {
     if (auto component = m_ownComponents(progID)) return component;
   }
-  throw varnel::Error(
-      {kCannotCreate, u"Varnel",
-       u"There is no class '" + varnel::String(progID) + u"' to create" +
-           (ClassLike(progID).empty() ? varnel::String() : u"." + ClassLike(progID)),
-       u"", 0});
+  throw varnel::Error({kCannotCreate, u"Varnel",
+                       u"There is no class '" + varnel::String(progID) + u"' to create" +
+                           (ClassLike(progID).empty() ? varnel::String() : u"." + ClassLike(progID)),
+                       u"", 0});
 }
 
 std::shared_ptr<varnel::host::IConnection> LinuxPlatform::CreateConnection() {

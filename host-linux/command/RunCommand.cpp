@@ -145,6 +145,7 @@ int Run(const RunOptions& run) {
   options.guardsLists = false;  // whoever runs the command writes his own links
   options.limitsVisitors = false;
   options.guardsForms = false;
+  options.advises = false;  // standard output is the page, and nothing else
   if (!run.traceFile.empty()) {
     trace = std::make_unique<SqlTraceFile>(run.traceFile);
     options.onStatement = [&trace](const SqlTraceEntry& entry) { trace->Write(entry); };

@@ -116,24 +116,12 @@ class Checker {
 
   // --- Pages
 
-  std::vector<std::string> PageNames() const {
-    std::vector<std::string> names;
-    std::error_code missing;
-    for (const auto& entry : fs::recursive_directory_iterator(m_site.PagesFolder(), missing)) {
-      const std::string name = entry.path().lexically_relative(m_site.PagesFolder()).generic_string();
-      const bool hidden = name.starts_with(".") || name.find("/.") != std::string::npos;
-      if (!hidden && entry.is_regular_file() && name.ends_with(".asp")) names.push_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
   void CheckPages() {
     ScriptRuntime runtime({});
     ScriptEngine::Options options;
     options.siteRoot = m_site.root;
     ScriptEngine engine(runtime, m_pages, options);
-    for (const std::string& page : PageNames()) CheckPage(engine, page);
+    for (const std::string& page : PagesOf(m_site)) CheckPage(engine, page);
   }
 
   void CheckPage(ScriptEngine& engine, const std::string& page) {
@@ -279,6 +267,18 @@ class Checker {
 };
 
 }  // namespace
+
+std::vector<std::string> PagesOf(const SiteConfiguration& site) {
+  std::vector<std::string> names;
+  std::error_code missing;
+  for (const auto& entry : fs::recursive_directory_iterator(site.PagesFolder(), missing)) {
+    const std::string name = entry.path().lexically_relative(site.PagesFolder()).generic_string();
+    const bool hidden = name.starts_with(".") || name.find("/.") != std::string::npos;
+    if (!hidden && entry.is_regular_file() && name.ends_with(".asp")) names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 std::vector<SiteFinding> CheckSite(const fs::path& folder) {
   try {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "host-linux/services/SiteConfiguration.h"
+
 namespace hostlinux {
 
 struct SiteFinding {
@@ -18,6 +20,9 @@ struct SiteFinding {
 // language lacks; images that aren't there; large tables without an index or without the statistics that an
 // index is chosen by. A site whose configuration can't be read has that one finding.
 std::vector<SiteFinding> CheckSite(const std::filesystem::path& folder);
+
+// The pages of a site, by their names below its pages folder; hidden ones aren't among them.
+std::vector<std::string> PagesOf(const SiteConfiguration& site);
 
 // "pages/list.asp:12: what", or without the line where none is known.
 std::string FindingText(const SiteFinding& finding);

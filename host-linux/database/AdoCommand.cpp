@@ -84,8 +84,8 @@ void AdoCommand::SetCommandType(Long type) {
   m_type = type;
 }
 
-std::shared_ptr<AdoParameter> AdoCommand::CreateParameter(const String& name, Long type, Long direction, Long size,
-                                                          const Variant& value) {
+std::shared_ptr<AdoParameter> AdoCommand::CreateParameter(const String& name, Long type, Long direction,
+                                                          Long size, const Variant& value) {
   auto parameter = std::make_shared<AdoParameter>();
   parameter->SetName(name);
   parameter->SetType(type);

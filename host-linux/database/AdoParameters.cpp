@@ -163,8 +163,9 @@ Variant AdoParameter::Converted(const Variant& value) const {
   try {
     converted = Convert(TakenBy(m_type), value);
   } catch (const varnel::Error&) {
-    RaiseAdo(AdoFailure::WrongType, kClass,
-             subject + u"is of type " + varnel::DecimalText(m_type) + u" and can't take " + Shown(value) + u".");
+    RaiseAdo(
+        AdoFailure::WrongType, kClass,
+        subject + u"is of type " + varnel::DecimalText(m_type) + u" and can't take " + Shown(value) + u".");
   }
   if (m_size > 0 && LengthOf(converted) > static_cast<std::size_t>(m_size)) {
     RaiseAdo(AdoFailure::WrongType, kClass,

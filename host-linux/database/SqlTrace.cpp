@@ -58,8 +58,7 @@ class TracedReader : public IRowReader {
 };
 
 StatementResult SqlTrace::Run(const std::shared_ptr<SqlTrace>& trace, ISession& session,
-                              const varnel::String& sql,
-                              const varnel::host::StatementParameters& parameters,
+                              const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                               const StatementLimits& limits) {
   const std::shared_ptr<Place> place = trace->Begin(sql);
   StatementResult result;

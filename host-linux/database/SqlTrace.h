@@ -29,8 +29,7 @@ class SqlTrace {
 
   // Runs `sql` and follows it to its end. Also a text that fails has an entry, without a sent text then.
   static StatementResult Run(const std::shared_ptr<SqlTrace>& trace, ISession& session,
-                             const varnel::String& sql,
-                             const varnel::host::StatementParameters& parameters,
+                             const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                              const StatementLimits& limits);
 
  private:

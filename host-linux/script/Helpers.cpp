@@ -122,11 +122,11 @@ Variant ConvertNamed(TypeName type, const Variant& value) {
     return ConvertTo(type, value);
   } catch (const varnel::Error&) {
     const bool isWhole = type == TypeName::Integer || type == TypeName::Long || type == TypeName::Byte;
-    raise(isWhole                      ? u"a whole number"
-          : type == TypeName::Double   ? u"a number"
-          : type == TypeName::Date     ? u"a date"
-          : type == TypeName::Boolean  ? u"a boolean"
-                                       : u"a text");
+    raise(isWhole                     ? u"a whole number"
+          : type == TypeName::Double  ? u"a number"
+          : type == TypeName::Date    ? u"a date"
+          : type == TypeName::Boolean ? u"a boolean"
+                                      : u"a text");
     throw;
   }
 }

@@ -3,9 +3,9 @@
 
 #include <v8.h>
 
+#include "host-linux/script/HintedError.h"
 #include "host-linux/script/ScriptCore.h"
 #include "host-linux/script/V8Text.h"
-#include "host-linux/script/HintedError.h"
 #include "varnel/automation/Error.h"
 
 namespace hostlinux {

@@ -128,11 +128,12 @@ varnel::String Arguments(int count) {
 
 // "DRecordset.OpenRS takes 2 arguments; 1 was given."
 varnel::String CountSentence(const varnel::Object& object, const Member& member, std::size_t given) {
-  varnel::String takes = member.Required() == member.parameters
-                             ? Arguments(member.parameters)
-                             : varnel::DecimalText(member.Required()) + u" to " + Arguments(member.parameters);
+  varnel::String takes = member.Required() == member.parameters ? Arguments(member.parameters)
+                                                                : varnel::DecimalText(member.Required()) +
+                                                                      u" to " + Arguments(member.parameters);
   return object.Class().name + u"." + member.name + u" takes " + takes + u"; " +
-         varnel::DecimalText(static_cast<std::int64_t>(given)) + (given == 1 ? u" was given." : u" were given.");
+         varnel::DecimalText(static_cast<std::int64_t>(given)) +
+         (given == 1 ? u" was given." : u" were given.");
 }
 
 // A call that names what it takes where it got another number of arguments.
@@ -326,9 +327,8 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     varnel::Object& object = *Unwrap(call.Holder());
     CallArguments arguments(core, call);
-    const varnel::Variant result = CallAndStoreBack(arguments, [&](varnel::Arguments values) {
-      return Invoke(object, MemberOf(call), values);
-    });
+    const varnel::Variant result = CallAndStoreBack(
+        arguments, [&](varnel::Arguments values) { return Invoke(object, MemberOf(call), values); });
     if (!core.Stopping()) call.GetReturnValue().Set(ToScript(core, result));
   });
 }

@@ -13,7 +13,8 @@ class ListAdviceTest : public hosttest::PageTest {
  protected:
   ListAdviceTest() {
     site.RunSql(
-        "CREATE TABLE line (orderid INT, line INT, text VARCHAR(20), price REAL, PRIMARY KEY (orderid, line));"
+        "CREATE TABLE line (orderid INT, line INT, text VARCHAR(20), price REAL, PRIMARY KEY (orderid, "
+        "line));"
         "INSERT INTO line VALUES (1, 1, 'a', 2), (1, 2, 'b', 1), (2, 1, 'c', 5);");
   }
 
@@ -58,34 +59,41 @@ TEST_F(ListAdviceTest, ALineBreakBesideAKeyword) {
 
 TEST_F(ListAdviceTest, AnOrderOfTheQuerysOwn) {
   EXPECT_THAT(Shown("rs.OpenRS('SELECT orderid, line, price FROM line ORDER BY price', 'orderid, line');"),
-              AllOf(HasSubstr("The query's own ORDER BY price is ignored. SetDefaultSortFields("), HasSubstr("price")));
+              AllOf(HasSubstr("The query's own ORDER BY price is ignored. SetDefaultSortFields("),
+                    HasSubstr("price")));
 }
 
 TEST_F(ListAdviceTest, ASortByAnAggregateBeforePageTwoFails) {
-  EXPECT_THAT(Shown("rs.SetDefaultSortFields('n'); rs.OpenRS('SELECT orderid, COUNT(*) AS n FROM line GROUP BY"
-                    " orderid', 'orderid');"),
-              HasSubstr("The sort 'n' is by an aggregate"));
+  EXPECT_THAT(
+      Shown("rs.SetDefaultSortFields('n'); rs.OpenRS('SELECT orderid, COUNT(*) AS n FROM line GROUP BY"
+            " orderid', 'orderid');"),
+      HasSubstr("The sort 'n' is by an aggregate"));
 }
 
 TEST_F(ListAdviceTest, TheSameListBehindASubselectIsRight) {
-  EXPECT_EQ("<p>the page</p>",
-            Output(List("rs.SetDefaultSortFields('n'); rs.OpenRS('SELECT orderid, n FROM (SELECT orderid, COUNT(*) AS n"
-                        " FROM line GROUP BY orderid) AS t', 'orderid');")));
+  EXPECT_EQ(
+      "<p>the page</p>",
+      Output(List(
+          "rs.SetDefaultSortFields('n'); rs.OpenRS('SELECT orderid, n FROM (SELECT orderid, COUNT(*) AS n"
+          " FROM line GROUP BY orderid) AS t', 'orderid');")));
 }
 
 TEST_F(ListAdviceTest, AWithClause) {
-  EXPECT_THAT(Shown("rs.SetRecCountON(); rs.OpenRS('WITH w AS (SELECT orderid, line FROM line) SELECT orderid, line"
-                    " FROM w', 'orderid, line');"),
-              HasSubstr("page1.asp, line 4: R_1: The query begins with WITH, where a list needs SELECT"));
-  EXPECT_EQ("<p>the page</p>",
-            Output(List("rs.SetRecCountON(); rs.OpenRS('SELECT orderid, line FROM (WITH w AS (SELECT orderid, line"
-                        " FROM line) SELECT orderid, line FROM w) AS t', 'orderid, line');")));
+  EXPECT_THAT(
+      Shown("rs.SetRecCountON(); rs.OpenRS('WITH w AS (SELECT orderid, line FROM line) SELECT orderid, line"
+            " FROM w', 'orderid, line');"),
+      HasSubstr("page1.asp, line 4: R_1: The query begins with WITH, where a list needs SELECT"));
+  EXPECT_EQ(
+      "<p>the page</p>",
+      Output(List("rs.SetRecCountON(); rs.OpenRS('SELECT orderid, line FROM (WITH w AS (SELECT orderid, line"
+                  " FROM line) SELECT orderid, line FROM w) AS t', 'orderid, line');")));
 }
 
 TEST_F(ListAdviceTest, ASortTextTooLongForALink) {
-  EXPECT_THAT(Shown("rs.SetDefaultSortFields('price' + ', price'.repeat(80)); rs.OpenRS('SELECT orderid, line, price"
-                    " FROM line', 'orderid, line');"),
-              HasSubstr("is too long for a link: about 250 characters fit"));
+  EXPECT_THAT(
+      Shown("rs.SetDefaultSortFields('price' + ', price'.repeat(80)); rs.OpenRS('SELECT orderid, line, price"
+            " FROM line', 'orderid, line');"),
+      HasSubstr("is too long for a link: about 250 characters fit"));
 }
 
 TEST_F(ListAdviceTest, TheLogSaysItOnce) {
@@ -102,7 +110,8 @@ TEST_F(ListAdviceTest, NobodyIsToldInProduction) {
   std::string text = site.Read("site.toml");
   text.replace(text.find("development"), 11, "production");
   site.Write("site.toml", text);
-  EXPECT_EQ("<p>the page</p>", Output(List("rs.OpenRS('SELECT orderid, line FROM line ORDER BY line', 'orderid');")));
+  EXPECT_EQ("<p>the page</p>",
+            Output(List("rs.OpenRS('SELECT orderid, line FROM line ORDER BY line', 'orderid');")));
   EXPECT_THAT(EndedLog(), Not(HasSubstr("isn't unique")));
 }
 
@@ -110,6 +119,5 @@ TEST_F(ListAdviceTest, OtherTypesOfAnswersStayAsTheyAre) {
   EXPECT_EQ("<p>the page</p>", Output(List("Response.ContentType = 'text/plain';"
                                            "rs.OpenRS('SELECT orderid, line FROM line', 'orderid');")));
 }
-
 
 }  // namespace

@@ -15,7 +15,8 @@ class PageParameters : public hosttest::PageTest {
         "CREATE INDEX ix_name ON product (name, id);"
         "CREATE TABLE vault (secret TEXT); INSERT INTO vault VALUES ('xyzzy');"
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 60)"
-        " INSERT INTO product SELECT i, 'p' || substr('00' || i, -2), CASE i % 2 WHEN 0 THEN 'Ac''me' ELSE 'Bolt'"
+        " INSERT INTO product SELECT i, 'p' || substr('00' || i, -2), CASE i % 2 WHEN 0 THEN 'Ac''me' ELSE "
+        "'Bolt'"
         " END, i FROM n;");
   }
 
@@ -28,7 +29,8 @@ class PageParameters : public hosttest::PageTest {
            more + "rs.OpenRS(\"" + query +
            "\", 'id');\n"
            "for (; !rs.EOF; rs.MoveNext()) Response.Write(rs('id') + ' ');\n"
-           "Response.Write('of ' + rs.GetTotalNumberOfRecords() + '|' + rs.GetUrlFirst() + '|' + rs.GetUrlPrev() + '|'"
+           "Response.Write('of ' + rs.GetTotalNumberOfRecords() + '|' + rs.GetUrlFirst() + '|' + "
+           "rs.GetUrlPrev() + '|'"
            " + rs.GetUrlNext() + '|' + rs.GetUrlLast() + '|' + rs.GetUrlForPage(5) + '|'); %>";
   }
 
@@ -69,15 +71,15 @@ TEST_F(PageParameters, AUnionKnowsThemInAllItsBranches) {
 }
 
 TEST_F(PageParameters, TheSelectListMayHaveOnes) {
-  site.WritePage("list.asp", List("SELECT DISTINCT id, name, price * :least AS total FROM product WHERE id <= :least"));
+  site.WritePage("list.asp",
+                 List("SELECT DISTINCT id, name, price * :least AS total FROM product WHERE id <= :least"));
   EXPECT_EQ("1 2 3 of 4", Show("/shop/list.asp")[0]);
 }
 
 TEST_F(PageParameters, AForgedValueFindsNothingAndBreaksNothing) {
   site.WritePage("list.asp", List("SELECT id, name FROM product WHERE maker = :maker"));
-  for (const char* forged :
-       {"x%27+OR+%271%27%3D%271", "%27%29+UNION+SELECT+secret%2C1+FROM+vault+--+", "%27%3BDROP+TABLE+product%3B--",
-        "%3Aleast", "Bolt%00%27"}) {
+  for (const char* forged : {"x%27+OR+%271%27%3D%271", "%27%29+UNION+SELECT+secret%2C1+FROM+vault+--+",
+                             "%27%3BDROP+TABLE+product%3B--", "%3Aleast", "Bolt%00%27"}) {
     EXPECT_EQ("of 0", Show(std::string("/shop/list.asp?maker=") + forged)[0]);
   }
   EXPECT_EQ("1 3 5 of 30", Show("/shop/list.asp?maker=Bolt")[0]);
@@ -99,8 +101,10 @@ TEST_F(PageParameters, OneThatNobodyBoundIsAnErrorWithItsName) {
 }
 
 TEST_F(PageParameters, WhatIsNoValueIsAnErrorWithTheParametersName) {
-  EXPECT_THAT(Failure("<% var rs = Server.CreateObject('Varnel.DRecordset'); rs.SetParameter('maker', undefined); %>"),
-              HasSubstr("SetParameter: maker: Varnel: Invalid argument: a parameter is a text"));
+  EXPECT_THAT(
+      Failure(
+          "<% var rs = Server.CreateObject('Varnel.DRecordset'); rs.SetParameter('maker', undefined); %>"),
+      HasSubstr("SetParameter: maker: Varnel: Invalid argument: a parameter is a text"));
   EXPECT_THAT(Failure("<% var rs = Server.CreateObject('Varnel.DRecordset'); rs.SetParameter('a b', 1); %>"),
               HasSubstr("SetParameter: 'a b' is no name of a parameter"));
 }
@@ -108,19 +112,21 @@ TEST_F(PageParameters, WhatIsNoValueIsAnErrorWithTheParametersName) {
 TEST_F(PageParameters, ACommandReadsAndWrites) {
   EXPECT_EQ(
       "2 Ac'me|gone 1|59",
-      Output("<% var cmd = Server.CreateObject('ADODB.Command');\n"
-             "cmd.ActiveConnection = Application('Demo_ConnectionString');\n"
-             "cmd.CommandText = 'SELECT id, maker FROM product WHERE maker = ? AND id < ?';\n"
-             "cmd.Parameters.Append(cmd.CreateParameter('maker', 202, 1, 40, \"Ac'me\"));\n"
-             "cmd.Parameters.Append(cmd.CreateParameter('most', 3, 1, 0, '3'));\n"
-             "for (var rs = cmd.Execute(); !rs.EOF; rs.MoveNext()) Response.Write(rs('id') + ' ' + rs('maker'));\n"
-             "cmd.CommandText = 'DELETE FROM product WHERE maker = :maker AND id < :most';\n"
-             "var gone = new ByRef(0); cmd.Execute(gone); Response.Write('|gone ' + gone.value + '|');\n"
-             "rs = Server.CreateObject('ADODB.Recordset'); var count = Server.CreateObject('ADODB.Command');\n"
-             "count.ActiveConnection = cmd.ActiveConnection;\n"
-             "count.CommandText = 'SELECT COUNT(*) AS n FROM product WHERE id > ?';\n"
-             "count.Parameters.Append(count.CreateParameter('least', 3)); count.Parameters('least').Value = 0;\n"
-             "rs.Open(count); Response.Write(rs('n').Value); %>"));
+      Output(
+          "<% var cmd = Server.CreateObject('ADODB.Command');\n"
+          "cmd.ActiveConnection = Application('Demo_ConnectionString');\n"
+          "cmd.CommandText = 'SELECT id, maker FROM product WHERE maker = ? AND id < ?';\n"
+          "cmd.Parameters.Append(cmd.CreateParameter('maker', 202, 1, 40, \"Ac'me\"));\n"
+          "cmd.Parameters.Append(cmd.CreateParameter('most', 3, 1, 0, '3'));\n"
+          "for (var rs = cmd.Execute(); !rs.EOF; rs.MoveNext()) Response.Write(rs('id') + ' ' + "
+          "rs('maker'));\n"
+          "cmd.CommandText = 'DELETE FROM product WHERE maker = :maker AND id < :most';\n"
+          "var gone = new ByRef(0); cmd.Execute(gone); Response.Write('|gone ' + gone.value + '|');\n"
+          "rs = Server.CreateObject('ADODB.Recordset'); var count = Server.CreateObject('ADODB.Command');\n"
+          "count.ActiveConnection = cmd.ActiveConnection;\n"
+          "count.CommandText = 'SELECT COUNT(*) AS n FROM product WHERE id > ?';\n"
+          "count.Parameters.Append(count.CreateParameter('least', 3)); count.Parameters('least').Value = 0;\n"
+          "rs.Open(count); Response.Write(rs('n').Value); %>"));
 }
 
 }  // namespace

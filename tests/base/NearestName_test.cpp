@@ -12,10 +12,10 @@ using varnel::String;
 const std::vector<String> kNames = {u"Open", u"OpenRS", u"MoveNext", u"MoveFirst", u"SetPageSize"};
 
 TEST(NearestName, FindsASlip) {
-  EXPECT_EQ(u"MoveNext", NearestName(u"MovNext", kNames));       // left out
-  EXPECT_EQ(u"MoveNext", NearestName(u"MoveNextt", kNames));     // added
+  EXPECT_EQ(u"MoveNext", NearestName(u"MovNext", kNames));         // left out
+  EXPECT_EQ(u"MoveNext", NearestName(u"MoveNextt", kNames));       // added
   EXPECT_EQ(u"SetPageSize", NearestName(u"SetPageSise", kNames));  // changed
-  EXPECT_EQ(u"OpenRS", NearestName(u"OepnRS", kNames));          // in the wrong order
+  EXPECT_EQ(u"OpenRS", NearestName(u"OepnRS", kNames));            // in the wrong order
 }
 
 TEST(NearestName, TakesNoNoticeOfTheCaseOfLetters) { EXPECT_EQ(u"OpenRS", NearestName(u"OPENSR", kNames)); }

@@ -63,7 +63,8 @@ TEST_F(ParameterText, AForgedValueIsNoPartOfAnyText) {
        {u"SELECT * FROM t WHERE name = :v", u"SELECT * FROM t WHERE name LIKE :v", u"SELECT :v FROM t",
         u"SELECT * FROM t WHERE name LIKE :v ESCAPE '!'", u"SELECT * FROM t WHERE id > :v AND day < :v",
         u"SELECT * FROM t WHERE CASE WHEN name = :v THEN 1 ELSE 0 END = 1",
-        u"SELECT TOP 3 id FROM t WHERE (name <> :v) AND (name > 'a' or (name = 'a' and id > '4')) ORDER BY name ASC,"
+        u"SELECT TOP 3 id FROM t WHERE (name <> :v) AND (name > 'a' or (name = 'a' and id > '4')) ORDER BY "
+        u"name ASC,"
         u"id ASC"}) {
     for (const String& value : kForged) {
       const EngineStatement statement = Translate(sql, value);
@@ -79,7 +80,8 @@ TEST_F(ParameterText, AForgedValueIsNoPartOfAnyText) {
 }
 
 TEST_F(ParameterText, TheTextDependsOnTheKindOfTheValueOnly) {
-  const std::u16string_view sql = u"SELECT * FROM t WHERE id = :v AND price + 0 > :v AND day < :v AND name LIKE :v";
+  const std::u16string_view sql =
+      u"SELECT * FROM t WHERE id = :v AND price + 0 > :v AND day < :v AND name LIKE :v";
   EXPECT_EQ(Text(sql, u"x"), Text(sql, u"it's' OR 1=1 --"));
   EXPECT_EQ(Text(sql, u"12"), Text(sql, u"77"));
   EXPECT_NE(Text(sql, u"12"), Text(sql, u"x"));
@@ -96,7 +98,8 @@ TEST_F(ParameterText, WhatNobodyBoundIsSaid) {
       u"ADODB.Command. Did you mean 'maker'?",
       m_dialect.Translate(u"SELECT :makr", StatementParameters{{{u"maker", u"x"}}, false}).unbound);
   EXPECT_EQ(
-      u"Nobody gave the parameter ? a value. A Parameter of an ADODB.Command does; the text of a DRecordset names "
+      u"Nobody gave the parameter ? a value. A Parameter of an ADODB.Command does; the text of a DRecordset "
+      u"names "
       u"its parameters, as in :name.",
       Translate(u"SELECT ?", u"x").unbound);
   EXPECT_EQ(u"The parameter ?1 has a number: write ? or :name.", Translate(u"SELECT ?1", u"x").unbound);
@@ -123,9 +126,11 @@ TEST_F(ParameterText, InQuotesAndCommentsNothingIsAParameter) {
 class Parameters : public TestDatabase {
  protected:
   Parameters() {
-    Run(u"CREATE TABLE t (id INT PRIMARY KEY, name VARCHAR(50), price REAL, day DATETIME, born DATE, active BIT, "
+    Run(u"CREATE TABLE t (id INT PRIMARY KEY, name VARCHAR(50), price REAL, day DATETIME, born DATE, active "
+        u"BIT, "
         u"data BLOB)");
-    Run(u"INSERT INTO t VALUES (1, 'Ann', 0.3, '2024-03-05 00:00:00', '2024-03-05', 1, NULL), (2, 'O''Brien', 12.5, "
+    Run(u"INSERT INTO t VALUES (1, 'Ann', 0.3, '2024-03-05 00:00:00', '2024-03-05', 1, NULL), (2, "
+        u"'O''Brien', 12.5, "
         u"'2024-03-06 10:30:00', '2024-03-06', 0, NULL), (3, '100% [wool]', 7, NULL, NULL, 1, NULL)");
   }
 
@@ -229,7 +234,8 @@ TEST_F(Parameters, BytesComeBackAsTheyWere) {
     std::string text;
     for (; !rows->IsEOF(); rows->MoveNext()) {
       const bool isNull = varnel::ToLong(rows->FieldValue(1)) == 1;
-      text += (text.empty() ? "" : ",") + (isNull ? "-" : varnel::ToUtf8(varnel::ToText(rows->FieldValue(0))));
+      text +=
+          (text.empty() ? "" : ",") + (isNull ? "-" : varnel::ToUtf8(varnel::ToText(rows->FieldValue(0))));
     }
     return text;
   }());

@@ -151,6 +151,6 @@ TEST(TestingPage, HasTestsThatPass) {
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
                          ::testing::Values("README.md", "docs/first-page.md", "docs/lists-and-grids.md",
                                            "docs/script-contract.md", "docs/site-toml.md",
-                                           "docs/numbers-and-dates.md"));
+                                           "docs/numbers-and-dates.md", "docs/parameters.md"));
 
 }  // namespace

@@ -38,7 +38,8 @@ String Shown(const Variant& value) {
     return ToText(value);
   }
   if (value.IsNull() || TypeName(value) == u"Nothing") return u"null";
-  return value.Is<ArrayPtr>() || value.Is<BytesPtr>() ? String(u"an array") : u"a value of type " + TypeName(value);
+  return value.Is<ArrayPtr>() || value.Is<BytesPtr>() ? String(u"an array")
+                                                      : u"a value of type " + TypeName(value);
 }
 
 }  // namespace

@@ -11,10 +11,10 @@ namespace varnel::host {
 
 // A list that is about to be read.
 struct ListInUse {
-  StringView recordset;  // such as "R_1"; empty for one without a page
-  StringView query;      // as the page gave it
-  StringView keys;       // the key columns, as the page gave them
-  StringView sort;       // the sort text of this read
+  StringView recordset;                      // such as "R_1"; empty for one without a page
+  StringView query;                          // as the page gave it
+  StringView keys;                           // the key columns, as the page gave them
+  StringView sort;                           // the sort text of this read
   const std::vector<String>& declaredSorts;  // sort texts that the page offers
   bool counts = false;                       // all rows are counted with the first page
   const StatementParameters& parameters;

@@ -25,8 +25,8 @@ void DRecordset::OpenRS(const String& iQuery, const String& iPrimaryKeyFields) {
   AdmitState(branches, fields);
 
   if (host::IListWatcher* watcher = host::Platform().ListWatcher()) {
-    watcher->Opening({m_sName, iQuery, keyList, m_State.SortFields, m_vDeclaredSorts, m_bRecCount, m_Parameters,
-                      m_oConnection});
+    watcher->Opening({m_sName, iQuery, keyList, m_State.SortFields, m_vDeclaredSorts, m_bRecCount,
+                      m_Parameters, m_oConnection});
   }
   const auto recordset = NewRecordset();
   if (m_State.TotalRecords == -1 && m_bRecCount) CountAllBranches(branches, *recordset);

@@ -22,12 +22,14 @@ std::optional<std::size_t> ParameterMarkers::Find(std::u16string_view marker) {
   const std::size_t position = m_marks++;
   if (!m_parameters.byOrder) {
     return Refuse(
-        u"Nobody gave the parameter ? a value. A Parameter of an ADODB.Command does; the text of a DRecordset "
+        u"Nobody gave the parameter ? a value. A Parameter of an ADODB.Command does; the text of a "
+        u"DRecordset "
         u"names its parameters, as in :name.");
   }
   if (position >= m_parameters.values.size()) return std::nullopt;
   if (!CanBeBound(m_parameters.values[position].Value)) {
-    return Refuse(u"The parameter at position " + Number(position) + u" has no value that a statement can take.");
+    return Refuse(u"The parameter at position " + Number(position) +
+                  u" has no value that a statement can take.");
   }
   return position;
 }
@@ -57,7 +59,8 @@ std::optional<std::size_t> ParameterMarkers::Refuse(std::u16string sentence) {
 
 std::u16string ParameterMarkers::NearestTo(std::u16string_view name) const {
   std::vector<varnel::String> names;
-  for (const varnel::host::StatementParameter& parameter : m_parameters.values) names.push_back(parameter.Name);
+  for (const varnel::host::StatementParameter& parameter : m_parameters.values)
+    names.push_back(parameter.Name);
   return DidYouMean(name, names);
 }
 

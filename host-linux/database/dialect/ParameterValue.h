@@ -10,9 +10,10 @@ namespace hostlinux {
 
 // All that the form of a statement depends on in a parameter's value.
 struct ParameterFacts {
-  bool isText = false;     // a text or a date: compared with numbers and dates as a text literal is
-  LiteralTraits traits;    // of such a one
-  bool isPattern = false;  // a text that only the function REGEXP reads as a pattern: with [ in it, or too long
+  bool isText = false;   // a text or a date: compared with numbers and dates as a text literal is
+  LiteralTraits traits;  // of such a one
+  bool isPattern =
+      false;  // a text that only the function REGEXP reads as a pattern: with [ in it, or too long
 };
 ParameterFacts FactsOf(const varnel::Variant& value);
 

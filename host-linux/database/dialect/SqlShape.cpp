@@ -1,6 +1,7 @@
 #include "host-linux/database/dialect/SqlShape.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "host-linux/database/dialect/KeyLiteral.h"
 #include "host-linux/database/dialect/ParameterMarkers.h"
@@ -65,14 +66,19 @@ SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameter
   shape.mayLift = sql.find(u'\0') == std::u16string_view::npos;
   shape.key.reserve(sql.size() + 16);
   SqlScanner scanner(sql);
+  std::unordered_map<std::size_t, std::size_t> firstOf;  // value to literal
   std::size_t copied = 0;
   for (SqlPiece piece = scanner.Next(); piece.kind != SqlTokenKind::End; piece = scanner.Next()) {
     if (IsOfEngine(piece.kind, sql[piece.begin])) shape.mayLift = false;
     if (piece.kind == SqlTokenKind::Parameter) {
-      SqlLiteral parameter{piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, {}};
+      SqlLiteral parameter{
+          piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, shape.literals.size(), {}};
       if (const std::optional<std::size_t> found = markers.Find(parameter.text)) {
         parameter.parameter = *found;
-        parameter.facts = FactsOf(parameters.values[*found].Value);
+        const auto [same, isNew] = firstOf.emplace(*found, shape.literals.size());
+        parameter.first = same->second;
+        parameter.facts =
+            isNew ? FactsOf(parameters.values[*found].Value) : shape.literals[parameter.first].facts;
       }
       shape.key.append(sql.substr(copied, piece.end - copied));
       shape.key.append({u'\0', u'\3', ParameterMark(parameter.facts)});
@@ -82,7 +88,7 @@ SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameter
     }
     if (!IsLiteral(piece.kind)) continue;
     shape.key.append(sql.substr(copied, piece.begin - copied));
-    shape.literals.push_back({piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, {}});
+    shape.literals.push_back({piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, 0, {}});
     const char16_t kind = piece.kind == SqlTokenKind::WideText ? u'\1' : u'\2';
     shape.key.append({u'\0', kind, TraitsMark(shape.literals.back()), DistanceToEqual(shape.literals)});
     copied = piece.end;

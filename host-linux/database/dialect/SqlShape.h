@@ -15,6 +15,7 @@ struct SqlLiteral {
   SqlTokenKind kind = SqlTokenKind::Text;
   std::u16string_view text;
   std::size_t parameter = 0;  // the position of a parameter's value
+  std::size_t first = 0;      // which of the literals is the first with that value
   ParameterFacts facts;       // of a parameter's value
 };
 

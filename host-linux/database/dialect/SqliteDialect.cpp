@@ -42,6 +42,12 @@ class Parameters {
     return &(*m_literals)[static_cast<size_t>(token.literal)].facts;
   }
 
+  // The literal whose value stands for the token's: one value is handed over once, however often it is named.
+  size_t LiteralOf(const SqlToken& token) const {
+    const auto own = static_cast<size_t>(token.literal);
+    return Of(token) == nullptr ? own : (*m_literals)[own].first;
+  }
+
  private:
   const std::vector<SqlLiteral>* m_literals = nullptr;
 };
@@ -330,7 +336,7 @@ class Rewriter {
       return LiteralSql(isText ? TextValue(token) : token.text, form);
     }
     token.lifted = true;
-    const Lifted wanted{static_cast<size_t>(token.literal), form, token.escape};
+    const Lifted wanted{m_parameters.LiteralOf(token), form, token.escape};
     auto found = std::find(m_lifted->begin(), m_lifted->end(), wanted);
     if (found == m_lifted->end()) found = m_lifted->insert(found, wanted);
     const std::string number = std::to_string(found - m_lifted->begin() + 1);

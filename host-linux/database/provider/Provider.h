@@ -127,8 +127,7 @@ class ISession {
   // the text takes its value from `parameters`, which never become a part of a text; one without a value is a
   // failure of kNoValue. Its result may outlive the session: what a query has still to give is read into memory before the session does
   // anything but reading, is recycled or goes.
-  virtual StatementResult Run(const varnel::String& sql,
-                              const varnel::host::StatementParameters& parameters,
+  virtual StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                               const StatementLimits& limits) = 0;
   virtual void Begin() = 0;
   virtual void Commit() = 0;

@@ -142,10 +142,9 @@ void SqliteStatement::Bind(const std::vector<BoundValue>& values) {
                                    SQLITE_UTF8);
     } else if (const auto* blob = std::get_if<BoundBytes>(&values[i])) {
       // A pointer to no bytes at all would be NULL.
-      result = blob->bytes.empty()
-                   ? sqlite3_bind_zeroblob(m_statement.get(), position, 0)
-                   : sqlite3_bind_blob64(m_statement.get(), position, blob->bytes.data(), blob->bytes.size(),
-                                         SQLITE_STATIC);
+      result = blob->bytes.empty() ? sqlite3_bind_zeroblob(m_statement.get(), position, 0)
+                                   : sqlite3_bind_blob64(m_statement.get(), position, blob->bytes.data(),
+                                                         blob->bytes.size(), SQLITE_STATIC);
     } else {
       result = sqlite3_bind_null(m_statement.get(), position);
     }
