@@ -117,7 +117,7 @@ std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Vari
 }
 
 std::shared_ptr<AdoRecordset> AdoConnection::RunCounting(const String& sql, Long& affected) {
-  StatementResult result = Run(sql, 0);
+  StatementResult result = Run(sql, {0, kBatchRows});
   affected = result.affected;
   auto recordset = std::make_shared<AdoRecordset>(m_database);
   recordset->SetCursorLocation(m_cursorLocation);
@@ -143,10 +143,9 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
-StatementResult AdoConnection::Run(const String& sql, Long maxRecords, std::size_t batchRows) {
+StatementResult AdoConnection::Run(const String& sql, const RunOptions& options) {
   ISession& session = Session();
-  StatementResult result =
-      Guarded([&] { return m_database->Run(session, sql, maxRecords, m_commandTimeout, batchRows); });
+  StatementResult result = Guarded([&] { return m_database->Run(session, sql, m_commandTimeout, options); });
   if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);
   return result;
 }

@@ -155,12 +155,12 @@ std::size_t AdoDatabase::WaitingSessions() const {
   return count;
 }
 
-StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long maxRecords,
-                                 varnel::Long timeoutSeconds, std::size_t batchRows) {
+StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long timeoutSeconds,
+                                 const RunOptions& options) {
   WarnOfLineBreaks(sql);
-  StatementLimits limits{maxRecords, batchRows, Timeout(timeoutSeconds)};
+  const StatementLimits limits{options.maxRecords, options.batchRows, Timeout(timeoutSeconds),
+                               m_trace != nullptr, options.page,      options.countsOnly};
   if (m_trace == nullptr) return session.Run(sql, limits);
-  limits.wantsSent = true;
   return SqlTrace::Run(m_trace, session, sql, limits);
 }
 

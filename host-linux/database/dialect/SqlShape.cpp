@@ -55,8 +55,13 @@ bool IsParameter(SqlTokenKind kind, char16_t first) {
 
 SqlShape ShapeOf(std::u16string_view sql) {
   SqlShape shape;
-  shape.mayLift = sql.find(u'\0') == std::u16string_view::npos;
   shape.key.reserve(sql.size() + 16);
+  AddToShape(shape, sql);
+  return shape;
+}
+
+void AddToShape(SqlShape& shape, std::u16string_view sql) {
+  if (sql.find(u'\0') != std::u16string_view::npos) shape.mayLift = false;
   SqlScanner scanner(sql);
   std::size_t copied = 0;
   for (SqlPiece piece = scanner.Next(); piece.kind != SqlTokenKind::End; piece = scanner.Next()) {
@@ -69,7 +74,6 @@ SqlShape ShapeOf(std::u16string_view sql) {
     copied = piece.end;
   }
   shape.key.append(sql.substr(copied));
-  return shape;
 }
 
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text) {

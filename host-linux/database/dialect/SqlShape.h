@@ -26,6 +26,9 @@ struct SqlShape {
 
 SqlShape ShapeOf(std::u16string_view sql);
 
+// The same of several texts together, which must outlive the shape.
+void AddToShape(SqlShape& shape, std::u16string_view sql);
+
 // The value of a literal; that of an escape is the date as it is stored, that of a number its text.
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text);
 

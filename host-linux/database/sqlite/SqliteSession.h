@@ -11,6 +11,7 @@
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteGuard.h"
 #include "host-linux/database/sqlite/SqliteReader.h"
+#include "host-linux/database/sqlite/SqliteSnapshot.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
 #include "host-linux/database/sqlite/SqliteTimeLimit.h"
 
@@ -66,7 +67,14 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
   struct Cached {
     bool namesQueries = false;  // has a WITH clause
+    bool isSteady = false;      // a count that stays the same as long as the file does
+    bool walks = false;         // of a page: its walk was quicker the last time
     std::shared_ptr<SqliteStatement> statement;
+  };
+  struct KeptCount {
+    ResultColumns columns;
+    RowStore rows;
+    StatementResult Result() const;
   };
   struct FileState {
     std::uint64_t device = 0;
@@ -76,7 +84,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
-  bool SortsInPart(const std::u16string& select) override;
+  std::optional<SortWork> SortsFor(const std::u16string& select) override;
   bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
@@ -90,7 +98,29 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::optional<Cached> PreparedIfPossible(const std::string& sql);
   // Nothing runs any more then. All of it takes no longer than one statement may.
   void FinishReaders();
+  StatementResult RunAny(const varnel::String& sql, const StatementLimits& limits);
   StatementResult RunTranslated(const varnel::String& sql, const StatementLimits& limits);
+  // None where the text is to be run.
+  std::optional<StatementResult> RunPage(const StatementLimits& limits);
+  // What a statement of a page adds to the page.
+  struct PagePart {
+    std::size_t left = 0;              // rows that it may give
+    std::optional<std::size_t> keeps;  // of a jump: the last so many of its way
+    const StatementLimits& limits;
+  };
+  std::size_t RunPart(const EngineStatement& statement, const PagePart& part, StatementResult& o_result);
+  // In at most so many steps of the engine; false, with nothing added, where they aren't enough.
+  bool RunPartWithin(long steps, const EngineStatement& statement, PagePart& io_part,
+                     StatementResult& o_result);
+  void RunLikelier(const EngineStatement& statement, const EngineStatement& walk, PagePart& io_part,
+                   StatementResult& o_result);
+  // One row with the number of rows of the text.
+  StatementResult RunCount(const varnel::String& sql, const StatementLimits& limits);
+  StatementResult CountByReading(const EngineStatement& statement, const StatementLimits& limits);
+  void ForgetOldCounts();
+  bool IsSteady(const SqliteGuard::Notes& notes);
+  // Holds the state of the database; also looks whether the schema has changed.
+  class Held;
   bool SchemaHasChanged();
   void ForgetSchema();
   void NoteFailure(const varnel::host::ProviderError& error);
@@ -105,11 +135,14 @@ class SqliteSession : public ISession, private IColumnFacts {
   SqliteGuard m_guard;
   std::unique_ptr<sqlite3, Closer> m_database;          // closed before the two above go
   LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
+  LeastRecentlyUsed<std::string, KeptCount> m_counts;   // by the engine's text and its values
+  unsigned m_countsVersion = 0;                         // of the data that they were counted in
   SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
-  std::unordered_map<varnel::String, bool> m_sortsInPart;
+  std::unordered_map<varnel::String, std::optional<SortWork>> m_sorts;
   std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
-  std::vector<SqliteReader*> m_readers;      // whose statements are running
+  std::unique_ptr<SqliteSnapshot> m_snapshot;
+  std::vector<SqliteReader*> m_readers;  // whose statements are running
   bool m_broken = false;
 };
 
