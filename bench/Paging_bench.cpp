@@ -117,6 +117,7 @@ class Paging {
     std::printf("%-30s %-9s %8s %8s %6s | %10s %10s | %10s\n", "sort", "read", "1,000", "deep", "1,000",
                 "1,000", "deep", "deep");
     for (const List& list : kLists) PrintList(list);
+    PrintCounted();
     std::printf("deep / 1,000 at most %.2f (%.1f), the dearest kind %.2f times the plain next page (%.0f)\n",
                 m_worstByDepth, kMostByDepth, m_worst / m_plain, kMostByKind);
     return m_worstByDepth <= kMostByDepth && m_worst / m_plain <= kMostByKind;
@@ -167,6 +168,23 @@ class Paging {
                 atDepth / atNear, BestOfText(PageOf(list, read, near)), BestOfText(PageOf(list, read, depth)),
                 ByOffset(list, depth));
     std::fflush(stdout);
+  }
+
+  // A list counts all its rows for each new visitor; the links carry the number on.
+  void PrintCounted() {
+    const varnel::PageQuery first = PageOf(kLists[0], Read::First, 0);
+    const varnel::PageQuery next = PageOf(kLists[0], Read::Next, m_rows / 2);
+    const auto countAndOpen = [&](hostlinux::AdoRecordset& recordset) {
+      Count(u"SELECT COUNT(*) FROM item WHERE id >= 0");
+      recordset.OpenPage(first.text, first.page, m_connection);
+    };
+    const double once = BestOf(1, countAndOpen);
+    const double kept = BestOf(kReads, countAndOpen);
+    const double atNext = Best(next, kReads);
+    std::printf(
+        "first page with its count %.1f us, the very first time %.0f us; next page %.1f us, ratio %.2f "
+        "(%.1f)\n",
+        kept, once, atNext, kept / atNext, kMostByDepth);
   }
 
   void Judge(const List& list, double time, double byDepth) {
