@@ -26,7 +26,7 @@ using varnel::String;
 constexpr int kPageSize = 10;
 constexpr int kReads = 300;  // of each kind
 constexpr int kReadsOfCategory = 30;
-constexpr int kReadsOfText = 2;  // they may take seconds
+constexpr int kReadsOfText = 1;  // they may take seconds
 constexpr int kPagesOfJump = 3;
 constexpr int kNear = 1000;
 constexpr double kMostByDepth = 1.5;
@@ -57,7 +57,7 @@ const List kLists[] = {
     {"note DESC, id DESC", u"SELECT id, note, city FROM item", u"note DESC,id DESC", true},
     {"note DESC, id ASC", u"SELECT id, note, city FROM item", u"note DESC", true},
     {"200,000 of a category", kCategory + String(u"1"), u"I.name", false, u"I.id", true},
-    {"100 of a category", kCategory + String(u"2"), u"I.name", false, u"I.id", true},
+    {"1,000 of a category", kCategory + String(u"2"), u"I.name", false, u"I.id", true},
 };
 
 // A tenth of the names is NULL, most others occur a few times; cities have ten thousand rows each; three of five notes
@@ -77,8 +77,8 @@ constexpr char kTable[] =
     "CREATE INDEX item_note ON item (note, id);"
     "CREATE TABLE member (category INT NOT NULL, id INT NOT NULL, PRIMARY KEY (category, id));"
     "CREATE INDEX member_id ON member (id, category);"
-    "INSERT INTO member SELECT CASE WHEN id %% 10 = 1 THEN 1 WHEN id %% 20000 = 2 THEN 2 ELSE 3 + id %% 100 "
-    "END, id FROM item;"
+    "INSERT INTO member SELECT CASE WHEN id / 10 %% 10 = 1 THEN 1 WHEN id / 10 %% 2000 = 2 THEN 2 "
+    "ELSE 3 + id %% 100 END, id FROM item;"
     "ANALYZE;";
 
 enum class Read { First, Last, Next, Previous, JumpAhead, JumpBack };
@@ -91,7 +91,7 @@ bool HasAnchor(Read read) { return read != Read::First && read != Read::Last; }
 
 class Paging {
  public:
-  explicit Paging(int rows) : m_rows(rows) {
+  Paging(int rows, bool withTexts) : m_rows(rows), m_withTexts(withTexts) {
     std::string pattern = (std::filesystem::temp_directory_path() / "varnel-bench-XXXXXX").string();
     m_folder = mkdtemp(pattern.data());
     MakeTable();
@@ -100,6 +100,7 @@ class Paging {
     options.folder = m_folder;
     m_database = hostlinux::AdoDatabase::Make(std::move(options));
     m_connection = std::make_shared<hostlinux::AdoConnection>(m_database);
+    m_connection->SetCommandTimeout(0);
     m_connection->Open(u"Provider=SQLite;Data Source=list.db;Mode=Read", u"", u"", -1);
   }
   Paging(const Paging&) = delete;
@@ -271,11 +272,13 @@ class Paging {
   double BestOfText(const varnel::PageQuery& query) { return BestByText(query.text); }
   double ByOffset(const List& list, int depth) { return BestByText(Ordered(list, u"id, name, city", depth)); }
   double BestByText(const String& sql) {
+    if (!m_withTexts) return 0;
     return BestOf(kReadsOfText,
                   [&](hostlinux::AdoRecordset& recordset) { recordset.Open(sql, m_connection, -1, -1, -1); });
   }
 
   int m_rows;
+  bool m_withTexts;
   std::filesystem::path m_folder;
   std::shared_ptr<hostlinux::AdoDatabase> m_database;
   std::shared_ptr<hostlinux::AdoConnection> m_connection;
@@ -286,7 +289,9 @@ class Paging {
 
 }  // namespace
 
-// The number of rows may be given, for a look in passing.
+// The number of rows may be given, for a look in passing, and anything behind it leaves out the texts and OFFSET, which
+// take minutes.
 int main(int count, char** arguments) {
-  return Paging(count > 1 ? std::atoi(arguments[1]) : 2000000).Print() ? 0 : 1;
+  const int rows = count > 1 ? std::atoi(arguments[1]) : 2000000;
+  return Paging(rows, count < 3).Print() ? 0 : 1;
 }

@@ -143,7 +143,7 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
-StatementResult AdoConnection::Run(const String& sql, const RunOptions& options) {
+StatementResult AdoConnection::Run(const String& sql, const StatementOptions& options) {
   ISession& session = Session();
   StatementResult result = Guarded([&] { return m_database->Run(session, sql, m_commandTimeout, options); });
   if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);

@@ -59,7 +59,7 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   // Runs a text for a recordset, and reads its first batch of rows. Raises 3709 on a closed connection; a
   // provider's error goes among `Errors` and is raised, also one of a later batch. The result may outlive the
   // connection.
-  StatementResult Run(const varnel::String& sql, const RunOptions& options);
+  StatementResult Run(const varnel::String& sql, const StatementOptions& options);
 
  private:
   ISession& Session();

@@ -156,7 +156,7 @@ std::size_t AdoDatabase::WaitingSessions() const {
 }
 
 StatementResult AdoDatabase::Run(ISession& session, const String& sql, varnel::Long timeoutSeconds,
-                                 const RunOptions& options) {
+                                 const StatementOptions& options) {
   WarnOfLineBreaks(sql);
   const StatementLimits limits{options.maxRecords, options.batchRows, Timeout(timeoutSeconds),
                                m_trace != nullptr, options.page,      options.countsOnly};

@@ -53,7 +53,7 @@ class SessionLease {
 };
 
 // How a text is run.
-struct RunOptions {
+struct StatementOptions {
   varnel::Long maxRecords = 0;                   // 0: all of them
   std::size_t batchRows = 0;                     // of a query, read at once; 0: all of them
   const varnel::host::PageSpec* page = nullptr;  // the text as data, where it reads a page
@@ -75,7 +75,7 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   // Runs a text within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
   // and reports it to the hooks.
   StatementResult Run(ISession& session, const varnel::String& sql, varnel::Long timeoutSeconds,
-                      const RunOptions& options);
+                      const StatementOptions& options);
 
   // Ends what this thread has in use: the request that took it is over, whatever still refers to it.
   void EndRequest();

@@ -128,7 +128,7 @@ void AdoRecordset::OpenPage(const String& sql, const varnel::host::PageSpec& pag
 Long AdoRecordset::CountRows(const String& sql,
                              const std::shared_ptr<varnel::host::IConnection>& connection) {
   Require(false);
-  RunOptions options;
+  StatementOptions options;
   options.countsOnly = true;
   return varnel::ToLong(OpenConnection(connection)->Run(sql, options).rows.Value(0, 0));
 }

@@ -137,6 +137,16 @@ TEST_F(KeptCounts, MoreThanANumberIsNoCount) {
   EXPECT_EQ("3,a", Rows(u"SELECT COUNT(*), name FROM t GROUP BY name ORDER BY 1 DESC"));
 }
 
+TEST_F(KeptCounts, AndIsReadInBatches) {
+  Run(u"INSERT INTO t SELECT value, value, NULL FROM (WITH RECURSIVE n(value) AS (SELECT 4 UNION ALL SELECT "
+      u"value + 1 FROM n "
+      u"WHERE value < 1000) SELECT value FROM n)");
+  const auto result = m_connection->Run(u"SELECT COUNT(*), name FROM t GROUP BY name",
+                                        {0, hostlinux::AdoConnection::kBatchRows});
+  EXPECT_EQ(hostlinux::AdoConnection::kBatchRows, result.rows.Rows());
+  EXPECT_NE(nullptr, result.rest);
+}
+
 TEST_F(KeptCounts, AReaderThatIsStillReadingSeesItsOwnState) {
   Run(u"INSERT INTO t SELECT value, 'x', NULL FROM (WITH RECURSIVE n(value) AS (SELECT 4 UNION ALL SELECT "
       u"value + 1 FROM n "

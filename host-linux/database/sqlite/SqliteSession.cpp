@@ -318,15 +318,15 @@ void SqliteSession::RunLikelier(const EngineStatement& statement, const EngineSt
   if (!isOther) io_part.left -= RunPart(statement, io_part, o_result);
 }
 
-// Counted anew only where the database has changed since, or may give another number without that.
+// Counted anew only where the database has changed since, or may give another number without that. A text that only begins
+// like a count is run like any other.
 StatementResult SqliteSession::RunCount(const String& sql, const StatementLimits& limits) {
   const Held held(*this);
   if (!held.SameSchema()) ForgetSchema();
   EngineStatement statement = m_dialect.Translate(sql);
-  StatementLimits all{limits.maxRecords, 0, limits.timeout, limits.wantsSent};
   if (limits.countsOnly) {
     const std::optional<std::string> counting = CountingText(statement.sql, 0);
-    if (!counting) return CountByReading(statement, all);
+    if (!counting) return CountByReading(statement, limits);
     statement.sql = *counting;
   }
   const std::string key = KeyOf(statement);
@@ -335,19 +335,24 @@ StatementResult SqliteSession::RunCount(const String& sql, const StatementLimits
     ForgetOldCounts();
     if (const KeptCount* kept = m_counts.Find(key)) return kept->Result();
   }
+  StatementResult result = limits.countsOnly ? RunWhole(statement, limits) : RunTranslated(sql, limits);
+  const bool isOne = result.rest == nullptr && result.rows.Rows() == 1 && result.rows.Columns() == 1;
+  const Cached* cached = m_statements.Find(statement.sql);
+  if (mayKeep && isOne && cached != nullptr && cached->isSteady)
+    m_counts.Add(key, {result.columns, result.rows});
+  return result;
+}
+
+StatementResult SqliteSession::RunWhole(const EngineStatement& statement, const StatementLimits& limits) {
   const Cached cached = Prepared(statement.sql);
   m_guard.BeginStatement(cached.namesQueries);
-  StatementResult result = cached.statement->Run(statement.values, all, m_limits.maxResult);
-  const bool isOne = result.rows.Rows() == 1 && result.rows.Columns() == 1;
-  if (mayKeep && isOne && cached.isSteady) m_counts.Add(key, {result.columns, result.rows});
-  return result;
+  const StatementLimits whole{limits.maxRecords, 0, limits.timeout, limits.wantsSent};
+  return cached.statement->Run(statement.values, whole, m_limits.maxResult);
 }
 
 StatementResult SqliteSession::CountByReading(const EngineStatement& statement,
                                               const StatementLimits& limits) {
-  const Cached cached = Prepared(statement.sql);
-  m_guard.BeginStatement(cached.namesQueries);
-  StatementResult result = cached.statement->Run(statement.values, limits, m_limits.maxResult);
+  StatementResult result = RunWhole(statement, limits);
   const auto count = static_cast<varnel::Long>(result.rows.Rows());
   result.rows = RowStore(1);
   result.rows.AddLong(count);

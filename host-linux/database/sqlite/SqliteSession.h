@@ -116,6 +116,7 @@ class SqliteSession : public ISession, private IColumnFacts {
                    StatementResult& o_result);
   // One row with the number of rows of the text.
   StatementResult RunCount(const varnel::String& sql, const StatementLimits& limits);
+  StatementResult RunWhole(const EngineStatement& statement, const StatementLimits& limits);
   StatementResult CountByReading(const EngineStatement& statement, const StatementLimits& limits);
   void ForgetOldCounts();
   bool IsSteady(const SqliteGuard::Notes& notes);
