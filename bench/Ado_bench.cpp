@@ -85,9 +85,9 @@ void MakeProducts(const std::filesystem::path& file) {
   }
 }
 
-// The texts as the library makes them for a click on "next" at 200 places of the list.
-std::vector<String> PageTexts() {
-  std::vector<String> texts;
+// The reads as the library makes them for a click on "next" at 200 places of the list.
+std::vector<varnel::PageQuery> PageQueries() {
+  std::vector<varnel::PageQuery> queries;
   for (int place = 0; place < kPlaces; ++place) {
     const int id = 1 + place * (kRows / kPlaces);
     char description[64];
@@ -98,10 +98,10 @@ std::vector<String> PageTexts() {
     state.KeyValues = {varnel::FromUtf8(description), varnel::FromUtf8(std::to_string(id))};
     std::vector<String> branches{
         u"SELECT PRODUCTID, PRODUCTDESCRIPTION, MANUFACTURER, PRICE, CREATED, STOCK FROM PRODUCT"};
-    texts.push_back(varnel::BuildReadQuery(branches, state, varnel::ParseSortFields(state, u"PRODUCTID"),
-                                           varnel::PageTop{10}));
+    queries.push_back(varnel::BuildRead(branches, state, varnel::ParseSortFields(state, u"PRODUCTID"),
+                                        varnel::PageTop{10}));
   }
-  return texts;
+  return queries;
 }
 
 std::shared_ptr<hostlinux::AdoConnection> Connect(const std::shared_ptr<hostlinux::AdoDatabase>& database) {
@@ -122,9 +122,11 @@ class AdoReader {
     m_connection = Connect(m_database);
   }
 
-  std::size_t Read(const String& sql) {
+  std::size_t Read(const varnel::PageQuery& query) {
     hostlinux::AdoRecordset recordset(m_database);
-    recordset.Open(sql, m_connection, varnel::host::ado::kOpenStatic, varnel::host::ado::kLockReadOnly, -1);
+    recordset.SetCursorLocation(varnel::host::ado::kUseClient);
+    recordset.SetMaxRecords(query.page.rows);
+    recordset.OpenPage(query.text, query.page, m_connection);
     const varnel::Long columns = recordset.FieldCount();
     std::size_t values = 0;
     for (; !recordset.IsEOF(); recordset.MoveNext()) {
@@ -156,7 +158,7 @@ class Facts : public hostlinux::IColumnFacts {
     }
     return facts;
   }
-  bool SortsInPart(const std::u16string&) override { return false; }
+  std::optional<hostlinux::SortWork> SortsFor(const std::u16string&) override { return std::nullopt; }
   bool HasPartialIndex() override { return false; }
 
  private:
@@ -166,11 +168,15 @@ class Facts : public hostlinux::IColumnFacts {
 // Runs the one statement that the engine gets for all places, prepared once, and reads all columns.
 class BareReader {
  public:
-  BareReader(const std::filesystem::path& folder, const std::vector<String>& texts)
+  BareReader(const std::filesystem::path& folder, const std::vector<varnel::PageQuery>& queries)
       : m_database(OpenFile(folder / "bench.db")) {
     Facts facts(m_database.get());
     hostlinux::SqliteDialect dialect(facts);
-    for (const String& text : texts) m_places.push_back(dialect.Translate(text));
+    for (const varnel::PageQuery& query : queries) {
+      const auto statements = dialect.TranslatePage(query.page);
+      if (!statements || statements->Count() != 1) throw std::runtime_error("a page is not one statement");
+      m_places.push_back(statements->Statement(0));
+    }
     if (m_places.front().sql != m_places.back().sql) throw std::runtime_error("the texts differ");
     m_statement = Prepare(m_database.get(), m_places.front().sql);
   }
@@ -233,13 +239,13 @@ double Turn(Reading reading) {
 int Main(int turns) {
   const Folder folder;
   MakeProducts(folder.Path() / "bench.db");
-  const std::vector<String> texts = PageTexts();
+  const std::vector<varnel::PageQuery> queries = PageQueries();
   AdoReader ado(folder.Path());
-  BareReader bare(folder.Path(), texts);
+  BareReader bare(folder.Path(), queries);
   double adoBest = std::numeric_limits<double>::max();
   double bareBest = adoBest;
   for (int turn = 0; turn < turns; ++turn) {
-    adoBest = std::min(adoBest, Turn([&](std::size_t place) { return ado.Read(texts[place]); }));
+    adoBest = std::min(adoBest, Turn([&](std::size_t place) { return ado.Read(queries[place]); }));
     bareBest = std::min(bareBest, Turn([&](std::size_t place) { return bare.Read(place); }));
   }
   std::printf("10 rows of 6 columns: ADO %.1f us, bare statement %.1f us, ratio %.2f (at most 2.5)\n",

@@ -142,7 +142,9 @@ class Facts : public hostlinux::IColumnFacts {
       return std::vector<hostlinux::ColumnFact>{{u"id", u"INT"}, {u"name", u"VARCHAR(9)"}};
     return std::vector<hostlinux::ColumnFact>{{u"a", kTypes[select.size() % 7]}};
   }
-  bool SortsInPart(const std::u16string&) override { return false; }
+  std::optional<hostlinux::SortWork> SortsFor(const std::u16string&) override {
+    return hostlinux::SortWork::Nothing;
+  }
   bool HasPartialIndex() override { return false; }
 };
 

@@ -6,6 +6,7 @@
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
+#include "varnel/automation/Convert.h"
 
 namespace {
 
@@ -23,7 +24,9 @@ class AnyFacts : public hostlinux::IColumnFacts {
     if (select.size() % 3 == 0) return std::nullopt;
     return std::vector<ColumnFact>{{u"a", kTypes[select.size() % 7]}};
   }
-  bool SortsInPart(const std::u16string& select) override { return select.size() % 2 == 0; }
+  std::optional<hostlinux::SortWork> SortsFor(const std::u16string& select) override {
+    return static_cast<hostlinux::SortWork>(select.size() % 3);
+  }
   bool HasPartialIndex() override { return false; }
 };
 
@@ -37,6 +40,44 @@ std::u16string WithOtherValues(std::u16string sql) {
   return sql;
 }
 
+// The pieces of a page's read, with line breaks between: the select, the condition, and for each key its name and its
+// anchor's value. What was remembered of one page must be what another one of its shape gets.
+varnel::host::PageSpec PageOf(const std::u16string& text) {
+  const std::vector<varnel::String> pieces = varnel::Split(text, u"\n");
+  varnel::host::PageSpec page;
+  page.branches.push_back({pieces.empty() ? u"" : pieces[0], pieces.size() > 1 ? pieces[1] : u"", u""});
+  page.behindAnchor = text.size() % 4 != 0;
+  page.rows = 10;
+  if (text.size() % 5 == 0) page.way = 30;
+  if (text.size() % 7 == 0) page.branches.push_back(page.branches[0]);
+  for (std::size_t i = 2; i + 1 < pieces.size(); i += 2) {
+    const varnel::Variant anchor = pieces[i + 1] == u"~" ? varnel::Variant(varnel::Null()) : pieces[i + 1];
+    page.keys.push_back({pieces[i], pieces[i], i % 4 == 2, anchor});
+  }
+  return page;
+}
+
+std::vector<std::string> StatementsOf(hostlinux::SqliteDialect& dialect, const varnel::host::PageSpec& page) {
+  std::vector<std::string> texts;
+  const auto statements = dialect.TranslatePage(page);
+  for (std::size_t i = 0; statements && i < statements->Count(); ++i)
+    texts.push_back(statements->Statement(i).sql + (statements->Walk(i) ? statements->Walk(i)->sql : ""));
+  return texts;
+}
+
+void TryPage(const std::u16string& text, AnyFacts& facts) {
+  varnel::host::PageSpec page = PageOf(text);
+  if (page.keys.empty()) return;
+  hostlinux::RewritePageForSqlite(page, facts);
+  hostlinux::SqliteDialect dialect(facts);
+  const std::vector<std::string> first = StatementsOf(dialect, page);
+  varnel::host::PageSpec other = page;
+  for (auto& key : other.keys)
+    if (!key.anchor.IsNull()) key.anchor = WithOtherValues(u"'" + varnel::ToText(key.anchor));
+  StatementsOf(dialect, other);
+  if (StatementsOf(dialect, page) != first) std::abort();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -45,8 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto tokens = hostlinux::LexSql(sql);
   if (hostlinux::PrintSql(tokens, 0, tokens.size()) != sql) std::abort();
   AnyFacts facts;
-  hostlinux::RewriteForSqlite(sql, facts, hostlinux::PageReads::AsWritten);
-  hostlinux::RewriteForSqlite(sql, facts, hostlinux::PageReads::InArms);
+  hostlinux::RewriteForSqlite(sql, facts);
+  TryPage(sql, facts);
   hostlinux::SqliteDialect dialect(facts);
   const hostlinux::EngineStatement first = dialect.Translate(sql);
   const hostlinux::EngineStatement again = dialect.Translate(sql);

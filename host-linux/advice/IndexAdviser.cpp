@@ -152,19 +152,19 @@ class Reads {
     return ParseSortFields(state, m_list.keys);
   }
 
-  String Text(Integer navType) const {
+  varnel::PageQuery Query(Integer navType) const {
     PersistedState state;
     state.NavType = navType;
     state.SortFields = m_list.sort;
     if (state.HasKeys()) state.KeyValues = m_anchor;
     std::vector<String> branches = varnel::SplitUnionBranches(m_list.query);
-    return BuildReadQuery(branches, state, Fields(navType), {kPageSize});
+    return BuildRead(branches, state, Fields(navType), {kPageSize});
   }
 
  private:
   // The keys of a row of the first page. A list without rows has those of none.
   void ReadAnchor(AdoConnection& rows) {
-    const StatementResult page = rows.Look(Text(varnel::nav_type::kFirst), m_list.parameters, kSeconds);
+    const StatementResult page = rows.Look(Query(varnel::nav_type::kFirst).text, m_list.parameters, kSeconds);
     for (const SortField& field : Fields(varnel::nav_type::kFirst)) {
       Variant key = String(u"1");
       for (std::size_t i = 0; page.columns != nullptr && i < page.columns->size(); ++i) {
@@ -208,7 +208,9 @@ class Adviser {
     for (std::size_t i = 0; i < kReads.size(); ++i) {
       const auto navType = static_cast<Integer>(i);
       const bool isBehind = navType == varnel::nav_type::kNext || navType == varnel::nav_type::kPrevious;
-      if (!m_trial.IsServed({m_reads.Text(navType), m_list.parameters, isBehind, m_driver, m_equal}))
+      varnel::PageQuery query = m_reads.Query(navType);
+      if (!m_trial.IsServed(
+              {std::move(query.text), m_list.parameters, isBehind, m_driver, m_equal, std::move(query.page)}))
         unserved.emplace_back(kReads[i]);
     }
     return unserved;

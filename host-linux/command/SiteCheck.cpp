@@ -242,7 +242,7 @@ class Checker {
     const varnel::String text = varnel::ToText(value);
     try {
       const auto lease = database.Lease(text, true, 0);
-      database.Run(lease->Session(), u"SELECT 1 AS one", {}, 1, 0);
+      database.Run(lease->Session(), u"SELECT 1 AS one", {}, 0, {1});
       CheckTables(key, ConnectionString(text));
     } catch (const std::exception& error) {
       AddToKey(key, key + " can't be opened: " + error.what());

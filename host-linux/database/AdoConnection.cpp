@@ -120,7 +120,7 @@ std::shared_ptr<AdoRecordset> AdoConnection::ExecuteText(const String& sql, Vari
 std::shared_ptr<AdoRecordset> AdoConnection::RunCommand(const String& sql,
                                                         const StatementParameters& parameters,
                                                         Long timeoutSeconds, Long& o_affected) {
-  StatementResult result = RunWithin(sql, parameters, 0, timeoutSeconds, kBatchRows);
+  StatementResult result = RunWithin(sql, parameters, timeoutSeconds, {0, kBatchRows});
   o_affected = result.affected;
   auto recordset = std::make_shared<AdoRecordset>(m_database);
   recordset->SetCursorLocation(m_cursorLocation);
@@ -147,16 +147,16 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
-StatementResult AdoConnection::Run(const String& sql, const StatementParameters& parameters, Long maxRecords,
-                                   std::size_t batchRows) {
-  return RunWithin(sql, parameters, maxRecords, m_commandTimeout, batchRows);
+StatementResult AdoConnection::Run(const String& sql, const StatementParameters& parameters,
+                                   const StatementOptions& options) {
+  return RunWithin(sql, parameters, m_commandTimeout, options);
 }
 
 StatementResult AdoConnection::RunWithin(const String& sql, const StatementParameters& parameters,
-                                         Long maxRecords, Long timeoutSeconds, std::size_t batchRows) {
+                                         Long timeoutSeconds, const StatementOptions& options) {
   ISession& session = Session();
-  StatementResult result = Guarded(
-      [&] { return m_database->Run(session, sql, parameters, maxRecords, timeoutSeconds, batchRows); });
+  StatementResult result =
+      Guarded([&] { return m_database->Run(session, sql, parameters, timeoutSeconds, options); });
   if (result.rest != nullptr) result.rest = std::make_unique<RaisingReader>(std::move(result.rest), m_errors);
   return result;
 }

@@ -60,7 +60,7 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   // provider's error goes among `Errors` and is raised, also one of a later batch. The result may outlive the
   // connection.
   StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
-                      varnel::Long maxRecords, std::size_t batchRows = kBatchRows);
+                      const StatementOptions& options);
   // Runs a text of the host's own, which is no page's: it is neither traced nor warned of, its errors don't stand among
   // `Errors`, and the page's limits hold. Raises ProviderFailure, and 3709 on a closed connection.
   StatementResult Look(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
@@ -76,7 +76,7 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   template <typename Action>
   auto Guarded(Action action);
   StatementResult RunWithin(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
-                            varnel::Long maxRecords, varnel::Long timeoutSeconds, std::size_t batchRows);
+                            varnel::Long timeoutSeconds, const StatementOptions& options);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<SessionLease> m_lease;

@@ -157,12 +157,12 @@ std::size_t AdoDatabase::WaitingSessions() const {
 }
 
 StatementResult AdoDatabase::Run(ISession& session, const String& sql,
-                                 const varnel::host::StatementParameters& parameters, varnel::Long maxRecords,
-                                 varnel::Long timeoutSeconds, std::size_t batchRows) {
+                                 const varnel::host::StatementParameters& parameters,
+                                 varnel::Long timeoutSeconds, const StatementOptions& options) {
   WarnOfLineBreaks(sql);
-  StatementLimits limits{maxRecords, batchRows, Timeout(timeoutSeconds)};
+  const StatementLimits limits{options.maxRecords, options.batchRows, Timeout(timeoutSeconds),
+                               m_trace != nullptr, options.page,      options.countsOnly};
   if (m_trace == nullptr) return session.Run(sql, parameters, limits);
-  limits.wantsSent = true;
   return SqlTrace::Run(m_trace, session, sql, parameters, limits);
 }
 

@@ -55,6 +55,14 @@ class SessionLease {
   std::thread::id m_taker;
 };
 
+// How a text is run.
+struct StatementOptions {
+  varnel::Long maxRecords = 0;                   // 0: all of them
+  std::size_t batchRows = 0;                     // of a query, read at once; 0: all of them
+  const varnel::host::PageSpec* page = nullptr;  // the text as data, where it reads a page
+  bool countsOnly = false;                       // one row with the number of rows
+};
+
 // Made once by the wiring and shared; safe on any thread. A session goes back to the thread that gives it
 // back, so that a thread finds its own again. A thread may have 100 sessions in use at once, and 8 wait for
 // its next request.
@@ -70,8 +78,8 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   // Runs a text with the values of its parameters, within the limits (`timeoutSeconds` 0: only the cap; they hold for each batch of rows anew)
   // and reports it to the hooks.
   StatementResult Run(ISession& session, const varnel::String& sql,
-                      const varnel::host::StatementParameters& parameters, varnel::Long maxRecords,
-                      varnel::Long timeoutSeconds, std::size_t batchRows = 0);
+                      const varnel::host::StatementParameters& parameters, varnel::Long timeoutSeconds,
+                      const StatementOptions& options);
 
   // Ends what this thread has in use: the request that took it is over, whatever still refers to it.
   void EndRequest();

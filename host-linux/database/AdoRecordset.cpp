@@ -5,6 +5,7 @@
 
 #include "host-linux/database/AdoCommand.h"
 #include "host-linux/database/AdoFailure.h"
+#include "varnel/automation/Convert.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -100,21 +101,43 @@ void AdoRecordset::RequireMade() const {
 void AdoRecordset::SetMaxRecords(Long count) { m_maxRecords = Magnitude(count); }
 void AdoRecordset::SetCacheSize(Long count) { m_cacheSize = std::max(Magnitude(count), Long{1}); }
 
+std::shared_ptr<AdoConnection> AdoRecordset::OpenConnection(
+    const std::shared_ptr<varnel::host::IConnection>& connection) {
+  auto own = std::dynamic_pointer_cast<AdoConnection>(connection);
+  if (own == nullptr || !own->IsOpen()) RaiseAdo(AdoFailure::NoConnection, kClass);
+  return own;
+}
+
 void AdoRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
                         Long cursorType, Long lockType, Long) {
   Require(false);
-  const auto own = std::dynamic_pointer_cast<AdoConnection>(connection);
-  if (own == nullptr || !own->IsOpen()) RaiseAdo(AdoFailure::NoConnection, kClass);
+  const auto own = OpenConnection(connection);
   if (cursorType != ado::kUnspecified) m_cursorType = cursorType;
   if (lockType != ado::kUnspecified) m_lockType = lockType;
   m_source = sql;
   TakeResult(sql, RunSource(*own), own);
 }
 
-StatementResult AdoRecordset::RunSource(AdoConnection& connection) const {
+void AdoRecordset::OpenPage(const String& sql, const varnel::host::PageSpec& page,
+                            const std::shared_ptr<varnel::host::IConnection>& connection) {
+  Require(false);
+  const auto own = OpenConnection(connection);
+  m_source = sql;
+  TakeResult(sql, RunSource(*own, &page), own);
+}
+
+Long AdoRecordset::CountRows(const String& sql,
+                             const std::shared_ptr<varnel::host::IConnection>& connection) {
+  Require(false);
+  StatementOptions options;
+  options.countsOnly = true;
+  return varnel::ToLong(OpenConnection(connection)->Run(sql, m_parameters, options).rows.Value(0, 0));
+}
+
+StatementResult AdoRecordset::RunSource(AdoConnection& connection, const varnel::host::PageSpec* page) const {
   const bool atOnce = m_cursorLocation == ado::kUseClient && m_maxRecords != 0;
-  return connection.Run(m_source, m_parameters, m_maxRecords,
-                        atOnce ? AdoConnection::kAllRows : AdoConnection::kBatchRows);
+  return connection.Run(m_source, m_parameters,
+                        {m_maxRecords, atOnce ? AdoConnection::kAllRows : AdoConnection::kBatchRows, page});
 }
 
 void AdoRecordset::OpenWith(const Variant& source, const Variant& connection, Long cursorType, Long lockType,

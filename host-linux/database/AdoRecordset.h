@@ -9,7 +9,9 @@
 
 namespace hostlinux {
 
-class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
+class AdoRecordset : public varnel::Object,
+                     public varnel::host::IRecordset,
+                     public varnel::host::IPageRecordset {
  public:
   explicit AdoRecordset(std::shared_ptr<AdoDatabase> database);
   AdoRecordset(const AdoRecordset&) = delete;
@@ -41,6 +43,10 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   // again when the statement returns no rows.
   void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
+  void OpenPage(const varnel::String& sql, const varnel::host::PageSpec& page,
+                const std::shared_ptr<varnel::host::IConnection>& connection) override;
+  varnel::Long CountRows(const varnel::String& sql,
+                         const std::shared_ptr<varnel::host::IConnection>& connection) override;
   // For scripts: every argument may be left out. Without source and connection, a recordset with appended
   // fields opens empty. A text as connection makes a connection of its own. A Command as source gives its text,
   // its parameters and its connection.
@@ -95,10 +101,12 @@ class AdoRecordset : public varnel::Object, public varnel::host::IRecordset {
   bool IsForwardOnly() const;
   bool IsCounted() const;
   // All rows at once where that isn't much: a client-side recordset with MaxRecords.
-  StatementResult RunSource(AdoConnection& connection) const;
+  StatementResult RunSource(AdoConnection& connection, const varnel::host::PageSpec* page = nullptr) const;
   void RunAgain();
   const ResultColumn& Column(varnel::Long position) const;
   std::shared_ptr<AdoConnection> ConnectionFrom(const varnel::Variant& value);
+  static std::shared_ptr<AdoConnection> OpenConnection(
+      const std::shared_ptr<varnel::host::IConnection>& connection);
 
   std::shared_ptr<AdoDatabase> m_database;
   std::shared_ptr<AdoConnection> m_connection;

@@ -119,29 +119,33 @@ class IndexAdviser : public testing::Test {
     return most;
   }
 
-  int StepsOf(const String& sql, const SortedList& list) {
-    m_rows->Run(sql, list.parameters, 0, AdoConnection::kAllRows);
+  int StepsOf(const varnel::PageQuery& query, const SortedList& list) {
+    m_rows->Run(query.text, list.parameters, {query.page.rows, AdoConnection::kAllRows, &query.page});
     sqlite3* database = nullptr;
     sqlite3_open((m_folder / "test.db").c_str(), &database);
     sqlite3_stmt* statement = nullptr;
     const std::string text = varnel::ToUtf8(m_sent);
-    EXPECT_EQ(SQLITE_OK, sqlite3_prepare_v2(database, text.c_str(), -1, &statement, nullptr)) << text;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
+    int steps = 0;
+    for (const char* rest = text.c_str(); *rest != '\0';) {
+      EXPECT_EQ(SQLITE_OK, sqlite3_prepare_v2(database, rest, -1, &statement, &rest)) << text;
+      if (statement == nullptr) break;
+      while (sqlite3_step(statement) == SQLITE_ROW) {
+      }
+      steps += sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_VM_STEP, 0);
+      sqlite3_finalize(statement);
     }
-    const int steps = sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_VM_STEP, 0);
-    sqlite3_finalize(statement);
     sqlite3_close(database);
     return steps;
   }
 
   // A read behind, or before, a row in the middle.
-  String ReadOf(const SortedList& list, varnel::Integer read) {
+  varnel::PageQuery ReadOf(const SortedList& list, varnel::Integer read) {
     varnel::PersistedState state;
     state.NavType = read;
     state.SortFields = list.sort;
     if (state.HasKeys()) state.KeyValues = MiddleRow(list);
     std::vector<String> branches = varnel::SplitUnionBranches(list.query);
-    return BuildReadQuery(branches, state, ParseSortFields(state, list.keys), {10});
+    return BuildRead(branches, state, ParseSortFields(state, list.keys), {10});
   }
 
   std::vector<varnel::Variant> MiddleRow(const SortedList& list) {
@@ -150,8 +154,8 @@ class IndexAdviser : public testing::Test {
     state.SortFields = list.sort;
     std::vector<String> branches = varnel::SplitUnionBranches(list.query);
     const auto fields = ParseSortFields(state, list.keys);
-    const auto page = m_rows->Run(BuildReadQuery(branches, state, fields, {400}), list.parameters, 0,
-                                  AdoConnection::kAllRows);
+    const auto page = m_rows->Run(BuildReadQuery(branches, state, fields, {400}), list.parameters,
+                                  {0, AdoConnection::kAllRows});
     std::vector<varnel::Variant> keys;
     for (const varnel::SortField& field : fields) {
       for (std::size_t i = 0; i < page.columns->size(); ++i) {

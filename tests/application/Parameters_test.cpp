@@ -61,6 +61,26 @@ TEST_F(PageParameters, AListKeepsThemInItsCountAndAllItsReads) {
   EXPECT_EQ("30 32 34 of 28", Show(first[5])[0]);
 }
 
+TEST_F(PageParameters, AListSortedBothWaysIsPagedForwardAndBackWithEachVisitorsValues) {
+  site.WritePage("list.asp",
+                 List("SELECT id, name, price FROM product WHERE maker LIKE :maker AND id > :least",
+                      "rs.SetDefaultSortFields('price DESC, name');"));
+  for (int visit = 0; visit < 2; ++visit) {
+    const auto even = Show("/shop/list.asp?maker=Ac%25");
+    ASSERT_EQ(6u, even.size());
+    EXPECT_EQ("60 58 56 of 28", even[0]);
+    const auto second = Show(even[3]);
+    EXPECT_EQ("54 52 50 of 28", second[0]);
+    EXPECT_EQ("60 58 56 of 28", Show(second[2])[0]);
+    EXPECT_EQ("36 34 32 of 28", Show(even[5])[0]);
+    const auto odd = Show("/shop/list.asp?maker=Bolt");
+    EXPECT_EQ("59 57 55 of 28", odd[0]);
+    const auto last = Show(odd[4]);
+    EXPECT_EQ("5 of 28", last[0]);
+    EXPECT_EQ("11 9 7 of 28", Show(last[2])[0]);
+  }
+}
+
 TEST_F(PageParameters, AUnionKnowsThemInAllItsBranches) {
   site.WritePage("list.asp", List("SELECT id, name FROM product WHERE maker = :maker AND id < 10 UNION "
                                   "SELECT id, name FROM product WHERE maker = :maker AND id > 50 + :least"));

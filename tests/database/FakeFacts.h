@@ -2,29 +2,39 @@
 #pragma once
 
 #include <map>
+#include <set>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 
 // Answers a query "SELECT name FROM ..." with the type that `types` has for the name; other names are untyped
-// expressions. `columns` are the result columns of every longer select list.
+// expressions. `columns` are the result columns of every longer select list. Columns in `notNull` are those of
+// `table` and can't be NULL.
 class FakeFacts : public hostlinux::IColumnFacts {
  public:
   std::map<std::u16string, std::u16string> types;
   std::vector<hostlinux::ColumnFact> columns;
+  std::u16string table = u"customer";
+  std::set<std::u16string> notNull;
   std::vector<std::u16string> asked;
 
   std::optional<std::vector<hostlinux::ColumnFact>> Describe(const std::u16string& select) override {
     asked.push_back(select);
     const auto type = types.find(FirstItem(select));
-    if (type != types.end()) return std::vector<hostlinux::ColumnFact>{{type->first, type->second}};
+    if (type != types.end()) {
+      return std::vector<hostlinux::ColumnFact>{
+          {type->first, type->second, table, notNull.contains(type->first)}};
+    }
     return columns.empty() ? std::vector<hostlinux::ColumnFact>{{u"x", u""}} : columns;
   }
-  bool SortsInPart(const std::u16string&) override { return sortsInPart; }
+  // `sorts`, but nothing of a walk's rows.
+  std::optional<hostlinux::SortWork> SortsFor(const std::u16string& select) override {
+    return select.find(u"\"page key\"") == std::u16string::npos ? sorts : hostlinux::SortWork::Nothing;
+  }
   bool HasPartialIndex() override { return hasPartialIndex; }
 
   bool hasPartialIndex = false;
-  bool sortsInPart = false;
+  hostlinux::SortWork sorts = hostlinux::SortWork::Nothing;
 
  private:
   static std::u16string FirstItem(const std::u16string& select) {

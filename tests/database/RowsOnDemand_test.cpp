@@ -155,8 +155,9 @@ TEST_F(RowsOnDemand, AForwardOnlyRecordsetBeginsAgainByRunningAgain) {
 }
 
 TEST_F(RowsOnDemand, MemoryStaysFlatWhileAHundredThousandRowsPass) {
-  auto rowset = hostlinux::Rowset::OfResult(
-      m_connection->Run(u"SELECT a.id FROM t a, t b WHERE b.id <= 100", {}, 0), hostlinux::PassedRows::LetGo);
+  auto rowset = hostlinux::Rowset::OfResult(m_connection->Run(u"SELECT a.id FROM t a, t b WHERE b.id <= 100",
+                                                              {}, {0, hostlinux::AdoConnection::kBatchRows}),
+                                            hostlinux::PassedRows::LetGo);
   std::size_t most = 0;
   std::size_t count = 0;
   for (; !rowset.IsEOF(); rowset.MoveTo(rowset.Position() + 1), ++count)

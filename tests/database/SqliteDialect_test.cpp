@@ -1,6 +1,5 @@
 #include "host-linux/database/dialect/SqliteDialect.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/database/FakeFacts.h"
@@ -8,11 +7,6 @@
 
 namespace hostlinux {
 namespace {
-
-constexpr char16_t kNextPage[] =
-    u"SELECT TOP 10 id, name FROM item WHERE (name > 'Jones' or (name = 'Jones' and id > '7')) ORDER BY name "
-    u"ASC,id "
-    u"ASC";
 
 class SqliteDialect : public testing::Test {
  protected:
@@ -23,11 +17,6 @@ class SqliteDialect : public testing::Test {
 
   std::string Rewritten(std::u16string_view sql) {
     return varnel::ToUtf8(RewriteForSqlite(sql, m_facts).text);
-  }
-
-  // With reads behind an anchor row so that an index finds it.
-  std::string Sought(std::u16string_view sql) {
-    return varnel::ToUtf8(RewriteForSqlite(sql, m_facts, PageReads::InArms).text);
   }
 
   FakeFacts m_facts;
@@ -145,39 +134,6 @@ TEST_F(SqliteDialect, KeysOfAPreviousPageAreReadByTheirColumns) {
       Rewritten(
           u"SELECT TOP 10 id, name FROM customer WHERE (  active = 1) AND ((name < 'Jones' or name is null) "
           u"or (name = 'Jones' and (id < '7' or id is null))) ORDER BY name DESC,id DESC"));
-}
-
-TEST_F(SqliteDialect, KeysOfOneTableThatAreAllReadUpwardAreOneRowValue) {
-  m_facts.types = {{u"name", u"VARCHAR(60)"}, {u"id", u"INT"}};
-  EXPECT_EQ(
-      "SELECT id, name FROM item i WHERE (active = 1) AND (name, id) > ('Jones', 7) ORDER BY name ASC,id ASC "
-      "LIMIT 10",
-      Sought(u"SELECT TOP 10 id, name FROM item i WHERE (active = 1) AND (name > 'Jones' or (name = 'Jones' "
-             u"and id > '7')) ORDER BY name ASC,id ASC"));
-}
-
-TEST_F(SqliteDialect, AKeyThatMayBeTheRowsNumberIsNoPartOfARowValue) {
-  m_facts.types = {{u"name", u"VARCHAR(60)"}, {u"id", u"integer"}};
-  m_facts.columns = {{u"id", u"integer"}, {u"name", u"VARCHAR(60)"}};
-  EXPECT_EQ(
-      "SELECT * FROM (WITH \"page 0\" AS MATERIALIZED (SELECT id, name FROM item WHERE name = 'Jones' and id "
-      "> 7 "
-      "ORDER BY name ASC,id ASC LIMIT 10), \"page 1\" AS MATERIALIZED (SELECT * FROM \"page 0\" UNION ALL "
-      "SELECT * FROM (SELECT id, name FROM item WHERE name > 'Jones' ORDER BY name ASC,id ASC LIMIT 10 - "
-      "(SELECT COUNT(\"id\" IS NULL) FROM \"page 0\"))) SELECT * FROM \"page 1\") ORDER BY 2 ASC,1 ASC LIMIT "
-      "10",
-      Sought(kNextPage));
-}
-
-TEST_F(SqliteDialect, RealKeysAndTwoTablesAreReadInArms) {
-  m_facts.types = {{u"name", u"REAL"}, {u"id", u"INT"}};
-  m_facts.columns = {{u"id", u"INT"}, {u"name", u"REAL"}};
-  EXPECT_THAT(Sought(kNextPage), testing::Not(testing::HasSubstr("(name, id)")));
-  m_facts.types = {{u"name", u"VARCHAR(60)"}, {u"id", u"INT"}};
-  EXPECT_THAT(
-      Sought(u"SELECT TOP 10 id, name FROM item, other WHERE (name > 'a' or (name = 'a' and id > '7')) ORDER "
-             u"BY name ASC,id ASC"),
-      testing::Not(testing::HasSubstr("(name, id)")));
 }
 
 TEST_F(SqliteDialect, ADateKeyTakesTheStoredForm) {

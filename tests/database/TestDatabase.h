@@ -9,6 +9,7 @@
 #include "host-linux/database/AdoRecordset.h"
 #include "host-linux/database/sqlite/SqliteEngine.h"
 #include "varnel/automation/Convert.h"
+#include "varnel/automation/Error.h"
 
 class TestDatabase : public testing::Test {
  protected:

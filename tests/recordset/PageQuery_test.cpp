@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "host-fake/ErrorOf.h"
+#include "varnel/automation/Convert.h"
 
 namespace varnel {
 namespace {
@@ -233,6 +234,47 @@ TEST(KeyTexts, OnlyATimestampGetsTheFixedForm) {
 TEST(KeyTexts, NullStaysNull) {
   EXPECT_EQ(KeyValueToText(Null(), 135), Variant(Null()));
   EXPECT_EQ(KeyValueToText(Null(), 3), Variant(Null()));
+}
+
+// Beside the text: what it was made of.
+TEST(PageQuery, TheReadAsData) {
+  PersistedState state;
+  state.NavType = nav_type::kPrevious;
+  state.SortFields = u"Upper(name) AS un";
+  state.KeyValues = {u"O'BRIEN", Null()};
+  std::vector<String> branches = {
+      u"SELECT id, Upper(name) AS un FROM c WHERE a=1 GROUP BY id HAVING b ORDER BY x",
+      u"SELECT DISTINCT id FROM d"};
+  const PageQuery query = BuildRead(branches, state, ParseSortFields(state, u"id"), {10, true, 30});
+  EXPECT_EQ(query.text.substr(0, 12), u"(SELECT TOP ");
+  const host::PageSpec& page = query.page;
+  ASSERT_EQ(page.branches.size(), 2u);
+  EXPECT_EQ(page.branches[0].select, u"SELECT id, Upper ( name ) AS un FROM c");
+  EXPECT_EQ(page.branches[0].where, u"  a=1");
+  EXPECT_EQ(page.branches[0].grouping, u" GROUP BY id HAVING b");
+  EXPECT_EQ(page.branches[1].select, u"SELECT DISTINCT id FROM d");
+  EXPECT_EQ(page.branches[1].where, u"");
+  ASSERT_EQ(page.keys.size(), 2u);
+  EXPECT_EQ(page.keys[0].name, u"un");
+  EXPECT_EQ(page.keys[0].expression, u"Upper(name)");
+  EXPECT_FALSE(page.keys[0].ascending);
+  EXPECT_EQ(ToText(page.keys[0].anchor), u"O'BRIEN");
+  EXPECT_EQ(page.keys[1].name, u"id");
+  EXPECT_EQ(page.keys[1].expression, u"id");
+  EXPECT_TRUE(page.keys[1].anchor.IsNull());
+  EXPECT_TRUE(page.behindAnchor);
+  EXPECT_EQ(page.rows, 10);
+  EXPECT_EQ(page.way, 30);
+}
+
+TEST(PageQuery, AFirstPageAsDataHasNoAnchor) {
+  PersistedState state;
+  state.NavType = nav_type::kFirst;
+  std::vector<String> branches = {u"SELECT id FROM c"};
+  const host::PageSpec page = BuildRead(branches, state, ParseSortFields(state, u"id"), {7}).page;
+  EXPECT_FALSE(page.behindAnchor);
+  EXPECT_EQ(page.rows, 7);
+  EXPECT_EQ(page.way, -1);
 }
 
 }  // namespace

@@ -46,8 +46,23 @@ Long CountByQuery(const ConnectionPtr& connection, host::IRecordset& recordset, 
   return *count;
 }
 
-// Reads every row of the query.
+// Calls `open`; what it fails with is raised as the failure of `sql`.
+template <typename Open>
+auto Executing(const ConnectionPtr& connection, const String& sql, Open open) {
+  Required(connection);
+  try {
+    return open();
+  } catch (const std::exception&) {
+    RaiseAdoError(connection, Util_SaveErr(),
+                  u"Parameter error: Unable to execute the SQL query: \"" + sql + u"\".");
+  }
+}
+
+// Of every row of the query.
 Long CountByReading(const ConnectionPtr& connection, host::IRecordset& recordset, const String& query) {
+  if (auto* pages = dynamic_cast<host::IPageRecordset*>(&recordset)) {
+    return Executing(connection, query, [&] { return pages->CountRows(query, connection); });
+  }
   const Long cursorType = recordset.CursorType();
   const Long maxRecords = recordset.MaxRecords();
   recordset.SetCursorType(host::ado::kOpenStatic);
@@ -72,17 +87,19 @@ void RaiseAdoError(const ConnectionPtr& iConnection, const ErrInfo& iError, cons
   Util_Raise(iError.Number, iError.Source, description, iError.HelpFile, iError.HelpContext);
 }
 
-void OpenDisconnected(const ConnectionPtr& iConnection, host::IRecordset& ioRecordset, const String& iSql) {
-  Required(iConnection);
-  try {
+void OpenDisconnected(const ConnectionPtr& iConnection, host::IRecordset& ioRecordset, const String& iSql,
+                      const host::PageSpec* iPage) {
+  Executing(iConnection, iSql, [&] {
     using namespace host::ado;
     ioRecordset.SetCursorLocation(kUseClient);
-    ioRecordset.Open(iSql, iConnection, kUnspecified, kUnspecified, kUnspecified);
+    auto* pages = iPage == nullptr ? nullptr : dynamic_cast<host::IPageRecordset*>(&ioRecordset);
+    if (pages != nullptr) {
+      pages->OpenPage(iSql, *iPage, iConnection);
+    } else {
+      ioRecordset.Open(iSql, iConnection, kUnspecified, kUnspecified, kUnspecified);
+    }
     ioRecordset.DetachConnection();
-  } catch (const std::exception&) {
-    RaiseAdoError(iConnection, Util_SaveErr(),
-                  u"Parameter error: Unable to execute the SQL query: \"" + iSql + u"\".");
-  }
+  });
 }
 
 host::RowBlock ReadAllRows(const ConnectionPtr& iConnection, host::IRecordset& ioRecordset) {

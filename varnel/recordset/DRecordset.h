@@ -167,7 +167,8 @@ class DRecordset : public Object, public IDRecordset, private DRecordsetFields {
   bool SortIsDeclared() const;
   PersistedState ReadState(const String& iText) const;
   void AdmitState(const std::vector<String>& iBranches, const std::vector<SortField>& iFields);
-  void OpenRead(host::IRecordset& ioRecordset, const String& iSql, const std::vector<SortField>& iFields);
+  void OpenRead(host::IRecordset& ioRecordset, const PageQuery& iQuery,
+                const std::vector<SortField>& iFields);
 
   // DRecordset_State.cpp
   void TakeDefaultState();

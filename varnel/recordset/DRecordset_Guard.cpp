@@ -92,11 +92,12 @@ void DRecordset::AdmitState(const std::vector<String>& iBranches, const std::vec
 }
 
 // The page's own faults stay failures: only what a link can bring about is refused.
-void DRecordset::OpenRead(host::IRecordset& ioRecordset, const String& iSql,
+void DRecordset::OpenRead(host::IRecordset& ioRecordset, const PageQuery& iQuery,
                           const std::vector<SortField>& iFields) {
-  if (GuardOfState() == nullptr) return OpenDisconnected(m_oConnection, ioRecordset, iSql);
+  if (GuardOfState() == nullptr)
+    return OpenDisconnected(m_oConnection, ioRecordset, iQuery.text, &iQuery.page);
   try {
-    OpenDisconnected(m_oConnection, ioRecordset, iSql);
+    OpenDisconnected(m_oConnection, ioRecordset, iQuery.text, &iQuery.page);
   } catch (const Error&) {
     const auto errors =
         m_oConnection == nullptr ? std::vector<host::ProviderError>() : m_oConnection->Errors();

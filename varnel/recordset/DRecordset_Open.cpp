@@ -78,7 +78,7 @@ bool DRecordset::ReadPage(std::vector<String>& ioBranches, std::vector<SortField
   while (again) {
     const PageTop top = NextTop();
     m_bDoubleTop = false;
-    const String query = BuildReadQuery(ioBranches, m_State, ioFields, top);
+    const PageQuery query = BuildRead(ioBranches, m_State, ioFields, top);
     m_bDoubleTop = top.nested;
     LimitLastPage(ioRecordset);
     OpenRead(ioRecordset, query, ioFields);

@@ -75,17 +75,37 @@ String SameKey(const SortField& field, const Variant& key) {
   return field.Compared() + (key.IsNull() ? u" is null" : u" = " + Quoted(key));
 }
 
+host::PageBranch CutBranch(String& sql) {
+  QueryClauses clauses = SplitQueryClauses(sql);
+  return {Trim(clauses.select), std::move(clauses.where), clauses.groupBy + clauses.compute};
+}
+
+String BranchQuery(const host::PageBranch& branch, const PersistedState& state,
+                   const std::vector<SortField>& fields, const PageTop& top) {
+  String query = WithTop(branch.select, top.nested ? top.rows : top.pageSize);
+  if (!branch.where.empty()) query += u" WHERE (" + branch.where + u")";
+  if (state.HasKeys()) query += KeysetCondition(state, fields, !branch.where.empty());
+  query += branch.grouping;
+  return top.nested ? Nested(query, fields, top.pageSize) : query;
+}
+
+// As many keys as there are fields: a text was made of them.
+std::vector<host::PageKey> KeysOf(const PersistedState& state, const std::vector<SortField>& fields) {
+  std::vector<host::PageKey> keys;
+  keys.reserve(fields.size());
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const SortField& field = fields[i];
+    keys.push_back(
+        {field.Name, field.Compared(), field.Ascending, state.HasKeys() ? state.KeyValues[i] : Variant()});
+  }
+  return keys;
+}
+
 }  // namespace
 
 String BuildPageQuery(String& ioSql, const PersistedState& iState, const std::vector<SortField>& iFields,
                       const PageTop& iTop) {
-  const QueryClauses clauses = SplitQueryClauses(ioSql);
-  String query = WithTop(Trim(clauses.select), iTop.nested ? iTop.rows : iTop.pageSize);
-  if (!clauses.where.empty()) query += u" WHERE (" + clauses.where + u")";
-  if (iState.HasKeys()) query += KeysetCondition(iState, iFields, !clauses.where.empty());
-  query += clauses.groupBy;
-  query += clauses.compute;
-  return iTop.nested ? Nested(query, iFields, iTop.pageSize) : query;
+  return BranchQuery(CutBranch(ioSql), iState, iFields, iTop);
 }
 
 String BuildKeysetPredicate(const PersistedState& iState, std::size_t iIndex, std::size_t iLast,
@@ -101,18 +121,28 @@ String BuildKeysetPredicate(const PersistedState& iState, std::size_t iIndex, st
          BuildKeysetPredicate(iState, iIndex + 1, iLast, iFields) + u"))";
 }
 
-String BuildReadQuery(std::vector<String>& ioBranches, const PersistedState& iState,
-                      const std::vector<SortField>& iFields, const PageTop& iTop) {
+PageQuery BuildRead(std::vector<String>& ioBranches, const PersistedState& iState,
+                    const std::vector<SortField>& iFields, const PageTop& iTop) {
   if (ioBranches.empty()) RaiseRuntimeError(runtime_error::kSubscript);
   const bool isUnion = ioBranches.size() > 1;
-  String query;
+  PageQuery query;
   for (String& branch : ioBranches) {
-    const String branchQuery = BuildPageQuery(branch, iState, iFields, iTop);
-    if (!query.empty()) query += u" UNION ";
-    query += isUnion ? u"(" + branchQuery + u")" : branchQuery;
+    query.page.branches.push_back(CutBranch(branch));
+    const String branchQuery = BranchQuery(query.page.branches.back(), iState, iFields, iTop);
+    if (!query.text.empty()) query.text += u" UNION ";
+    query.text += isUnion ? u"(" + branchQuery + u")" : branchQuery;
   }
-  if (isUnion || !iTop.nested) query += OrderBy(iFields);
+  if (isUnion || !iTop.nested) query.text += OrderBy(iFields);
+  query.page.keys = KeysOf(iState, iFields);
+  query.page.behindAnchor = iState.HasKeys();
+  query.page.rows = iTop.pageSize;
+  if (iTop.nested) query.page.way = iTop.rows;
   return query;
+}
+
+String BuildReadQuery(std::vector<String>& ioBranches, const PersistedState& iState,
+                      const std::vector<SortField>& iFields, const PageTop& iTop) {
+  return BuildRead(ioBranches, iState, iFields, iTop).text;
 }
 
 Variant KeyValueToText(const Variant& iValue, Integer iType) {

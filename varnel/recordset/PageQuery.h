@@ -3,6 +3,7 @@
 // side expects, doubled blanks included.
 #pragma once
 
+#include "varnel/host/Paging.h"
 #include "varnel/recordset/SortFields.h"
 
 namespace varnel {
@@ -25,7 +26,17 @@ String BuildPageQuery(String& ioSql, const PersistedState& iState, const std::ve
 String BuildKeysetPredicate(const PersistedState& iState, std::size_t iIndex, std::size_t iLast,
                             const std::vector<SortField>& iFields);
 
-// The whole text of a read: the branches, and behind them the ORDER BY. Raises 9 for no branch at all.
+// A read as the text that is its contract, and as data for hosts that write their own.
+struct PageQuery {
+  String text;
+  host::PageSpec page;
+};
+
+// The whole read: the branches, and behind them the ORDER BY. Raises 9 for no branch at all.
+PageQuery BuildRead(std::vector<String>& ioBranches, const PersistedState& iState,
+                    const std::vector<SortField>& iFields, const PageTop& iTop);
+
+// The text of `BuildRead` alone.
 String BuildReadQuery(std::vector<String>& ioBranches, const PersistedState& iState,
                       const std::vector<SortField>& iFields, const PageTop& iTop);
 

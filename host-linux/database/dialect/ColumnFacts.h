@@ -13,6 +13,10 @@ namespace hostlinux {
 struct ColumnFact {
   std::u16string name;
   std::u16string declaredType;
+  // The table whose column it is, through aliases, views and subqueries; empty for an expression. `isNotNull`: that
+  // table's column can't be NULL. An outer join may still make it so.
+  std::u16string table = {};
+  bool isNotNull = false;
 };
 
 // How values of a column are stored and compared.
@@ -22,6 +26,10 @@ enum class ColumnKind { Unknown, Integer, Real, Numeric, Text, Date, DateOnly, B
 // Boolean; else by the engine's affinity rules. Letters in any case; an empty type is Unknown.
 ColumnKind KindOfDeclaredType(std::u16string_view declaredType);
 
+// What an engine sorts of a query's rows: nothing, groups of rows that are equal in the leading sort columns, one
+// after the other, or all of them before the first one comes.
+enum class SortWork { Nothing, Groups, Everything };
+
 class IColumnFacts {
  public:
   virtual ~IColumnFacts() = default;
@@ -30,9 +38,8 @@ class IColumnFacts {
   // refuses it.
   virtual std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) = 0;
 
-  // True if the engine reads `select` in the order of its leading sort columns and sorts rows only where they
-  // are equal in those. False too if it refuses the text.
-  virtual bool SortsInPart(const std::u16string& select) = 0;
+  // What the engine would do for `select`, which isn't run. Nothing at all if it refuses the text.
+  virtual std::optional<SortWork> SortsFor(const std::u16string& select) = 0;
 
   // True if an index has a condition: the engine uses it only where it sees the literals of a statement.
   virtual bool HasPartialIndex() = 0;

@@ -1,10 +1,9 @@
 #include "host-linux/database/dialect/PageSeek.h"
 
 #include <algorithm>
-#include <array>
 
 #include "host-linux/database/dialect/KeyLiteral.h"
-#include "host-linux/database/dialect/KeysetPredicate.h"
+#include "host-linux/database/dialect/OperandFinder.h"
 #include "host-linux/database/dialect/SelectNames.h"
 
 namespace hostlinux {
@@ -12,27 +11,41 @@ namespace {
 
 using Tokens = std::vector<SqlToken>;
 using Columns = std::vector<ColumnFact>;
+using varnel::host::PageKey;
+using varnel::host::PageSpec;
 
-// A read that can be written in arms.
-struct Seek {
-  SqlSpan span;       // the SELECT
-  SqlSpan condition;  // of the keys
-  std::vector<PageKey> keys;
-  SelectTop top;             // the number of rows
-  std::u16string order;      // of the arms together, by position
-  std::u16string inOrder;    // to be added to each arm; empty where it has an ORDER BY of its own
-  std::u16string counted;    // the name of a column, to count rows by
-  std::vector<RowPart> row;  // what each key is compared as in a row value; empty: in arms
-  SqlSpan lead;              // of a first page: the leading sort column
-  bool leadAscending = true;
+// More would be more statements than a page is worth.
+constexpr size_t kMaxKeys = 8;
+// So that looking ahead needs no test.
+constexpr size_t kPadding = 4;
+
+struct Branch {
+  Tokens tokens;
+  size_t end = 0;  // of the text
+  SqlStructure structure;
+  SqlSpan list;
+  SqlSpan from;
+  bool hasWhere = false;
+  std::vector<SelectItem> items;
+
+  const SqlScope& Scope() const { return structure.scopes.front(); }
 };
 
-// The condition of an arm, piece by piece.
-struct Piece {
-  SqlSpan span;
-  std::u16string text;  // behind it
+struct Key {
+  Tokens expression;
+  OrderTerm term;  // in the tokens of the order
+  bool ascending = true;
+  bool isNull = false;
+  SqlToken anchor;
 };
-using Arm = std::vector<Piece>;
+
+enum class Behind { Anything, Greater, Less, Null, NotNull, Nothing };
+
+// Rows that are equal to the anchor in the first `same` keys, and behind it in the next one.
+struct Arm {
+  size_t same = 0;
+  Behind behind = Behind::Anything;
+};
 
 bool HasAnyWord(const Tokens& tokens, SqlSpan span, std::initializer_list<std::u16string_view> words) {
   for (size_t i = span.begin; i < span.end; ++i) {
@@ -43,6 +56,13 @@ bool HasAnyWord(const Tokens& tokens, SqlSpan span, std::initializer_list<std::u
   return false;
 }
 
+bool HasAnyKind(const Tokens& tokens, SqlSpan span, std::initializer_list<SqlTokenKind> kinds) {
+  return std::any_of(tokens.begin() + static_cast<std::ptrdiff_t>(span.begin),
+                     tokens.begin() + static_cast<std::ptrdiff_t>(span.end), [&](const SqlToken& token) {
+                       return std::find(kinds.begin(), kinds.end(), token.kind) != kinds.end();
+                     });
+}
+
 // Functions of many rows make one row of all rows.
 bool MayAggregate(const Tokens& tokens, SqlSpan list) {
   return HasAnyWord(tokens, list,
@@ -50,19 +70,27 @@ bool MayAggregate(const Tokens& tokens, SqlSpan list) {
                      u"JSON_GROUP_ARRAY", u"JSON_GROUP_OBJECT"});
 }
 
-std::u16string NumberText(size_t number) {
+bool SameToken(const SqlToken& a, const SqlToken& b) {
+  if (a.kind != b.kind) return false;
+  return a.kind == SqlTokenKind::Word ? UpperAscii(a.text) == UpperAscii(b.text) : a.text == b.text;
+}
+
+// True if both hold the same tokens; words in any case of letters.
+bool Same(const Tokens& tokens, SqlSpan span, const Tokens& other, SqlSpan otherSpan) {
+  if (span.end - span.begin != otherSpan.end - otherSpan.begin) return false;
+  for (size_t i = 0; i < span.end - span.begin; ++i) {
+    if (!SameToken(tokens[span.begin + i], other[otherSpan.begin + i])) return false;
+  }
+  return true;
+}
+bool Same(const Tokens& tokens, SqlSpan span, const Tokens& other) {
+  return Same(tokens, span, other, {0, other.size()});
+}
+
+std::u16string NumberText(std::int64_t number) {
   const std::string digits = std::to_string(number);
   return std::u16string(digits.begin(), digits.end());
 }
-
-// A count without a column would be a read of a whole table to what guards the tables.
-std::u16string QuotedName(std::u16string_view name) {
-  std::u16string quoted = u"\"";
-  for (const char16_t c : name) quoted.append(c == u'"' ? 2 : 1, c);
-  return quoted + u"\"";
-}
-
-std::u16string Name(const ColumnFact& fact) { return UpperAscii(fact.name); }
 
 bool SameColumns(const Columns& a, const Columns& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -90,422 +118,610 @@ RowPart PartOf(const ColumnFact& column, std::u16string_view literal) {
   return isWhole ? RowPart::Number : RowPart::None;
 }
 
-class Seeker {
- public:
-  Seeker(Tokens tokens, IColumnFacts& facts)
-      : m_tokens(std::move(tokens)), m_facts(facts), m_structure(ReadStructure(m_tokens)) {}
+bool IsNamePart(const SqlToken& token) {
+  return token.kind == SqlTokenKind::Word || token.kind == SqlTokenKind::QuotedName;
+}
 
-  Tokens Run() {
-    for (size_t i = 0; i < m_structure.scopes.size(); ++i) Look(i);
-    for (const SqlCompound& compound : m_structure.compounds) KeepAllOrNone(compound);
-    if (m_seeks.empty()) return std::move(m_tokens);
-    size_t done = 0;
-    for (const Seek& seek : m_seeks) {
-      if (seek.span.begin < done) continue;
-      Copy({done, seek.span.begin});
-      Write(seek);
-      done = seek.span.end;
-    }
-    Copy({done, m_tokens.size()});
-    return std::move(m_result);
+// A column's name, with or without qualifiers.
+bool IsColumn(const Tokens& tokens, SqlSpan span) {
+  for (size_t i = span.begin; i < span.end; ++i) {
+    const bool isName = (i - span.begin) % 2 == 0;
+    if (isName ? !IsNamePart(tokens[i]) : tokens[i].kind != SqlTokenKind::Dot) return false;
+  }
+  return (span.end - span.begin) % 2 == 1;
+}
+
+// Statements are written into it.
+class Writer {
+ public:
+  void Copy(const Tokens& tokens, SqlSpan span) {
+    m_tokens.insert(m_tokens.end(), tokens.begin() + static_cast<std::ptrdiff_t>(span.begin),
+                    tokens.begin() + static_cast<std::ptrdiff_t>(span.end));
+  }
+  void CopyBehind(std::u16string_view gap, const Tokens& tokens) {
+    const size_t begin = m_tokens.size();
+    Copy(tokens, {0, tokens.size()});
+    m_tokens[begin].gap = gap;
+  }
+  void Add(std::u16string_view text) {
+    Tokens tokens = LexSql(text);
+    tokens.pop_back();
+    for (SqlToken& token : tokens) token.literal = -1;  // none of the library's text
+    Copy(tokens, {0, tokens.size()});
+  }
+  void AddAnchor(const SqlToken& anchor, std::u16string_view gap, RowPart part = RowPart::None) {
+    m_tokens.push_back(anchor);
+    m_tokens.back().gap = gap;
+    m_tokens.back().isKey = true;
+    m_tokens.back().rowPart = part;
+  }
+  const Tokens& Written() const { return m_tokens; }
+  Tokens Take() {
+    m_tokens.emplace_back();
+    return std::move(m_tokens);
   }
 
  private:
-  // --- what can be written in arms
+  Tokens m_tokens;
+};
 
-  void Look(size_t index) {
-    const SqlScope& scope = m_structure.scopes[index];
-    const std::optional<SelectTop> top = FindTop(m_tokens, scope);
-    if (!top || !IsPlain(scope)) return;
-    Seek seek{{scope.begin, scope.end}, {}, {}, *top, {}, {}, {}, {}, {}, true};
-    if (HasKeys(scope, seek) ? LookBehindKeys(index, seek) : LookAtFirst(index, seek)) {
-      m_seeks.push_back(std::move(seek));
-    }
+class Seeker {
+ public:
+  Seeker(const PageSpec& page, PageTokens tokens, IColumnFacts& facts)
+      : m_page(page), m_texts(std::move(tokens)), m_facts(facts) {}
+
+  std::vector<PageStep> Run() {
+    if (m_page.rows <= 0 || (IsJump() && (m_page.way <= 0 || IsUnion()))) return {};
+    if (!ReadBranches() || !ReadKeys()) return {};
+    if (IsUnion() ? !ReadPositions() : !OrderIsOfKeys()) return {};
+    if (IsJump() && !KeepsColumns()) return {};
+    if (WriteRow()) return std::move(m_steps);
+    const std::vector<Arm> arms = Arms();
+    if (IsUnion() && arms.size() < 2) return {};
+    for (const Arm& arm : arms) IsUnion() ? WriteUnion(arm) : WriteArm(arm);
+    return std::move(m_steps);
   }
 
-  bool HasKeys(const SqlScope& scope, Seek& seek) const {
-    const SqlSpan where = scope.Clause(SqlClause::Where);
-    if (where.IsEmpty()) return false;
-    seek.condition = ConditionIn(where);
-    std::optional<std::vector<PageKey>> keys =
-        ReadKeysetPredicate(m_tokens, m_structure.partner, seek.condition);
-    if (!keys) return false;
-    seek.keys = std::move(*keys);
+ private:
+  bool IsUnion() const { return m_page.branches.size() > 1; }
+  bool IsJump() const { return m_page.way != -1; }
+  const Branch& First() const { return m_branches.front(); }
+
+  // --- what can be read so
+
+  bool ReadBranches() {
+    for (size_t i = 0; i < m_page.branches.size(); ++i) {
+      if (!m_page.branches[i].grouping.empty()) return false;
+      Branch branch;
+      branch.tokens = std::move(m_texts.branches[i]);
+      branch.end = branch.tokens.size() - 1;
+      branch.tokens.resize(branch.tokens.size() + kPadding);
+      branch.structure = ReadStructure(branch.tokens);
+      branch.hasWhere = !m_page.branches[i].where.empty();
+      if (!IsPlain(branch)) return false;
+      branch.list = branch.Scope().Clause(SqlClause::List);
+      if (IsDistinct(branch)) ++branch.list.begin;
+      branch.from = branch.Scope().Clause(SqlClause::From);
+      branch.items = ReadItems(branch.tokens, branch.structure.partner, branch.list);
+      m_branches.push_back(std::move(branch));
+    }
     return true;
   }
 
-  bool LookBehindKeys(size_t index, Seek& seek) {
-    const SqlScope& scope = m_structure.scopes[index];
-    if (ArmsOf(scope, seek.keys).size() < 2) return false;
-    seek.row = RowOf(scope, seek.keys);
-    return !seek.row.empty() || Order(index, seek.top.span.end, seek);
-  }
-
-  bool IsPlain(const SqlScope& scope) const {
-    if (!scope.Clause(SqlClause::Group).IsEmpty() || !scope.Clause(SqlClause::Having).IsEmpty() ||
-        !scope.Clause(SqlClause::Limit).IsEmpty() || scope.Clause(SqlClause::From).IsEmpty()) {
+  // One SELECT with nothing but FROM and WHERE, whose parentheses are those that the text has around it.
+  static bool IsPlain(const Branch& branch) {
+    const Tokens& tokens = branch.tokens;
+    if (branch.structure.scopes.empty() || !IsWord(tokens[0], u"SELECT")) return false;
+    const SqlScope& scope = branch.Scope();
+    if (scope.begin != 0 || scope.end != branch.end || scope.isBranch) return false;
+    for (const SqlClause clause :
+         {SqlClause::Group, SqlClause::Having, SqlClause::Order, SqlClause::Limit, SqlClause::Set}) {
+      if (!scope.Clause(clause).IsEmpty()) return false;
+    }
+    const SqlSpan from = scope.Clause(SqlClause::From);
+    const SqlSpan where = scope.Clause(SqlClause::Where);
+    if (from.IsEmpty() || where.IsEmpty() == branch.hasWhere) return false;
+    if (branch.hasWhere &&
+        (where.end - where.begin < 4 || branch.structure.partner[where.begin + 1] != branch.end - 1)) {
       return false;
     }
-    const bool hasComment = std::any_of(At(scope.begin), At(scope.end), [](const SqlToken& token) {
-      return token.kind == SqlTokenKind::Comment;
-    });
-    return !hasComment && !MayAggregate(m_tokens, scope.Clause(SqlClause::List)) &&
-           !HasAnyWord(m_tokens, scope.Clause(SqlClause::From), {u"NATURAL", u"USING"});
+    const SqlSpan all{0, branch.end};
+    return !FindTop(tokens, scope) && !IsWord(tokens[1], u"TOP") && !IsWord(tokens[2], u"TOP") &&
+           !HasAnyKind(tokens, all, {SqlTokenKind::Comment, SqlTokenKind::Semicolon}) &&
+           !MayAggregate(tokens, scope.Clause(SqlClause::List)) &&
+           !HasAnyWord(tokens, from, {u"NATURAL", u"USING"});
   }
 
-  Tokens::const_iterator At(size_t i) const { return m_tokens.begin() + static_cast<std::ptrdiff_t>(i); }
+  static bool IsDistinct(const Branch& branch) { return IsWord(branch.tokens[1], u"DISTINCT"); }
 
-  // Behind `WHERE (w) AND`, or behind WHERE.
-  SqlSpan ConditionIn(SqlSpan where) const {
-    const size_t first = where.begin + 1;
-    const size_t close = m_structure.partner[first];
-    const bool both = m_tokens[first].kind == SqlTokenKind::Open && close != SqlStructure::kNone &&
-                      close + 1 < where.end && IsWord(m_tokens[close + 1], u"AND");
-    return {both ? close + 2 : first, where.end};
-  }
-
-  // The order of a union is handed to those of its branches that are SELECTs; arms are none any more.
-  void KeepAllOrNone(const SqlCompound& compound) {
-    const auto isOf = [&](const Seek& seek) {
-      return !seek.inOrder.empty() &&
-             std::any_of(compound.branches.begin(), compound.branches.end(), [&](const SqlBranch& branch) {
-               return branch.span.begin < seek.span.begin && seek.span.end < branch.span.end;
-             });
-    };
-    const auto count = static_cast<size_t>(std::count_if(m_seeks.begin(), m_seeks.end(), isOf));
-    if (count != compound.branches.size()) std::erase_if(m_seeks, isOf);
-  }
-
-  // --- first pages
-
-  bool LookAtFirst(size_t index, Seek& seek) {
-    const SqlScope& scope = m_structure.scopes[index];
-    const SqlSpan order = scope.Clause(SqlClause::Order);
-    if (order.IsEmpty() || scope.begin != m_structure.withEnd || !m_structure.compounds.empty()) return false;
-    if (HasAnyWord(m_tokens, seek.span, {u"RANDOM", u"RANDOMBLOB"})) return false;  // no two reads are alike
-    const auto terms = ReadOrder(m_tokens, order);
-    if (!terms || !IsMixed(*terms) || !Order(index, seek.top.span.end, seek)) return false;
-    const OrderTerm& first = terms->front();
-    seek.leadAscending = IsAscending(first);
-    const SqlSpan list{seek.top.span.end, scope.Clause(SqlClause::List).end};
-    for (const SelectItem& item : ReadItems(m_tokens, m_structure.partner, list)) {
-      if (IsBareStar(item)) seek.lead = {first.begin, first.name + 1};
-      if (Means(item, {first.begin, first.name + 1})) seek.lead = item.expression;
+  bool ReadKeys() {
+    if (m_page.keys.empty() || m_page.keys.size() > kMaxKeys) return false;
+    std::u16string order;
+    for (const PageKey& key : m_page.keys) {
+      order += (order.empty() ? u" ORDER BY " : u",") + key.name + (key.ascending ? u" ASC" : u" DESC");
     }
-    if (seek.lead.IsEmpty()) return false;
-    const std::u16string select =
-        Print({scope.begin, seek.top.span.begin}) + Print({seek.top.span.end, scope.end});
-    return m_facts.SortsInPart(Prefix() + select + u" LIMIT " + RowsOf(seek));
-  }
-
-  static bool IsAscending(const OrderTerm& term) { return UpperAscii(term.direction) != u" DESC"; }
-
-  static bool IsMixed(const std::vector<OrderTerm>& terms) {
-    return std::any_of(terms.begin(), terms.end(), [&](const OrderTerm& term) {
-      return IsAscending(term) != IsAscending(terms.front());
-    });
-  }
-
-  // --- row values
-
-  // Empty where the keys can't be compared as one row.
-  std::vector<RowPart> RowOf(const SqlScope& scope, const std::vector<PageKey>& keys) const {
-    const bool upward = std::all_of(keys.begin(), keys.end(),
-                                    [](const PageKey& key) { return key.ascending && !key.IsNull(); });
-    if (!upward || !IsOneTable(scope) || scope.Clause(SqlClause::Order).IsEmpty()) return {};
-    std::vector<RowPart> row;
-    for (const PageKey& key : keys) {
-      const auto facts = FactsOf(scope, key);
-      if (!facts || facts->size() != 1 || m_tokens[key.literal].kind != SqlTokenKind::Text) return {};
-      row.push_back(PartOf(facts->front(), m_tokens[key.literal].text));
-      if (row.back() == RowPart::None) return {};
+    m_order = LexSql(order);
+    m_order.resize(m_order.size() + kPadding);
+    const auto terms = ReadOrder(m_order, {0, m_order.size() - kPadding - 1});
+    if (!terms || terms->size() != m_page.keys.size()) return false;
+    for (size_t i = 0; i < terms->size(); ++i) {
+      if (!ReadKey(i, (*terms)[i])) return false;
     }
-    return row;
+    return true;
   }
 
-  // FROM and a name, perhaps with another one behind it.
-  bool IsOneTable(const SqlScope& scope) const {
-    const SqlSpan from = scope.Clause(SqlClause::From);
-    return from.end - from.begin <= 4 && std::all_of(At(from.begin), At(from.end), [](const SqlToken& token) {
-             return token.kind == SqlTokenKind::Word || token.kind == SqlTokenKind::QuotedName;
-           });
+  bool ReadKey(size_t i, const OrderTerm& term) {
+    const PageKey& source = m_page.keys[i];
+    if (UpperAscii(term.direction) != (source.ascending ? u" ASC" : u" DESC")) return false;
+    Key key;
+    key.term = term;
+    key.ascending = source.ascending;
+    key.expression = LexSql(source.expression);
+    const std::vector<size_t> partner = ReadStructure(Padded(key.expression)).partner;
+    key.expression.pop_back();
+    for (SqlToken& token : key.expression) token.literal = -1;
+    const SqlSpan all{0, key.expression.size()};
+    // Only one operand can be joined to others by AND.
+    if (all.IsEmpty() || FindOperand(key.expression, partner, all.end) != 0 ||
+        HasAnyKind(key.expression, all,
+                   {SqlTokenKind::Comment, SqlTokenKind::Semicolon, SqlTokenKind::WideText,
+                    SqlTokenKind::Escape, SqlTokenKind::Parameter}) ||
+        HasAnyWord(key.expression, all, {u"LIKE", u"SELECT"})) {
+      return false;
+    }
+    if (m_page.behindAnchor) {
+      key.anchor = m_texts.anchors[i];
+      key.isNull = key.anchor.kind == SqlTokenKind::End;
+    }
+    m_keys.push_back(std::move(key));
+    return true;
   }
 
-  std::optional<Columns> FactsOf(const SqlScope& scope, const PageKey& key) const {
-    const std::u16string column = PrintSql(m_tokens, key.expression.begin, key.expression.end, true);
-    return m_facts.Describe(Prefix() + u"SELECT " + column + Print(scope.Clause(SqlClause::From)));
+  static Tokens Padded(Tokens tokens) {
+    tokens.resize(tokens.size() + kPadding);
+    return tokens;
   }
+
+  SqlSpan Column(const Key& key) const { return {key.term.begin, key.term.name + 1}; }
+  bool IsQualified(const Key& key) const { return key.term.begin != key.term.name; }
+  std::u16string NameOf(const Key& key) const { return PlainName(m_order[key.term.name]); }
 
   // --- the order
 
-  // Finds the order of the arms together: false where a column of it isn't surely in the result.
-  bool Order(size_t index, size_t list, Seek& seek) {
-    const SqlScope& scope = m_structure.scopes[index];
-    const SqlSpan own = scope.Clause(SqlClause::Order);
-    const SqlCompound* compound = own.IsEmpty() ? CompoundOf(static_cast<int>(index)) : nullptr;
-    if (own.IsEmpty() && compound == nullptr) return false;
-    const auto terms = ReadOrder(m_tokens, own.IsEmpty() ? compound->order : own);
-    if (!terms || (!seek.keys.empty() && terms->size() != seek.keys.size())) return false;
-    // The names of a union are those of its first branch.
-    const SqlScope& named = compound == nullptr ? scope : Scope(compound->branches.front().scope);
-    const std::optional<SelectTop> namedTop = FindTop(m_tokens, named);
-    if (!namedTop) return false;
-    const SqlSpan items{compound == nullptr ? list : namedTop->span.end, named.Clause(SqlClause::List).end};
-    const std::optional<Columns> columns = ColumnsOf(named, items);
-    if (!columns || !KeepsColumns(scope, {list, scope.Clause(SqlClause::List).end}, seek)) return false;
-    for (const OrderTerm& term : *terms) {
-      const std::optional<size_t> position = PositionOf(term, items, *columns);
-      if (!position) return false;
-      seek.order += (seek.order.empty() ? u" ORDER BY " : u",") + NumberText(*position) + term.direction;
-    }
-    if (compound != nullptr) seek.inOrder = seek.order;
-    return !IsDistinct(scope) || HoldsAllKeys(seek, {list, scope.Clause(SqlClause::List).end});
+  bool OrderIsOfKeys() const {
+    return std::all_of(m_keys.begin(), m_keys.end(),
+                       [&](const Key& key) { return OrderIsOf(key) && HoldsIfDistinct(First(), key); });
   }
 
-  const SqlScope& Scope(int index) const { return m_structure.scopes[static_cast<size_t>(index)]; }
-
-  // The union with an order in which the SELECT stands as a branch in parentheses.
-  const SqlCompound* CompoundOf(int scope) const {
-    for (const SqlCompound& compound : m_structure.compounds) {
-      if (compound.order.IsEmpty() || compound.branches.front().scope < 0) continue;
-      for (const SqlBranch& branch : compound.branches) {
-        if (branch.scope == scope && branch.inParentheses) return &compound;
+  // What the ORDER BY sorts by is what the condition compares: not so where the name is the alias of something else.
+  bool OrderIsOf(const Key& key) const {
+    const Branch& branch = First();
+    const std::u16string name = NameOf(key);
+    const bool isColumn = Same(m_order, Column(key), key.expression);
+    if (isColumn && IsQualified(key)) return true;
+    if (IsQualified(key)) return false;
+    size_t named = 0;
+    for (const SelectItem& item : branch.items) {
+      const bool hasAlias = item.alias != SqlStructure::kNone;
+      if (item.expression.IsEmpty() || item.isStar) continue;
+      if (PlainName(branch.tokens[hasAlias ? item.alias : item.expression.end - 1]) != name) continue;
+      if (isColumn ? hasAlias && !IsColumnNamed(branch, item, name)
+                   : !hasAlias || !Same(branch.tokens, item.expression, key.expression)) {
+        return false;
       }
+      ++named;
     }
-    return nullptr;
+    return isColumn || named == 1;
   }
 
-  bool IsDistinct(const SqlScope& scope) const { return IsWord(m_tokens[scope.begin + 1], u"DISTINCT"); }
-
-  std::u16string Print(SqlSpan span) const { return PrintSql(m_tokens, span.begin, span.end); }
-  std::u16string Prefix() const {
-    return m_structure.withEnd == 0 ? std::u16string() : Print({0, m_structure.withEnd}) + u" ";
-  }
-  std::u16string SelectOf(const SqlScope& scope, SqlSpan list) const {
-    return u"SELECT" + Print(list) + Print(scope.Clause(SqlClause::From));
-  }
-  std::optional<Columns> ColumnsOf(const SqlScope& scope, SqlSpan list) const {
-    return m_facts.Describe(Prefix() + SelectOf(scope, list));
+  static bool IsColumnNamed(const Branch& branch, const SelectItem& item, std::u16string_view name) {
+    return IsColumn(branch.tokens, item.expression) &&
+           PlainName(branch.tokens[item.expression.end - 1]) == name;
   }
 
-  // A subquery may give its columns other names (two of one name), and loses some types.
-  bool KeepsColumns(const SqlScope& scope, SqlSpan list, Seek& seek) const {
-    const std::optional<Columns> plain = ColumnsOf(scope, list);
-    if (!plain || plain->empty()) return false;
-    const std::u16string arm = SelectOf(scope, list);
-    const std::optional<Columns> arms = m_facts.Describe(
-        Prefix() + u"SELECT * FROM (WITH " + NameOfPage(0) + u" AS MATERIALIZED (" + arm +
-        u") SELECT * FROM " + NameOfPage(0) + u" UNION ALL SELECT * FROM (" + arm + u")) ORDER BY 1");
-    seek.counted = QuotedName(plain->front().name);
-    return arms && SameColumns(*plain, *arms);
+  // Rows that DISTINCT takes for one must lie in one arm.
+  bool HoldsIfDistinct(const Branch& branch, const Key& key) const {
+    return !IsDistinct(branch) ||
+           std::any_of(branch.items.begin(), branch.items.end(),
+                       [&](const SelectItem& item) { return IsItemOf(branch, item, key); });
   }
 
-  // The position of the one result column that the term means.
-  std::optional<size_t> PositionOf(const OrderTerm& term, SqlSpan list, const Columns& columns) const {
-    const std::u16string name = PlainName(m_tokens[term.name]);
-    const auto isNamed = [&](const ColumnFact& fact) { return Name(fact) == name; };
-    if (std::count_if(columns.begin(), columns.end(), isNamed) != 1) return std::nullopt;
-    const auto found = std::find_if(columns.begin(), columns.end(), isNamed);
-    const auto position = static_cast<size_t>(found - columns.begin());
-    if (term.begin == term.name) return position + 1;
-    // With a qualifier the name alone may be another table's column.
-    const std::vector<SelectItem> items = ReadItems(m_tokens, m_structure.partner, list);
-    if (items.size() == 1 && IsBareStar(items[0])) return position + 1;
-    const bool isAll = items.size() == columns.size() &&
-                       std::none_of(items.begin(), items.end(), [](const SelectItem& i) { return i.isStar; });
-    if (!isAll || !Means(items[position], {term.begin, term.name + 1})) return std::nullopt;
-    return position + 1;
+  // The item is the key's expression, or a column whose name alone is the key's, which then is no other's.
+  bool IsItemOf(const Branch& branch, const SelectItem& item, const Key& key) const {
+    if (item.isStar)
+      return IsBareStar(item) && branch.items.size() == 1 && IsOneTable(branch) && IsPlainColumn(key);
+    return Same(branch.tokens, item.expression, key.expression) ||
+           (key.expression.size() == 1 && IsPlainColumn(key) &&
+            IsColumnNamed(branch, item, PlainName(key.expression[0]))) ||
+           (IsPlainColumn(key) && Same(branch.tokens, item.expression, key.expression,
+                                       {key.expression.size() - 1, key.expression.size()}));
   }
 
+  static bool IsPlainColumn(const Key& key) { return IsColumn(key.expression, {0, key.expression.size()}); }
   static bool IsBareStar(const SelectItem& item) {
     return item.isStar && item.expression.end - item.expression.begin == 1;
   }
 
-  // The item is the qualified column itself, or its name alone, which then is no other's.
-  bool Means(const SelectItem& item, SqlSpan column) const {
-    return SameTokens(m_tokens, item.expression, column) ||
-           SameTokens(m_tokens, item.expression, {column.end - 1, column.end});
+  // FROM and a name, perhaps with another one behind it.
+  static bool IsOneTable(const Branch& branch) {
+    const SqlSpan from = branch.from;
+    return from.end - from.begin <= 4 &&
+           std::all_of(branch.tokens.begin() + static_cast<std::ptrdiff_t>(from.begin),
+                       branch.tokens.begin() + static_cast<std::ptrdiff_t>(from.end), IsNamePart);
   }
 
-  // Rows that DISTINCT takes for one must lie in one arm.
-  bool HoldsAllKeys(const Seek& seek, SqlSpan list) const {
-    const std::vector<SelectItem> items = ReadItems(m_tokens, m_structure.partner, list);
-    return std::all_of(seek.keys.begin(), seek.keys.end(), [&](const PageKey& key) {
-      if (key.expression.IsEmpty()) return true;  // no row lies behind it in any arm
-      return std::any_of(items.begin(), items.end(), [&](const SelectItem& item) {
-        return SameTokens(m_tokens, item.expression, key.expression);
-      });
+  // --- columns of the result
+
+  std::u16string SelectOf(const Branch& branch) const {
+    return u"SELECT" + PrintSql(branch.tokens, branch.list.begin, branch.list.end) +
+           PrintSql(branch.tokens, branch.from.begin, branch.from.end);
+  }
+
+  // A jump sorts by the names of its result, and a subquery may give its columns other names (two of one name).
+  bool KeepsColumns() {
+    const std::u16string select = SelectOf(First());
+    const auto plain = m_facts.Describe(select);
+    const auto inner = m_facts.Describe(u"SELECT * FROM (" + select + u")");
+    return plain && inner && SameColumns(*plain, *inner) &&
+           std::all_of(m_keys.begin(), m_keys.end(),
+                       [&](const Key& key) { return PositionOf(First(), *plain, key).has_value(); });
+  }
+
+  // Of each key in the result of the union, whose names are those of its first branch; in all branches it must be the
+  // column that the condition compares.
+  bool ReadPositions() {
+    if (!m_page.behindAnchor) return false;
+    const auto columns = m_facts.Describe(SelectOf(First()));
+    if (!columns) return false;
+    for (const Key& key : m_keys) {
+      const auto position = PositionOf(First(), *columns, key);
+      if (!position) return false;
+      for (const Branch& branch : m_branches) {
+        const auto own = m_facts.Describe(SelectOf(branch));
+        if (!own || PositionOf(branch, *own, key) != position || !HoldsIfDistinct(branch, key)) return false;
+      }
+      m_positions.push_back(*position);
+    }
+    return true;
+  }
+
+  // From 1: the one result column that has the key's name and is its expression.
+  std::optional<size_t> PositionOf(const Branch& branch, const Columns& columns, const Key& key) const {
+    const std::u16string name = NameOf(key);
+    const auto isNamed = [&](const ColumnFact& fact) { return UpperAscii(fact.name) == name; };
+    if (std::count_if(columns.begin(), columns.end(), isNamed) != 1) return std::nullopt;
+    const auto position =
+        static_cast<size_t>(std::find_if(columns.begin(), columns.end(), isNamed) - columns.begin());
+    if (branch.items.size() == 1 && IsBareStar(branch.items[0])) {
+      return IsPlainColumn(key) ? std::optional(position + 1) : std::nullopt;
+    }
+    const bool isAll = branch.items.size() == columns.size() &&
+                       std::none_of(branch.items.begin(), branch.items.end(),
+                                    [](const SelectItem& item) { return item.isStar; });
+    if (!isAll || !IsItemOf(branch, branch.items[position], key)) return std::nullopt;
+    return position + 1;
+  }
+
+  std::optional<Columns> FactsOf(const Branch& branch, const Key& key) const {
+    return m_facts.Describe(u"SELECT " + PrintSql(key.expression, 0, key.expression.size(), true) +
+                            PrintSql(branch.tokens, branch.from.begin, branch.from.end));
+  }
+
+  // Not where the table may stand on the side of an outer join that gives NULLs, in a view too.
+  bool IsNeverNull(const Branch& branch, const Key& key) const {
+    if (HasAnyWord(branch.tokens, branch.from, {u"LEFT", u"RIGHT", u"FULL"}) ||
+        HasAnyKind(branch.tokens, branch.from, {SqlTokenKind::Open})) {
+      return false;
+    }
+    const auto facts = FactsOf(branch, key);
+    return facts && facts->size() == 1 && facts->front().isNotNull && Names(branch, facts->front().table);
+  }
+
+  static bool Names(const Branch& branch, std::u16string_view table) {
+    for (size_t i = branch.from.begin + 1; i < branch.from.end; ++i) {
+      const SqlToken& before = branch.tokens[i - 1];
+      const bool isTable =
+          IsWord(before, u"FROM") || IsWord(before, u"JOIN") || before.kind == SqlTokenKind::Comma;
+      if (isTable && PlainName(branch.tokens[i]) == UpperAscii(table)) return true;
+    }
+    return false;
+  }
+
+  // --- a row value
+
+  bool WriteRow() {
+    const std::vector<RowPart> parts = RowParts();
+    if (parts.empty()) return false;
+    Writer writer;
+    writer.Copy(First().tokens, {0, First().end});
+    writer.Add(First().hasWhere ? u" AND (" : u" WHERE (");
+    for (size_t i = 0; i < m_keys.size(); ++i) {
+      if (i > 0) writer.Add(u",");
+      writer.CopyBehind(i == 0 ? u"" : u" ", m_keys[i].expression);
+    }
+    writer.Add(m_keys[0].ascending ? u") > (" : u") < (");
+    for (size_t i = 0; i < m_keys.size(); ++i) {
+      if (i > 0) writer.Add(u",");
+      writer.AddAnchor(m_keys[i].anchor, i == 0 ? u"" : u" ", parts[i]);
+    }
+    writer.Add(u")");
+    Close(std::move(writer));
+    return true;
+  }
+
+  // Empty where the keys can't be compared as one row.
+  std::vector<RowPart> RowParts() const {
+    const bool isOneWay = std::all_of(m_keys.begin(), m_keys.end(), [&](const Key& key) {
+      return !key.isNull && key.ascending == m_keys[0].ascending;
     });
+    if (IsUnion() || !m_page.behindAnchor || m_keys.size() < 2 || !isOneWay || !IsOneTable(First()))
+      return {};
+    std::vector<RowPart> parts;
+    for (const Key& key : m_keys) {
+      const auto facts = FactsOf(First(), key);
+      if (!facts || facts->size() != 1 || (!key.ascending && !IsNeverNull(First(), key))) return {};
+      parts.push_back(PartOf(facts->front(), key.anchor.text));
+      if (parts.back() == RowPart::None) return {};
+    }
+    return parts;
   }
 
   // --- the arms
 
-  std::vector<Arm> ArmsOf(const SqlScope& scope, const std::vector<PageKey>& keys) const {
+  std::vector<Arm> Arms() const {
+    if (!m_page.behindAnchor) return {Arm{}};
     std::vector<Arm> arms;
-    for (size_t level = keys.size(); level-- > 0;) {
-      for (const Piece& behind : BehindOf(scope, keys[level])) {
-        Arm arm;
-        for (size_t i = 0; i < level; ++i) arm.push_back({keys[i].expression, EqualText(keys[i])});
-        arm.push_back(behind);
-        arms.push_back(std::move(arm));
+    for (size_t level = m_keys.size(); level-- > 0;) {
+      const Key& key = m_keys[level];
+      if (key.ascending) {
+        arms.push_back({level, key.isNull ? Behind::NotNull : Behind::Greater});
+      } else if (!key.isNull) {
+        arms.push_back({level, Behind::Less});
+        if (IsUnion() || !IsNeverNull(First(), key)) arms.push_back({level, Behind::Null});
       }
     }
+    // Behind a NULL in all keys that are read downward lies nothing.
+    if (arms.empty()) arms.push_back({0, Behind::Nothing});
     return arms;
   }
 
-  static std::u16string EqualText(const PageKey& key) { return key.IsNull() ? u" is null and" : u" = "; }
-
-  std::vector<Piece> BehindOf(const SqlScope& scope, const PageKey& key) const {
-    if (key.expression.IsEmpty()) return {};
-    if (key.ascending && key.IsNull()) return {{key.expression, NotNullText(scope, key)}};
-    if (key.ascending) return {{key.expression, u" > "}};
-    if (key.IsNull()) return {};
-    return {{key.expression, u" < "}, {key.expression, u" is null"}};
-  }
-
-  std::u16string NotNullText(const SqlScope& scope, const PageKey& key) const {
-    const auto facts = FactsOf(scope, key);
-    const std::u16string lowest = facts ? LowestOf(*facts) : std::u16string();
-    return lowest.empty() ? u" is not null" : lowest;
-  }
-
-  // --- writing
-
-  void Copy(SqlSpan span) { m_result.insert(m_result.end(), At(span.begin), At(span.end)); }
-
-  void Add(std::u16string_view text) {
-    std::vector<SqlToken> tokens = LexSql(text);
-    tokens.pop_back();
-    for (SqlToken& token : tokens) token.literal = -1;  // none of the library's text
-    m_result.insert(m_result.end(), tokens.begin(), tokens.end());
-  }
-
-  void Write(const Seek& seek) {
-    if (!seek.row.empty()) return WriteRow(seek);
-    return seek.lead.IsEmpty() ? WriteArms(seek) : WriteFirst(seek);
-  }
-
-  void WriteRow(const Seek& seek) {
-    Copy({seek.span.begin, seek.condition.begin});
-    Add(u" (");
-    for (size_t i = 0; i < seek.keys.size(); ++i) {
-      if (i > 0) Add(u",");
-      WritePart(seek.keys[i].expression, i);
-    }
-    Add(u") > (");
-    for (size_t i = 0; i < seek.keys.size(); ++i) {
-      if (i > 0) Add(u",");
-      WritePart({seek.keys[i].literal, seek.keys[i].literal + 1}, i);
-      m_result.back().isKey = true;
-      m_result.back().rowPart = seek.row[i];
-    }
-    Add(u")");
-    Copy({seek.condition.end, seek.span.end});
-  }
-
-  void WritePart(SqlSpan span, size_t i) {
-    const size_t begin = m_result.size();
-    Copy(span);
-    m_result[begin].gap = i == 0 ? u"" : u" ";
-  }
-
-  const SqlScope& ScopeAt(size_t begin) const {
-    return *std::find_if(m_structure.scopes.begin(), m_structure.scopes.end(),
-                         [&](const SqlScope& scope) { return scope.begin == begin; });
-  }
-
-  void WriteArms(const Seek& seek) {
-    const std::vector<Arm> arms = ArmsOf(ScopeAt(seek.span.begin), seek.keys);
-    WritePages(seek, arms.size(), [&](size_t i) {
-      Copy({seek.top.span.end, seek.condition.begin});
-      for (size_t piece = 0; piece < arms[i].size(); ++piece) WritePiece(seek, arms[i][piece], piece);
-      Copy({seek.condition.end, seek.span.end});
-    });
-  }
-
-  // The rows of the leading value, and all others.
-  void WriteFirst(const Seek& seek) {
-    const SqlScope& scope = ScopeAt(seek.span.begin);
-    const SqlSpan where = scope.Clause(SqlClause::Where);
-    const size_t from = scope.Clause(SqlClause::From).end;
-    const size_t rest = where.IsEmpty() ? from : where.end;
-    WritePages(seek, 2, [&](size_t i) {
-      Copy({seek.top.span.end, from});
-      Add(u" WHERE");
-      CopyBehindBlank(seek.lead);
-      Add(i == 0 ? u" is (SELECT" : u" is not (SELECT");
-      CopyBehindBlank(seek.lead);
-      Copy({scope.Clause(SqlClause::From).begin, rest});
-      Add(u" ORDER BY");
-      CopyBehindBlank(seek.lead);
-      Add(seek.leadAscending ? u" ASC LIMIT 1)" : u" DESC LIMIT 1)");
-      if (!where.IsEmpty()) {
-        Add(u" and (");
-        Copy({where.begin + 1, where.end});
-        Add(u")");
+  std::u16string TextOf(const Branch& branch, const Key& key, Behind behind) const {
+    switch (behind) {
+      case Behind::Greater:
+        return u" > ";
+      case Behind::Less:
+        return u" < ";
+      case Behind::Null:
+        return u" is null";
+      default: {
+        const auto facts = FactsOf(branch, key);
+        const std::u16string lowest = facts ? LowestOf(*facts) : std::u16string();
+        return lowest.empty() ? u" is not null" : lowest;
       }
-      Copy({rest, seek.span.end});
-    });
-  }
-
-  // `writeRest` writes the i-th arm from behind its TOP on. An arm only gives the rows that those before it
-  // left open, often none.
-  template <typename F>
-  void WritePages(const Seek& seek, size_t count, F writeRest) {
-    const size_t begin = m_result.size();
-    Add(u"SELECT * FROM (WITH");
-    for (size_t i = 0; i < count; ++i) {
-      Add((i == 0 ? u" " : u", ") + NameOfPage(i) + u" AS MATERIALIZED (");
-      if (i > 0) Add(u"SELECT * FROM " + NameOfPage(i - 1) + u" UNION ALL SELECT * FROM (");
-      const size_t arm = m_result.size();
-      Copy({seek.span.begin, i == 0 ? seek.top.span.end : seek.top.span.begin});
-      m_result[arm].gap.clear();
-      writeRest(i);
-      Add(seek.inOrder);
-      Add(i > 0 ? LimitBehind(seek, i - 1) + u"))" : u")");
     }
-    Add(u" SELECT * FROM " + NameOfPage(count - 1) + u")" + seek.order + u" LIMIT " + RowsOf(seek));
-    m_result[begin].gap = m_tokens[seek.span.begin].gap;
   }
 
-  std::u16string LimitBehind(const Seek& seek, size_t page) const {
-    return u" LIMIT " + RowsOf(seek) + u" - (SELECT COUNT(" + seek.counted + u" IS NULL) FROM " +
-           NameOfPage(page) + u")";
+  void WriteSelect(Writer& writer, const Branch& branch, const Arm& arm) const {
+    writer.Copy(branch.tokens, {0, branch.end});
+    WriteCondition(writer, branch, arm);
   }
 
-  void CopyBehindBlank(SqlSpan span) {
-    const size_t begin = m_result.size();
-    Copy(span);
-    m_result[begin].gap = u" ";
+  // Behind the branch's own condition, if it has one.
+  void WriteCondition(Writer& writer, const Branch& branch, const Arm& arm) const {
+    if (arm.behind == Behind::Anything) return;
+    writer.Add(branch.hasWhere ? u" AND" : u" WHERE");
+    if (arm.behind == Behind::Nothing) return writer.Add(u" 0=1");
+    for (size_t i = 0; i < arm.same; ++i) {
+      writer.CopyBehind(u" ", m_keys[i].expression);
+      writer.Add(m_keys[i].isNull ? u" is null" : u" =");
+      if (!m_keys[i].isNull) writer.AddAnchor(m_keys[i].anchor, u" ");
+      writer.Add(u" and");
+    }
+    const Key& key = m_keys[arm.same];
+    writer.CopyBehind(u" ", key.expression);
+    writer.Add(TextOf(branch, key, arm.behind));
+    if (arm.behind == Behind::Greater || arm.behind == Behind::Less) writer.AddAnchor(key.anchor, u" ");
   }
 
-  // What the arms up to the i-th one gave.
-  static std::u16string NameOfPage(size_t i) { return u"\"page " + NumberText(i) + u"\""; }
-
-  std::u16string RowsOf(const Seek& seek) const { return m_tokens[seek.top.number].text; }
-
-  // The i-th piece is about the i-th key, whose value it takes where its text ends in an operator.
-  void WritePiece(const Seek& seek, const Piece& piece, size_t i) {
-    CopyBehindBlank(piece.span);
-    Add(piece.text);
-    if (!piece.text.ends_with(u"> ") && !piece.text.ends_with(u"< ") && !piece.text.ends_with(u"= ")) return;
-    m_result.push_back(m_tokens[seek.keys[i].literal]);
-    m_result.back().gap = u" ";
-    m_result.back().isKey = true;
-    if (piece.text == u" = ") Add(u" and");
+  void WriteArm(const Arm& arm) {
+    const SortWork work = IsRandom() ? SortWork::Nothing : WorkOf(arm);
+    if (const std::optional<size_t> lead = LeadOf(arm); lead && work == SortWork::Groups) {
+      // Of no rows there is no nearest value, which must not be taken for NULL then.
+      const bool mayBeNull = arm.behind == Behind::Anything || arm.behind == Behind::Null;
+      WriteLead(arm, m_keys[*lead], mayBeNull ? u" is (SELECT" : u" = (SELECT");
+      WriteLead(arm, m_keys[*lead], u" is not (SELECT");
+      return;
+    }
+    Writer writer;
+    WriteSelect(writer, First(), arm);
+    Close(std::move(writer));
+    if (work == SortWork::Everything) AddWalk(arm);
   }
 
-  Tokens m_tokens;
+  // No two reads are alike.
+  bool IsRandom() const { return HasAnyWord(First().tokens, {0, First().end}, {u"RANDOM", u"RANDOMBLOB"}); }
+
+  SortWork WorkOf(const Arm& arm) const {
+    if (!LeadOf(arm) && !MayWalk(arm)) return SortWork::Nothing;
+    Writer writer;
+    WriteSelect(writer, First(), arm);
+    WriteEnd(writer);
+    return WorkOf(writer.Written());
+  }
+  SortWork WorkOf(const Tokens& tokens) const {
+    return m_facts.SortsFor(PrintSql(tokens, 0, tokens.size(), true)).value_or(SortWork::Nothing);
+  }
+
+  // The key by which rows are grouped that the engine may sort group by group: keys from there on go both ways.
+  std::optional<size_t> LeadOf(const Arm& arm) const {
+    const size_t free = arm.behind == Behind::Null ? arm.same + 1 : arm.same;
+    if (free >= m_keys.size()) return std::nullopt;
+    const bool isMixed = std::any_of(m_keys.begin() + static_cast<std::ptrdiff_t>(free), m_keys.end(),
+                                     [&](const Key& key) { return key.ascending != m_keys[free].ascending; });
+    return isMixed ? std::optional(free) : std::nullopt;
+  }
+
+  // The rows of an arm that have the nearest value of `lead`, or all others.
+  void WriteLead(const Arm& arm, const Key& lead, std::u16string_view sign) {
+    Writer writer;
+    WriteSelect(writer, First(), arm);
+    writer.Add(First().hasWhere || arm.behind != Behind::Anything ? u" and" : u" WHERE");
+    writer.CopyBehind(u" ", lead.expression);
+    writer.Add(sign);
+    writer.CopyBehind(u" ", lead.expression);
+    writer.Copy(First().tokens, {First().from.begin, First().end});
+    WriteCondition(writer, First(), arm);
+    writer.Add(u" ORDER BY");
+    writer.CopyBehind(u" ", lead.expression);
+    writer.Add(lead.ascending ? u" ASC LIMIT 1)" : u" DESC LIMIT 1)");
+    Close(std::move(writer));
+  }
+
+  // --- a walk through the order
+
+  // Along the first sort column, wherever it begins.
+  bool MayWalk(const Arm& arm) const {
+    return arm.same == 0 && arm.behind != Behind::Null && arm.behind != Behind::Nothing && First().hasWhere &&
+           IsPlainColumn(m_keys[0]);
+  }
+
+  // The table of the first sort column, as FROM names it.
+  struct Walked {
+    size_t name = 0;        // the token of its name
+    std::u16string called;  // the alias, or the name
+  };
+
+  std::optional<Walked> WalkedTable() const {
+    const Branch& branch = First();
+    const auto facts = FactsOf(branch, m_keys[0]);
+    if (!facts || facts->size() != 1 || facts->front().table.empty()) return std::nullopt;
+    if (HasAnyWord(branch.tokens, branch.from, {u"RIGHT", u"FULL", u"INDEXED"})) return std::nullopt;
+    std::optional<Walked> found;
+    for (const Walked& table : TablesOf(branch)) {
+      if (PlainName(branch.tokens[table.name]) != UpperAscii(facts->front().table)) continue;
+      if (found) return std::nullopt;  // twice: which one it is, only the engine knows
+      if (IsOfOuterJoin(branch, table.name)) return std::nullopt;
+      found = table;
+    }
+    return found;
+  }
+
+  // Those that stand directly in FROM.
+  static std::vector<Walked> TablesOf(const Branch& branch) {
+    std::vector<Walked> tables;
+    for (size_t i = branch.from.begin + 1; i < branch.from.end; ++i) {
+      const Tokens& tokens = branch.tokens;
+      if (tokens[i].kind == SqlTokenKind::Open && branch.structure.partner[i] != SqlStructure::kNone) {
+        i = branch.structure.partner[i];
+        continue;
+      }
+      const SqlToken& before = tokens[i - 1];
+      const bool isTable = IsNamePart(tokens[i]) && (IsWord(before, u"FROM") || IsWord(before, u"JOIN") ||
+                                                     before.kind == SqlTokenKind::Comma);
+      if (isTable && tokens[i + 1].kind != SqlTokenKind::Dot) tables.push_back({i, NameBehind(branch, i)});
+    }
+    return tables;
+  }
+
+  static std::u16string NameBehind(const Branch& branch, size_t table) {
+    size_t alias = table + 1;
+    if (alias < branch.from.end && IsWord(branch.tokens[alias], u"AS")) ++alias;
+    const SqlSpan one{alias, alias + 1};
+    const bool isName =
+        alias < branch.from.end && IsNamePart(branch.tokens[alias]) &&
+        !HasAnyWord(branch.tokens, one, {u"INNER", u"LEFT", u"OUTER", u"CROSS", u"JOIN", u"ON", u"NOT"});
+    return branch.tokens[isName ? alias : table].text;
+  }
+
+  static bool IsOfOuterJoin(const Branch& branch, size_t table) {
+    for (size_t i = table; i-- > branch.from.begin && i + 4 > table;) {
+      if (IsWord(branch.tokens[i], u"LEFT")) return true;
+    }
+    return false;
+  }
+
+  // The statement is the last one that was written.
+  void AddWalk(const Arm& arm) {
+    if (!MayWalk(arm)) return;
+    const std::optional<Walked> table = WalkedTable();
+    if (!table || (HasBareStar() && !IsOneTable(First()))) return;
+    Writer writer;
+    WriteWalk(writer, arm, *table);
+    if (m_facts.Describe(PrintSql(writer.Written(), 0, writer.Written().size(), true)) &&
+        WorkOf(writer.Written()) != SortWork::Everything) {
+      m_steps.back().walk = writer.Take();
+    }
+  }
+
+  bool HasBareStar() const { return std::any_of(First().items.begin(), First().items.end(), IsBareStar); }
+
+  void WriteWalk(Writer& writer, const Arm& arm, const Walked& table) const {
+    const Branch& branch = First();
+    const Key& key = m_keys[0];
+    writer.Copy(branch.tokens, {0, branch.list.begin});
+    if (HasBareStar()) writer.Add(u" " + table.called + u".");
+    writer.Copy(branch.tokens, branch.list);
+    writer.Add(u" FROM (SELECT _rowid_ AS \"page row\",");
+    writer.CopyBehind(u" ", {key.expression.back()});
+    writer.Add(u" AS \"page key\" FROM");
+    writer.CopyBehind(u" ", {branch.tokens[table.name]});
+    writer.Add(u") AS \"page\" CROSS JOIN");
+    writer.Copy(branch.tokens, {branch.from.begin + 1, branch.from.end});
+    writer.Add(u" WHERE " + table.called + u"._rowid_ = +\"page row\" AND");
+    writer.Copy(branch.tokens, {branch.Scope().Clause(SqlClause::Where).begin + 1, branch.end});
+    if (arm.behind != Behind::Anything) {
+      writer.Add(u" AND \"page key\"" + TextOf(branch, key, arm.behind));
+      if (arm.behind == Behind::Greater || arm.behind == Behind::Less) writer.AddAnchor(key.anchor, u" ");
+    }
+    writer.Add(key.ascending ? u" ORDER BY \"page key\" ASC" : u" ORDER BY \"page key\" DESC");
+    if (m_keys.size() > 1) writer.Add(u",");
+    if (m_keys.size() > 1) writer.Copy(m_order, {m_keys[1].term.begin, m_order.size() - kPadding - 1});
+    WriteLimit(writer);
+  }
+
+  void WriteUnion(const Arm& arm) {
+    std::u16string order;
+    for (size_t i = 0; i < m_keys.size(); ++i) {
+      order += (i == 0 ? u" ORDER BY " : u",") + NumberText(static_cast<std::int64_t>(m_positions[i])) +
+               (m_keys[i].ascending ? u" ASC" : u" DESC");
+    }
+    order += u" LIMIT " + NumberText(m_page.rows);
+    Writer writer;
+    for (const Branch& branch : m_branches) {
+      writer.Add(&branch == &First() ? u"SELECT * FROM (" : u" UNION SELECT * FROM (");
+      WriteSelect(writer, branch, arm);
+      writer.Add(order + u")");
+    }
+    writer.Add(order);
+    m_steps.push_back({writer.Take(), {}});
+  }
+
+  void WriteEnd(Writer& writer) const {
+    writer.Copy(m_order, {0, m_order.size() - kPadding - 1});
+    WriteLimit(writer);
+  }
+  void WriteLimit(Writer& writer) const {
+    writer.Add(u" LIMIT " + NumberText(IsJump() ? m_page.way : m_page.rows));
+  }
+  void Close(Writer writer) {
+    WriteEnd(writer);
+    m_steps.push_back({writer.Take(), {}});
+  }
+
+  const PageSpec& m_page;
+  PageTokens m_texts;
   IColumnFacts& m_facts;
-  SqlStructure m_structure;
-  std::vector<Seek> m_seeks;
-  Tokens m_result;
+  std::vector<Branch> m_branches;
+  Tokens m_order;  // ORDER BY and its terms
+  std::vector<Key> m_keys;
+  std::vector<size_t> m_positions;
+  std::vector<PageStep> m_steps;
 };
 
 }  // namespace
 
-std::vector<SqlToken> SeekPages(std::vector<SqlToken> tokens, IColumnFacts& facts) {
-  return Seeker(std::move(tokens), facts).Run();
+std::vector<PageStep> SeekPage(const PageSpec& page, PageTokens tokens, IColumnFacts& facts) {
+  return Seeker(page, std::move(tokens), facts).Run();
 }
 
 }  // namespace hostlinux

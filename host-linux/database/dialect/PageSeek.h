@@ -1,39 +1,49 @@
-// Reads behind an anchor row, so written that an index finds the row instead of walking to it:
-//   SELECT TOP n ... WHERE (w) AND (e0 > 'k0' or (e0 = 'k0' and e1 > 'k1')) ORDER BY ...
-// becomes one SELECT for each key ("arm"), the nearest rows first, each for the rows that those before it
-// left open:
-//   SELECT * FROM (WITH
-//     "page 0" AS MATERIALIZED (
-//       SELECT TOP n ... WHERE (w) AND e0 = 'k0' and e1 > 'k1' ORDER BY ...),
-//     "page 1" AS MATERIALIZED (
-//       SELECT * FROM "page 0" UNION ALL SELECT * FROM (SELECT ... WHERE (w) AND e0 > 'k0'
-//       ORDER BY ... LIMIT n - (SELECT COUNT("id" IS NULL) FROM "page 0")))
-//   SELECT * FROM "page 1") ORDER BY 2 ASC,1 ASC LIMIT n
-// The order of UNION ALL isn't promised, so that the n rows are sorted in the end.
-// Where all keys of one table are read upward, a row value is half as dear:
-//   SELECT TOP n ... WHERE (w) AND (e0, e1) > ('k0', 'k1') ORDER BY ...
-// A first or last page whose order no index gives to its end (`name DESC, id ASC` over an index on the name)
-// would sort all rows of the leading value, which may be half the table's NULLs. Read alone, they come in
-// order:
-//   SELECT * FROM (WITH
-//     "page 0" AS MATERIALIZED (
-//       SELECT TOP n ... WHERE e0 is (SELECT e0 ... WHERE w ORDER BY e0 LIMIT 1) and (w) ORDER BY ...),
-//     "page 1" AS MATERIALIZED (... WHERE e0 is not (SELECT e0 ...) and (w) ...) as above
+// The read of a page, so written that an index finds its rows instead of walking to them. Behind an anchor row lie, for
+// each key, the rows that are equal to it in the keys before and behind it in this one. Each of these "arms" is a
+// statement of its own, the nearest rows first; they are run one after the other until the page is full:
+//   SELECT ... WHERE (w) AND e0 = 'k0' and e1 > 'k1' ORDER BY ... LIMIT n
+//   SELECT ... WHERE (w) AND e0 > 'k0' ORDER BY ... LIMIT n
+// A descending key has two arms, as NULLs lie behind all values: e0 < 'k0', and e0 is null unless it never is.
+// Where all keys of one table are read upward, or all downward and none can be NULL, a row value does in one statement:
+//   SELECT ... WHERE (w) AND (e0, e1) > ('k0', 'k1') ORDER BY ... LIMIT n
+// Where no index gives the order to its end (`name DESC, id ASC` over an index on the name), the engine would sort all
+// rows of the next name, which may be half the table's NULLs. Read alone, they come in order:
+//   SELECT ... WHERE (w) AND e0 is (SELECT e0 ... WHERE (w) ORDER BY e0 DESC LIMIT 1) ORDER BY ... LIMIT n
+//   SELECT ... WHERE (w) AND e0 is not (SELECT e0 ...) ORDER BY ... LIMIT n
+// An arm of a union is the union of its branches' arms.
+//
+// Of a condition that isn't one of the sort's own, an index may give few rows, to be sorted, or so many that it is quicker
+// to walk through the order until enough of them have come by. No engine knows beforehand. Where it would sort, the walk is
+// written beside: a table in front that only gives the order,
+//   SELECT ... FROM (SELECT _rowid_ AS "page row", e0 AS "page key" FROM t) AS "page" CROSS JOIN t ...
+//     WHERE (t._rowid_ = +"page row") AND (w) AND "page key" > 'k0' ORDER BY "page key" ASC, e1 ASC LIMIT n
 #pragma once
 
 #include <vector>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
 #include "host-linux/database/dialect/SqlLexer.h"
+#include "varnel/host/Paging.h"
 
 namespace hostlinux {
 
-// The tokens of a statement in the library's SQL with each such read rewritten; still the library's SQL, but
-// for the LIMITs behind the arms. Plain, DISTINCT, nested and union forms are known; of first and last pages
-// those of one SELECT. A read is left as it stands where it isn't exactly such a form, is grouped or
-// aggregated, or where a column of its ORDER BY isn't surely one of its result: the same rows must come in the
-// same order, under the same names and types.
-// The tokens must be followed by a few empty ones; so is the result.
-std::vector<SqlToken> SeekPages(std::vector<SqlToken> tokens, IColumnFacts& facts);
+// A page's texts as tokens, closed by one of kind End.
+struct PageTokens {
+  std::vector<std::vector<SqlToken>>
+      branches;                   // SELECT ... FROM ..., and WHERE ( ... ) where it has a condition
+  std::vector<SqlToken> anchors;  // the literal of each key; of kind End for NULL. None without an anchor
+};
+
+// One statement, and another one for the same rows, or none.
+struct PageStep {
+  std::vector<SqlToken> text;
+  std::vector<SqlToken> walk;
+};
+
+// The statements of `page`, in the library's SQL but for LIMIT. Each goes on where those before it end, and has `rows`
+// rows at most, or those of the `way` of a jump: the last `rows` of all are the page's then, turned around. None where
+// that isn't surely what the page's text reads: for what is grouped or aggregated, and for an order by a name that
+// isn't the column of its condition.
+std::vector<PageStep> SeekPage(const varnel::host::PageSpec& page, PageTokens tokens, IColumnFacts& facts);
 
 }  // namespace hostlinux

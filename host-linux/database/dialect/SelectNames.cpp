@@ -35,7 +35,8 @@ size_t EndOfExpression(const Tokens& tokens, SqlSpan item) {
 SelectItem ItemOf(const Tokens& tokens, SqlSpan item) {
   const bool isStar = !item.IsEmpty() && tokens[item.end - 1].text == u"*" &&
                       tokens[item.end - 1].kind == SqlTokenKind::Operator;
-  return {{item.begin, EndOfExpression(tokens, item)}, isStar};
+  const size_t end = EndOfExpression(tokens, item);
+  return {{item.begin, end}, isStar, end < item.end ? item.end - 1 : SqlStructure::kNone};
 }
 
 }  // namespace

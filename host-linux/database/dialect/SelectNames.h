@@ -33,7 +33,8 @@ std::optional<std::vector<OrderTerm>> ReadOrder(const std::vector<SqlToken>& tok
 // One item of a select list. The expression goes without the alias.
 struct SelectItem {
   SqlSpan expression;
-  bool isStar = false;  // * or t.*
+  bool isStar = false;                 // * or t.*
+  size_t alias = SqlStructure::kNone;  // the token of the alias
 };
 
 std::vector<SelectItem> ReadItems(const std::vector<SqlToken>& tokens, const std::vector<size_t>& partner,

@@ -1,10 +1,8 @@
 #include "host-linux/database/dialect/SqlShape.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "host-linux/database/dialect/KeyLiteral.h"
-#include "host-linux/database/dialect/ParameterMarkers.h"
 
 namespace hostlinux {
 namespace {
@@ -62,23 +60,28 @@ bool IsOfEngine(SqlTokenKind kind, char16_t first) {
 
 SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameters& parameters) {
   SqlShape shape;
-  ParameterMarkers markers(parameters);
-  shape.mayLift = sql.find(u'\0') == std::u16string_view::npos;
+  ShapeParameters own(parameters);
   shape.key.reserve(sql.size() + 16);
+  AddToShape(shape, sql, own);
+  shape.unbound = own.markers.Fault();
+  return shape;
+}
+
+void AddToShape(SqlShape& shape, std::u16string_view sql, ShapeParameters& io_parameters) {
+  if (sql.find(u'\0') != std::u16string_view::npos) shape.mayLift = false;
   SqlScanner scanner(sql);
-  std::unordered_map<std::size_t, std::size_t> firstOf;  // value to literal
   std::size_t copied = 0;
   for (SqlPiece piece = scanner.Next(); piece.kind != SqlTokenKind::End; piece = scanner.Next()) {
     if (IsOfEngine(piece.kind, sql[piece.begin])) shape.mayLift = false;
     if (piece.kind == SqlTokenKind::Parameter) {
       SqlLiteral parameter{
           piece.kind, sql.substr(piece.begin, piece.end - piece.begin), 0, shape.literals.size(), {}};
-      if (const std::optional<std::size_t> found = markers.Find(parameter.text)) {
+      if (const std::optional<std::size_t> found = io_parameters.markers.Find(parameter.text)) {
         parameter.parameter = *found;
-        const auto [same, isNew] = firstOf.emplace(*found, shape.literals.size());
+        const auto [same, isNew] = io_parameters.firstOf.emplace(*found, shape.literals.size());
         parameter.first = same->second;
         parameter.facts =
-            isNew ? FactsOf(parameters.values[*found].Value) : shape.literals[parameter.first].facts;
+            isNew ? FactsOf(io_parameters.given.values[*found].Value) : shape.literals[parameter.first].facts;
       }
       shape.key.append(sql.substr(copied, piece.end - copied));
       shape.key.append({u'\0', u'\3', ParameterMark(parameter.facts)});
@@ -94,8 +97,6 @@ SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameter
     copied = piece.end;
   }
   shape.key.append(sql.substr(copied));
-  shape.unbound = markers.Fault();
-  return shape;
 }
 
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text) {

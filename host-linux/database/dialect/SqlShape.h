@@ -3,8 +3,10 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "host-linux/database/dialect/ParameterMarkers.h"
 #include "host-linux/database/dialect/ParameterValue.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 
@@ -30,6 +32,20 @@ struct SqlShape {
 };
 
 SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameters& parameters = {});
+
+// The parameters of several texts that make one shape: they are counted, and their values are found, across all of them.
+struct ShapeParameters {
+  // `parameters` outlive it.
+  explicit ShapeParameters(const varnel::host::StatementParameters& parameters)
+      : given(parameters), markers(parameters) {}
+
+  const varnel::host::StatementParameters& given;
+  ParameterMarkers markers;
+  std::unordered_map<std::size_t, std::size_t> firstOf;  // the literal that a value stands at first
+};
+
+// The same of several texts together, which must outlive the shape. What a parameter lacks is known after the last one.
+void AddToShape(SqlShape& shape, std::u16string_view sql, ShapeParameters& io_parameters);
 
 // The value of a literal; that of an escape is the date as it is stored, that of a number its text.
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text);

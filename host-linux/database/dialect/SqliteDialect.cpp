@@ -10,12 +10,14 @@
 #include "host-linux/database/dialect/PageSeek.h"
 #include "host-linux/database/dialect/SelectNames.h"
 #include "host-linux/database/dialect/SqlStructure.h"
-#include "varnel/automation/String.h"
+#include "varnel/automation/Convert.h"
 
 namespace hostlinux {
 namespace {
 
 using Tokens = std::vector<SqlToken>;
+using varnel::host::PageSpec;
+using varnel::host::StatementParameters;
 
 // A rewritten comparison may repeat its operand, so nested ones would grow without end.
 constexpr size_t kMaxOperand = 2000;
@@ -403,77 +405,188 @@ class Rewriter {
   std::optional<bool> m_hasPartialIndex;
 };
 
-// The tokens in the words of SQLite.
-void Rewrite(Tokens& tokens, IColumnFacts& facts, PageReads reads, const Parameters& parameters = {},
-             std::vector<Lifted>* lifted = nullptr) {
-  // A few empty tokens behind the last one, so that looking ahead needs no test.
+bool HasNul(std::u16string_view text) { return text.find(u'\0') != std::u16string_view::npos; }
+
+// What can be rewritten token by token. A few empty ones behind the last one spare tests for looking ahead.
+void RewriteWords(Tokens& tokens, const Parameters& parameters = {}) {
   tokens.resize(tokens.size() + 4);
   RewriteLiterals(tokens);
   RewriteLikes(tokens, parameters);
-  if (reads == PageReads::InArms) tokens = SeekPages(std::move(tokens), facts);
-  Rewriter(tokens, facts, parameters, lifted).Run();
 }
 
 // The literals of which a copy stands in the text as itself.
-std::vector<size_t> Pinned(const Tokens& tokens) {
-  std::vector<size_t> pinned;
+void AddPinned(const Tokens& tokens, std::vector<size_t>& pinned) {
   for (const SqlToken& token : tokens) {
     if (token.literal >= 0 && !token.lifted) pinned.push_back(static_cast<size_t>(token.literal));
   }
   std::sort(pinned.begin(), pinned.end());
   pinned.erase(std::unique(pinned.begin(), pinned.end()), pinned.end());
-  return pinned;
+}
+
+// Their rewriting ends with this.
+StatementForm FormOf(Tokens& tokens, IColumnFacts& facts, const Parameters& parameters) {
+  std::vector<Lifted> lifted;
+  Rewriter(tokens, facts, parameters, &lifted).Run();
+  StatementForm form;
+  form.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
+  for (const Lifted& each : lifted) form.parameters.push_back({each.literal, each.form, each.escape});
+  return form;
+}
+
+// The statements of a page as tokens, before what Rewriter does.
+std::vector<PageStep> PageStepsOf(const PageSpec& page, const PageShape& shape, IColumnFacts& facts) {
+  PageTokens tokens;
+  int literals = 0;
+  for (size_t i = 0; i < page.branches.size(); ++i) {
+    Tokens branch = LexSql(shape.texts[i]);
+    int count = 0;
+    for (SqlToken& token : branch) {
+      if (token.literal < 0) continue;
+      token.literal += literals;
+      ++count;
+    }
+    literals += count;
+    RewriteWords(branch, Parameters(shape.shape.literals));
+    branch.resize(branch.size() - 4);
+    tokens.branches.push_back(std::move(branch));
+  }
+  for (size_t i = page.branches.size(); i < shape.texts.size(); ++i) {
+    SqlToken anchor = LexSql(shape.texts[i]).front();
+    if (anchor.kind != SqlTokenKind::End) anchor.literal = literals++;
+    tokens.anchors.push_back(std::move(anchor));
+  }
+  std::vector<PageStep> steps = SeekPage(page, std::move(tokens), facts);
+  for (PageStep& step : steps) {
+    step.text.resize(step.text.size() + 4);
+    if (!step.walk.empty()) step.walk.resize(step.walk.size() + 4);
+  }
+  return steps;
 }
 
 }  // namespace
 
-RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts, PageReads reads) {
+RewrittenSql RewriteForSqlite(std::u16string_view sql, IColumnFacts& facts) {
   Tokens tokens = LexSql(sql);
   if (IsNothing(tokens)) return {std::u16string(sql), true};
-  Rewrite(tokens, facts, reads);
+  RewriteWords(tokens);
+  Rewriter(tokens, facts, {}, nullptr).Run();
   return {PrintSql(tokens, 0, tokens.size()), false};
 }
 
-EngineStatement SqliteDialect::Translate(std::u16string_view sql,
-                                         const varnel::host::StatementParameters& parameters) {
-  const SqlShape shape = ShapeOf(sql, parameters);
-  if (!shape.unbound.empty()) return {{}, {}, false, shape.unbound};
-  if (!shape.mayLift) {
-    const RewrittenSql rewritten = RewriteForSqlite(sql, m_facts, m_reads);
-    return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing, {}};
+std::vector<std::u16string> RewritePageForSqlite(const PageSpec& page, IColumnFacts& facts) {
+  std::vector<std::u16string> texts;
+  for (PageStep& step : PageStepsOf(page, PageShape(page, {}), facts)) {
+    for (Tokens* tokens : {&step.text, &step.walk}) {
+      if (tokens->empty()) continue;
+      Rewriter(*tokens, facts, {}, nullptr).Run();
+      texts.push_back(PrintSql(*tokens, 0, tokens->size()));
+    }
   }
-  const Translation& translation = Remember(sql, shape);
-  EngineStatement statement{translation.sql, {}, translation.isNothing, {}};
-  statement.values.reserve(translation.parameters.size());
-  for (const Parameter& parameter : translation.parameters) {
+  return texts;
+}
+
+EngineStatement StatementForm::With(const SqlShape& shape, const StatementParameters& given) const {
+  EngineStatement statement{sql, {}, isNothing, {}};
+  statement.values.reserve(parameters.size());
+  for (const Parameter& parameter : parameters) {
     const SqlLiteral& literal = shape.literals[parameter.literal];
     statement.values.push_back(
         literal.kind == SqlTokenKind::Parameter
-            ? ParameterValue(parameters.values[literal.parameter].Value, parameter.form, parameter.escape)
+            ? ParameterValue(given.values[literal.parameter].Value, parameter.form, parameter.escape)
             : LiteralValue(ValueOf(literal.kind, literal.text), parameter.form));
   }
   return statement;
 }
 
-SqliteDialect::Translation& SqliteDialect::Remember(std::u16string_view sql, const SqlShape& shape) {
+PageShape::PageShape(const PageSpec& page, const StatementParameters& parameters) {
+  ShapeParameters own(parameters);
+  texts.reserve(page.branches.size() + page.keys.size());  // the shape points into them
+  for (const varnel::host::PageBranch& branch : page.branches) {
+    texts.push_back(branch.where.empty() ? branch.select : branch.select + u" WHERE (" + branch.where + u")");
+    AddToShape(shape, texts.back(), own);
+    shape.key.append({u'\0', u'\11'}).append(branch.grouping);
+    if (HasNul(branch.grouping)) shape.mayLift = false;
+  }
+  for (const varnel::host::PageKey& key : page.keys) {
+    shape.key.append({u'\0', key.ascending ? u'\4' : u'\5'}).append(key.name);
+    shape.key.append({u'\0', u'\6'}).append(key.expression).append({u'\0', u'\7'});
+    if (HasNul(key.name) || HasNul(key.expression)) shape.mayLift = false;
+    if (!page.behindAnchor) continue;
+    texts.push_back(key.anchor.IsNull() ? std::u16string() : TextLiteral(varnel::ToText(key.anchor)));
+    AddToShape(shape, texts.back(), own);
+  }
+  for (const varnel::Long number : {page.rows, page.way, varnel::Long{page.behindAnchor}}) {
+    const std::string digits = std::to_string(number);
+    shape.key.append({u'\0', u'\10'}).append(digits.begin(), digits.end());
+  }
+  shape.unbound = own.markers.Fault();
+}
+
+EngineStatement SqliteDialect::Translate(std::u16string_view sql, const StatementParameters& parameters) {
+  const SqlShape shape = ShapeOf(sql, parameters);
+  if (!shape.unbound.empty()) return {{}, {}, false, shape.unbound};
+  if (!shape.mayLift) {
+    const RewrittenSql rewritten = RewriteForSqlite(sql, m_facts);
+    return {varnel::ToUtf8(rewritten.text), {}, rewritten.isNothing, {}};
+  }
+  return Remember(shape, [&] { return WorkOut(sql, shape); })->front().With(shape, parameters);
+}
+
+// The text says what its parameters lack.
+std::optional<PageStatements> SqliteDialect::TranslatePage(const PageSpec& page,
+                                                           const StatementParameters& parameters) {
+  if (m_reads == PageReads::AsWritten) return std::nullopt;
+  auto shape = std::make_unique<PageShape>(page, parameters);
+  if (!shape->shape.mayLift || !shape->shape.unbound.empty()) return std::nullopt;
+  auto forms = Remember(shape->shape, [&] { return WorkOutPage(page, *shape); });
+  if (forms->empty()) return std::nullopt;
+  return PageStatements(std::move(shape), std::move(forms), parameters);
+}
+
+template <typename Work>
+std::shared_ptr<const StatementForms> SqliteDialect::Remember(const SqlShape& shape, Work work) {
   const auto family = m_families.find(shape.key);
   if (family != m_families.end()) {
-    const auto found = family->second.translations.find(PinnedTexts(family->second, shape));
-    if (found != family->second.translations.end()) return found->second;
+    const auto found = family->second.forms.find(PinnedTexts(family->second, shape));
+    if (found != family->second.forms.end()) return found->second;
   }
-  Tokens tokens = LexSql(sql);
-  Translation translation;
-  translation.isNothing = IsNothing(tokens);
-  std::vector<Lifted> lifted;
-  if (!translation.isNothing) Rewrite(tokens, m_facts, m_reads, Parameters(shape.literals), &lifted);
-  translation.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
-  for (const Lifted& each : lifted) translation.parameters.push_back({each.literal, each.form, each.escape});
-
+  Translation translation = work();
   if (m_translations >= kMaxTranslations) ForgetSchema();
   ++m_translations;
   Family& kept = m_families[shape.key];
-  Pin(kept, Pinned(tokens));
-  return kept.translations.insert_or_assign(PinnedTexts(kept, shape), std::move(translation)).first->second;
+  Pin(kept, translation.pinned);
+  return kept.forms.insert_or_assign(PinnedTexts(kept, shape), std::move(translation.forms)).first->second;
+}
+
+SqliteDialect::Translation SqliteDialect::WorkOut(std::u16string_view sql, const SqlShape& shape) {
+  Translation translation;
+  Tokens tokens = LexSql(sql);
+  auto forms = std::make_shared<StatementForms>();
+  if (IsNothing(tokens)) {
+    forms->push_back({varnel::ToUtf8(sql), {}, true, nullptr});
+  } else {
+    const Parameters parameters(shape.literals);
+    RewriteWords(tokens, parameters);
+    forms->push_back(FormOf(tokens, m_facts, parameters));
+  }
+  AddPinned(tokens, translation.pinned);
+  translation.forms = std::move(forms);
+  return translation;
+}
+
+SqliteDialect::Translation SqliteDialect::WorkOutPage(const PageSpec& page, const PageShape& shape) {
+  Translation translation;
+  auto forms = std::make_shared<StatementForms>();
+  const Parameters parameters(shape.shape.literals);
+  for (PageStep& step : PageStepsOf(page, shape, m_facts)) {
+    forms->push_back(FormOf(step.text, m_facts, parameters));
+    AddPinned(step.text, translation.pinned);
+    if (step.walk.empty()) continue;
+    forms->back().walk = std::make_shared<StatementForm>(FormOf(step.walk, m_facts, parameters));
+    AddPinned(step.walk, translation.pinned);
+  }
+  translation.forms = std::move(forms);
+  return translation;
 }
 
 // What is remembered under fewer literals can't be told apart by more.
@@ -483,7 +596,7 @@ void SqliteDialect::Pin(Family& family, const std::vector<std::size_t>& literals
                  std::back_inserter(pinned));
   if (pinned == family.pinned) return;
   family.pinned = std::move(pinned);
-  family.translations.clear();
+  family.forms.clear();
 }
 
 // Each text with its length in front, so that no two lists look alike.

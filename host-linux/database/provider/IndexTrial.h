@@ -4,17 +4,18 @@
 #include <memory>
 #include <vector>
 
-#include "varnel/host/Ado.h"
+#include "varnel/host/Paging.h"
 
 namespace hostlinux {
 
-// A read of a list, in the library's SQL.
+// A read of a list, in the library's SQL and as data.
 struct ListRead {
   varnel::String sql;
   const varnel::host::StatementParameters& parameters;
   bool isBehindAnchor = false;  // a next or previous page
   varnel::String driver;        // the name in FROM of the table that the list is sorted by; may be empty
   std::vector<varnel::String> equal;  // columns of it that the query compares with one value each
+  varnel::host::PageSpec page = {};
 };
 
 // Raises ProviderFailure where the engine refuses a text.

@@ -13,7 +13,7 @@
 
 #include "host-linux/database/provider/ConnectionString.h"
 #include "host-linux/database/provider/RowStore.h"
-#include "varnel/host/Ado.h"
+#include "varnel/host/Paging.h"
 
 namespace hostlinux {
 
@@ -109,6 +109,9 @@ struct StatementLimits {
   std::size_t batchRows = 0;             // of a query, read at once; 0: all of them
   std::chrono::milliseconds timeout{0};  // of each call: the run, a batch, a count; 0: none
   bool wantsSent = false;                // tell the text that the engine got
+  // The text as data, where it reads a page; outlives the call. Its rows are read at once then.
+  const varnel::host::PageSpec* page = nullptr;
+  bool countsOnly = false;  // the number of the rows, as one row of one column, in place of the rows
 };
 
 struct OpenOptions {

@@ -1,5 +1,6 @@
 #include "host-linux/database/provider/RowStore.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace hostlinux {
@@ -38,6 +39,25 @@ void RowStore::Append(const RowStore& more) {
     m_cells.push_back(cell);
   }
   m_bytes += more.m_bytes;
+}
+
+RowStore RowStore::LastRows(std::size_t count, bool turned) const {
+  const std::size_t kept = std::min(count, Rows());
+  RowStore last(m_columns);
+  last.Reserve(kept, 0);
+  for (std::size_t i = 0; i < kept; ++i) last.AddRowOf(*this, turned ? Rows() - 1 - i : Rows() - kept + i);
+  return last;
+}
+
+void RowStore::AddRowOf(const RowStore& other, std::size_t row) {
+  for (std::size_t column = 0; column < m_columns; ++column) {
+    const Cell& cell = other.m_cells[row * m_columns + column];
+    if (cell.kind == Kind::Text || cell.kind == Kind::Blob) {
+      AddBytes(cell.kind, std::string_view(other.m_bytes).substr(cell.value, cell.length));
+    } else {
+      m_cells.push_back(cell);
+    }
+  }
 }
 
 Variant RowStore::Value(std::size_t column, std::size_t row) const {

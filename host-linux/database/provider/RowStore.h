@@ -32,6 +32,9 @@ class RowStore {
   // The rows of `more`, which has as many columns, behind these.
   void Append(const RowStore& more);
 
+  // The last `count` rows, or all where there are fewer; with `turned` the last one comes first.
+  RowStore LastRows(std::size_t count, bool turned) const;
+
   std::size_t Columns() const { return m_columns; }
   std::size_t Rows() const { return m_columns == 0 ? 0 : m_cells.size() / m_columns; }
   // Of all texts and blobs together.
@@ -51,6 +54,7 @@ class RowStore {
 
   void Add(Kind kind, std::uint64_t value, std::size_t length);
   void AddBytes(Kind kind, std::string_view bytes);
+  void AddRowOf(const RowStore& other, std::size_t row);
 
   std::size_t m_columns;
   std::vector<Cell> m_cells;

@@ -357,4 +357,12 @@ bool IsCalculating(const std::string& name) {
   return names.contains(name);
 }
 
+bool IsSteadyFunction(const std::string& name) {
+  static const std::unordered_set<std::string> others = {
+      "current_date", "current_time", "current_timestamp", "date",      "datetime", "julianday", "random",
+      "strftime",     "time",         "timediff",          "unixepoch",
+  };
+  return IsCalculating(name) && !others.contains(name);
+}
+
 }  // namespace hostlinux

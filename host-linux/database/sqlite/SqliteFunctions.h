@@ -22,4 +22,7 @@ void RegisterSqliteFunctions(sqlite3* database, const SqliteTimeLimit& timeLimit
 // square of their lengths. `name` in lower case.
 bool IsCalculating(const std::string& name);
 
+// True for those of them that always give the same for the same arguments: that know no clock and no chance.
+bool IsSteadyFunction(const std::string& name);
+
 }  // namespace hostlinux

@@ -87,7 +87,7 @@ int SqliteGuard::Decide(void* self, int action, const char* first, const char* s
     guard.Learn(action, first, context);
     return SQLITE_OK;
   }
-  guard.Note(action, schema == nullptr ? "" : schema);
+  guard.Note(action, first, second, schema == nullptr ? "" : schema);
   return guard.Allows(action, first, second, context) ? SQLITE_OK : SQLITE_DENY;
 }
 
@@ -97,7 +97,12 @@ void SqliteGuard::Learn(int action, const char* table, const char* context) {
   if (context != nullptr) m_below.insert(Lower(context));
 }
 
-void SqliteGuard::Note(int action, std::string_view schema) {
+void SqliteGuard::Note(int action, const char* first, const char* second, std::string_view schema) {
+  if (action == SQLITE_FUNCTION && !IsSteadyFunction(Lower(second))) m_notes.isSteady = false;
+  if (action == SQLITE_READ) {
+    if (schema != "main") m_notes.isSteady = false;
+    m_notes.tables.push_back(Lower(first));
+  }
   const bool changes = ChangesSchema(action);
   m_changedSchema = m_changedSchema || changes;
   m_leavesTraces = m_leavesTraces || (changes && schema == "temp") || LastsWithConnection(action);

@@ -34,9 +34,20 @@ class SqliteGuard {
   void LearnViews(sqlite3* database);
   bool HasList() const { return !m_listed.empty(); }
 
+  // What a statement uses, as it was prepared.
+  struct Notes {
+    bool isSteady = true;             // only functions of their arguments, and only tables of the main file
+    std::vector<std::string> tables;  // and views
+  };
+  // Of all that was prepared since BeginStatement.
+  Notes TakeNotes() { return std::exchange(m_notes, {}); }
+
   // Before a statement of the user's is prepared, and before it is run. `namesQueries`: it has a WITH clause,
   // whose names could be those of views; a view then doesn't vouch for the tables below it.
-  void BeginStatement(bool namesQueries) { m_namesQueries = namesQueries; }
+  void BeginStatement(bool namesQueries) {
+    m_namesQueries = namesQueries;
+    m_notes = {};
+  }
   // True if a statement since the last call was one that changes the schema.
   bool TakeSchemaChange() { return std::exchange(m_changedSchema, false); }
   // True once a statement could leave behind what the next user of the connection would see.
@@ -47,7 +58,7 @@ class SqliteGuard {
  private:
   static int Decide(void* self, int action, const char* first, const char* second, const char* schema,
                     const char* context);
-  void Note(int action, std::string_view schema);
+  void Note(int action, const char* first, const char* second, std::string_view schema);
   bool Allows(int action, const char* first, const char* second, const char* context);
   bool AllowsFunction(const std::string& name) const;
   bool AllowsRead(const std::string& table, std::string_view column, const char* context) const;
@@ -56,6 +67,7 @@ class SqliteGuard {
   std::unordered_set<std::string> m_listed;  // lower case
   std::unordered_set<std::string> m_functions;
   std::unordered_set<std::string> m_below;  // tables and views below the listed views; lower case
+  Notes m_notes;
   bool m_readOnly;
   bool m_learning = false;
   bool m_suspended = false;

@@ -129,6 +129,13 @@ bool SearchesWell(const PlanStep& step, const ListRead& read) {
   });
 }
 
+std::vector<PlanStep> StepsOf(const RowStore& plan) {
+  std::vector<PlanStep> steps;
+  for (std::size_t i = 0; i < plan.Rows(); ++i)
+    steps.push_back({varnel::ToLong(plan.Value(1, i)), varnel::ToUtf8(varnel::ToText(plan.Value(3, i)))});
+  return steps;
+}
+
 }  // namespace
 
 bool IsServedBy(const std::vector<PlanStep>& steps, const ListRead& read) {
@@ -166,11 +173,9 @@ SqliteIndexTrial::~SqliteIndexTrial() {
 }
 
 bool SqliteIndexTrial::IsServed(const ListRead& read) {
-  const RowStore rows = m_session->Plan(read.sql, read.parameters);
-  std::vector<PlanStep> steps;
-  for (std::size_t i = 0; i < rows.Rows(); ++i)
-    steps.push_back({varnel::ToLong(rows.Value(1, i)), varnel::ToUtf8(varnel::ToText(rows.Value(3, i)))});
-  return IsServedBy(steps, read);
+  const std::vector<RowStore> plans = m_session->Plans(read.sql, read.parameters, read.page);
+  return std::all_of(plans.begin(), plans.end(),
+                     [&](const RowStore& plan) { return IsServedBy(StepsOf(plan), read); });
 }
 
 bool SqliteIndexTrial::Make(const String& createIndex) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <utility>
 
 #include "host-linux/base/NearestName.h"
@@ -20,11 +21,18 @@ namespace hostlinux {
 namespace {
 
 using varnel::String;
+using varnel::host::StatementParameters;
 
 constexpr std::size_t kMaxStatements = 128;
 constexpr std::size_t kMaxFacts = 1024;
 constexpr std::size_t kMostNamesLooked = 1000;
-constexpr std::size_t kDetail = 3;  // the column of a plan's line that tells what is done
+// Of the engine, about twenty a row that an index gives: some milliseconds.
+constexpr long kStepsOfLikelier = 100'000;
+constexpr long kStepsOfOther = 400'000;
+constexpr std::size_t kMaxCounts = 256;
+constexpr std::size_t kLongestCountKey = 4096;  // bytes
+constexpr std::size_t kParent = 1;  // the columns of a plan's line: what it is a part of, 0 for none,
+constexpr std::size_t kDetail = 3;  // and what is done
 // What a text may ask of the engine before it runs; the values go beside it, as parameters.
 constexpr std::array<std::pair<int, int>, 5> kEngineLimits = {{
     {SQLITE_LIMIT_SQL_LENGTH, 8 << 20},  // bytes
@@ -67,9 +75,36 @@ std::optional<std::string> CountingText(const std::string& sql, varnel::Long max
   return "SELECT COUNT(*) FROM (SELECT * FROM (" + query + ") LIMIT " + std::to_string(maxRecords) + ")";
 }
 
-// A line of a plan: "USE TEMP B-TREE FOR RIGHT PART OF ORDER BY", or "... FOR LAST TERM OF ORDER BY". The
-// whole order's is "... FOR ORDER BY".
-bool IsSortInPart(const varnel::Variant& detail) { return varnel::ToText(detail).ends_with(u" OF ORDER BY"); }
+// A line of a plan, of the statement itself or of a subquery: "USE TEMP B-TREE FOR ORDER BY", or for the "RIGHT PART" or
+// "LAST TERM" of it.
+SortWork SortWorkOf(const String& detail, bool isOwn) {
+  if (detail.ends_with(u" OF ORDER BY")) return SortWork::Groups;
+  return isOwn && detail.ends_with(u" FOR ORDER BY") ? SortWork::Everything : SortWork::Nothing;
+}
+
+bool IsCount(std::u16string_view sql) {
+  constexpr std::u16string_view kCount = u"SELECT COUNT(*)";
+  return varnel::EqualsNoCase(sql.substr(0, kCount.size()), kCount);
+}
+
+std::string KeyOf(const BoundValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  if (const auto* blob = std::get_if<BoundBytes>(&value)) return blob->bytes;
+  if (const auto* real = std::get_if<double>(&value))
+    return std::to_string(std::bit_cast<std::uint64_t>(*real));
+  const auto* number = std::get_if<std::int64_t>(&value);
+  return number == nullptr ? std::string() : std::to_string(*number);
+}
+
+// Each value with its kind and length in front, so that no two lists look alike.
+std::string KeyOf(const EngineStatement& statement) {
+  std::string key = statement.sql;
+  for (const BoundValue& value : statement.values) {
+    const std::string plain = KeyOf(value);
+    key += '\0' + std::to_string(value.index()) + ' ' + std::to_string(plain.size()) + ' ' + plain;
+  }
+  return key;
+}
 
 [[noreturn]] void RaiseUnbound(const std::u16string& sentence) {
   RaiseSqlite(provider_error::kNoValue, sentence, u"07002");
@@ -108,6 +143,7 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
       m_timeLimit(options.timeLeft),
       m_guard(access.tables, access.functions, access.mode == SqliteMode::Read),
       m_statements(kMaxStatements),
+      m_counts(kMaxCounts),
       m_dialect(*this, access.reads) {
   const bool inMemory = file == ":memory:";
   if (access.mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
@@ -198,12 +234,12 @@ auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
   }
 }
 
-StatementResult SqliteSession::Run(const String& sql, const varnel::host::StatementParameters& parameters,
+StatementResult SqliteSession::Run(const String& sql, const StatementParameters& parameters,
                                    const StatementLimits& limits) {
   m_timeout = limits.timeout;
   return Within(m_timeout, [&] {
     try {
-      StatementResult result = RunTranslated(sql, parameters, limits);
+      StatementResult result = RunAny(sql, parameters, limits);
       if (m_guard.TakeSchemaChange()) ForgetSchema();
       return result;
     } catch (const ProviderFailure& failure) {
@@ -216,13 +252,23 @@ StatementResult SqliteSession::Run(const String& sql, const varnel::host::Statem
   });
 }
 
-RowStore SqliteSession::Plan(const String& sql, const varnel::host::StatementParameters& parameters) {
+std::vector<RowStore> SqliteSession::Plans(const String& sql, const StatementParameters& parameters,
+                                           const varnel::host::PageSpec& page) {
   return Within(m_timeout, [&] {
     SchemaHasChanged();
-    const EngineStatement translated = m_dialect.Translate(sql, parameters);
-    if (!translated.unbound.empty()) RaiseUnbound(translated.unbound);
-    SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + translated.sql);
-    return plan.Run(translated.values, {}, m_limits.maxResult).rows;
+    std::vector<EngineStatement> translated;
+    if (const std::optional<PageStatements> steps = m_dialect.TranslatePage(page, parameters)) {
+      for (std::size_t i = 0; i < steps->Count(); ++i) translated.push_back(steps->Statement(i));
+    } else {
+      translated.push_back(m_dialect.Translate(sql, parameters));
+    }
+    std::vector<RowStore> plans;
+    for (const EngineStatement& statement : translated) {
+      if (!statement.unbound.empty()) RaiseUnbound(statement.unbound);
+      SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + statement.sql);
+      plans.push_back(plan.Run(statement.values, {}, m_limits.maxResult).rows);
+    }
+    return plans;
   });
 }
 
@@ -270,8 +316,181 @@ std::vector<String> SqliteSession::ColumnNamesIn(const String& sql) {
   return names;
 }
 
-StatementResult SqliteSession::RunTranslated(const String& sql,
-                                             const varnel::host::StatementParameters& parameters,
+StatementResult SqliteSession::RunAny(const String& sql, const StatementParameters& parameters,
+                                      const StatementLimits& limits) {
+  if (limits.countsOnly || IsCount(sql)) return RunCount(sql, parameters, limits);
+  if (limits.page != nullptr) {
+    if (std::optional<StatementResult> result = RunPage(parameters, limits)) return std::move(*result);
+  }
+  return RunTranslated(sql, parameters, limits);
+}
+
+class SqliteSession::Held {
+ public:
+  explicit Held(SqliteSession& session) : m_session(session) {
+    const SuspendedGuard suspended(session.m_guard);
+    if (session.m_snapshot == nullptr)
+      session.m_snapshot = std::make_unique<SqliteSnapshot>(session.m_database.get());
+    m_sameSchema = session.m_snapshot->Begin();
+  }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+  ~Held() { m_session.m_snapshot->End(); }
+
+  bool SameSchema() const { return m_sameSchema; }
+
+ private:
+  SqliteSession& m_session;
+  bool m_sameSchema = true;
+};
+
+// All of one state of the database, each statement for the rows that those before it left open.
+std::optional<StatementResult> SqliteSession::RunPage(const StatementParameters& parameters,
+                                                      const StatementLimits& limits) {
+  const varnel::host::PageSpec& page = *limits.page;
+  // Of a union the text gives as many rows as its branches do together.
+  const bool isCut = limits.maxRecords != 0 && limits.maxRecords <= page.rows;
+  if (page.branches.size() > 1 && !isCut) return std::nullopt;
+  const Held held(*this);
+  if (!held.SameSchema()) ForgetSchema();
+  const std::optional<PageStatements> statements = m_dialect.TranslatePage(page, parameters);
+  if (!statements) return std::nullopt;
+  const bool isJump = page.way != -1;
+  const auto rows = static_cast<std::size_t>(isCut ? limits.maxRecords : page.rows);
+  PagePart part{isJump ? static_cast<std::size_t>(page.way) : rows, std::nullopt, limits};
+  if (isJump) part.keeps = static_cast<std::size_t>(page.rows);
+  StatementResult result;
+  for (std::size_t i = 0; i < statements->Count() && part.left > 0; ++i) {
+    const EngineStatement statement = statements->Statement(i);
+    if (const std::optional<EngineStatement> walk = statements->Walk(i)) {
+      RunLikelier(statement, *walk, part, result);
+    } else {
+      part.left -= RunPart(statement, part, result);
+    }
+  }
+  if (isJump) result.rows = result.rows.LastRows(rows, true);
+  return result;
+}
+
+std::size_t SqliteSession::RunPart(const EngineStatement& statement, const PagePart& part,
+                                   StatementResult& o_result) {
+  const Cached cached = Prepared(statement.sql);
+  RequireValues(*cached.statement, statement);
+  m_guard.BeginStatement(cached.namesQueries);
+  return cached.statement->AddTo(o_result, statement.values, part.left, part.keeps, part.limits,
+                                 m_limits.maxResult);
+}
+
+bool SqliteSession::RunPartWithin(long steps, const EngineStatement& statement, PagePart& io_part,
+                                  StatementResult& o_result) {
+  struct Lifter {
+    SqliteTimeLimit& limit;
+    ~Lifter() { limit.SetSteps(0); }
+  } const lifter{m_timeLimit};
+  const ResultColumns columnsBefore = o_result.columns;
+  const RowStore rowsBefore = o_result.rows;
+  m_timeLimit.SetSteps(steps);
+  try {
+    io_part.left -= RunPart(statement, io_part, o_result);
+    return true;
+  } catch (const ProviderFailure&) {
+    if (!m_timeLimit.IsSpent()) throw;
+  }
+  o_result.columns = columnsBefore;
+  o_result.rows = rowsBefore;
+  return false;
+}
+
+// Both give the same rows. The one that was quicker the last time may begin, for a few milliseconds, and then the other one
+// for some more; what neither can do in that time takes long either way.
+void SqliteSession::RunLikelier(const EngineStatement& statement, const EngineStatement& walk,
+                                PagePart& io_part, StatementResult& o_result) {
+  const bool walksFirst = Prepared(statement.sql).walks;
+  const EngineStatement& likelier = walksFirst ? walk : statement;
+  const EngineStatement& other = walksFirst ? statement : walk;
+  if (RunPartWithin(kStepsOfLikelier, likelier, io_part, o_result)) return;
+  const bool isOther = RunPartWithin(kStepsOfOther, other, io_part, o_result);
+  if (Cached* cached = m_statements.Find(statement.sql)) cached->walks = isOther != walksFirst;
+  if (!isOther) io_part.left -= RunPart(statement, io_part, o_result);
+}
+
+// Counted anew only where the database has changed since, or may give another number without that. A text that only begins
+// like a count is run like any other.
+StatementResult SqliteSession::RunCount(const String& sql, const StatementParameters& parameters,
+                                        const StatementLimits& limits) {
+  const Held held(*this);
+  if (!held.SameSchema()) ForgetSchema();
+  EngineStatement statement = m_dialect.Translate(sql, parameters);
+  if (!statement.unbound.empty()) RaiseUnbound(statement.unbound);
+  if (limits.countsOnly) {
+    const std::optional<std::string> counting = CountingText(statement.sql, 0);
+    if (!counting) return CountByReading(statement, limits);
+    statement.sql = *counting;
+  }
+  const std::string key = KeyOf(statement);
+  const bool mayKeep = sqlite3_get_autocommit(m_database.get()) != 0 && key.size() <= kLongestCountKey;
+  if (mayKeep) {
+    ForgetOldCounts();
+    if (const KeptCount* kept = m_counts.Find(key)) return kept->Result();
+  }
+  StatementResult result =
+      limits.countsOnly ? RunWhole(statement, limits) : RunTranslated(sql, parameters, limits);
+  const bool isOne = result.rest == nullptr && result.rows.Rows() == 1 && result.rows.Columns() == 1;
+  const Cached* cached = m_statements.Find(statement.sql);
+  if (mayKeep && isOne && cached != nullptr && cached->isSteady)
+    m_counts.Add(key, {result.columns, result.rows});
+  return result;
+}
+
+StatementResult SqliteSession::RunWhole(const EngineStatement& statement, const StatementLimits& limits) {
+  const Cached cached = Prepared(statement.sql);
+  RequireValues(*cached.statement, statement);
+  m_guard.BeginStatement(cached.namesQueries);
+  const StatementLimits whole{limits.maxRecords, 0, limits.timeout, limits.wantsSent};
+  return cached.statement->Run(statement.values, whole, m_limits.maxResult);
+}
+
+StatementResult SqliteSession::CountByReading(const EngineStatement& statement,
+                                              const StatementLimits& limits) {
+  StatementResult result = RunWhole(statement, limits);
+  const auto count = static_cast<varnel::Long>(result.rows.Rows());
+  result.rows = RowStore(1);
+  result.rows.AddLong(count);
+  result.columns = nullptr;
+  return result;
+}
+
+// The number that the engine has for the state of the database that is being read.
+void SqliteSession::ForgetOldCounts() {
+  unsigned version = 0;
+  sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  if (version == m_countsVersion) return;
+  m_counts.Clear();
+  m_countsVersion = version;
+}
+
+StatementResult SqliteSession::KeptCount::Result() const {
+  StatementResult result;
+  result.columns = columns;
+  result.rows = rows;
+  return result;
+}
+
+// True if `sql` gives the same rows as long as the file stays the same: it calls only functions of their arguments, and
+// reads only tables and views that lie in the file.
+bool SqliteSession::IsSteady(const SqliteGuard::Notes& notes) {
+  if (!notes.isSteady) return false;
+  const SuspendedGuard suspended(m_guard);
+  SqliteStatement query(
+      m_database.get(),
+      "SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE AND type IN ('table', 'view')"
+      " AND sql NOT LIKE 'CREATE VIRTUAL%'");
+  return std::all_of(notes.tables.begin(), notes.tables.end(), [&](const std::string& table) {
+    return query.Run({table}, {}, m_limits.maxResult).rows.Rows() > 0;
+  });
+}
+
+StatementResult SqliteSession::RunTranslated(const String& sql, const StatementParameters& parameters,
                                              const StatementLimits& limits) {
   EngineStatement translated = m_dialect.Translate(sql, parameters);
   if (!translated.unbound.empty()) RaiseUnbound(translated.unbound);
@@ -310,6 +529,7 @@ SqliteSession::Cached SqliteSession::Prepared(const std::string& sql) {
   cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
   m_guard.BeginStatement(cached.namesQueries);
   cached.statement = std::make_shared<SqliteStatement>(m_database.get(), sql);
+  cached.isSteady = IsCount(varnel::FromUtf8(sql)) && IsSteady(m_guard.TakeNotes());
   if (found == nullptr) m_statements.Add(sql, cached);
   return cached;
 }
@@ -364,20 +584,23 @@ std::optional<std::vector<ColumnFact>> SqliteSession::Describe(const std::u16str
   return m_facts.emplace(select, std::move(facts)).first->second;
 }
 
-bool SqliteSession::SortsInPart(const std::u16string& select) {
-  const auto found = m_sortsInPart.find(select);
-  if (found != m_sortsInPart.end()) return found->second;
-  if (m_sortsInPart.size() >= kMaxFacts) m_sortsInPart.clear();
+std::optional<SortWork> SqliteSession::SortsFor(const std::u16string& select) {
+  const auto found = m_sorts.find(select);
+  if (found != m_sorts.end()) return found->second;
+  if (m_sorts.size() >= kMaxFacts) m_sorts.clear();
   const SuspendedGuard suspended(m_guard);
-  bool sorts = false;
+  SortWork work = SortWork::Nothing;
   try {
     SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + varnel::ToUtf8(select));
     const RowStore rows = plan.Run({}, {}, m_limits.maxResult).rows;
-    for (std::size_t i = 0; i < rows.Rows(); ++i) sorts = sorts || IsSortInPart(rows.Value(kDetail, i));
+    for (std::size_t i = 0; i < rows.Rows(); ++i) {
+      const bool isOwn = varnel::ToLong(rows.Value(kParent, i)) == 0;
+      work = std::max(work, SortWorkOf(varnel::ToText(rows.Value(kDetail, i)), isOwn));
+    }
   } catch (const ProviderFailure&) {
-    return false;  // the statement itself will say why
+    return std::nullopt;  // the statement itself will say why
   }
-  return m_sortsInPart.emplace(select, sorts).first->second;
+  return m_sorts.emplace(select, work).first->second;
 }
 
 bool SqliteSession::HasPartialIndex() {
@@ -406,8 +629,9 @@ bool SqliteSession::SchemaHasChanged() {
 
 void SqliteSession::ForgetSchema() {
   m_statements.Clear();
+  m_counts.Clear();
   m_facts.clear();
-  m_sortsInPart.clear();
+  m_sorts.clear();
   m_dialect.ForgetSchema();
   m_guard.LearnViews(m_database.get());
 }

@@ -11,6 +11,7 @@
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteGuard.h"
 #include "host-linux/database/sqlite/SqliteReader.h"
+#include "host-linux/database/sqlite/SqliteSnapshot.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
 #include "host-linux/database/sqlite/SqliteTimeLimit.h"
 
@@ -40,8 +41,10 @@ class SqliteSession : public ISession, private IColumnFacts {
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
   StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                       const StatementLimits& limits) override;
-  // The engine's plan for what Run would run, a row for each step: its number, that of its parent, a 0, what is done.
-  RowStore Plan(const varnel::String& sql, const varnel::host::StatementParameters& parameters);
+  // The engine's plans for the statements that Run would run for a page and its text. Each has a row for each step: its
+  // number, that of its parent, a 0, what is done.
+  std::vector<RowStore> Plans(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                              const varnel::host::PageSpec& page);
   void Begin() override;
   void Commit() override;
   void Rollback() override;
@@ -69,7 +72,14 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
   struct Cached {
     bool namesQueries = false;  // has a WITH clause
+    bool isSteady = false;      // a count that stays the same as long as the file does
+    bool walks = false;         // of a page: its walk was quicker the last time
     std::shared_ptr<SqliteStatement> statement;
+  };
+  struct KeptCount {
+    ResultColumns columns;
+    RowStore rows;
+    StatementResult Result() const;
   };
   struct FileState {
     std::uint64_t device = 0;
@@ -79,7 +89,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   };
 
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
-  bool SortsInPart(const std::u16string& select) override;
+  std::optional<SortWork> SortsFor(const std::u16string& select) override;
   bool HasPartialIndex() override;
 
   void OpenFile(const std::string& name, int flags);
@@ -100,6 +110,32 @@ class SqliteSession : public ISession, private IColumnFacts {
   varnel::String NameMeant(const varnel::host::ProviderError& error, const varnel::String& sql);
   std::vector<varnel::String> TableNames();
   std::vector<varnel::String> ColumnNamesIn(const varnel::String& sql);
+  StatementResult RunAny(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                         const StatementLimits& limits);
+  // None where the text is to be run.
+  std::optional<StatementResult> RunPage(const varnel::host::StatementParameters& parameters,
+                                         const StatementLimits& limits);
+  // What a statement of a page adds to the page.
+  struct PagePart {
+    std::size_t left = 0;              // rows that it may give
+    std::optional<std::size_t> keeps;  // of a jump: the last so many of its way
+    const StatementLimits& limits;
+  };
+  std::size_t RunPart(const EngineStatement& statement, const PagePart& part, StatementResult& o_result);
+  // In at most so many steps of the engine; false, with nothing added, where they aren't enough.
+  bool RunPartWithin(long steps, const EngineStatement& statement, PagePart& io_part,
+                     StatementResult& o_result);
+  void RunLikelier(const EngineStatement& statement, const EngineStatement& walk, PagePart& io_part,
+                   StatementResult& o_result);
+  // One row with the number of rows of the text.
+  StatementResult RunCount(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                           const StatementLimits& limits);
+  StatementResult RunWhole(const EngineStatement& statement, const StatementLimits& limits);
+  StatementResult CountByReading(const EngineStatement& statement, const StatementLimits& limits);
+  void ForgetOldCounts();
+  bool IsSteady(const SqliteGuard::Notes& notes);
+  // Holds the state of the database; also looks whether the schema has changed.
+  class Held;
   bool SchemaHasChanged();
   void ForgetSchema();
   void NoteFailure(const varnel::host::ProviderError& error);
@@ -114,11 +150,14 @@ class SqliteSession : public ISession, private IColumnFacts {
   SqliteGuard m_guard;
   std::unique_ptr<sqlite3, Closer> m_database;          // closed before the two above go
   LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
+  LeastRecentlyUsed<std::string, KeptCount> m_counts;   // by the engine's text and its values
+  unsigned m_countsVersion = 0;                         // of the data that they were counted in
   SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
-  std::unordered_map<varnel::String, bool> m_sortsInPart;
+  std::unordered_map<varnel::String, std::optional<SortWork>> m_sorts;
   std::unique_ptr<SqliteStatement> m_probe;  // is prepared again when the schema has changed
-  std::vector<SqliteReader*> m_readers;      // whose statements are running
+  std::unique_ptr<SqliteSnapshot> m_snapshot;
+  std::vector<SqliteReader*> m_readers;  // whose statements are running
   bool m_broken = false;
 };
 

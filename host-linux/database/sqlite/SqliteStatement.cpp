@@ -15,6 +15,8 @@ constexpr std::size_t kMostReservedRows = 1000;
 constexpr std::size_t kMostReservedBytes = 64 << 10;
 // Of the texts and blobs of a batch; the last row may go beyond.
 constexpr std::size_t kMostBatchBytes = 1 << 20;
+// Of a jump: rows on its way are let go so many at a time.
+constexpr std::size_t kRowsBetweenCuts = 1000;
 constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 
 using varnel::Integer;
@@ -64,27 +66,46 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
     const char* type = sqlite3_column_decltype(m_statement.get(), i);
     facts.push_back(
         {varnel::FromUtf8(name == nullptr ? "" : name), varnel::FromUtf8(type == nullptr ? "" : type)});
+    const char* database = sqlite3_column_database_name(m_statement.get(), i);
+    const char* table = sqlite3_column_table_name(m_statement.get(), i);
+    const char* column = sqlite3_column_origin_name(m_statement.get(), i);
+    if (table == nullptr || column == nullptr) continue;
+    int isNotNull = 0;
+    sqlite3_table_column_metadata(m_database, database, table, column, nullptr, nullptr, &isNotNull, nullptr,
+                                  nullptr);
+    facts.back().table = varnel::FromUtf8(table);
+    facts.back().isNotNull = isNotNull != 0;
   }
   return facts;
 }
 
-StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits,
-                                     std::size_t mostBytes) {
-  struct Ender {
-    SqliteStatement& statement;
-    bool keepsRunning = false;
-    ~Ender() {
-      if (!keepsRunning) statement.End();
-    }
-  } ender{*this};
-  m_left = limits.maxRecords == 0 ? kUnlimited : static_cast<std::size_t>(limits.maxRecords);
-  Bind(values);
-  const int changes = m_readsOnly ? 0 : sqlite3_total_changes(m_database);
-  m_onRow = Step();
+namespace {
 
+// Ends the statement, unless it is to keep running.
+struct Ender {
+  SqliteStatement& statement;
+  bool keepsRunning = false;
+  ~Ender() {
+    if (!keepsRunning) statement.End();
+  }
+};
+
+}  // namespace
+
+void SqliteStatement::Start(const std::vector<BoundValue>& values) {
+  Bind(values);
+  m_onRow = Step();
   // The columns are only looked at now: the first step may have prepared the statement again.
   if (m_columns == nullptr || m_learnedAt != TimesPreparedAgain()) LearnColumns();
   GuessTypes(m_onRow);
+}
+
+StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, const StatementLimits& limits,
+                                     std::size_t mostBytes) {
+  Ender ender{*this};
+  m_left = limits.maxRecords == 0 ? kUnlimited : static_cast<std::size_t>(limits.maxRecords);
+  const int changes = m_readsOnly ? 0 : sqlite3_total_changes(m_database);
+  Start(values);
   StatementResult result;
   if (!m_kinds.empty()) result.columns = m_columns;
   result.rows = RowStore(m_kinds.size());
@@ -100,6 +121,38 @@ StatementResult SqliteStatement::Run(const std::vector<BoundValue>& values, cons
   if (limits.wantsSent) result.sent = Sent();
   ender.keepsRunning = m_onRow;
   return result;
+}
+
+std::size_t SqliteStatement::AddTo(StatementResult& o_result, const std::vector<BoundValue>& values,
+                                   std::size_t most, std::optional<std::size_t> keeps,
+                                   const StatementLimits& limits, std::size_t mostBytes) {
+  const Ender ender{*this};
+  m_left = most;
+  Start(values);
+  if (o_result.columns == nullptr || (m_onRow && (keeps || o_result.rows.Rows() == 0))) {
+    if (o_result.columns == nullptr) {
+      o_result.rows = RowStore(m_kinds.size());
+      o_result.rows.Reserve(m_lastRows, m_lastBytes);
+    }
+    o_result.columns = m_columns;
+  }
+  std::size_t read = 0;
+  if (!keeps) {
+    const std::size_t before = o_result.rows.Rows();
+    ReadRows(o_result.rows, kUnlimited, kUnlimited, mostBytes);
+    read = o_result.rows.Rows() - before;
+  }
+  for (; m_onRow; ++read) {
+    GuessTypes(true);
+    o_result.columns = m_columns;
+    ReadRows(o_result.rows, 1, kUnlimited, mostBytes);
+    if (o_result.rows.Rows() > *keeps + kRowsBetweenCuts)
+      o_result.rows = o_result.rows.LastRows(*keeps, false);
+  }
+  m_lastRows = std::min(o_result.rows.Rows(), kMostReservedRows);
+  m_lastBytes = std::min(o_result.rows.Bytes(), kMostReservedBytes);
+  if (limits.wantsSent) o_result.sent += (o_result.sent.empty() ? u"" : u"; ") + Sent();
+  return read;
 }
 
 void SqliteStatement::ReadRows(RowStore& rows, std::size_t most, std::size_t batchBytes,

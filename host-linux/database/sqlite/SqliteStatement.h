@@ -4,6 +4,7 @@
 #include <sqlite3.h>
 
 #include <memory>
+#include <optional>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
 #include "host-linux/database/dialect/EngineStatement.h"
@@ -23,6 +24,11 @@ class SqliteStatement {
   // then until it ends.
   StatementResult Run(const std::vector<BoundValue>& values, const StatementLimits& limits,
                       std::size_t mostBytes);
+  // The same for one of several statements that give the rows of one result, with `o_result`'s before it: adds its rows
+  // until there are `most` in all, and its text. With `keeps` only the last so many are kept. The columns are those of
+  // the statement that gives the first row, or with `keeps` the last one. Returns how many rows it gave.
+  std::size_t AddTo(StatementResult& o_result, const std::vector<BoundValue>& values, std::size_t most,
+                    std::optional<std::size_t> keeps, const StatementLimits& limits, std::size_t mostBytes);
   bool IsRunning() const { return m_onRow; }
   // Adds at most `most` rows, and not many more than a batch's bytes, to `rows`, which have at most
   // `mostBytes` together. After the last row, and when it fails, it is reset; what was added before a failure
@@ -47,6 +53,8 @@ class SqliteStatement {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
 
+  // Binds the values and makes the first step; the columns are known then.
+  void Start(const std::vector<BoundValue>& values);
   bool Step();
   // Up to `most` rows, and beyond `batchBytes` of texts and blobs by one row. Raises where `rows` would have
   // more than `mostBytes`.

@@ -40,7 +40,18 @@ void SqliteTimeLimit::Stop() {
 
 bool SqliteTimeLimit::IsOver() const { return m_end != Clock::time_point::max() && Clock::now() >= m_end; }
 
-int SqliteTimeLimit::Look(void* self) { return static_cast<const SqliteTimeLimit*>(self)->IsOver() ? 1 : 0; }
+void SqliteTimeLimit::SetSteps(long steps) {
+  m_looks = steps / kStepsBetweenLooks;
+  m_isSpent = false;
+}
+
+int SqliteTimeLimit::Look(void* self) { return static_cast<SqliteTimeLimit*>(self)->MustStop() ? 1 : 0; }
+
+bool SqliteTimeLimit::MustStop() {
+  if (IsOver()) return true;
+  if (m_looks > 0 && --m_looks == 0) m_isSpent = true;
+  return m_isSpent;
+}
 
 int SqliteTimeLimit::Wait(void* self, int calls) {
   return static_cast<SqliteTimeLimit*>(self)->WaitOnce(calls == 0) ? 1 : 0;

@@ -26,8 +26,14 @@ class SqliteTimeLimit {
   void Stop();
   bool IsOver() const;
 
+  // Stops what runs after so many steps of the engine too; 0 takes that back.
+  void SetSteps(long steps);
+  // True if the steps stopped it, and not the time.
+  bool IsSpent() const { return m_isSpent; }
+
  private:
   static int Look(void* self);
+  bool MustStop();
   static int Wait(void* self, int calls);
   bool WaitOnce(bool isFirst);
 
@@ -35,6 +41,8 @@ class SqliteTimeLimit {
   Clock::time_point m_end = Clock::time_point::max();
   Clock::time_point m_waitEnd;
   std::chrono::milliseconds m_pause{0};
+  long m_looks = 0;  // that are left; 0: as many as it takes
+  bool m_isSpent = false;
 };
 
 }  // namespace hostlinux
