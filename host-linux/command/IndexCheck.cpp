@@ -109,8 +109,10 @@ std::string LineOf(const ListSeen& seen, const IndexAdvice& advice) {
 
 std::vector<std::string> AdviseIndexes(const std::filesystem::path& folder, std::size_t& count) {
   SiteConfiguration site = LoadSiteConfiguration(folder);
-  site.log.level = "off";
+  site.log.level = "off";  // what a page fails with doesn't matter here
+  StartLog(site);
   const ListsSeen lists = RunPages(site);
+  StopLog();
   count = lists.Opened();
 
   AdoOptions options;
