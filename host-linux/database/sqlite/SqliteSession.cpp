@@ -216,16 +216,6 @@ StatementResult SqliteSession::Run(const String& sql, const varnel::host::Statem
   });
 }
 
-RowStore SqliteSession::Plan(const String& sql, const varnel::host::StatementParameters& parameters) {
-  return Within(m_timeout, [&] {
-    SchemaHasChanged();
-    const EngineStatement translated = m_dialect.Translate(sql, parameters);
-    if (!translated.unbound.empty()) RaiseUnbound(translated.unbound);
-    SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + translated.sql);
-    return plan.Run(translated.values, {}, m_limits.maxResult).rows;
-  });
-}
-
 String SqliteSession::NameMeant(const varnel::host::ProviderError& error, const String& sql) {
   const bool isTable = error.SQLState == u"42S02";
   if (!isTable && error.SQLState != u"42S22") return {};

@@ -40,8 +40,6 @@ class SqliteSession : public ISession, private IColumnFacts {
   // Rewrites the text, prepares it once and keeps the statement. Past the time limit it raises a timeout.
   StatementResult Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                       const StatementLimits& limits) override;
-  // The engine's plan for what Run would run, a row for each step: its number, that of its parent, a 0, what is done.
-  RowStore Plan(const varnel::String& sql, const varnel::host::StatementParameters& parameters);
   void Begin() override;
   void Commit() override;
   void Rollback() override;
