@@ -104,7 +104,7 @@ class DatabaseFaultsTest : public testing::Test {
   void ExpectFailure(const Answer& answer, const std::string& text) const {
     EXPECT_EQ(answer.status, 500);
     EXPECT_THAT(hosttest::Unescaped(answer.body), HasSubstr(text));
-    EXPECT_LT(answer.body.size(), 4000U);
+    EXPECT_LT(answer.body.size(), 2000U);
     const std::string mark = "Request ";
     const std::string id = answer.body.substr(answer.body.find(mark) + mark.size(), 16);
     EXPECT_EQ(Get("index.asp").body, "hello");
