@@ -144,7 +144,7 @@ class Arguments {
       if (type == VT_BSTR) *reinterpret_cast<BSTR*>(element) = Text(bytes);
     }
     // Now and then the value says something else of the elements than the array.
-    value.vt = static_cast<VARTYPE>(VT_ARRAY | (bytes.Next() % 8 == 0 ? VT_I8 : type));
+    value.vt = static_cast<VARTYPE>(VT_ARRAY | (bytes.Next() % 8 == 0 ? static_cast<VARTYPE>(VT_I8) : type));
     value.parray = array;
   }
 

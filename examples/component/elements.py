@@ -8,6 +8,8 @@ import varnel
 
 
 def write_elements(library):
+    """Writes one page; gives the names on it and the link to the next one, which is empty on the last."""
+    names = []
     page = library.create("Varnel.Page")
     page.OpenDatabaseConnection("Demo")
     rs = page.DRecordset()
@@ -19,10 +21,12 @@ def write_elements(library):
     rs.OpenRS("SELECT ATOMICNUMBER, SYMBOL, NAME FROM ELEMENT", iPrimaryKeyFields="ATOMICNUMBER")
     while not rs.get("EOF"):
         grid.Cell(html.escape(rs("SYMBOL").get("Value")))
-        grid.Cell(html.escape(rs("NAME").get("Value")))
+        names.append(rs("NAME").get("Value"))
+        grid.Cell(html.escape(names[-1]))
         rs.MoveNext()
     page.Add(grid)
-    return rs.GetUrlNext()
+    is_last = rs.GetRecordNumberForLastRecordOnPage() == rs.GetTotalNumberOfRecords()
+    return names, "" if is_last else rs.GetUrlNext()
 
 
 def main(path, database, messages):
@@ -32,8 +36,7 @@ def main(path, database, messages):
     query = ""
     while True:
         with library.request("/example/elements", query) as request:
-            link = write_elements(library)
-        names = re.findall(r"<td>([A-Z][a-z]+)</td>", request.page)
+            names, link = write_elements(library)
         counter = re.search(r"Records [-0-9]+ of [0-9]+", request.page).group()
         print(f"{counter}: {', '.join(names)}")
         if not link:

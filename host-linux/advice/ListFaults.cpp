@@ -97,13 +97,17 @@ std::vector<String> SortsOf(const ListTexts& list) {
   return once;
 }
 
+bool IsAggregateText(const String& column) {
+  const std::vector<SqlToken> tokens = LexSql(column);
+  return IsAggregate(tokens, {0, tokens.size()});
+}
+
 // Behind an alias stands the column; the alias is what the result has.
 String SortedByAggregate(const ListTexts& list) {
   const std::vector<String> names = AggregateNames(list.query);
   for (const String& sort : SortsOf(list)) {
     for (const String& column : varnel::SortColumns(sort)) {
-      std::vector<SqlToken> tokens = LexSql(column);
-      if (IsAggregate(tokens, {0, tokens.size()})) return sort;
+      if (IsAggregateText(column)) return sort;
       const String name = UpperAscii(varnel::Trim(column));
       if (std::find(names.begin(), names.end(), name) != names.end()) return sort;
     }
@@ -175,7 +179,9 @@ std::vector<String> ColumnsNeeded(const ListTexts& list) {
     if (!isKnown) needed.push_back(key);
   };
   for (const String& sort : SortsOf(list)) {
-    for (const String& column : varnel::SortColumns(sort)) add(column);
+    for (const String& column : varnel::SortColumns(sort)) {
+      if (!IsAggregateText(column)) add(column);  // that is a fault of its own
+    }
   }
   for (const String& key : varnel::Split(list.keys, u",")) add(varnel::Trim(key));
   return needed;
@@ -189,7 +195,7 @@ String MissingColumns(const std::vector<String>& needed, const std::vector<Strin
       return varnel::EqualsNoCase(column, name);
     });
     if (isThere) continue;
-    missing += (missing.empty() ? u"" : u", ") + name;
+    missing += (missing.empty() ? u"" : u", ") + Cut(name);
     if (meant.empty()) meant = DidYouMean(name, columns);
   }
   if (missing.empty()) return {};

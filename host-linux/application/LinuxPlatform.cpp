@@ -50,6 +50,7 @@ varnel::String ClassLike(varnel::StringView progID) {
   }
   if (progID.find(u'.') != varnel::StringView::npos) return DidYouMean(progID, names);
   std::vector<varnel::String> ends;
+  ends.reserve(names.size());
   for (const varnel::String& name : names) ends.push_back(name.substr(name.find(u'.') + 1));
   const varnel::String end = NearestName(progID, ends);
   const auto found = std::find(ends.begin(), ends.end(), end);

@@ -60,6 +60,12 @@ String InterfaceText(const com::ClassIds& ids, const varnel::ClassInfo& info) {
          u" {\n    [default] dispinterface _" + String(ids.name) + u";\n  };\n";
 }
 
+// What the compiler knows by these names, whatever it reads here.
+constexpr StringView kSystemTypes =
+    u"typedef struct tagVARIANT { int type; } VARIANT;\n"
+    u"[object, local, uuid(00000000-0000-0000-C000-000000000046)] interface IUnknown { }\n"
+    u"[object, local, uuid(00020400-0000-0000-C000-000000000046)] interface IDispatch : IUnknown { }\n";
+
 // The values of the enumerations whose names begin so.
 String EnumText(StringView name, StringView beginning, std::span<const varnel::EnumerationName> values) {
   String lines;
@@ -80,8 +86,8 @@ ObjectPtr Make(const com::ClassIds& ids) {
 }  // namespace
 
 std::string WriteTypes() {
-  String text = u"// Made from the member tables (varnel-types): change those.\n[" +
-                IdAttribute(com::kTypeLibraryId) +
+  String text = u"// Made from the member tables (varnel-types): change those.\n" + String(kSystemTypes) +
+                u"[" + IdAttribute(com::kTypeLibraryId) +
                 u", version(1.0), helpstring(\"Varnel components\")]\nlibrary Varnel {\n"
                 u"  importlib(\"stdole2.tlb\");\n";
   const auto table = varnel::TableEnumerationNames();

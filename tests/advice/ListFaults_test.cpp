@@ -90,5 +90,13 @@ TEST(ListFaults, SortsAndKeysStandInTheSelectList) {
       MissingColumns(needed, {u"ID", u"lines", u"UX", u"name", u"list price"}));
 }
 
+// A sort may come from a link: one fault is told of it, and not all of its text.
+TEST(ListFaults, AnExpressionFromALinkIsToldOfOnceAndShort) {
+  EXPECT_THAT(ColumnsNeeded({u"", u"id", u"(SELECT MAX(i) FROM n) DESC", {}, false}), ElementsAre(u"id"));
+  const String text = MissingColumns({String(5000, u'x')}, {u"id"});
+  EXPECT_NE(text.find(String(60, u'x') + u"...:"), String::npos);
+  EXPECT_LT(text.size(), 250U);
+}
+
 }  // namespace
 }  // namespace hostlinux

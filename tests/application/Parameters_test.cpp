@@ -124,7 +124,7 @@ TEST_F(PageParameters, WhatIsNoValueIsAnErrorWithTheParametersName) {
   EXPECT_THAT(
       Failure(
           "<% var rs = Server.CreateObject('Varnel.DRecordset'); rs.SetParameter('maker', undefined); %>"),
-      HasSubstr("SetParameter: maker: Varnel: Invalid argument: a parameter is a text"));
+      HasSubstr("SetParameter: maker: Invalid argument: a parameter is a text"));
   EXPECT_THAT(Failure("<% var rs = Server.CreateObject('Varnel.DRecordset'); rs.SetParameter('a b', 1); %>"),
               HasSubstr("SetParameter: 'a b' is no name of a parameter"));
 }

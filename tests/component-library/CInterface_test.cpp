@@ -269,14 +269,14 @@ TEST_F(CInterface, KeepsObjectsOutOfTheApplication) {
 }
 
 TEST_F(CInterface, HasTheExportsOfAComponentServer) {
+  // Tables of functions, as C sees them.
   struct Unknown {
-    virtual std::int32_t QueryInterface(const void* id, void** object) = 0;
-    virtual std::uint32_t AddRef() = 0;
-    virtual std::uint32_t Release() = 0;
-  };
-  struct Factory : Unknown {
-    virtual std::int32_t CreateInstance(void* outer, const void* id, void** object) = 0;
-    virtual std::int32_t LockServer(std::int32_t lock) = 0;
+    const struct Functions {
+      std::int32_t (*queryInterface)(void* self, const void* id, void** object);
+      std::uint32_t (*addRef)(void* self);
+      std::uint32_t (*release)(void* self);
+      std::int32_t (*createInstance)(void* self, void* outer, const void* id, void** object);
+    }* functions;
   };
   // {BF2B8C07-8B2E-457B-B795-2361FE5FA121}, IClassFactory and IDispatch, byte by byte.
   const unsigned char utilities[] = {0x07, 0x8C, 0x2B, 0xBF, 0x2E, 0x8B, 0x7B, 0x45,
@@ -285,13 +285,13 @@ TEST_F(CInterface, HasTheExportsOfAComponentServer) {
   const unsigned char dispatch[] = {0, 4, 2, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 0, 0, 0, 0x46};
   void* found = nullptr;
   ASSERT_EQ(DllGetClassObject(utilities, classFactory, &found), 0);
-  auto* factory = static_cast<Factory*>(found);
+  const auto* factory = static_cast<const Unknown*>(found);
   EXPECT_EQ(DllCanUnloadNow(), 1);
   void* made = nullptr;
-  ASSERT_EQ(factory->CreateInstance(nullptr, dispatch, &made), 0);
-  EXPECT_EQ(factory->Release(), 0U);
+  ASSERT_EQ(factory->functions->createInstance(found, nullptr, dispatch, &made), 0);
+  EXPECT_EQ(factory->functions->release(found), 0U);
   EXPECT_EQ(DllCanUnloadNow(), 1);
-  EXPECT_EQ(static_cast<Unknown*>(made)->Release(), 0U);
+  EXPECT_EQ(static_cast<const Unknown*>(made)->functions->release(made), 0U);
   EXPECT_EQ(DllCanUnloadNow(), 0);
   EXPECT_EQ(DllGetClassObject(dispatch, classFactory, &found), static_cast<std::int32_t>(0x80040111));
   EXPECT_EQ(found, nullptr);

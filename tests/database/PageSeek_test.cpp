@@ -492,8 +492,9 @@ TEST_F(LiftedLiterals, WhereAnIndexHasAConditionOnlyKeysAreLifted) {
       page[0].sql);
 }
 
-TEST_F(LiftedLiterals, ATextWithParametersOfItsOwnKeepsItsLiterals) {
-  EXPECT_EQ("SELECT ?1 FROM t WHERE name = 'a'", Translate(u"SELECT ?1 FROM t WHERE name = 'a'").sql);
+TEST_F(LiftedLiterals, AParameterWithANumberIsRefused) {
+  EXPECT_EQ(u"The parameter ?1 has a number: write ? or :name.",
+            Translate(u"SELECT ?1 FROM t WHERE name = 'a'").unbound);
 }
 
 TEST_F(LiftedLiterals, AChangedSchemaIsAskedAgain) {

@@ -175,7 +175,8 @@ TEST_F(DRecordsetRows, MembersStandInTheOrderOfTheInterface) {
                                    u"GetStatePrevPage",
                                    u"GetStateNextPage",
                                    u"GetUrlForPage",
-                                   u"GetCurrentState"};
+                                   u"GetCurrentState",
+                                   u"SetParameter"};
   const auto& members = DRecordset().Class().members;
   ASSERT_EQ(members.size(), std::size(names));
   for (std::size_t i = 0; i < members.size(); ++i) EXPECT_EQ(members[i].name, names[i]);

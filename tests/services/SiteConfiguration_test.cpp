@@ -146,6 +146,39 @@ TEST(SiteConfiguration, reads_the_limits_of_databases) {
             "site.toml, line 2: max_value must lie between 1 and 1099511627776");
 }
 
+TEST(SiteConfiguration, asks_for_no_token_and_lets_nobody_be_asked_unless_told) {
+  const SiteConfiguration site = ParseSiteConfiguration("", ".");
+  EXPECT_FALSE(site.forms.token);
+  EXPECT_TRUE(site.forms.origins.empty());
+  EXPECT_TRUE(site.fetch.addresses.empty());
+  EXPECT_FALSE(site.fetch.isPrivateAllowed);
+  EXPECT_TRUE(site.server.compression);
+}
+
+TEST(SiteConfiguration, reads_forms_and_fetch) {
+  const SiteConfiguration site = ParseSiteConfiguration(
+      "[forms]\ntoken = true\norigins = [\"https://pay.example\", \"*\"]\n"
+      "[fetch]\naddresses = [\"http://127.0.0.1:9000\", \"http://[::1]:9\"]\nprivate = true\ntimeout = "
+      "\"2s\"\nmax_bytes = 9\n",
+      ".");
+  EXPECT_TRUE(site.forms.token);
+  EXPECT_EQ(site.forms.origins, (std::vector<std::string>{"https://pay.example", "*"}));
+  EXPECT_EQ(site.fetch.addresses, (std::vector<std::string>{"http://127.0.0.1:9000", "http://[::1]:9"}));
+  EXPECT_TRUE(site.fetch.isPrivateAllowed);
+  EXPECT_EQ(site.fetch.timeout, std::chrono::seconds(2));
+  EXPECT_EQ(site.fetch.maxBytes, 9u);
+}
+
+TEST(SiteConfiguration, an_origin_that_no_browser_sends_is_wrong) {
+  for (const char* origin : {"", "pay.example", "https://pay.example/", "https://", "https://PAY.example",
+                             "ftp://pay.example", "https://user@pay.example", "https://pay.example?x"}) {
+    const std::string list = " = [\"" + std::string(origin) + "\"]\n";
+    EXPECT_THROW(ParseSiteConfiguration("[forms]\norigins" + list, "."), ConfigurationError) << origin;
+    EXPECT_THROW(ParseSiteConfiguration("[fetch]\naddresses" + list, "."), ConfigurationError) << origin;
+  }
+  EXPECT_THROW(ParseSiteConfiguration("[fetch]\naddresses = [\"*\"]\n", "."), ConfigurationError);
+}
+
 TEST(SiteConfiguration, says_which_line_is_wrong) {
   EXPECT_EQ(FailureOf("[site]\nroot = \"/a/b\"\n"),
             "site.toml, line 2: root must be exactly one segment such as \"/shop\"");

@@ -1,6 +1,7 @@
 #include "varnel/component/ForeignObject.h"
 
 #include "varnel/automation/Error.h"
+#include "varnel/automation/Members.h"
 #include "varnel/component/AutomationValues.h"
 
 namespace varnel::com {
@@ -91,7 +92,7 @@ class ForeignEnumeration : public Enumeration {
 }  // namespace
 
 const ClassInfo& ForeignObject::Class() const {
-  static const ClassInfo info{u"Object", {}};
+  static const ClassInfo info{u"Object", {Method<&ForeignObject::DefaultValue>(u"").AsDefault()}};
   return info;
 }
 

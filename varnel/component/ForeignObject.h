@@ -12,7 +12,7 @@ class ForeignObject : public Object {
   // `dispatch` isn't null.
   explicit ForeignObject(ComPointer<IDispatch> dispatch) : m_dispatch(std::move(dispatch)) {}
 
-  // Without members of its own: what it can do only it knows.
+  // With nothing but a default member, which it may turn out not to have: what it can do only it knows.
   const ClassInfo& Class() const override;
 
   // What the object answers is raised as it says. 438 for a name that it doesn't know, 13, 6 and 450 for values and
@@ -33,6 +33,7 @@ class ForeignObject : public Object {
   IDispatch* Dispatch() const { return m_dispatch.Get(); }
 
  private:
+  Variant DefaultValue() { return CallDefault({}); }
   DISPID IdOf(StringView name) const;
   Variant InvokeId(DISPID id, WORD flags, Arguments arguments, StringView name);
 

@@ -92,7 +92,7 @@ const ClassInfo& DRecordset::Class() const {
           Method<&D::GetStateNextPage>(u"GetStateNextPage"),
           Method<&D::GetUrlForPage>(u"GetUrlForPage").Taking(u"lPosition"),
           Method<&D::GetCurrentState>(u"GetCurrentState"),
-          Method<&D::SetParameter>(u"SetParameter"),
+          Method<&D::SetParameter>(u"SetParameter").Taking(u"iName, iValue"),
       }};
   return info;
 }

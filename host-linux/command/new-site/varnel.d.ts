@@ -148,6 +148,8 @@ declare namespace Varnel {
     GetUrlForPage(position: any): any;
     /** The state text that reads this page again. */
     GetCurrentState(): any;
+    /** The value of `:name` in the query of `OpenRS`. It never becomes SQL. */
+    SetParameter(name: any, value: any): any;
     [Symbol.iterator](): Iterator<any>;
   }
 
@@ -654,6 +656,57 @@ declare namespace Varnel {
     readonly HelpFile: any;
     /** Always 0. */
     readonly HelpContext: any;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** A statement with [parameters](parameters.md); made by `Server.CreateObject("ADODB.Command")`. */
+  interface ADODBCommand {
+    /** An open connection, or the text of one. */
+    ActiveConnection: any;
+    /** The statement, with `?` or `:name` where its values go. */
+    CommandText: any;
+    /** 1 or 8 a statement, 2 the name of a table. */
+    CommandType: any;
+    /** Seconds that the statement may take; at most `statement_timeout`. */
+    CommandTimeout: any;
+    /** Kept and given back. */
+    Prepared: any;
+    /** The values. */
+    readonly Parameters: any;
+    /** A new parameter, for `Parameters.Append`. */
+    CreateParameter(name?: any, type?: any, direction?: any, size?: any, value?: any): any;
+    /** Runs the statement; gives a recordset, and the number of changed rows in a `ByRef`. An array of values takes the place of the first parameters' values. */
+    Execute(affected?: any, values?: any, options?: any): any;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** The parameters of a command, in the order of the question marks. They can be walked. */
+  interface ADODBParameters {
+    /** Their number. */
+    readonly Count: any;
+    /** One of them; positions count from 0. */
+    Item(nameOrPosition: any): any;
+    (nameOrPosition: any): any;
+    /** Adds one. Error 3367 for a name that is taken. */
+    Append(parameter: any): any;
+    /** Takes one away. */
+    Delete(nameOrPosition: any): any;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** One value of a command. */
+  interface ADODBParameter {
+    /** What `:name` in the text means. */
+    Name: any;
+    /** 0 as it is; 3 whole number, 5 number, 7 or 135 date with time, 133 day, 11 boolean, 202 text, 205 bytes, and the other codes of these. */
+    Type: any;
+    /** 1, into the statement. */
+    Direction: any;
+    /** The longest text; 0 is any. */
+    Size: any;
+    /** The value. */
+    Value: any;
+    (): any;
     [Symbol.iterator](): Iterator<any>;
   }
 

@@ -18,13 +18,13 @@ if (Request.Form.Count === 0) rs.SetState("");
 rs.OpenRS(queries.all.sql, queries.all.key);
 while (!rs.EOF) {
   grid.Cell(rs("id").Value);
-  grid.Cell(shown(rs("name").Value));
-  grid.Cell(shown(rs("town").Value));
+  grid.Cell(shownField(rs("name")));
+  grid.Cell(shownField(rs("town")));
   grid.Cell(rs("price").Value);
-  grid.Cell(rs("born").Value);
+  grid.Cell(held(rs("born")));
   rs.MoveNext();
 }
 %><form name="people" method="post" action="<%= page.URL("form.asp", "size", asked("size")) %>">
 <% page.Add(grid); %>
-<p><%= Request.Form.Count %> fields: <% for (var key of Request.Form) { %><%= key %> <% } %></p>
+<p><%= Request.Form.Count %> fields: <% for (var i = 1; i <= Request.Form.Count; i++) { %><%= Request.Form.Key(i) %> <% } %></p>
 </form>

@@ -7,13 +7,17 @@ function makeGrid(title, query, columns) {
   rs.SetPageSize(CInt(asked("size") || "8"));
   if (asked("count") !== "0") rs.SetRecCountON();
   var grid = page.DGrid(rs, title);
-  for (var c of columns) grid.Col(c.title, c.sort, c.width || 0, c.align === undefined ? -2 : c.align, -2, c.span || 1);
+  for (var n = 0; n < columns.length; n++) {
+    var c = columns[n];
+    grid.Col(c.title, c.sort, c.width || 0, c.align === undefined ? -2 : c.align, -2, c.span || 1);
+  }
   if (asked("colors") === "1") grid.ShowAlternateColors();
   if (asked("jump") !== "") grid.ShowPageJump(new ByRef(CInt(asked("jump"))), new ByRef(CInt(12)), "");
   rs.OpenRS(query.sql, query.key);
   while (!rs.EOF) {
-    for (var shownColumn of columns) {
-      if (shownColumn.skip) grid.SkipCell(); else grid.Cell(shown(rs(shownColumn.field).Value));
+    for (var i = 0; i < columns.length; i++) {
+      var shownColumn = columns[i];
+      if (shownColumn.skip) grid.SkipCell(); else grid.Cell(shownField(rs(shownColumn.field)));
     }
     rs.MoveNext();
   }

@@ -26,8 +26,9 @@ function link(name, url) {
 </pre>
 <%= link("first", rs.GetUrlFirst()) %><%= link("previous", rs.GetUrlPrev()) %><%= link("next", rs.GetUrlNext()) %><%= link("last", rs.GetUrlLast()) %>
 <%
-for (var sort of (asked("sorts") || query.key).split(";")) {
-  Response.Write(link(sort + " " + rs.GetCurrentSortOrder(sort), rs.GetUrlSorted(sort)));
+var sorts = (asked("sorts") || query.key).split(";");
+for (var s = 0; s < sorts.length; s++) {
+  Response.Write(link(sorts[s] + " " + rs.GetCurrentSortOrder(sorts[s]), rs.GetUrlSorted(sorts[s])));
 }
 if (rs.GetPageJump()) {
   for (var n = rs.m_leftPageNumber; n <= rs.m_rightPageNumber; n++) {
@@ -36,8 +37,8 @@ if (rs.GetPageJump()) {
 }
 %>
 <table>
-<% if (!rs.EOF) { %><tr><% for (var head of rs.Fields) { %><th><%= head.Name %> <%= head.Type_ %></th><% } %></tr><% } %>
+<% if (!rs.EOF) { %><tr><% for (var h = 0; h < rs.Fields.Count; h++) { var head = rs.Fields.Item(h); %><th><%= head.Name %> <%= head.Type_ %></th><% } %></tr><% } %>
 <% while (!rs.EOF) { %>
-<tr><% for (var i = 0; i < rs.Fields.Count; i++) { %><td><%= shown(rs(i).Value) %></td><% } %></tr>
+<tr><% for (var i = 0; i < rs.Fields.Count; i++) { %><td><%= shownField(rs(i)) %></td><% } %></tr>
 <% rs.MoveNext(); } %>
 </table>
