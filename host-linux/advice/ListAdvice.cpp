@@ -54,6 +54,8 @@ bool ListMemory::IsNew(const ListWarning& warning) {
 
 void ListAdvice::Opening(const varnel::host::ListInUse& list) noexcept {
   try {
+    if (m_onList) m_onList(m_place(), list);
+    if (!m_looks) return;
     const ListTexts texts{String(list.query), String(list.keys), String(list.sort), list.declaredSorts,
                           list.counts};
     String key = texts.query + u'\n' + texts.keys + u'\n' + texts.sort + (texts.counts ? u"\n1" : u"\n0");

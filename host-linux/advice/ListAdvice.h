@@ -44,9 +44,13 @@ class ListMemory {
 
 class ListAdvice : public varnel::host::IListWatcher {
  public:
-  // `place` tells where the page is. Both outlive it.
-  ListAdvice(ListMemory& memory, std::function<std::string()> place)
-      : m_memory(memory), m_place(std::move(place)) {}
+  using OnList = std::function<void(const std::string& place, const varnel::host::ListInUse& list)>;
+
+  // `place` tells where the page is. `looks`: faults are looked for. `onList`, which may be empty, is told of each
+  // list. All outlive it.
+  ListAdvice(ListMemory& memory, std::function<std::string()> place, bool looks = true,
+             const OnList& onList = {})
+      : m_memory(memory), m_place(std::move(place)), m_looks(looks), m_onList(onList) {}
 
   void Opening(const varnel::host::ListInUse& list) noexcept override;
 
@@ -55,6 +59,8 @@ class ListAdvice : public varnel::host::IListWatcher {
  private:
   ListMemory& m_memory;
   const std::function<std::string()> m_place;
+  const bool m_looks;
+  const OnList m_onList;
   std::vector<ListWarning> m_warnings;
 };
 

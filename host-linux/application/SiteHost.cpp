@@ -124,12 +124,14 @@ SiteHost::SiteHost(SiteConfiguration site, ScriptRuntime& runtime, Options optio
       m_application(MakeApplication(m_site)),
       m_sessions(MakeSessions(m_site, std::move(options.sessions))),
       m_newSessions(options.limitsVisitors ? MakeSessionLimit(m_site) : nullptr),
-      m_platform(m_site, MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage),
+      m_platform(m_site,
+                 MakeDatabase(m_site, std::move(options.onStatement), &TimeLeftOfPage, options.readsOnly),
                  std::move(options.ownComponents)),
       m_guardsForms(options.guardsForms),
       m_links(options.guardsLists ? m_site.lists.links : SiteConfiguration::Links::Any),
       m_sealKeys(m_links == SiteConfiguration::Links::Sealed ? LoadSealKeys(m_site) : std::vector<SealKey>()),
-      m_advises(options.advises && m_site.mode == SiteConfiguration::Mode::Development) {
+      m_advises(options.advises && m_site.mode == SiteConfiguration::Mode::Development),
+      m_onList(std::move(options.onList)) {
   const auto locale = FindLocale(m_site.lcid);
   if (!locale) throw ConfigurationError("site.toml: there is no locale " + std::to_string(m_site.lcid));
   varnel::SetUserLocale(*locale);
@@ -437,10 +439,11 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
 
   // These two outlive the context.
   ListGuard lists = GuardFor(page, engine);
-  ListAdvice advice(m_lists, [&engine] { return PlaceText(engine.Place()); });
+  ListAdvice advice(
+      m_lists, [&engine] { return PlaceText(engine.Place()); }, m_advises, m_onList);
   const auto context = MakeContext(request, directives, engine, link, ending);
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
-  if (m_advises) context->SetListWatcher(&advice);
+  if (m_advises || m_onList) context->SetListWatcher(&advice);
   if (AsksForToken(*request, directives)) {
     const Session* session = context->Objects().session.get();
     ending.refusedForm = !BearsFormToken(*request, session, m_platform.CodePages());

@@ -53,6 +53,10 @@ class SiteHost {
     bool guardsForms = true;
     // In development mode lists are looked at, and what they get wrong is told; false: nothing is said of them.
     bool advises = true;
+    // Called with each list that a page opens, and the place where it does; may be left empty.
+    std::function<void(const std::string& place, const varnel::host::ListInUse& list)> onList = {};
+    // Every connection is opened for reading only, whatever its text says.
+    bool readsOnly = false;
     // A visitor begins only so many sessions as the site's [limits] say; false: as many as he likes.
     bool limitsVisitors = true;
   };
@@ -145,6 +149,7 @@ class SiteHost {
   const std::vector<SealKey> m_sealKeys;  // only for sealed links
   mutable KnownPages m_knownPages;
   const bool m_advises;
+  const std::function<void(const std::string&, const varnel::host::ListInUse&)> m_onList;
   ListMemory m_lists;
 };
 

@@ -88,7 +88,7 @@ std::unique_ptr<AddressLimit> MakeSessionLimit(const SiteConfiguration& site) {
 
 std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
                                           std::function<void(const SqlTraceEntry&)> onStatement,
-                                          TimeLeft timeLeft) {
+                                          TimeLeft timeLeft, bool readsOnly) {
   AdoOptions options;
   options.engines = KnownEngines();
   options.folder = site.folder;
@@ -97,6 +97,7 @@ std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
   options.timeLeft = std::move(timeLeft);
   options.onStatement = std::move(onStatement);
   options.whyEmpty = WhyConnectionIsEmpty;
+  options.readsOnly = readsOnly;
   if (site.mode == SiteConfiguration::Mode::Development) {
     options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
   }

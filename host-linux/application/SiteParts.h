@@ -33,7 +33,7 @@ std::unique_ptr<AddressLimit> MakeSessionLimit(const SiteConfiguration& site);
 // `timeLeft`: what is left of the calling thread's page.
 std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
                                           std::function<void(const SqlTraceEntry&)> onStatement,
-                                          TimeLeft timeLeft);
+                                          TimeLeft timeLeft, bool readsOnly = false);
 
 // The Cache-Control of files: whoever is developing wants to see a changed style at once.
 std::string FileCaching(const SiteConfiguration& site);

@@ -117,8 +117,8 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
   }
   return EngineOf(m_options.engines, connection)
       .MakeProvider()
-      ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds), m_options.limits,
-                                     m_options.timeLeft});
+      ->Open(connection, OpenOptions{m_options.folder, readOnly || m_options.readsOnly,
+                                     Timeout(timeoutSeconds), m_options.limits, m_options.timeLeft});
 }
 
 // A session whose file was replaced while it waited is dropped, and the next one looked at.

@@ -22,6 +22,7 @@ struct AdoOptions {
   std::filesystem::path folder;                   // where relative file names begin: the site
   std::chrono::milliseconds statementTimeout{0};  // caps every CommandTimeout; 0: no cap
   EngineLimits limits;
+  bool readsOnly = false;  // every connection, whatever its text says
   TimeLeft timeLeft;  // of the page that runs on the calling thread; no statement outlives it. May be empty
   // Also for a statement that failed; may be empty. See SqlTrace.
   std::function<void(const SqlTraceEntry&)> onStatement;
