@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "varnel/automation/String.h"
 
@@ -261,6 +262,8 @@ std::u16string LiteralSql(std::u16string_view value, LiteralForm form) {
       return BoundsOfNumeral(value)->high;
     case LiteralForm::Stored:
       return TextLiteral(*StoredDate(value));
+    case LiteralForm::Regex:
+      return TextLiteral(PatternAsRegex(value));
     case LiteralForm::Day:
       break;
   }
@@ -275,6 +278,8 @@ BoundValue LiteralValue(std::u16string_view value, LiteralForm form) {
       return varnel::ToUtf8(*StoredDate(value));
     case LiteralForm::Day:
       return varnel::ToUtf8(StoredDate(value)->substr(0, 10));
+    case LiteralForm::Regex:
+      return varnel::ToUtf8(PatternAsRegex(value));
     default:
       return NumberValue(LiteralSql(value, form));
   }

@@ -40,8 +40,8 @@ struct LiteralTraits {
 };
 LiteralTraits TraitsOf(std::u16string_view value);
 
-// The forms in which a literal's value reaches the engine.
-enum class LiteralForm { Text, Number, Low, High, Stored, Day };
+// The forms in which a literal's value reaches the engine; Regex is that of a LIKE pattern.
+enum class LiteralForm { Text, Number, Low, High, Stored, Day, Regex };
 
 // `value` in a form that its traits allow: as SQL, and as the value of a parameter.
 std::u16string LiteralSql(std::u16string_view value, LiteralForm form);

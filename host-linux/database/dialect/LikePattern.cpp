@@ -6,6 +6,7 @@ namespace {
 // Characters compared between two looks at the clock; a class may be as long as the pattern.
 constexpr size_t kStepsBetweenLooks = 1 << 16;
 constexpr size_t kNone = std::u16string_view::npos;
+constexpr std::u16string_view kNeverMatches = u"$x";  // nothing stands behind the end
 
 char16_t Fold(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
 
@@ -28,6 +29,34 @@ bool ClassMatches(std::u16string_view body, char16_t c) {
     if (range) i += 2;
   }
   return found != negated;
+}
+
+void AddEscaped(std::u16string& regex, char16_t c) {
+  constexpr std::u16string_view kSpecial = u"\\^$.|?*+()[]{}-";
+  if (kSpecial.find(c) != kNone) regex += u'\\';
+  regex += c;
+}
+
+// A class without its brackets.
+std::u16string ClassAsRegex(std::u16string_view body) {
+  const bool negated = !body.empty() && body.front() == u'^';
+  if (negated) body.remove_prefix(1);
+  if (body.empty()) return std::u16string(negated ? u"." : kNeverMatches);
+  std::u16string regex = negated ? u"[^" : u"[";
+  for (size_t i = 0; i < body.size(); ++i) {
+    const bool range = i + 2 < body.size() && body[i + 1] == u'-';
+    if (range && body[i] > body[i + 2]) {  // which no character lies in
+      i += 2;
+      continue;
+    }
+    AddEscaped(regex, body[i]);
+    if (!range) continue;
+    regex += u'-';
+    AddEscaped(regex, body[i + 2]);
+    i += 2;
+  }
+  if (regex.size() == (negated ? 2U : 1U)) return std::u16string(negated ? u"." : kNeverMatches);
+  return regex + u"]";
 }
 
 // One step of the pattern at `p` against `c`: the position behind it, or kNone if it doesn't match.
@@ -71,6 +100,26 @@ std::u16string PatternWithoutEscape(std::u16string_view pattern, char16_t escape
     plain += special ? std::u16string{u'[', c, u']'} : std::u16string{c};
   }
   return plain;
+}
+
+std::u16string PatternAsRegex(std::u16string_view pattern) {
+  std::u16string regex = u"^";
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    const char16_t c = pattern[i];
+    if (c == u'%') {
+      regex += u".*";
+    } else if (c == u'_') {
+      regex += u".";
+    } else if (c != u'[') {
+      AddEscaped(regex, c);
+    } else {
+      const size_t end = ClassEnd(pattern, i);
+      if (end == kNone) return std::u16string(kNeverMatches);
+      regex += ClassAsRegex(pattern.substr(i + 1, end - i - 2));
+      i = end - 1;
+    }
+  }
+  return regex + u"$";
 }
 
 // Greedy with one way back: only the last % has to be tried again, as an earlier one that gives up more

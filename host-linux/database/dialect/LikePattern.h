@@ -20,6 +20,10 @@ std::optional<std::u16string> PatternWithEscapes(std::u16string_view pattern);
 // "50!%" with '!' gives "50[%]".
 std::u16string PatternWithoutEscape(std::u16string_view pattern, char16_t escape);
 
+// The regular expression that matches what `pattern` does, but for the case of letters: for an engine that has no classes in
+// LIKE and knows Perl's escapes, with a dot that matches line breaks too.
+std::u16string PatternAsRegex(std::u16string_view pattern);
+
 // True if `text` matches `pattern`. ASCII letters match in either case, as the engine's own LIKE does. An
 // unclosed class matches nothing. Takes time in proportion to the product of both lengths at most.
 bool MatchesPattern(std::u16string_view text, std::u16string_view pattern);

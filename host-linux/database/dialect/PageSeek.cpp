@@ -99,14 +99,6 @@ bool SameColumns(const Columns& a, const Columns& b) {
                     });
 }
 
-// The lowest value of a column that is no NULL: only against a value can an index pass over the NULLs.
-std::u16string LowestOf(const Columns& column) {
-  const ColumnKind kind =
-      column.size() == 1 ? KindOfDeclaredType(column[0].declaredType) : ColumnKind::Unknown;
-  if (kind == ColumnKind::Unknown || kind == ColumnKind::Blob) return {};
-  return kind == ColumnKind::Text ? u" >= ''" : u" >= -9e999";
-}
-
 // What a key is compared as in a row value: None where only a comparison of its own is right, or where no
 // index may be met. SQLite doesn't look a row up by a name of its number, which only an INTEGER can be.
 RowPart PartOf(const ColumnFact& column, std::u16string_view literal) {
@@ -167,8 +159,8 @@ class Writer {
 
 class Seeker {
  public:
-  Seeker(const PageSpec& page, PageTokens tokens, IColumnFacts& facts)
-      : m_page(page), m_texts(std::move(tokens)), m_facts(facts) {}
+  Seeker(const PageSpec& page, PageTokens tokens, IColumnFacts& facts, const IEngineWords& words)
+      : m_page(page), m_texts(std::move(tokens)), m_facts(facts), m_words(words) {}
 
   std::vector<PageStep> Run() {
     if (m_page.rows <= 0 || (IsJump() && (m_page.way <= 0 || IsUnion()))) return {};
@@ -361,7 +353,7 @@ class Seeker {
   bool KeepsColumns() {
     const std::u16string select = SelectOf(First());
     const auto plain = m_facts.Describe(select);
-    const auto inner = m_facts.Describe(u"SELECT * FROM (" + select + u")");
+    const auto inner = m_facts.Describe(u"SELECT * FROM (" + select + u") AS \"page\"");
     return plain && inner && SameColumns(*plain, *inner) &&
            std::all_of(m_keys.begin(), m_keys.end(),
                        [&](const Key& key) { return PositionOf(First(), *plain, key).has_value(); });
@@ -495,8 +487,9 @@ class Seeker {
         return u" is null";
       default: {
         const auto facts = FactsOf(branch, key);
-        const std::u16string lowest = facts ? LowestOf(*facts) : std::u16string();
-        return lowest.empty() ? u" is not null" : lowest;
+        const bool isOne = facts && facts->size() == 1;
+        return m_words.PastNulls(isOne ? KindOfDeclaredType(facts->front().declaredType)
+                                       : ColumnKind::Unknown);
       }
     }
   }
@@ -688,7 +681,8 @@ class Seeker {
     order += u" LIMIT " + NumberText(m_page.rows);
     Writer writer;
     for (const Branch& branch : m_branches) {
-      writer.Add(&branch == &First() ? u"SELECT * FROM (" : u" UNION SELECT * FROM (");
+      const std::u16string_view open = m_words.WrapsBranches() ? u"SELECT * FROM (" : u"(";
+      writer.Add((&branch == &First() ? u"" : u" UNION ") + std::u16string(open));
       WriteSelect(writer, branch, arm);
       writer.Add(order + u")");
     }
@@ -711,6 +705,7 @@ class Seeker {
   const PageSpec& m_page;
   PageTokens m_texts;
   IColumnFacts& m_facts;
+  const IEngineWords& m_words;
   std::vector<Branch> m_branches;
   Tokens m_order;  // ORDER BY and its terms
   std::vector<Key> m_keys;
@@ -720,8 +715,9 @@ class Seeker {
 
 }  // namespace
 
-std::vector<PageStep> SeekPage(const PageSpec& page, PageTokens tokens, IColumnFacts& facts) {
-  return Seeker(page, std::move(tokens), facts).Run();
+std::vector<PageStep> SeekPage(const PageSpec& page, PageTokens tokens, IColumnFacts& facts,
+                               const IEngineWords& words) {
+  return Seeker(page, std::move(tokens), facts, words).Run();
 }
 
 }  // namespace hostlinux

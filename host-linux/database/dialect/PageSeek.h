@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "host-linux/database/dialect/ColumnFacts.h"
+#include "host-linux/database/dialect/EngineWords.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "varnel/host/Paging.h"
 
@@ -44,6 +45,7 @@ struct PageStep {
 // rows at most, or those of the `way` of a jump: the last `rows` of all are the page's then, turned around. None where
 // that isn't surely what the page's text reads: for what is grouped or aggregated, and for an order by a name that
 // isn't the column of its condition.
-std::vector<PageStep> SeekPage(const varnel::host::PageSpec& page, PageTokens tokens, IColumnFacts& facts);
+std::vector<PageStep> SeekPage(const varnel::host::PageSpec& page, PageTokens tokens, IColumnFacts& facts,
+                               const IEngineWords& words);
 
 }  // namespace hostlinux

@@ -50,7 +50,10 @@ bool IsDate(varnel::Date date) {
 }
 
 BoundValue TextValueOf(const String& text, LiteralForm form, char16_t escape) {
-  if (escape != 0) return varnel::ToUtf8(PatternWithoutEscape(text, escape));
+  if (escape != 0) {
+    const String pattern = PatternWithoutEscape(text, escape);
+    return form == LiteralForm::Regex ? LiteralValue(pattern, form) : varnel::ToUtf8(pattern);
+  }
   return LiteralValue(text, form);
 }
 
@@ -61,6 +64,8 @@ ParameterFacts FactsOf(const Variant& value) {
   if (const auto* date = value.As<varnel::Date>()) {
     facts.isText = true;
     facts.traits = TraitsOf(DateTextOf(*date));
+  } else if (const auto* number = value.As<double>()) {
+    facts.isFraction = std::holds_alternative<double>(NumberOf(*number));
   } else if (const auto* text = value.As<String>()) {
     facts.isText = true;
     facts.traits = TraitsOf(*text);

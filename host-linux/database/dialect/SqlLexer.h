@@ -43,7 +43,8 @@ struct SqlToken {
   bool isKey = false;     // the value of a page's key
   RowPart rowPart = RowPart::None;
   bool lifted = false;  // a parameter stands for its value
-  char16_t escape = 0;  // of a parameter that is a pattern: the character that escapes in it
+  char16_t escape = 0;     // of a parameter that is a pattern: the character that escapes in it
+  bool isPattern = false;  // a parameter that reaches the engine as a regular expression
 };
 
 // Where a token lies in its text: blanks from `gap` to `begin`, the token from there to `end`.

@@ -7,9 +7,11 @@
 namespace hostlinux {
 namespace {
 
-// 0 and 1 are flags, of which the engine's planner thinks that they are common.
+// 0 and 1 are flags, of which the engine's planner thinks that they are common. Others have forms of their own where they
+// don't fit an integer.
 char16_t NumberMark(std::u16string_view text) {
-  return text == u"0" || text == u"1" ? static_cast<char16_t>(0x100 | text[0]) : u'\x200';
+  if (text == u"0" || text == u"1") return static_cast<char16_t>(0x100 | text[0]);
+  return IsShortWhole(text) ? u'\x200' : u'\x201';
 }
 
 char16_t ValueMark(const LiteralTraits& traits) {
@@ -47,7 +49,7 @@ char16_t DistanceToEqual(const std::vector<SqlLiteral>& literals) {
 }
 
 char16_t ParameterMark(const ParameterFacts& facts) {
-  if (!facts.isText) return u'\x400';
+  if (!facts.isText) return facts.isFraction ? u'\x401' : u'\x400';
   return static_cast<char16_t>((facts.isPattern ? 0x600 : 0x500) | ValueMark(facts.traits));
 }
 
@@ -57,6 +59,12 @@ bool IsOfEngine(SqlTokenKind kind, char16_t first) {
 }
 
 }  // namespace
+
+bool IsShortWhole(std::u16string_view number) {
+  constexpr std::size_t kDigits = 9;
+  return !number.empty() && number.size() <= kDigits &&
+         number.find_first_not_of(u"0123456789") == std::u16string_view::npos;
+}
 
 SqlShape ShapeOf(std::u16string_view sql, const varnel::host::StatementParameters& parameters) {
   SqlShape shape;

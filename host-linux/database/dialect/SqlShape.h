@@ -50,6 +50,9 @@ void AddToShape(SqlShape& shape, std::u16string_view sql, ShapeParameters& io_pa
 // The value of a literal; that of an escape is the date as it is stored, that of a number its text.
 std::u16string ValueOf(SqlTokenKind kind, std::u16string_view text);
 
+// True for a number of nine digits at most and nothing else, which is an integer to every engine.
+bool IsShortWhole(std::u16string_view number);
+
 // Literals that must be equal for a text to have a certain form are compared over at most this many.
 constexpr std::size_t kLiteralsCompared = 32;
 
