@@ -1,7 +1,8 @@
 // What a page costs in the database by its depth in a list of 2,000,000 rows: the reads of first, last, next, previous
 // and a jump of three pages, as the library asks for them, at depth 1,000 and 1,000,000, and where the anchor row is a
 // NULL, the last NULL, or the first row behind the NULLs. Beside them the same reads by the library's text, and rows by
-// OFFSET. Times are the best of many, in microseconds, of ten rows read through ADO.
+// OFFSET. With a connection string in VARNEL_BENCH_SERVER, on that server instead (Provider=PostgreSQL;...), whose table item
+// is made anew. Times are the best of many, in microseconds, of ten rows read through ADO.
 #include <sqlite3.h>
 #include <stdlib.h>
 
@@ -12,6 +13,9 @@
 #include <filesystem>
 
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/database/postgresql/PostgresqlEngine.h"
+#include "host-linux/database/postgresql/PostgresqlProvider.h"
+#include "host-linux/database/postgresql/PostgresqlSession.h"
 #include "host-linux/database/sqlite/SqliteEngine.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/recordset/PageQuery.h"
@@ -81,6 +85,21 @@ constexpr char kTable[] =
     "ELSE 3 + id %% 100 END, id FROM item;"
     "ANALYZE;";
 
+// The same on PostgreSQL. NULLs come first there where an index says so, and case is a matter of other types.
+constexpr char kServerTable[] =
+    "DROP TABLE IF EXISTS item, member;"
+    "CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(60), city VARCHAR(40) NOT NULL, label VARCHAR(60), note VARCHAR(60));"
+    "INSERT INTO item SELECT i, CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END,"
+    "  'City ' || to_char(i * 31 %% 197, 'FM000'), CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END,"
+    "  CASE WHEN i %% 5 < 3 THEN NULL ELSE 'Note ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END"
+    "  FROM generate_series(0, %d - 1) i;"
+    "CREATE INDEX item_label ON item (label DESC NULLS LAST, id);"
+    "CREATE INDEX item_name ON item (name NULLS FIRST, id); CREATE INDEX item_city ON item (city, name NULLS FIRST, id);"
+    "CREATE INDEX item_note ON item (note NULLS FIRST, id);"
+    "CREATE TABLE member (category INT NOT NULL, id INT NOT NULL, PRIMARY KEY (category, id));"
+    "CREATE INDEX member_id ON member (id, category);"
+    "INSERT INTO member SELECT CASE WHEN id / 10 %% 10 = 1 THEN 1 WHEN id / 10 %% 2000 = 2 THEN 2 ELSE 3 + id %% 100 END, id FROM item;";
+
 enum class Read { First, Last, Next, Previous, JumpAhead, JumpBack };
 
 const std::pair<Read, const char*> kKinds[] = {{Read::First, "first"},       {Read::Last, "last"},
@@ -94,14 +113,17 @@ class Paging {
   Paging(int rows, bool withTexts) : m_rows(rows), m_withTexts(withTexts) {
     std::string pattern = (std::filesystem::temp_directory_path() / "varnel-bench-XXXXXX").string();
     m_folder = mkdtemp(pattern.data());
-    MakeTable();
+    const char* server = std::getenv("VARNEL_BENCH_SERVER");
+    server == nullptr ? MakeTable() : MakeServerTable(server);
     hostlinux::AdoOptions options;
-    options.engines = {std::make_shared<hostlinux::SqliteEngine>()};
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>(), std::make_shared<hostlinux::PostgresqlEngine>()};
     options.folder = m_folder;
     m_database = hostlinux::AdoDatabase::Make(std::move(options));
     m_connection = std::make_shared<hostlinux::AdoConnection>(m_database);
     m_connection->SetCommandTimeout(0);
-    m_connection->Open(u"Provider=SQLite;Data Source=list.db;Mode=Read", u"", u"", -1);
+    m_connection->Open(server == nullptr ? String(u"Provider=SQLite;Data Source=list.db;Mode=Read")
+                                         : varnel::FromUtf8(server) + u";Mode=Read;CountsFor=60s",
+                       u"", u"", -1);
   }
   Paging(const Paging&) = delete;
   Paging& operator=(const Paging&) = delete;
@@ -135,6 +157,14 @@ class Paging {
       std::exit(1);
     }
     sqlite3_close(database);
+  }
+
+  void MakeServerTable(const char* server) {
+    std::vector<char> sql(sizeof kServerTable + 32);
+    std::snprintf(sql.data(), sql.size(), kServerTable, m_rows);
+    const auto session = hostlinux::OpenPostgresql(hostlinux::ConnectionString(varnel::FromUtf8(server)), {});
+    session->RunScript(sql.data());
+    session->RunScript("VACUUM ANALYZE");
   }
 
   void PrintList(const List& list) {

@@ -1,9 +1,10 @@
-// SQL texts of any kind through the dialect: it must neither fail nor lose a token of a text that needs no
+// SQL texts of any kind through the dialects of both engines: it must neither fail nor lose a token of a text that needs no
 // rewriting, and what it remembers of a shape must be what it works out anew.
 #include <cstdint>
 #include <cstdlib>
 
 #include "host-linux/database/dialect/LikePattern.h"
+#include "host-linux/database/dialect/PostgresqlDialect.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
 #include "varnel/automation/Convert.h"
@@ -57,7 +58,7 @@ varnel::host::PageSpec PageOf(const std::u16string& text) {
   return page;
 }
 
-std::vector<std::string> StatementsOf(hostlinux::SqliteDialect& dialect, const varnel::host::PageSpec& page) {
+std::vector<std::string> StatementsOf(hostlinux::SqlDialect& dialect, const varnel::host::PageSpec& page) {
   std::vector<std::string> texts;
   const auto statements = dialect.TranslatePage(page);
   for (std::size_t i = 0; statements && i < statements->Count(); ++i)
@@ -65,17 +66,31 @@ std::vector<std::string> StatementsOf(hostlinux::SqliteDialect& dialect, const v
   return texts;
 }
 
-void TryPage(const std::u16string& text, AnyFacts& facts) {
+void TryPage(const std::u16string& text, AnyFacts& facts, const hostlinux::IEngineWords& words) {
   varnel::host::PageSpec page = PageOf(text);
   if (page.keys.empty()) return;
-  hostlinux::RewritePageForSqlite(page, facts);
-  hostlinux::SqliteDialect dialect(facts);
+  hostlinux::RewritePage(page, facts, words);
+  hostlinux::SqlDialect dialect(facts, words, hostlinux::PageReads::InArms);
   const std::vector<std::string> first = StatementsOf(dialect, page);
   varnel::host::PageSpec other = page;
   for (auto& key : other.keys)
     if (!key.anchor.IsNull()) key.anchor = WithOtherValues(u"'" + varnel::ToText(key.anchor));
   StatementsOf(dialect, other);
   if (StatementsOf(dialect, page) != first) std::abort();
+}
+
+void TryWords(const std::u16string& sql, const hostlinux::IEngineWords& words) {
+  AnyFacts facts;
+  hostlinux::RewriteSql(sql, facts, words);
+  TryPage(sql, facts, words);
+  hostlinux::SqlDialect dialect(facts, words, hostlinux::PageReads::InArms);
+  const hostlinux::EngineStatement first = dialect.Translate(sql);
+  const hostlinux::EngineStatement again = dialect.Translate(sql);
+  if (first.sql != again.sql || first.values != again.values) std::abort();
+  // A text of the same shape, with all letters and digits in quotes changed, may not spoil what is
+  // remembered.
+  dialect.Translate(WithOtherValues(sql));
+  if (dialect.Translate(sql).sql != first.sql) std::abort();
 }
 
 }  // namespace
@@ -85,18 +100,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (size_t i = 0; i < size; ++i) sql += static_cast<char16_t>(data[i]);
   const auto tokens = hostlinux::LexSql(sql);
   if (hostlinux::PrintSql(tokens, 0, tokens.size()) != sql) std::abort();
-  AnyFacts facts;
-  hostlinux::RewriteForSqlite(sql, facts);
-  TryPage(sql, facts);
-  hostlinux::SqliteDialect dialect(facts);
-  const hostlinux::EngineStatement first = dialect.Translate(sql);
-  const hostlinux::EngineStatement again = dialect.Translate(sql);
-  if (first.sql != again.sql || first.values != again.values) std::abort();
-  // A text of the same shape, with all letters and digits in quotes changed, may not spoil what is
-  // remembered.
-  dialect.Translate(WithOtherValues(sql));
-  if (dialect.Translate(sql).sql != first.sql) std::abort();
+  TryWords(sql, hostlinux::WordsOfSqlite());
+  TryWords(sql, hostlinux::WordsOfPostgresql());
+  hostlinux::SpelledNames(sql);
   const std::u16string_view text(sql);
   hostlinux::MatchesPattern(text.substr(0, size / 2), text.substr(size / 2));
+  hostlinux::PatternAsRegex(text);
   return 0;
 }

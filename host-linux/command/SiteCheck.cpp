@@ -250,7 +250,8 @@ class Checker {
   }
 
   void CheckTables(const std::string& key, const ConnectionString& connection) {
-    const std::string source = varnel::ToUtf8(connection.Get(u"Data Source"));
+    const varnel::String file = connection.Get(u"Data Source");
+    const std::string source = varnel::ToUtf8(file.empty() ? connection.Get(u"Database") : file);
     for (const std::string& sentence :
          EngineOf(m_engines, connection).CheckIndexes(connection, m_site.folder))
       AddToKey(key, source + ": " + sentence);

@@ -82,16 +82,43 @@ export async function signIn(page, shop, name) {
   await Promise.all([page.waitForNavigation(), page.click(".signin button")]);
 }
 
+// A connection string without its Database, where the tests run on a server (scripts/browser-tests-postgresql): each shop has a
+// copy of a loaded database there.
+const serverText = process.env.VARNEL_SHOP_SERVER;
+let shopsOpened = 0;
+
+function serverTool(name, ...args) {
+  const port = /Port=(\d+)/.exec(serverText)[1];
+  const place = ["-h", "127.0.0.1", "-p", port, "-U", "shop"];
+  return execFileSync(join(process.env.VARNEL_SHOP_TOOLS, name), [...place, ...args], { maxBuffer: 1 << 26 }).toString();
+}
+
+function prepareServer(site, empty, name) {
+  serverTool("createdb", "-T", empty ? "shop_empty" : "shop_full", name);
+  editSettings(site, (text) =>
+    text.replace(/Provider=SQLite;Data Source=shop.db;Mode=(\w+)(;Tables=[A-Z,]+)?/g, `${serverText};Database=${name};Mode=$1`),
+  );
+}
+
+// Its names are in small letters there.
+function serverQuery(name, sql) {
+  const rows = JSON.parse(serverTool("psql", "-d", name, "-At", "-c", `SELECT coalesce(json_agg(t), '[]') FROM (${sql}) t`));
+  return rows.map((row) => Object.fromEntries(Object.entries(row).map(([key, value]) => [key.toUpperCase(), value])));
+}
+
 // With `empty`, the shop has no products. `prepare` may change the site's folder before it is served.
 export async function openShop({ empty = false, prepare = () => {} } = {}) {
   const folder = mkdtempSync(join(tmpdir(), "varnel-shop-"));
   const site = join(folder, "site");
   const database = join(site, "shop.db");
+  const databaseName = `shop_${process.pid}_${(shopsOpened += 1)}`;
   let server;
   let words = "";
   try {
     cpSync(join(repository, "site"), site, { recursive: true, filter: (path) => !path.includes("shop.db") });
-    if (empty) {
+    if (serverText) {
+      prepareServer(site, empty, databaseName);
+    } else if (empty) {
       await run(join(programs, "varnel-shop-load"), [database, "--pci", "/dev/null", "--usb", "/dev/null"]);
     } else {
       copyFileSync(await loadedDatabase(), database);
@@ -114,6 +141,7 @@ export async function openShop({ empty = false, prepare = () => {} } = {}) {
       site,
       // The rows of `sql` as objects, straight from the database.
       query(sql) {
+        if (serverText) return serverQuery(databaseName, sql);
         const text = execFileSync("sqlite3", ["-json", "-readonly", database, sql], { maxBuffer: 1 << 26 }).toString();
         return text.trim() === "" ? [] : JSON.parse(text);
       },

@@ -53,7 +53,9 @@ std::chrono::milliseconds Duration(const String& text) {
   Refuse(u"CountsFor is no time such as 30s: '" + text + u"'.");
 }
 
-PostgresqlConnection::Options OptionsOf(const ConnectionString& connection, bool readsOnly) {
+}  // namespace
+
+PostgresqlConnection::Options PostgresqlOptions(const ConnectionString& connection, bool readsOnly) {
   PostgresqlConnection::Options options;
   for (const Keyword& keyword : kKeywords) {
     if (const String value = connection.Get(keyword.ours); !value.empty())
@@ -69,8 +71,6 @@ PostgresqlConnection::Options OptionsOf(const ConnectionString& connection, bool
   return options;
 }
 
-}  // namespace
-
 std::unique_ptr<ISession> PostgresqlProvider::Open(const ConnectionString& connection, const OpenOptions& options) {
   return OpenPostgresql(connection, options);
 }
@@ -84,7 +84,7 @@ std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connec
   }
   PostgresqlAccess access;
   access.readsOnly = IsRead(connection, options.readOnly);
-  access.options = OptionsOf(connection, access.readsOnly);
+  access.options = PostgresqlOptions(connection, access.readsOnly);
   access.keepsCounts = Duration(connection.Get(u"CountsFor"));
   if (varnel::EqualsNoCase(connection.Get(u"PageReads"), u"AsWritten")) access.reads = PageReads::AsWritten;
   return std::make_unique<PostgresqlSession>(access, options);

@@ -1,5 +1,7 @@
 // varnel-shop-load: the lists of PCI and USB devices to the shop's database.
 
+#include <stdlib.h>
+
 #include <charconv>
 #include <cstddef>
 #include <exception>
@@ -20,14 +22,18 @@
 #include "site/loader/DatabaseWriter.h"
 #include "site/loader/IdsFile.h"
 #include "site/loader/Keywords.h"
+#include "site/loader/ServerWriter.h"
 
 namespace {
 
 constexpr char kUsage[] =
-    "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n";
+    "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n"
+    "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [the same options]\n";
 
 struct Options {
   std::filesystem::path database;
+  // In place of a file: the connection string of a server's database.
+  std::string server;
   std::filesystem::path pci = "/usr/share/misc/pci.ids";
   std::filesystem::path usb = "/usr/share/misc/usb.ids";
   // Empty: the table that is compiled in.
@@ -64,13 +70,16 @@ std::optional<Options> ReadOptions(const std::vector<std::string>& arguments) {
       const std::optional<std::size_t> count = ReadCount(arguments[i]);
       if (!count) return std::nullopt;
       options.products = *count;
+    } else if (arguments[i] == "--database") {
+      if (++i == arguments.size()) return std::nullopt;
+      options.server = arguments[i];
     } else if (options.database.empty() && !arguments[i].starts_with("-")) {
       options.database = arguments[i];
     } else {
       return std::nullopt;
     }
   }
-  if (options.database.empty()) return std::nullopt;
+  if (options.database.empty() == options.server.empty()) return std::nullopt;
   return options;
 }
 
@@ -80,14 +89,34 @@ std::string ReadFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// By way of a file, which goes again.
+void LoadServer(const shop::Catalogue& catalogue, const std::string& server) {
+  std::string folder = (std::filesystem::temp_directory_path() / "varnel-shop-XXXXXX").string();
+  if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("can't make " + folder);
+  struct Remover {
+    const std::string& folder;
+    ~Remover() {
+      std::error_code ignored;
+      std::filesystem::remove_all(folder, ignored);
+    }
+  } const remover{folder};
+  const std::filesystem::path file = std::filesystem::path(folder) / "shop.db";
+  shop::WriteDatabase(catalogue, file);
+  shop::WriteToServer(file, server);
+}
+
 void Load(const Options& options) {
   const shop::Keywords keywords =
       shop::Keywords::Parse(options.keywords.empty() ? shop::kKeywordsTsv : ReadFile(options.keywords));
   const shop::Catalogue catalogue = shop::BuildCatalogue(
       {{"PCI", shop::ParseIds(ReadFile(options.pci))}, {"USB", shop::ParseIds(ReadFile(options.usb))}},
       keywords, options.products);
-  shop::WriteDatabase(catalogue, options.database);
-  std::cout << options.database.string() << ": " << catalogue.products.size() << " products of "
+  if (options.server.empty()) {
+    shop::WriteDatabase(catalogue, options.database);
+  } else {
+    LoadServer(catalogue, options.server);
+  }
+  std::cout << (options.server.empty() ? options.database.string() : "the server's database") << ": " << catalogue.products.size() << " products of "
             << catalogue.manufacturers.size() << " manufacturers in " << catalogue.categories.size()
             << " categories\n";
 }
