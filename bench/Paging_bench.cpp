@@ -88,17 +88,22 @@ constexpr char kTable[] =
 // The same on PostgreSQL. NULLs come first there where an index says so, and case is a matter of other types.
 constexpr char kServerTable[] =
     "DROP TABLE IF EXISTS item, member;"
-    "CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(60), city VARCHAR(40) NOT NULL, label VARCHAR(60), note VARCHAR(60));"
-    "INSERT INTO item SELECT i, CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END,"
-    "  'City ' || to_char(i * 31 %% 197, 'FM000'), CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END,"
+    "CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(60), city VARCHAR(40) NOT NULL, label "
+    "VARCHAR(60), note VARCHAR(60));"
+    "INSERT INTO item SELECT i, CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i * 7919::bigint %% "
+    "300007, 'FM000000') END,"
+    "  'City ' || to_char(i * 31 %% 197, 'FM000'), CASE WHEN i %% 10 = 0 THEN NULL ELSE 'Item ' || to_char(i "
+    "* 7919::bigint %% 300007, 'FM000000') END,"
     "  CASE WHEN i %% 5 < 3 THEN NULL ELSE 'Note ' || to_char(i * 7919::bigint %% 300007, 'FM000000') END"
     "  FROM generate_series(0, %d - 1) i;"
     "CREATE INDEX item_label ON item (label DESC NULLS LAST, id);"
-    "CREATE INDEX item_name ON item (name NULLS FIRST, id); CREATE INDEX item_city ON item (city, name NULLS FIRST, id);"
+    "CREATE INDEX item_name ON item (name NULLS FIRST, id); CREATE INDEX item_city ON item (city, name NULLS "
+    "FIRST, id);"
     "CREATE INDEX item_note ON item (note NULLS FIRST, id);"
     "CREATE TABLE member (category INT NOT NULL, id INT NOT NULL, PRIMARY KEY (category, id));"
     "CREATE INDEX member_id ON member (id, category);"
-    "INSERT INTO member SELECT CASE WHEN id / 10 %% 10 = 1 THEN 1 WHEN id / 10 %% 2000 = 2 THEN 2 ELSE 3 + id %% 100 END, id FROM item;";
+    "INSERT INTO member SELECT CASE WHEN id / 10 %% 10 = 1 THEN 1 WHEN id / 10 %% 2000 = 2 THEN 2 ELSE 3 + "
+    "id %% 100 END, id FROM item;";
 
 enum class Read { First, Last, Next, Previous, JumpAhead, JumpBack };
 
@@ -116,7 +121,8 @@ class Paging {
     const char* server = std::getenv("VARNEL_BENCH_SERVER");
     server == nullptr ? MakeTable() : MakeServerTable(server);
     hostlinux::AdoOptions options;
-    options.engines = {std::make_shared<hostlinux::SqliteEngine>(), std::make_shared<hostlinux::PostgresqlEngine>()};
+    options.engines = {std::make_shared<hostlinux::SqliteEngine>(),
+                       std::make_shared<hostlinux::PostgresqlEngine>()};
     options.folder = m_folder;
     m_database = hostlinux::AdoDatabase::Make(std::move(options));
     m_connection = std::make_shared<hostlinux::AdoConnection>(m_database);

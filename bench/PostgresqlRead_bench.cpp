@@ -34,7 +34,8 @@ double Median(Action action) {
 double ByLibpq(const String& server) {
   hostlinux::PostgresqlConnection connection(
       hostlinux::PostgresqlOptions(hostlinux::ConnectionString(server), true), std::nullopt);
-  connection.Prepare("read", "SELECT id, city, name FROM item WHERE (city, id) > ($1, $2) ORDER BY city, id LIMIT 10");
+  connection.Prepare(
+      "read", "SELECT id, city, name FROM item WHERE (city, id) > ($1, $2) ORDER BY city, id LIMIT 10");
   std::size_t bytes = 0;
   const double time = Median([&](int i) {
     const hostlinux::PostgresqlResult rows =

@@ -40,8 +40,9 @@ Statement Prepare(const Database& database, const std::string& sql) {
 }
 
 std::vector<std::string> Tables(const Database& database) {
-  const Statement names = Prepare(
-      database, "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\' ORDER BY rowid");
+  const Statement names = Prepare(database,
+                                  "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE "
+                                  "'sqlite\\_%' ESCAPE '\\' ORDER BY rowid");
   std::vector<std::string> tables;
   while (sqlite3_step(names.get()) == SQLITE_ROW)
     tables.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(names.get(), 0)));
@@ -89,7 +90,8 @@ void CopyRows(const Database& database, const std::string& table, hostlinux::Pos
 void WriteToServer(const std::filesystem::path& file, const std::string& connectionString) {
   const Database database = Open(file);
   const std::vector<std::string> tables = Tables(database);
-  const auto server = hostlinux::OpenPostgresql(hostlinux::ConnectionString(varnel::FromUtf8(connectionString)), {});
+  const auto server =
+      hostlinux::OpenPostgresql(hostlinux::ConnectionString(varnel::FromUtf8(connectionString)), {});
   server->RunScript("CREATE EXTENSION IF NOT EXISTS citext");
   server->RunScript("BEGIN");
   for (const std::string& table : tables) server->RunScript("DROP TABLE IF EXISTS " + table + " CASCADE");

@@ -64,8 +64,8 @@ class EngineDatabase {
       if (!text.empty()) text += ";";
       for (varnel::Long i = 0; i < recordset.FieldCount(); ++i) {
         const varnel::Variant value = recordset.FieldValue(i);
-        text += (i == 0 ? "" : ",") +
-                (value.IsNull() ? std::string("-") : varnel::ToUtf8(varnel::ToText(value)));
+        text +=
+            (i == 0 ? "" : ",") + (value.IsNull() ? std::string("-") : varnel::ToUtf8(varnel::ToText(value)));
       }
     }
     return text;

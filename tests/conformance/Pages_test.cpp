@@ -32,7 +32,9 @@ struct SortColumn {
 
 class Pages : public EveryEngine {
  protected:
-  std::size_t Below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random); }
+  std::size_t Below(std::size_t limit) {
+    return std::uniform_int_distribution<std::size_t>(0, limit - 1)(m_random);
+  }
   bool OneIn(std::size_t count) { return Below(count) == 0; }
 
   String ValueOf(const String& type) {
@@ -40,7 +42,8 @@ class Pages : public EveryEngine {
     if (type == u"BIGINT") return Digits(Below(3)) + u"000000000";
     if (type == u"DOUBLE PRECISION") return Digits(Below(5)) + u".1";
     if (type == u"NUMERIC(10,2)") return Digits(Below(5)) + u".25";
-    if (type == u"TIMESTAMP") return u"'2001-03-0" + Digits(1 + Below(4)) + u" 1" + Digits(Below(3)) + u":00:05'";
+    if (type == u"TIMESTAMP")
+      return u"'2001-03-0" + Digits(1 + Below(4)) + u" 1" + Digits(Below(3)) + u":00:05'";
     const String texts[] = {u"''", u"'a'", u"'B'", u"'b'", u"'ü'", u"'it''s'", u"'a\\b'"};
     return texts[Below(std::size(texts))];
   }
@@ -78,7 +81,8 @@ class Pages : public EveryEngine {
     String select = OneIn(4) ? u"SELECT DISTINCT id" : u"SELECT id";
     for (const SortColumn& column : m_columns) select += u", " + column.name;
     select += u" FROM " + m_table;
-    const String wheres[] = {u"", u" WHERE id > 7", u" WHERE id > '20' OR c0 IS NULL", u" WHERE (id <> 5 OR id < 30)"};
+    const String wheres[] = {u"", u" WHERE id > 7", u" WHERE id > '20' OR c0 IS NULL",
+                             u" WHERE (id <> 5 OR id < 30)"};
     m_query = select + wheres[Below(4)];
     if (OneIn(5)) m_query = select + u" WHERE id < 20 UNION " + select + u" WHERE id >= 20";
   }
@@ -127,7 +131,8 @@ class Pages : public EveryEngine {
     return varnel::BuildRead(branches, state, fields, top);
   }
 
-  static std::string Result(EngineDatabase& database, const std::shared_ptr<hostlinux::AdoConnection>& connection,
+  static std::string Result(EngineDatabase& database,
+                            const std::shared_ptr<hostlinux::AdoConnection>& connection,
                             const varnel::PageQuery& query) {
     auto rows = std::make_shared<hostlinux::AdoRecordset>(database.Services());
     rows->SetCursorLocation(3);
@@ -163,8 +168,10 @@ TEST_P(Pages, TheSameRowsInTheSameOrderOnEveryEngine) {
       if (query.text.empty()) continue;
       ++reads;
       const std::string expected = Result(*m_model, model, query);
-      ASSERT_EQ(expected, Result(*m_database, asText, query)) << "seed " << seed << ", as text: " << varnel::ToUtf8(query.text);
-      ASSERT_EQ(expected, Result(*m_database, asData, query)) << "seed " << seed << ", as data: " << varnel::ToUtf8(query.text);
+      ASSERT_EQ(expected, Result(*m_database, asText, query))
+          << "seed " << seed << ", as text: " << varnel::ToUtf8(query.text);
+      ASSERT_EQ(expected, Result(*m_database, asData, query))
+          << "seed " << seed << ", as data: " << varnel::ToUtf8(query.text);
     }
   }
   EXPECT_GT(reads, static_cast<int>(Seeds()) * 10);

@@ -96,8 +96,10 @@ TEST_F(PostgresqlFaults, AStatementEndsWithItsTime) {
   EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { connection->Execute(u"SELECT pg_sleep(60)", -1); }));
   EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
   // The connection is as good as before, and nothing runs on.
-  EXPECT_EQ("0", m_database->Rows(u"SELECT COUNT(*) FROM pg_stat_activity WHERE state = 'active' AND query LIKE '%pg_sleep(6%'"
-                                  u" AND pid <> pg_backend_pid()"));
+  EXPECT_EQ("0",
+            m_database->Rows(
+                u"SELECT COUNT(*) FROM pg_stat_activity WHERE state = 'active' AND query LIKE '%pg_sleep(6%'"
+                u" AND pid <> pg_backend_pid()"));
   connection->Execute(u"SELECT 1", -1);
 }
 
@@ -112,7 +114,9 @@ TEST_F(PostgresqlFaults, ALockedTableIsWaitedForWithinTheTime) {
 }
 
 TEST_F(PostgresqlFaults, WhatAPageLeavesBehindIsNoOtherPages) {
-  const auto sees = [&] { return Page(u"SELECT COUNT(*) FROM pg_class WHERE relname = 'mine' AND relpersistence = 't'"); };
+  const auto sees = [&] {
+    return Page(u"SELECT COUNT(*) FROM pg_class WHERE relname = 'mine' AND relpersistence = 't'");
+  };
   m_database->Connect()->Execute(u"CREATE TEMPORARY TABLE mine (id INT)", -1);
   m_database->Services()->EndRequest();
   const std::string pid = Page(u"SELECT pg_backend_pid()");
@@ -128,15 +132,18 @@ TEST_F(PostgresqlFaults, WhatAPageLeavesBehindIsNoOtherPages) {
 }
 
 TEST_F(PostgresqlFaults, SettingsThatEscapingDependsOnCantBeChanged) {
-  for (const String sql : {u"SET standard_conforming_strings = off", u"SELECT set_config('client_encoding', 'LATIN1', false)"}) {
+  for (const String sql :
+       {u"SET standard_conforming_strings = off", u"SELECT set_config('client_encoding', 'LATIN1', false)"}) {
     const auto connection = m_database->Connect();
-    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { connection->Execute(sql, -1); })) << varnel::ToUtf8(sql);
+    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { connection->Execute(sql, -1); }))
+        << varnel::ToUtf8(sql);
     m_database->Services()->EndRequest();
     EXPECT_EQ("on", Page(u"SHOW standard_conforming_strings"));
   }
   const auto reader = m_database->Connect(u"Mode=Read");
-  EXPECT_EQ(provider_error::kPermission,
-            NumberOf([&] { reader->Execute(u"SELECT set_config('default_transaction_read_only', 'off', false)", -1); }));
+  EXPECT_EQ(provider_error::kPermission, NumberOf([&] {
+              reader->Execute(u"SELECT set_config('default_transaction_read_only', 'off', false)", -1);
+            }));
   EXPECT_NE(0, NumberOf([&] { reader->Execute(u"DELETE FROM t", -1); }));
 }
 
@@ -144,7 +151,8 @@ TEST_F(PostgresqlFaults, AKeyThatItsColumnCantTakeIsADataFault) {
   const auto connection = m_database->Connect();
   EXPECT_NE(0, NumberOf([&] { connection->Execute(u"SELECT * FROM t WHERE id > 'abc'", -1); }));
   ASSERT_EQ(1U, connection->Errors().size());
-  EXPECT_TRUE(connection->Errors()[0].SQLState.starts_with(u"22")) << varnel::ToUtf8(connection->Errors()[0].SQLState);
+  EXPECT_TRUE(connection->Errors()[0].SQLState.starts_with(u"22"))
+      << varnel::ToUtf8(connection->Errors()[0].SQLState);
 }
 
 TEST_F(PostgresqlFaults, AnEndlessResultStopsAtItsLimit) {
@@ -153,7 +161,8 @@ TEST_F(PostgresqlFaults, AnEndlessResultStopsAtItsLimit) {
   EngineDatabase small(EngineKind::Postgresql, options);
   EXPECT_THAT(MessageOf([&] {
                 auto rows = std::make_shared<hostlinux::AdoRecordset>(small.Services());
-                rows->Open(u"SELECT repeat('x', 1000), generate_series(1, 1000000000)", small.Connection(), 3, 1, -1);
+                rows->Open(u"SELECT repeat('x', 1000), generate_series(1, 1000000000)", small.Connection(), 3,
+                           1, -1);
                 while (!rows->IsEOF()) rows->MoveNext();
               }),
               HasSubstr("larger than a result may be"));
@@ -177,7 +186,8 @@ TEST_F(PostgresqlFaults, NoConnectionIsLeftOver) {
   };
   Page(u"SELECT 1");
   const std::string before = count();
-  for (int i = 0; i < 50; ++i) NumberOf([&] { Page(i % 2 == 0 ? u"SELECT id FROM t" : u"SELECT none FROM t"); });
+  for (int i = 0; i < 50; ++i)
+    NumberOf([&] { Page(i % 2 == 0 ? u"SELECT id FROM t" : u"SELECT none FROM t"); });
   EXPECT_EQ(before, count());
 }
 
@@ -187,7 +197,8 @@ TEST_F(PostgresqlFaults, TablesCantBeLimitedHere) {
 
 TEST_F(PostgresqlFaults, AReadGoesToAHostThatIsThere) {
   const std::string port = std::to_string(PostgresqlServer::Shared()->Port());
-  const auto rows = m_database->Connect(u"Server=127.0.0.1,127.0.0.1;Port=1," + String(port.begin(), port.end()) + u";Mode=Read");
+  const auto rows = m_database->Connect(u"Server=127.0.0.1,127.0.0.1;Port=1," +
+                                        String(port.begin(), port.end()) + u";Mode=Read");
   rows->Execute(u"SELECT 1", -1);
 }
 

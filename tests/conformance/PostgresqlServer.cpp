@@ -76,11 +76,13 @@ PostgresqlServer::~PostgresqlServer() {
   std::filesystem::remove_all(m_folder, ignored);
 }
 
-std::string PostgresqlServer::Tool(const std::string& name) const { return (ProgramFolder() / name).string(); }
+std::string PostgresqlServer::Tool(const std::string& name) const {
+  return (ProgramFolder() / name).string();
+}
 
 void PostgresqlServer::Start() {
-  const std::string command = "exec " + m_asUser + Tool("postgres") + " -D " + (m_folder / "data").string() + " -p " +
-                              std::to_string(m_port) + " -k " + m_folder.string() +
+  const std::string command = "exec " + m_asUser + Tool("postgres") + " -D " + (m_folder / "data").string() +
+                              " -p " + std::to_string(m_port) + " -k " + m_folder.string() +
                               " -c listen_addresses=127.0.0.1 -c fsync=off -c max_connections=20 >>" +
                               (m_folder / "server.log").string() + " 2>&1";
   m_process = fork();
@@ -123,6 +125,7 @@ std::string PostgresqlServer::NewDatabase() {
 }
 
 void PostgresqlServer::Run(const std::string& sql, const std::string& database) {
-  Require("PGPASSWORD='" + std::string(kPassword) + "' " + Tool("psql") + " -q -v ON_ERROR_STOP=1 -h 127.0.0.1 -p " +
-          std::to_string(m_port) + " -U owner -d " + database + " -c \"" + sql + "\" >/dev/null");
+  Require("PGPASSWORD='" + std::string(kPassword) + "' " + Tool("psql") +
+          " -q -v ON_ERROR_STOP=1 -h 127.0.0.1 -p " + std::to_string(m_port) + " -U owner -d " + database +
+          " -c \"" + sql + "\" >/dev/null");
 }

@@ -16,7 +16,8 @@ class Values : public EveryEngine {
   void SetUp() override {
     EveryEngine::SetUp();
     if (IsSkipped()) return;
-    Run(String(u"CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), big BIGINT, price DOUBLE PRECISION,"
+    Run(String(u"CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), big BIGINT, price DOUBLE "
+               u"PRECISION,"
                u" amount NUMERIC(12,2), made TIMESTAMP, day DATE, flag BOOLEAN, note TEXT, picture ") +
         (IsServer() ? u"BYTEA" : u"BLOB") + u")");
   }
@@ -26,17 +27,20 @@ class Values : public EveryEngine {
 
 TEST_P(Values, TypesAreThoseThatScriptsKnow) {
   const auto rows = m_database->Query(u"SELECT * FROM item");
-  const Long types[] = {ado_type::kInteger, ado_type::kVarWChar,  ado_type::kBigInt,  ado_type::kDouble,
-                        ado_type::kDouble,  ado_type::kTimeStamp, ado_type::kTimeStamp, ado_type::kBoolean,
-                        ado_type::kLongVarWChar, ado_type::kLongVarBinary};
+  const Long types[] = {ado_type::kInteger,      ado_type::kVarWChar, ado_type::kBigInt,
+                        ado_type::kDouble,       ado_type::kDouble,   ado_type::kTimeStamp,
+                        ado_type::kTimeStamp,    ado_type::kBoolean,  ado_type::kLongVarWChar,
+                        ado_type::kLongVarBinary};
   ASSERT_EQ(static_cast<Long>(std::size(types)), rows->FieldCount());
   for (Long i = 0; i < rows->FieldCount(); ++i) EXPECT_EQ(types[i], rows->FieldType(i)) << i;
 }
 
 TEST_P(Values, WhatWasWrittenIsRead) {
-  Run(u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', 5000000000, 0.1, 12.50,"
+  Run(u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', "
+      u"5000000000, 0.1, 12.50,"
       u" '2024-02-29 23:59:58', '1999-12-31', '1', 'x')");
-  EXPECT_EQ("7,O'Neill,5000000000,0.1,12.5,2/29/2024 11:59:58 PM,12/31/1999,True,x,-", Rows(u"SELECT * FROM item"));
+  EXPECT_EQ("7,O'Neill,5000000000,0.1,12.5,2/29/2024 11:59:58 PM,12/31/1999,True,x,-",
+            Rows(u"SELECT * FROM item"));
 }
 
 TEST_P(Values, NothingIsNull) {
@@ -46,7 +50,8 @@ TEST_P(Values, NothingIsNull) {
 }
 
 TEST_P(Values, NamesAreSpelledAsTheTextSpellsThem) {
-  const auto rows = m_database->Query(u"SELECT Id, item.NAME, price AS \"The Price\", amount AS Sum FROM item");
+  const auto rows =
+      m_database->Query(u"SELECT Id, item.NAME, price AS \"The Price\", amount AS Sum FROM item");
   // The embedded engine keeps the spelling of the table.
   EXPECT_EQ(IsServer() ? u"Id" : u"id", rows->FieldName(0));
   EXPECT_EQ(IsServer() ? u"NAME" : u"name", rows->FieldName(1));
@@ -68,10 +73,12 @@ TEST_P(Values, ABackslashInATextIsItself) {
 }
 
 TEST_P(Values, KeysAreTextsWhateverTheirColumn) {
-  Run(u"INSERT INTO item (id, big, price, amount, made, flag) VALUES (5, 50, 2.5, 1.25, '2001-03-05 14:07:09', '1')");
+  Run(u"INSERT INTO item (id, big, price, amount, made, flag) VALUES (5, 50, 2.5, 1.25, '2001-03-05 "
+      u"14:07:09', '1')");
   for (const String condition :
-       {u"id = '5'", u"id > '4'", u"big <= '50'", u"price = '2.5'", u"amount >= '1.25'", u"made = '20010305 14:07:09'",
-        u"made > {ts '2001-03-05 14:07:08'}", u"made < {d '2001-03-06'}", u"flag = 'True'", u"flag = 1", u"name IS NULL"}) {
+       {u"id = '5'", u"id > '4'", u"big <= '50'", u"price = '2.5'", u"amount >= '1.25'",
+        u"made = '20010305 14:07:09'", u"made > {ts '2001-03-05 14:07:08'}", u"made < {d '2001-03-06'}",
+        u"flag = 'True'", u"flag = 1", u"name IS NULL"}) {
     EXPECT_EQ("5", Rows(u"SELECT id FROM item WHERE " + condition)) << varnel::ToUtf8(condition);
   }
 }
@@ -106,10 +113,11 @@ TEST_P(Values, PatternsKnowClassesAndNoBackslash) {
 
 TEST_P(Values, UnionsAreSortedAsAWhole) {
   Run(u"INSERT INTO item (id, name) VALUES (1, 'b'), (2, NULL), (3, 'a'), (4, 'd')");
-  EXPECT_EQ("2,-;3,a;1,b;4,d",
-            Rows(u"SELECT id, name FROM item WHERE id < 3 UNION SELECT id, name FROM item WHERE id > 2 ORDER BY name"));
-  EXPECT_EQ("2,-;3,a", Rows(u"(SELECT TOP 1 id, name FROM item WHERE id < 3) UNION (SELECT TOP 1 id, name FROM item"
-                            u" WHERE id > 2) ORDER BY name ASC"));
+  EXPECT_EQ("2,-;3,a;1,b;4,d", Rows(u"SELECT id, name FROM item WHERE id < 3 UNION SELECT id, name FROM item "
+                                    u"WHERE id > 2 ORDER BY name"));
+  EXPECT_EQ("2,-;3,a",
+            Rows(u"(SELECT TOP 1 id, name FROM item WHERE id < 3) UNION (SELECT TOP 1 id, name FROM item"
+                 u" WHERE id > 2) ORDER BY name ASC"));
 }
 
 // --- numbers of rows
@@ -124,7 +132,8 @@ TEST_P(Values, MaxRecordsCutsTheWhole) {
   Run(u"INSERT INTO item (id) VALUES (1), (2), (3)");
   auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
   rows->SetMaxRecords(2);
-  rows->Open(u"SELECT id FROM item UNION SELECT id + 10 FROM item ORDER BY id DESC", m_database->Connection(), 3, 1, -1);
+  rows->Open(u"SELECT id FROM item UNION SELECT id + 10 FROM item ORDER BY id DESC", m_database->Connection(),
+             3, 1, -1);
   EXPECT_EQ("13;12", EngineDatabase::RowsOf(*rows));
   EXPECT_EQ(2, rows->RecordCount());
 }
@@ -169,7 +178,8 @@ TEST_P(Values, OneCallIsOneStatement) {
 TEST_P(Values, AReaderChangesNothing) {
   const auto reader = m_database->Connect(u"Mode=Read");
   for (const String sql : {u"INSERT INTO item (id) VALUES (1)", u"DELETE FROM item", u"DROP TABLE item"})
-    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(sql, -1); })) << varnel::ToUtf8(sql);
+    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(sql, -1); }))
+        << varnel::ToUtf8(sql);
 }
 
 // --- transactions

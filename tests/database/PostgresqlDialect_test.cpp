@@ -15,8 +15,8 @@ using varnel::host::PageSpec;
 class PostgresqlDialect : public testing::Test {
  protected:
   PostgresqlDialect() {
-    m_facts.types = {{u"id", u"INT"},       {u"name", u"VARCHAR"},  {u"city", u"VARCHAR"}, {u"price", u"DOUBLE"},
-                     {u"active", u"BOOLEAN"}, {u"made", u"TIMESTAMP"}};
+    m_facts.types = {{u"id", u"INT"},       {u"name", u"VARCHAR"},   {u"city", u"VARCHAR"},
+                     {u"price", u"DOUBLE"}, {u"active", u"BOOLEAN"}, {u"made", u"TIMESTAMP"}};
     m_facts.notNull = {u"id", u"city"};
   }
 
@@ -24,7 +24,8 @@ class PostgresqlDialect : public testing::Test {
     return varnel::ToUtf8(hostlinux::RewriteForPostgresql(sql, m_facts).text);
   }
   EngineStatement Translate(const String& sql) {
-    return hostlinux::SqlDialect(m_facts, hostlinux::WordsOfPostgresql(), hostlinux::PageReads::InArms).Translate(sql);
+    return hostlinux::SqlDialect(m_facts, hostlinux::WordsOfPostgresql(), hostlinux::PageReads::InArms)
+        .Translate(sql);
   }
   // The one statement of a page of 10 rows of `name`, `id`.
   std::string Page(PageSpec page) {
@@ -51,9 +52,12 @@ TEST_F(PostgresqlDialect, AnOuterJoinMakesNulls) {
 }
 
 TEST_F(PostgresqlDialect, LiteralsAreTheEnginesOwn) {
-  EXPECT_EQ("SELECT 'it''s' FROM t WHERE made > TIMESTAMP '2001-03-05 00:00:00' OR made = TIMESTAMP '2001-03-05 14:07:09' ",
-            Rewrite(u"SELECT N'it''s' FROM t WHERE made > {d '2001-03-05'} OR made = {ts '2001-03-05 14:07:09'} "));
-  EXPECT_EQ("SELECT \"order no\", t.\"name\", a[1] FROM t", Rewrite(u"SELECT [order no], t.[Name], a[1] FROM t"));
+  EXPECT_EQ(
+      "SELECT 'it''s' FROM t WHERE made > TIMESTAMP '2001-03-05 00:00:00' OR made = TIMESTAMP '2001-03-05 "
+      "14:07:09' ",
+      Rewrite(u"SELECT N'it''s' FROM t WHERE made > {d '2001-03-05'} OR made = {ts '2001-03-05 14:07:09'} "));
+  EXPECT_EQ("SELECT \"order no\", t.\"name\", a[1] FROM t",
+            Rewrite(u"SELECT [order no], t.[Name], a[1] FROM t"));
   EXPECT_EQ("SELECT id::text FROM t WHERE id = id", Rewrite(u"SELECT id::text FROM t WHERE id == id"));
 }
 
@@ -63,34 +67,43 @@ TEST_F(PostgresqlDialect, NumbersBesideTextsAndTruthValuesGetQuotes) {
 }
 
 TEST_F(PostgresqlDialect, ADoubleIsComparedWithWhatPrintsSo) {
-  EXPECT_EQ("SELECT id FROM t WHERE price > 2500000000000005e-15", Rewrite(u"SELECT id FROM t WHERE price > '2.5'"));
+  EXPECT_EQ("SELECT id FROM t WHERE price > 2500000000000005e-15",
+            Rewrite(u"SELECT id FROM t WHERE price > '2.5'"));
   EXPECT_EQ("SELECT id FROM t WHERE id > '42'", Rewrite(u"SELECT id FROM t WHERE id > '42'"));
 }
 
 TEST_F(PostgresqlDialect, PatternsAreEscapedOrRegularExpressions) {
   EXPECT_EQ("SELECT id FROM t WHERE name LIKE '50\\%'", Rewrite(u"SELECT id FROM t WHERE name LIKE '50[%]'"));
-  EXPECT_EQ("SELECT id FROM t WHERE name LIKE 'a\\\\b%'", Rewrite(u"SELECT id FROM t WHERE name LIKE 'a\\b%'"));
+  EXPECT_EQ("SELECT id FROM t WHERE name LIKE 'a\\\\b%'",
+            Rewrite(u"SELECT id FROM t WHERE name LIKE 'a\\b%'"));
   EXPECT_EQ("SELECT id FROM t WHERE name ~ '^[a-c][^0-9]\\..*.$'",
             Rewrite(u"SELECT id FROM t WHERE name LIKE '[a-c][^0-9].%_'"));
-  EXPECT_EQ("SELECT id FROM t WHERE name !~ '^[0-9]x$'", Rewrite(u"SELECT id FROM t WHERE name NOT LIKE '[0-9]x'"));
+  EXPECT_EQ("SELECT id FROM t WHERE name !~ '^[0-9]x$'",
+            Rewrite(u"SELECT id FROM t WHERE name NOT LIKE '[0-9]x'"));
 }
 
 TEST_F(PostgresqlDialect, AReadLevelIsNothing) {
-  EXPECT_TRUE(hostlinux::RewriteForPostgresql(u"set TRANSACTION ISOLATION LEVEL READ COMMITTED", m_facts).isNothing);
-  EXPECT_FALSE(hostlinux::RewriteForPostgresql(u"set TRANSACTION ISOLATION LEVEL SERIALIZABLE", m_facts).isNothing);
+  EXPECT_TRUE(
+      hostlinux::RewriteForPostgresql(u"set TRANSACTION ISOLATION LEVEL READ COMMITTED", m_facts).isNothing);
+  EXPECT_FALSE(
+      hostlinux::RewriteForPostgresql(u"set TRANSACTION ISOLATION LEVEL SERIALIZABLE", m_facts).isNothing);
 }
 
 TEST_F(PostgresqlDialect, BranchesStandInParentheses) {
   m_facts.columns = {{u"id", u"INT", u"customer", true}, {u"name", u"VARCHAR"}};
-  EXPECT_EQ("(SELECT id, name FROM a ORDER BY 2 ASC NULLS FIRST,1 ASC LIMIT 5) UNION (SELECT id, name FROM b ORDER BY 2 ASC NULLS FIRST,1 ASC LIMIT 5) "
-            "ORDER BY name ASC NULLS FIRST,id ASC",
-            Rewrite(u"(SELECT TOP 5 id, name FROM a) UNION (SELECT TOP 5 id, name FROM b) ORDER BY name ASC,id ASC"));
+  EXPECT_EQ(
+      "(SELECT id, name FROM a ORDER BY 2 ASC NULLS FIRST,1 ASC LIMIT 5) UNION (SELECT id, name FROM b ORDER "
+      "BY 2 ASC NULLS FIRST,1 ASC LIMIT 5) "
+      "ORDER BY name ASC NULLS FIRST,id ASC",
+      Rewrite(
+          u"(SELECT TOP 5 id, name FROM a) UNION (SELECT TOP 5 id, name FROM b) ORDER BY name ASC,id ASC"));
 }
 
 // --- values lifted out
 
 TEST_F(PostgresqlDialect, ValuesTakeTheTypeOfTheirPlace) {
-  const EngineStatement statement = Translate(u"SELECT id FROM t WHERE name = 'a' AND id > '42' AND id < 77 AND active = 3");
+  const EngineStatement statement =
+      Translate(u"SELECT id FROM t WHERE name = 'a' AND id > '42' AND id < 77 AND active = 3");
   EXPECT_EQ("SELECT id FROM t WHERE name = $1 AND id > $2 AND id < $3::int4 AND active = $4", statement.sql);
   ASSERT_EQ(4U, statement.values.size());
   EXPECT_EQ(hostlinux::BoundValue(std::string("42")), statement.values[1]);
@@ -98,7 +111,8 @@ TEST_F(PostgresqlDialect, ValuesTakeTheTypeOfTheirPlace) {
 }
 
 TEST_F(PostgresqlDialect, ANumberThatIsNoIntegerStays) {
-  EXPECT_EQ("SELECT id FROM t WHERE id > 2.5 AND id < 12345678901", Translate(u"SELECT id FROM t WHERE id > 2.5 AND id < 12345678901").sql);
+  EXPECT_EQ("SELECT id FROM t WHERE id > 2.5 AND id < 12345678901",
+            Translate(u"SELECT id FROM t WHERE id > 2.5 AND id < 12345678901").sql);
 }
 
 // --- pages
@@ -106,21 +120,27 @@ TEST_F(PostgresqlDialect, ANumberThatIsNoIntegerStays) {
 TEST_F(PostgresqlDialect, APageByTwoKeysUpwardIsARowValue) {
   PageSpec page;
   page.keys = {{u"city", u"city", true, String(u"Ulm")}, {u"id", u"id", true, String(u"42")}};
-  EXPECT_EQ("SELECT id, name FROM customer WHERE (city, id) > ('Ulm', 42) ORDER BY city ASC,id ASC LIMIT 10", Page(page));
+  EXPECT_EQ("SELECT id, name FROM customer WHERE (city, id) > ('Ulm', 42) ORDER BY city ASC,id ASC LIMIT 10",
+            Page(page));
 }
 
 TEST_F(PostgresqlDialect, APageInMixedDirectionsIsReadInItsParts) {
   PageSpec page;
   page.keys = {{u"name", u"name", false, String(u"Ulm")}, {u"id", u"id", true, String(u"42")}};
-  EXPECT_EQ("(SELECT id, name FROM customer WHERE name = 'Ulm' and id > '42' ORDER BY name DESC NULLS LAST,id ASC LIMIT 10)"
-            " UNION ALL (SELECT id, name FROM customer WHERE name < 'Ulm' ORDER BY name DESC NULLS LAST,id ASC LIMIT 10)"
-            " UNION ALL (SELECT id, name FROM customer WHERE name is null ORDER BY name DESC NULLS LAST,id ASC LIMIT 10)"
-            " LIMIT 10",
-            Page(page));
+  EXPECT_EQ(
+      "(SELECT id, name FROM customer WHERE name = 'Ulm' and id > '42' ORDER BY name DESC NULLS LAST,id ASC "
+      "LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name < 'Ulm' ORDER BY name DESC NULLS LAST,id ASC "
+      "LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name is null ORDER BY name DESC NULLS LAST,id ASC "
+      "LIMIT 10)"
+      " LIMIT 10",
+      Page(page));
 }
 
 TEST_F(PostgresqlDialect, NamesAreSpelledAsInTheText) {
-  const auto names = hostlinux::SpelledNames(u"SELECT TOP 5 t.Id, Price AS [The Sum], COUNT(*) AS N, \"Kept\" FROM t");
+  const auto names =
+      hostlinux::SpelledNames(u"SELECT TOP 5 t.Id, Price AS [The Sum], COUNT(*) AS N, \"Kept\" FROM t");
   EXPECT_EQ(u"Id", names.at(u"id"));
   EXPECT_EQ(u"The Sum", names.at(u"the sum"));
   EXPECT_EQ(u"N", names.at(u"n"));

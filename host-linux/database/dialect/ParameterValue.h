@@ -10,8 +10,8 @@ namespace hostlinux {
 
 // All that the form of a statement depends on in a parameter's value.
 struct ParameterFacts {
-  bool isText = false;   // a text or a date: compared with numbers and dates as a text literal is
-  LiteralTraits traits;  // of such a one
+  bool isText = false;      // a text or a date: compared with numbers and dates as a text literal is
+  LiteralTraits traits;     // of such a one
   bool isFraction = false;  // a number that is handed over as a double
   bool isPattern =
       false;  // a text that only the function REGEXP reads as a pattern: with [ in it, or too long

@@ -32,8 +32,8 @@ bool IsReadLevel(const Tokens& tokens) {
 
 void RewriteEscape(SqlToken& escape, SqlToken& next) {
   // {d '...'}, {ts '...'} or {t '...'}
-  const bool isTime = UpperAscii(escape.text.substr(0, escape.text.find(u'\'')))
-                          .find_last_of(u"DS") == std::u16string::npos;
+  const bool isTime =
+      UpperAscii(escape.text.substr(0, escape.text.find(u'\''))).find_last_of(u"DS") == std::u16string::npos;
   escape.text = (isTime ? u"TIME " : u"TIMESTAMP ") + TextLiteral(ValueOf(escape.kind, escape.text));
   if (next.gap.empty() && next.kind != SqlTokenKind::End) next.gap = u" ";
 }
@@ -54,7 +54,8 @@ bool IsServersName(const Tokens& tokens, std::size_t i) {
 }
 
 void RewriteName(SqlToken& token) {
-  const std::u16string name = token.text.substr(1, token.text.size() - std::min<std::size_t>(token.text.size(), 2));
+  const std::u16string name =
+      token.text.substr(1, token.text.size() - std::min<std::size_t>(token.text.size(), 2));
   std::u16string quoted = u"\"";
   for (const char16_t c : IsPlainName(name) ? LowerAscii(name) : name) {
     quoted += c;
@@ -180,7 +181,8 @@ RewrittenSql RewriteForPostgresql(std::u16string_view sql, IColumnFacts& facts) 
   return RewriteSql(sql, facts, WordsOfPostgresql());
 }
 
-std::vector<std::u16string> RewritePageForPostgresql(const varnel::host::PageSpec& page, IColumnFacts& facts) {
+std::vector<std::u16string> RewritePageForPostgresql(const varnel::host::PageSpec& page,
+                                                     IColumnFacts& facts) {
   return RewritePage(page, facts, WordsOfPostgresql());
 }
 
@@ -193,15 +195,16 @@ std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_v
   SqlSpan list = structure.scopes.front().Clause(SqlClause::List);
   if (!list.IsEmpty() && (IsWord(tokens[list.begin], u"DISTINCT") || IsWord(tokens[list.begin], u"ALL")))
     ++list.begin;
-  if (const auto top = FindTop(tokens, structure.scopes.front())) list.begin = std::max(list.begin, top->span.end);
+  if (const auto top = FindTop(tokens, structure.scopes.front()))
+    list.begin = std::max(list.begin, top->span.end);
   for (const SelectItem& item : ReadItems(tokens, structure.partner, list)) {
     if (item.isStar || item.expression.IsEmpty()) continue;
-    const SqlToken& name =
-        tokens[item.alias == SqlStructure::kNone ? item.expression.end - 1 : item.alias];
+    const SqlToken& name = tokens[item.alias == SqlStructure::kNone ? item.expression.end - 1 : item.alias];
     const bool isBracketed = name.kind == SqlTokenKind::QuotedName && name.text.front() != u'"';
     if (name.kind != SqlTokenKind::Word && !isBracketed) continue;
     const std::u16string spelled =
-        isBracketed ? name.text.substr(1, name.text.size() - std::min<std::size_t>(name.text.size(), 2)) : name.text;
+        isBracketed ? name.text.substr(1, name.text.size() - std::min<std::size_t>(name.text.size(), 2))
+                    : name.text;
     names.emplace(LowerAscii(spelled), spelled);
   }
   return names;

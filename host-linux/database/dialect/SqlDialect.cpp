@@ -88,7 +88,8 @@ std::vector<PageStep> PageStepsOf(const PageSpec& page, const PageShape& shape, 
     tokens.anchors.push_back(std::move(anchor));
   }
   std::vector<PageStep> steps = SeekPage(page, std::move(tokens), facts, words);
-  if (words.JoinsSteps() && steps.size() > 1) steps = {{Joined(steps, page.way == -1 ? page.rows : page.way), {}}};
+  if (words.JoinsSteps() && steps.size() > 1)
+    steps = {{Joined(steps, page.way == -1 ? page.rows : page.way), {}}};
   for (PageStep& step : steps) {
     step.text.resize(step.text.size() + kAhead);
     if (!step.walk.empty()) step.walk.resize(step.walk.size() + kAhead);
@@ -106,7 +107,8 @@ RewrittenSql RewriteSql(std::u16string_view sql, IColumnFacts& facts, const IEng
   return {PrintSql(tokens, 0, tokens.size()), false};
 }
 
-std::vector<std::u16string> RewritePage(const PageSpec& page, IColumnFacts& facts, const IEngineWords& words) {
+std::vector<std::u16string> RewritePage(const PageSpec& page, IColumnFacts& facts,
+                                        const IEngineWords& words) {
   std::vector<std::u16string> texts;
   for (PageStep& step : PageStepsOf(page, PageShape(page, {}), facts, words)) {
     for (Tokens* tokens : {&step.text, &step.walk}) {
@@ -154,7 +156,7 @@ EngineStatement SqlDialect::Translate(std::u16string_view sql, const StatementPa
 
 // The text says what its parameters lack.
 std::optional<PageStatements> SqlDialect::TranslatePage(const PageSpec& page,
-                                                           const StatementParameters& parameters) {
+                                                        const StatementParameters& parameters) {
   if (m_reads == PageReads::AsWritten) return std::nullopt;
   auto shape = std::make_unique<PageShape>(page, parameters);
   if (!shape->shape.mayLift || !shape->shape.unbound.empty()) return std::nullopt;

@@ -113,8 +113,8 @@ SqlTokenKind SqlScanner::Parameter() {
 }
 
 SqlTokenKind SqlScanner::Sign() {
-  static constexpr std::array<std::u16string_view, 11> kPairs = {
-      u"<=", u">=", u"<>", u"!=", u"==", u"||", u"<<", u">>", u"!<", u"!>", u"::"};
+  static constexpr std::array<std::u16string_view, 11> kPairs = {u"<=", u">=", u"<>", u"!=", u"==", u"||",
+                                                                 u"<<", u">>", u"!<", u"!>", u"::"};
   const std::u16string_view pair = m_sql.substr(m_pos, 2);
   if (std::find(kPairs.begin(), kPairs.end(), pair) != kPairs.end()) {
     return m_pos += 2, SqlTokenKind::Operator;

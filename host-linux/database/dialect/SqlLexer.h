@@ -42,7 +42,7 @@ struct SqlToken {
   int literal = -1;       // which of the text's literals and parameters it is, from 0; -1 for anything else
   bool isKey = false;     // the value of a page's key
   RowPart rowPart = RowPart::None;
-  bool lifted = false;  // a parameter stands for its value
+  bool lifted = false;     // a parameter stands for its value
   char16_t escape = 0;     // of a parameter that is a pattern: the character that escapes in it
   bool isPattern = false;  // a parameter that reaches the engine as a regular expression
 };

@@ -178,10 +178,11 @@ class Rewriter {
     if (order.IsEmpty()) return;
     size_t begin = order.begin + 2;  // behind ORDER BY
     // The order of a compound reaches to its end.
-    const auto limit = std::find_if(m_tokens.begin() + static_cast<std::ptrdiff_t>(order.begin),
-                                    m_tokens.begin() + static_cast<std::ptrdiff_t>(order.end), [](const SqlToken& token) {
-                                      return IsWord(token, u"LIMIT") || IsWord(token, u"OFFSET") || IsWord(token, u"FETCH");
-                                    });
+    const auto limit =
+        std::find_if(m_tokens.begin() + static_cast<std::ptrdiff_t>(order.begin),
+                     m_tokens.begin() + static_cast<std::ptrdiff_t>(order.end), [](const SqlToken& token) {
+                       return IsWord(token, u"LIMIT") || IsWord(token, u"OFFSET") || IsWord(token, u"FETCH");
+                     });
     order.end = static_cast<size_t>(limit - m_tokens.begin());
     for (size_t i = begin; i <= order.end; ++i) {
       if (i < order.end && m_tokens[i].kind == SqlTokenKind::Open) {
@@ -222,8 +223,8 @@ class Rewriter {
                                         const SqlScope& scope) {
     const SqlSpan& list = scope.Clause(SqlClause::List);
     if (list.IsEmpty()) return std::nullopt;
-    const auto columns = m_facts.Describe(
-        Prefix() + u"SELECT" + PrintSql(m_tokens, list.begin, list.end) + FromOf(scope));
+    const auto columns =
+        m_facts.Describe(Prefix() + u"SELECT" + PrintSql(m_tokens, list.begin, list.end) + FromOf(scope));
     if (!columns) return std::nullopt;
     for (size_t i = 0; i < columns->size(); ++i) {
       const std::string position = std::to_string(i + 1);
@@ -260,9 +261,8 @@ class Rewriter {
 
   void RewriteNumber(size_t begin, size_t literal, int scope) {
     const auto kindOf = [&] { return KindOf(PrintSql(m_tokens, begin, literal - 1, true), scope); };
-    const auto text =
-        m_words.Number(m_tokens[literal], MayLift(literal), kindOf,
-                       [&](LiteralForm form) { return Write(literal, form); });
+    const auto text = m_words.Number(m_tokens[literal], MayLift(literal), kindOf,
+                                     [&](LiteralForm form) { return Write(literal, form); });
     if (text) m_tokens[literal].text = *text;
   }
 
@@ -271,9 +271,8 @@ class Rewriter {
     const std::u16string operand = PrintSql(m_tokens, begin, literal - 1, true);
     const LiteralTraits traits = TraitsAt(literal);
     if (operand.size() > kMaxOperand || !MayChange(traits)) return false;
-    const auto comparison =
-        m_words.Compare(KindOf(operand, scope), operand, m_tokens[literal - 1].text, traits,
-                        [&](LiteralForm form) { return Write(literal, form); });
+    const auto comparison = m_words.Compare(KindOf(operand, scope), operand, m_tokens[literal - 1].text,
+                                            traits, [&](LiteralForm form) { return Write(literal, form); });
     if (!comparison) return false;
     Place(*comparison, begin, literal);
     return true;
@@ -338,11 +337,10 @@ class Rewriter {
     }
     token.lifted = true;
     const StatementForm::Parameter wanted{m_parameters.LiteralOf(token), form, token.escape};
-    const bool isCondition = m_structure.clauseOf[literal] == SqlClause::Where ||
-                             m_structure.clauseOf[literal] == SqlClause::From;
-    auto found = m_words.SharesMarks() || !isCondition
-                     ? std::find(m_lifted->begin(), m_lifted->end(), wanted)
-                     : m_lifted->end();
+    const bool isCondition =
+        m_structure.clauseOf[literal] == SqlClause::Where || m_structure.clauseOf[literal] == SqlClause::From;
+    auto found = m_words.SharesMarks() || !isCondition ? std::find(m_lifted->begin(), m_lifted->end(), wanted)
+                                                       : m_lifted->end();
     if (found == m_lifted->end()) found = m_lifted->insert(found, wanted);
     return m_words.Mark(static_cast<size_t>(found - m_lifted->begin()) + 1, m_parameters.Of(token));
   }

@@ -41,8 +41,10 @@ class SentValues {
         RaisePostgresql(provider_error::kFail, u"A text with a character 0 can't be a value.", u"22021");
       return Add(text->c_str(), text->size(), false);
     }
-    if (const auto* blob = std::get_if<BoundBytes>(&value)) return Add(blob->bytes.data(), blob->bytes.size(), true);
-    if (const auto* number = std::get_if<std::int64_t>(&value)) return Add(NumberText(*number).data(), 0, false);
+    if (const auto* blob = std::get_if<BoundBytes>(&value))
+      return Add(blob->bytes.data(), blob->bytes.size(), true);
+    if (const auto* number = std::get_if<std::int64_t>(&value))
+      return Add(NumberText(*number).data(), 0, false);
     if (const auto* number = std::get_if<double>(&value)) return Add(NumberText(*number).data(), 0, false);
     Add(nullptr, 0, false);
   }
@@ -65,7 +67,8 @@ PostgresqlConnection::PostgresqlConnection(const Options& options, Deadline dead
   Open(options);
   PQsetnonblocking(m_connection.get(), 1);
   // What the server has to say beside its errors is nobody's business here.
-  PQsetNoticeProcessor(m_connection.get(), [](void*, const char*) {}, nullptr);
+  PQsetNoticeProcessor(
+      m_connection.get(), [](void*, const char*) {}, nullptr);
 }
 
 void PostgresqlConnection::Open(const Options& options) {
@@ -108,7 +111,8 @@ void PostgresqlConnection::Await(short events) {
 
 void PostgresqlConnection::RaiseLate() const {
   if (IsUsable()) RaisePostgresqlTimeout();
-  RaisePostgresql(provider_error::kFail, u"The database server does not answer: Login timeout expired", u"HYT01");
+  RaisePostgresql(provider_error::kFail, u"The database server does not answer: Login timeout expired",
+                  u"HYT01");
 }
 
 void PostgresqlConnection::Send(int sent) {
@@ -138,7 +142,8 @@ void PostgresqlConnection::AwaitAnswer() {
 }
 
 void PostgresqlConnection::Cancel() noexcept {
-  const std::unique_ptr<PGcancel, decltype(&PQfreeCancel)> cancel(PQgetCancel(m_connection.get()), &PQfreeCancel);
+  const std::unique_ptr<PGcancel, decltype(&PQfreeCancel)> cancel(PQgetCancel(m_connection.get()),
+                                                                  &PQfreeCancel);
   char message[256];
   if (cancel == nullptr || PQcancel(cancel.get(), message, sizeof message) == 0) m_isLost = true;
 }
@@ -191,8 +196,10 @@ PostgresqlResult PostgresqlConnection::OnlyResult() {
     const ExecStatusType status = PQresultStatus(result.get());
     const bool isCopy = status == PGRES_COPY_IN || status == PGRES_COPY_OUT || status == PGRES_COPY_BOTH;
     if (isCopy) Require(result.get());
-    if (status == PGRES_FATAL_ERROR && failure == nullptr) failure = std::move(result);
-    else last = std::move(result);
+    if (status == PGRES_FATAL_ERROR && failure == nullptr)
+      failure = std::move(result);
+    else
+      last = std::move(result);
   }
   if (failure != nullptr) Require(failure.get());
   if (last == nullptr) RaiseConnection(m_connection.get());

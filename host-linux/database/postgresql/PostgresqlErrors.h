@@ -14,7 +14,8 @@ namespace hostlinux {
 [[noreturn]] void RaiseConnection(const PGconn* connection);
 
 // Raises an error of our own: no native number.
-[[noreturn]] void RaisePostgresql(varnel::Long number, varnel::StringView description, varnel::StringView sqlState);
+[[noreturn]] void RaisePostgresql(varnel::Long number, varnel::StringView description,
+                                  varnel::StringView sqlState);
 
 // Raises the error of a call that took longer than it may.
 [[noreturn]] void RaisePostgresqlTimeout();

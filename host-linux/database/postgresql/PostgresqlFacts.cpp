@@ -44,9 +44,10 @@ std::vector<ColumnFact> PostgresqlFacts::FactsOf(const PGresult* described) {
 
 const PostgresqlFacts::Table& PostgresqlFacts::TableOf(Oid table) {
   if (const auto found = m_tables.find(table); found != m_tables.end()) return found->second;
-  m_connection.Prepare("",
-                       "SELECT c.relname, a.attnum, a.attnotnull FROM pg_catalog.pg_class c JOIN pg_catalog.pg_attribute a"
-                       " ON a.attrelid = c.oid WHERE c.oid = $1 AND a.attnum > 0");
+  m_connection.Prepare(
+      "",
+      "SELECT c.relname, a.attnum, a.attnotnull FROM pg_catalog.pg_class c JOIN pg_catalog.pg_attribute a"
+      " ON a.attrelid = c.oid WHERE c.oid = $1 AND a.attnum > 0");
   const PostgresqlResult rows = m_connection.Run("", {static_cast<std::int64_t>(table)});
   Table& known = m_tables[table];
   for (int i = 0; i < PQntuples(rows.get()); ++i) {

@@ -71,11 +71,13 @@ PostgresqlConnection::Options PostgresqlOptions(const ConnectionString& connecti
   return options;
 }
 
-std::unique_ptr<ISession> PostgresqlProvider::Open(const ConnectionString& connection, const OpenOptions& options) {
+std::unique_ptr<ISession> PostgresqlProvider::Open(const ConnectionString& connection,
+                                                   const OpenOptions& options) {
   return OpenPostgresql(connection, options);
 }
 
-std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connection, const OpenOptions& options) {
+std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connection,
+                                                  const OpenOptions& options) {
   if (connection.Get(u"Server").empty()) Refuse(u"The connection string names no Server.");
   if (connection.Get(u"Database").empty()) Refuse(u"The connection string names no Database.");
   for (const StringView key : {StringView(u"Tables"), StringView(u"Functions")}) {

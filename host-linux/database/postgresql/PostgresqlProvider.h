@@ -14,7 +14,8 @@ namespace hostlinux {
 PostgresqlConnection::Options PostgresqlOptions(const ConnectionString& connection, bool readsOnly);
 
 class PostgresqlSession;
-std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connection, const OpenOptions& options);
+std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connection,
+                                                  const OpenOptions& options);
 
 class PostgresqlProvider : public IProvider {
  public:

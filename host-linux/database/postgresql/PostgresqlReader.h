@@ -19,7 +19,8 @@ struct PostgresqlShape {
 class PostgresqlReader : public IRowReader {
  public:
   // Of the statement that `session` has started and read the first batch of.
-  PostgresqlReader(PostgresqlSession& session, std::shared_ptr<const PostgresqlShape> shape, const StatementLimits& limits);
+  PostgresqlReader(PostgresqlSession& session, std::shared_ptr<const PostgresqlShape> shape,
+                   const StatementLimits& limits);
   PostgresqlReader(const PostgresqlReader&) = delete;
   PostgresqlReader& operator=(const PostgresqlReader&) = delete;
   ~PostgresqlReader() override;

@@ -27,21 +27,23 @@ constexpr std::size_t kAllRows = static_cast<std::size_t>(-1);
 
 // The first word, and whether one of them all leaves something behind.
 bool IsAnyWord(const SqlToken& token, std::initializer_list<std::u16string_view> words) {
-  return std::any_of(words.begin(), words.end(), [&](std::u16string_view word) { return IsWord(token, word); });
+  return std::any_of(words.begin(), words.end(),
+                     [&](std::u16string_view word) { return IsWord(token, word); });
 }
 
 bool LeavesSomething(const std::vector<SqlToken>& tokens) {
-  if (!IsAnyWord(tokens.front(), {u"SELECT", u"INSERT", u"UPDATE", u"DELETE", u"WITH", u"VALUES", u"MERGE", u"TABLE", u"EXPLAIN",
-                                  u"CREATE", u"ALTER", u"DROP", u"TRUNCATE", u"ANALYZE", u"VACUUM", u"COMMENT", u"REINDEX",
-                                  u"REFRESH"}) &&
+  if (!IsAnyWord(tokens.front(), {u"SELECT", u"INSERT", u"UPDATE", u"DELETE", u"WITH", u"VALUES", u"MERGE",
+                                  u"TABLE", u"EXPLAIN", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE", u"ANALYZE",
+                                  u"VACUUM", u"COMMENT", u"REINDEX", u"REFRESH"}) &&
       tokens.front().kind != SqlTokenKind::Open) {
     return true;
   }
   return std::any_of(tokens.begin(), tokens.end(), [](const SqlToken& token) {
     const std::u16string name = UpperAscii(token.text);
     return token.kind == SqlTokenKind::Word &&
-           (name == u"TEMP" || name == u"TEMPORARY" || name == u"SET_CONFIG" || name.starts_with(u"PG_ADVISORY") ||
-            name.starts_with(u"PG_TRY_ADVISORY") || name.starts_with(u"DBLINK") || name.starts_with(u"LO_"));
+           (name == u"TEMP" || name == u"TEMPORARY" || name == u"SET_CONFIG" ||
+            name.starts_with(u"PG_ADVISORY") || name.starts_with(u"PG_TRY_ADVISORY") ||
+            name.starts_with(u"DBLINK") || name.starts_with(u"LO_"));
   });
 }
 
@@ -57,7 +59,8 @@ bool IsCount(std::u16string_view sql) {
 // A query that can stand in another one's FROM.
 bool IsQuery(const std::string& sql) {
   const std::vector<SqlToken> tokens = LexSql(varnel::FromUtf8(sql));
-  return IsAnyWord(tokens.front(), {u"SELECT", u"VALUES", u"TABLE"}) || tokens.front().kind == SqlTokenKind::Open;
+  return IsAnyWord(tokens.front(), {u"SELECT", u"VALUES", u"TABLE"}) ||
+         tokens.front().kind == SqlTokenKind::Open;
 }
 
 // Without the order of the whole, which the server would sort by to count.
@@ -89,7 +92,8 @@ std::string KeyOf(const EngineStatement& statement) {
     if (const auto* text = std::get_if<std::string>(&value)) plain = *text;
     if (const auto* blob = std::get_if<BoundBytes>(&value)) plain = blob->bytes;
     if (const auto* number = std::get_if<std::int64_t>(&value)) plain = std::to_string(*number);
-    if (const auto* real = std::get_if<double>(&value)) plain = std::to_string(std::bit_cast<std::uint64_t>(*real));
+    if (const auto* real = std::get_if<double>(&value))
+      plain = std::to_string(std::bit_cast<std::uint64_t>(*real));
     key += '\0' + std::to_string(value.index()) + ' ' + std::to_string(plain.size()) + ' ' + plain;
   }
   return key;
@@ -174,7 +178,8 @@ void PostgresqlSession::BoundOnServer(PostgresqlConnection::Deadline deadline) {
     if (!whole) whole = std::chrono::ceil<milliseconds>(*deadline - Clock::now());
     wanted = std::max(*whole, milliseconds(1000));
     if (m_serverTimeout >= wanted && m_serverTimeout <= 16 * wanted) return;
-    wanted = milliseconds(std::int64_t{1000} << std::bit_width(static_cast<std::uint64_t>(wanted.count() / 1000)));
+    wanted =
+        milliseconds(std::int64_t{1000} << std::bit_width(static_cast<std::uint64_t>(wanted.count() / 1000)));
   }
   if (wanted == m_serverTimeout) return;
   m_connection.Execute("SET statement_timeout = " + std::to_string(wanted.count()));
@@ -201,7 +206,8 @@ auto PostgresqlSession::AsOneStep(Action action) {
     return result;
   } catch (const ProviderFailure&) {
     m_connection.SetDeadline(Clock::now() + kForRollback);
-    if (m_connection.IsUsable() && IsInTransaction()) m_connection.Execute("ROLLBACK TO SAVEPOINT varnel_step");
+    if (m_connection.IsUsable() && IsInTransaction())
+      m_connection.Execute("ROLLBACK TO SAVEPOINT varnel_step");
     throw;
   }
 }
@@ -230,7 +236,8 @@ StatementResult PostgresqlSession::Run(const String& sql, const StatementParamet
     try {
       return RunAny(sql, parameters, limits);
     } catch (const ProviderFailure& failure) {
-      const bool isOld = MayBeOfOldFacts(failure.Error()) && Clock::now() > m_factsUntil - kKeepsFacts + kFreshFacts;
+      const bool isOld =
+          MayBeOfOldFacts(failure.Error()) && Clock::now() > m_factsUntil - kKeepsFacts + kFreshFacts;
       if ((!isOld && !IsPlanOutdated(failure.Error())) || IsInTransaction()) throw;
     }
     ForgetSchema();
@@ -248,7 +255,8 @@ void PostgresqlSession::Note(const String& sql) {
 StatementResult PostgresqlSession::RunAny(const String& sql, const StatementParameters& parameters,
                                           const StatementLimits& limits) {
   StatementResult result = [&] {
-    if (limits.countsOnly || (m_keepsCounts.count() > 0 && IsCount(sql))) return RunCount(sql, parameters, limits);
+    if (limits.countsOnly || (m_keepsCounts.count() > 0 && IsCount(sql)))
+      return RunCount(sql, parameters, limits);
     if (limits.page != nullptr) {
       if (std::optional<StatementResult> page = RunPage(sql, parameters, limits)) return std::move(*page);
     }
@@ -262,15 +270,17 @@ StatementResult PostgresqlSession::RunAny(const String& sql, const StatementPara
 void PostgresqlSession::RequireSettings() const {
   const std::string readOnly = m_connection.Setting("default_transaction_read_only");
   if (m_connection.Setting("standard_conforming_strings") == "on" &&
-      m_connection.Setting("client_encoding") == "UTF8" && m_connection.Setting("DateStyle").starts_with("ISO") &&
+      m_connection.Setting("client_encoding") == "UTF8" &&
+      m_connection.Setting("DateStyle").starts_with("ISO") &&
       (!m_readsOnly || readOnly.empty() || readOnly == "on")) {
     return;
   }
-  RaisePostgresql(provider_error::kPermission, u"A statement has changed a setting that the connection depends on.",
-                  u"42000");
+  RaisePostgresql(provider_error::kPermission,
+                  u"A statement has changed a setting that the connection depends on.", u"42000");
 }
 
-std::optional<StatementResult> PostgresqlSession::RunPage(const String& sql, const StatementParameters& parameters,
+std::optional<StatementResult> PostgresqlSession::RunPage(const String& sql,
+                                                          const StatementParameters& parameters,
                                                           const StatementLimits& limits) {
   const varnel::host::PageSpec& page = *limits.page;
   // Of a union the text gives as many rows as its branches do together.

@@ -99,8 +99,8 @@ class PostgresqlSession : public ISession {
   SqlDialect m_dialect;
   PostgresqlConnection::Clock::time_point m_factsUntil;
   std::unordered_map<std::string, Prepared> m_statements;  // by the engine's text
-  LeastRecentlyUsed<std::string, KeptCount> m_counts;     // by the engine's text and its values
-  std::size_t m_names = 0;                                // that were given to statements
+  LeastRecentlyUsed<std::string, KeptCount> m_counts;      // by the engine's text and its values
+  std::size_t m_names = 0;                                 // that were given to statements
   std::chrono::milliseconds m_serverTimeout{0};  // after which the server ends a statement by itself
   PostgresqlReader* m_reader = nullptr;          // whose statement is running
   PostgresqlResult m_next;                       // its next row, if it was looked at

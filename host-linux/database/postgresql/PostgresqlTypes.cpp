@@ -78,8 +78,7 @@ void AddInteger(RowStore& rows, std::string_view text) {
 void AddBytes(RowStore& rows, std::string_view hex) {
   std::size_t length = 0;
   const std::unique_ptr<unsigned char, decltype(&PQfreemem)> bytes(
-      PQunescapeBytea(reinterpret_cast<const unsigned char*>(hex.data()), &length),
-      &PQfreemem);
+      PQunescapeBytea(reinterpret_cast<const unsigned char*>(hex.data()), &length), &PQfreemem);
   if (bytes == nullptr) throw std::bad_alloc();
   rows.AddBlob({reinterpret_cast<const char*>(bytes.get()), length});
 }

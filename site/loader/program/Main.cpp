@@ -116,9 +116,9 @@ void Load(const Options& options) {
   } else {
     LoadServer(catalogue, options.server);
   }
-  std::cout << (options.server.empty() ? options.database.string() : "the server's database") << ": " << catalogue.products.size() << " products of "
-            << catalogue.manufacturers.size() << " manufacturers in " << catalogue.categories.size()
-            << " categories\n";
+  std::cout << (options.server.empty() ? options.database.string() : "the server's database") << ": "
+            << catalogue.products.size() << " products of " << catalogue.manufacturers.size()
+            << " manufacturers in " << catalogue.categories.size() << " categories\n";
 }
 
 }  // namespace
