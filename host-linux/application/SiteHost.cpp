@@ -51,9 +51,10 @@ HttpResponse TooManySessions(const std::string& requestId, std::chrono::seconds 
   return response;
 }
 
-// A page that says what went wrong by its status alone.
+// A page that says what went wrong by its status alone: the line ends around its blocks are no text.
 bool IsBareError(const HttpResponse& response) {
-  return response.status >= 400 && response.body.empty() && !response.file;
+  const bool isBlank = response.body.find_first_not_of(" \t\r\n") == std::string::npos;
+  return response.status >= 400 && isBlank && !response.file;
 }
 
 std::string TimeText(std::chrono::milliseconds time) {

@@ -132,8 +132,9 @@ TEST_F(ErrorPagesTest, AnswerARefusedForm) {
 
 TEST_F(ErrorPagesTest, AnswerAPageThatSaysSoByItsStatusAlone) {
   site.WritePage("errors/404.asp", kPage);
-  site.WritePage("book.asp",
-                 "<% Session.Contents['a'] = 1; Response.Status = '404 Not Found'; Response.End(); %>rest");
+  site.WritePage(
+      "book.asp",
+      "\n\r\n<% Session.Contents['a'] = 1; Response.Status = '404 Not Found'; Response.End(); %>rest");
   for (const char* mode : {"development", "production"}) {
     if (mode != std::string("development")) SetMode(mode);
     const Answer answer = Get("/shop/book.asp?id=7");
