@@ -98,7 +98,7 @@ class Input {
       case 7:
         return std::make_shared<Array>();
       case 8:
-        return Byte() == 0 ? Variant(String(kLarge - Byte(), static_cast<char16_t>(Byte()))) : Variant(u"x");
+        return Byte() == 0 ? Variant(LargeText()) : Variant(u"x");
       case 9:
         return static_cast<varnel::Byte>(Byte());
       case 10:
@@ -122,6 +122,11 @@ class Input {
     static_assert(sizeof value == sizeof bits);
     std::memcpy(&value, &bits, sizeof value);
     return Byte() % 2 == 0 ? value : static_cast<double>(static_cast<std::int32_t>(bits)) / 8;
+  }
+  // The order of arguments is the compiler's: one byte a statement.
+  String LargeText() {
+    const std::size_t length = kLarge - Byte();
+    return String(length, static_cast<char16_t>(Byte()));
   }
   varnel::Bytes ByteText() {
     const std::string bytes = Bytes(40);
