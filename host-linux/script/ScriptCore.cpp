@@ -130,6 +130,7 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
 
 std::vector<varnel::String> ScriptCore::GlobalNames() const {
   std::vector<varnel::String> names;
+  names.reserve(m_options.intrinsics.size());
   for (const std::string& name : m_options.intrinsics) names.push_back(varnel::FromUtf8(name));
   for (const auto& [name, value] : m_options.constants) names.push_back(varnel::FromUtf8(name));
   for (const char16_t* name :

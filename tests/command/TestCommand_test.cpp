@@ -12,7 +12,6 @@ namespace {
 using hosttest::Ran;
 using hosttest::RunVarnel;
 using testing::HasSubstr;
-using testing::Not;
 
 class TestCommandTest : public testing::Test {
  protected:
