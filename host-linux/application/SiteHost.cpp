@@ -51,6 +51,17 @@ HttpResponse TooManySessions(const std::string& requestId, std::chrono::seconds 
   return response;
 }
 
+// A page that says what went wrong by its status alone: the line ends around its blocks are no text.
+bool IsBareError(const HttpResponse& response) {
+  const bool isBlank = response.body.find_first_not_of(" \t\r\n") == std::string::npos;
+  return response.status >= 400 && isBlank && !response.file;
+}
+
+std::string TimeText(std::chrono::milliseconds time) {
+  const auto count = time.count();
+  return count % 1000 == 0 ? std::to_string(count / 1000) + " s" : std::to_string(count) + " ms";
+}
+
 HttpResponse Redirection(const std::string& target) {
   HttpResponse response;
   response.status = 302;
@@ -378,16 +389,19 @@ void SiteHost::TellWarnings(const std::vector<ListWarning>& warnings, HttpRespon
   if (isPage && !warnings.empty()) response.body += WarningBox(warnings);
 }
 
-std::string SiteHost::HintOfLimit(PageResult::Outcome outcome) const {
-  if (outcome == PageResult::Outcome::TimedOut) {
-    const auto limit = m_site.server.scriptTimeout.count();
-    return "It may run for " +
-           (limit % 1000 == 0 ? std::to_string(limit / 1000) + " s" : std::to_string(limit) + " ms") +
+std::string SiteHost::HintOfLimit(const PageResult& result) const {
+  if (result.outcome == PageResult::Outcome::TimedOut) {
+    return "It may run for " + TimeText(m_site.server.scriptTimeout) +
            ": script_timeout of [server] in site.toml, or Server.ScriptTimeout for this page.";
   }
-  if (outcome == PageResult::Outcome::OutOfMemory) {
+  if (result.outcome == PageResult::Outcome::OutOfMemory) {
     return "Its script may use " + std::to_string(m_site.server.maxHeap >> 20) +
            " MB: max_heap of [server] in site.toml.";
+  }
+  if (result.failure.number == provider_error::kTimeout) {
+    return "A statement may run for " + TimeText(m_site.server.statementTimeout) +
+           ": statement_timeout of [server] in site.toml, or a shorter CommandTimeout. An index may serve "
+           "it.";
   }
   return {};
 }
@@ -423,9 +437,10 @@ PageAnswer SiteHost::RunPage(PageRequest request, ClientLink* link) {
     return answer;
   }
   // While it is developed, a page's failure is shown with its place.
-  const bool isShown =
-      m_site.mode == SiteConfiguration::Mode::Development || (link != nullptr && link->IsFlushed());
-  if (answer.failure && !isShown && !page.starts_with(kErrorPages))
+  const bool isFlushed = link != nullptr && link->IsFlushed();
+  const bool isShown = m_site.mode == SiteConfiguration::Mode::Development;
+  const bool wantsOwnPage = answer.failure ? !isShown : IsBareError(answer.response);
+  if (wantsOwnPage && !isFlushed && !page.starts_with(kErrorPages))
     answer.response = ErrorAnswer(asked->http, std::move(answer.response));
   return answer;
 }
@@ -465,7 +480,7 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
     TellWarnings(advice.Warnings(), answer.response);
     return answer;
   }
-  if (result.failure.hint.empty()) result.failure.hint = HintOfLimit(result.outcome);
+  if (result.failure.hint.empty()) result.failure.hint = HintOfLimit(result);
   PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
   TellWarnings(advice.Warnings(), failed.response);
   // A session that the page began lives on, so its visitor must learn of it.

@@ -125,7 +125,7 @@ class SiteHost {
   // Tells of what the page's lists get wrong: the log once, and the browser below the page.
   void TellWarnings(const std::vector<ListWarning>& warnings, HttpResponse& response);
   // Which setting has stopped a page.
-  std::string HintOfLimit(PageResult::Outcome outcome) const;
+  std::string HintOfLimit(const PageResult& result) const;
   bool HasOwnPage(const HttpRequest& request, int status) const;
   std::optional<HttpResponse> RunOwnPage(const std::string& page, int status, const HttpRequest& about,
                                          std::vector<FormField> variables);

@@ -1,5 +1,6 @@
 #include "host-linux/application/SiteParts.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host-linux/application/KnownEngines.h"
@@ -40,6 +41,36 @@ varnel::String WhyConnectionIsEmpty() {
   }
   return u"[application] in site.toml has no " + key + u"." +
          DidYouMean(key.substr(0, key.size() - kConnectionEnd.size()), known);
+}
+
+// The names of the files beside the one that the connection string means.
+std::vector<varnel::String> FilesBeside(const std::filesystem::path& file) {
+  std::vector<varnel::String> names;
+  std::error_code unreadable;
+  for (const auto& entry : std::filesystem::directory_iterator(file.parent_path(), unreadable))
+    names.push_back(varnel::FromUtf8(entry.path().filename().string()));
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// Which line of site.toml has that text, and which file may have been meant instead of one that isn't there.
+varnel::String WhereConnectionStands(const SiteConfiguration& site, const varnel::String& text) {
+  const auto keyIn = [&](const SiteConfiguration::Values& values) {
+    const auto found = std::find_if(values.begin(), values.end(), [&](const auto& entry) {
+      return entry.second.IsText() && *entry.second.template As<varnel::String>() == text;
+    });
+    return found == values.end() ? varnel::String() : varnel::FromUtf8(found->first);
+  };
+  const varnel::String name = keyIn(site.application);
+  const varnel::String section = name.empty() ? keyIn(site.configuration) : varnel::String();
+  if (name.empty() && section.empty()) return {};
+  const varnel::String sentence = name.empty() ? section + u" of [configuration] in site.toml says so."
+                                               : name + u" of [application] in site.toml says so.";
+  const std::string source = varnel::ToUtf8(ConnectionString(text).Get(u"Data Source"));
+  const std::filesystem::path file = site.folder / source;
+  std::error_code unreachable;
+  if (source.empty() || std::filesystem::exists(file, unreachable)) return sentence;
+  return sentence + DidYouMean(varnel::FromUtf8(file.filename().string()), FilesBeside(file));
 }
 
 }  // namespace
@@ -98,6 +129,7 @@ std::shared_ptr<AdoDatabase> MakeDatabase(const SiteConfiguration& site,
   options.onStatement = std::move(onStatement);
   options.whyEmpty = WhyConnectionIsEmpty;
   options.readsOnly = readsOnly;
+  options.whereFrom = [site](const varnel::String& text) { return WhereConnectionStands(site, text); };
   if (site.mode == SiteConfiguration::Mode::Development) {
     options.onWarning = [](const varnel::String& text) { WriteLog(LogLevel::Warning, varnel::ToUtf8(text)); };
   }

@@ -7,7 +7,7 @@
 #include <span>
 
 #include "host-linux/base/Ascii.h"
-#include "host-linux/command/ScriptTokens.h"
+#include "host-linux/script/ScriptTokens.h"
 
 namespace hostlinux {
 

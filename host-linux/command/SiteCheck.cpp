@@ -127,7 +127,8 @@ class Checker {
   void CheckPage(ScriptEngine& engine, const std::string& page) {
     PageDirectives directives;
     if (const auto failure = engine.Prepare(page, directives)) {
-      Add(m_pagesName + (failure->file.empty() ? page : failure->file), failure->line, failure->message);
+      Add(m_pagesName + (failure->file.empty() ? page : failure->file), failure->line,
+          failure->message + (failure->hint.empty() ? "" : ". " + failure->hint));
       return;
     }
     if (directives.lcid && !FindLocale(*directives.lcid))

@@ -299,13 +299,21 @@ class Page {
   }
   // The link of that text, or of an image that says so; or the button.
   click(name) {
-    for (var link of elementsOf(this.root, 'a'))
+    var known = [];
+    for (var link of elementsOf(this.root, 'a')) {
       if (link.attributes.href !== undefined && isCalled(link, name)) return ask('GET', resolved(link.attributes.href, this.address), '', '');
-    for (var form of elementsOf(this.root, 'form'))
-      for (var button of elementsOf(form))
-        if ((button.tag === 'button' || (button.tag === 'input' && ['submit', 'image'].includes(button.attributes.type))) && isCalled(button, name))
-          return new Form(this, form).send(button);
-    throw new Error(this.address + ' has no link or button "' + name + '"');
+      if (link.attributes.href !== undefined) known.push(link);
+    }
+    for (var form of elementsOf(this.root, 'form')) {
+      for (var button of elementsOf(form)) {
+        if (button.tag !== 'button' && !(button.tag === 'input' && ['submit', 'image'].includes(button.attributes.type))) continue;
+        if (isCalled(button, name)) return new Form(this, form).send(button);
+        known.push(button);
+      }
+    }
+    var names = [...new Set(known.map(element => namesOf(element).find(one => one !== '')))].filter(one => one !== undefined);
+    throw new Error(this.address + ' has no link or button "' + name + '"' +
+      (names.length === 0 ? '' : '\n     There are: ' + names.slice(0, 20).map(one => '"' + one + '"').join(', ') + (names.length > 20 ? ', ...' : '')));
   }
   // The form that has a field of that name; without one the first.
   form(field) {

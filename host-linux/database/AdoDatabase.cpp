@@ -115,10 +115,17 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
     throw ProviderFailure({provider_error::kFail, u"Varnel.Database",
                            varnel::TrimRight(u"The connection string is empty." + why), 0, u"08001"});
   }
-  return EngineOf(m_options.engines, connection)
-      .MakeProvider()
-      ->Open(connection, OpenOptions{m_options.folder, readOnly || m_options.readsOnly,
-                                     Timeout(timeoutSeconds), m_options.limits, m_options.timeLeft});
+  try {
+    return EngineOf(m_options.engines, connection)
+        .MakeProvider()
+        ->Open(connection, OpenOptions{m_options.folder, readOnly, Timeout(timeoutSeconds), m_options.limits,
+                                       m_options.timeLeft});
+  } catch (const ProviderFailure& failure) {
+    if (!m_options.whereFrom) throw;
+    varnel::host::ProviderError error = failure.Error();
+    error.Description = varnel::TrimRight(error.Description + u" " + m_options.whereFrom(connectionString));
+    throw ProviderFailure(std::move(error));
+  }
 }
 
 // A session whose file was replaced while it waited is dropped, and the next one looked at.

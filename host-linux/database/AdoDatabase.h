@@ -28,6 +28,8 @@ struct AdoOptions {
   std::function<void(const SqlTraceEntry&)> onStatement;
   // A sentence on why a connection string may be empty; may be left empty.
   std::function<varnel::String()> whyEmpty;
+  // A sentence on where a connection string stands that can't be opened, or nothing; may be left empty.
+  std::function<varnel::String(const varnel::String&)> whereFrom;
   std::function<void(const varnel::String&)> onWarning;  // development mode: texts for the log; may be empty
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host-linux/script/LooseBracket.h"
 #include "host-linux/script/SourceMap.h"
 #include "host-linux/script/V8Text.h"
 
@@ -106,8 +107,31 @@ PagePosition CompiledPages::Locate(const std::string& script, int generated) con
   const auto known = m_pages.find(script);
   if (!page && known != m_pages.end()) page = known->second.get();
   if (!page) return {};
-  const SourceLine& line = page->script.Locate(generated);
-  return {page->script.files[static_cast<std::size_t>(line.file)], line.line};
+  return PlaceIn(page->script, generated);
+}
+
+PagePosition CompiledPages::PlaceIn(const PageScript& script, int generated) {
+  const SourceLine& line = script.Locate(generated);
+  return {script.files[static_cast<std::size_t>(line.file)], line.line};
+}
+
+std::optional<CompiledPages::BracketFault> CompiledPages::BracketFaultOfFailed() const {
+  if (!m_failed) return std::nullopt;
+  const auto loose = FindLooseBracket(m_failed->script.source);
+  if (!loose) return std::nullopt;
+  const PagePosition place = PlaceIn(m_failed->script, loose->line);
+  const auto named = [](char sign, const PagePosition& at) {
+    return std::string("'") + sign + "' in line " + std::to_string(at.line) + " of " + at.file;
+  };
+  std::string sentence = "The " + named(loose->sign, place);
+  if (loose->before != '\0') {
+    sentence += " isn't closed before the " +
+                named(loose->before, PlaceIn(m_failed->script, loose->lineOfBefore)) + ".";
+  } else {
+    sentence += std::string_view("([{").find(loose->sign) == std::string_view::npos ? " closes nothing."
+                                                                                    : " is never closed.";
+  }
+  return BracketFault{std::move(sentence), place};
 }
 
 void CompiledPages::DropReplaced() {

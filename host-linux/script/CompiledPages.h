@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -49,6 +50,13 @@ class CompiledPages {
   // Where line `generated` of the script named `script` comes from; an empty file where that is no page.
   PagePosition Locate(const std::string& script, int generated) const;
 
+  // A sentence on the bracket without a partner, where the compilation that failed last has one, and its place.
+  struct BracketFault {
+    std::string sentence;
+    PagePosition place;
+  };
+  std::optional<BracketFault> BracketFaultOfFailed() const;
+
   // The address by which a debugger knows the script named `script`: that of the page's file, or one of its
   // own where a source map leads from there to the files.
   std::string UrlOf(const std::string& script) const;
@@ -58,6 +66,7 @@ class CompiledPages {
  private:
   bool IsCurrent(CompiledPage& page) const;
   std::unique_ptr<CompiledPage> Parse(const std::string& page) const;
+  static PagePosition PlaceIn(const PageScript& script, int generated);
   std::string MapFor(const std::string& page, const PageScript& script);
 
   const PageFiles& m_files;

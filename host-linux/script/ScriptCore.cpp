@@ -130,6 +130,7 @@ void ScriptCore::PopulateRealm(v8::Local<v8::Context> context) {
 
 std::vector<varnel::String> ScriptCore::GlobalNames() const {
   std::vector<varnel::String> names;
+  names.reserve(m_options.intrinsics.size());
   for (const std::string& name : m_options.intrinsics) names.push_back(varnel::FromUtf8(name));
   for (const auto& [name, value] : m_options.constants) names.push_back(varnel::FromUtf8(name));
   for (const char16_t* name :
@@ -162,7 +163,7 @@ std::optional<ScriptFailure> ScriptCore::Prepare(const std::string& page, PageDi
   } catch (const PageError& error) {
     return FailureOf(error);
   } catch (const PendingException&) {
-    return FailureOf(*this, trap.Exception(), trap.Message());
+    return CompilerFailureOf(*this, trap.Exception(), trap.Message());
   }
 }
 
@@ -263,13 +264,17 @@ PageResult ScriptCore::RunInner(const std::string& page) {
 PageResult ScriptCore::RunGuarded(const std::string& page) {
   using Outcome = PageResult::Outcome;
   const v8::TryCatch trap(m_isolate);
+  bool isCompiled = false;
   try {
-    Call(Context(), Compile(Context(), page));
+    CompiledPage& compiled = Compile(Context(), page);
+    isCompiled = true;
+    Call(Context(), compiled);
     return {};
   } catch (const PageError& error) {
     return {Outcome::Failed, FailureOf(error)};
   } catch (const PendingException&) {
     if (Stopping() || trap.Exception().IsEmpty()) return {};
+    if (!isCompiled) return {Outcome::Failed, CompilerFailureOf(*this, trap.Exception(), trap.Message())};
     return {Outcome::Failed, FailureOf(*this, trap.Exception(), trap.Message())};
   } catch (const std::bad_alloc&) {
     m_outOfMemory = true;

@@ -205,6 +205,22 @@ ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Lo
   return failure;
 }
 
+ScriptFailure CompilerFailureOf(ScriptCore& core, v8::Local<v8::Value> exception,
+                                v8::Local<v8::Message> message) {
+  ScriptFailure failure = FailureOf(core, exception, message);
+  // A text without its second quote makes a riddle of all brackets behind it.
+  if (failure.message.find("Invalid or unexpected token") != std::string::npos) return failure;
+  const auto bracket = core.Pages().BracketFaultOfFailed();
+  if (!bracket) return failure;
+  failure.hint = bracket->sentence;
+  // The end of the page is no place to look at where an include has the bracket.
+  if (failure.message.ends_with("Unexpected end of input") && failure.file != bracket->place.file) {
+    failure.file = bracket->place.file;
+    failure.line = bracket->place.line;
+  }
+  return failure;
+}
+
 ScriptFailure FailureOf(const PageError& error) {
   ScriptFailure failure;
   failure.message = failure.description = error.what();

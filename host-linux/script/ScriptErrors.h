@@ -25,6 +25,10 @@ varnel::ErrInfo StoppedError();
 ScriptFailure FailureOf(ScriptCore& core, v8::Local<v8::Value> exception, v8::Local<v8::Message> message);
 ScriptFailure FailureOf(const PageError& error);
 
+// The same of the page that the compiler has just refused, with the bracket that lacks its partner.
+ScriptFailure CompilerFailureOf(ScriptCore& core, v8::Local<v8::Value> exception,
+                                v8::Local<v8::Message> message);
+
 // Formats err.stack with the pages' files and lines.
 v8::MaybeLocal<v8::Value> PrepareStack(v8::Local<v8::Context> context, v8::Local<v8::Value> error,
                                        v8::Local<v8::Array> sites);

@@ -130,6 +130,39 @@ TEST_F(ErrorPagesTest, AnswerARefusedForm) {
   EXPECT_EQ(answer.body, "own 403");
 }
 
+TEST_F(ErrorPagesTest, AnswerAPageThatSaysSoByItsStatusAlone) {
+  site.WritePage("errors/404.asp", kPage);
+  site.WritePage(
+      "book.asp",
+      "\n\r\n<% Session.Contents['a'] = 1; Response.Status = '404 Not Found'; Response.End(); %>rest");
+  for (const char* mode : {"development", "production"}) {
+    if (mode != std::string("development")) SetMode(mode);
+    const Answer answer = Get("/shop/book.asp?id=7");
+    EXPECT_EQ(answer.status, 404);
+    EXPECT_THAT(answer.body, HasSubstr("404 of /shop/book.asp, GET 1"));
+    EXPECT_NE(hosttest::CookieLine(answer), "");
+  }
+}
+
+TEST_F(ErrorPagesTest, LeaveAPagesOwnTextAlone) {
+  site.WritePage("errors/404.asp", kPage);
+  site.WritePage("own.asp", "<% Response.Status = '404 Not Found'; %>no such book");
+  EXPECT_EQ(Get("/shop/own.asp").body, "no such book");
+  site.WritePage("flushed.asp",
+                 "<% Response.Status = '404 Not Found'; Response.Write('sent'); Response.Flush(); %>");
+  EXPECT_EQ(Get("/shop/flushed.asp").body, "sent");
+  site.WritePage("gone.asp", "<% Response.Status = '410 Gone'; %>");
+  const Answer gone = Get("/shop/gone.asp");
+  EXPECT_EQ(gone.status, 410);
+  EXPECT_EQ(gone.body, "");
+}
+
+TEST_F(ErrorPagesTest, WithoutATextAreNotAskedAgain) {
+  site.WritePage("errors/404.asp", "<% Response.Status = '404 Not Found'; %>");
+  EXPECT_EQ(Get("/shop/errors/404.asp").status, 404);
+  EXPECT_EQ(Get("/shop/none.asp").status, 404);
+}
+
 TEST_F(ErrorPagesTest, OfAHeadHasNoBody) {
   site.WritePage("errors/404.asp", "own");
   Client().Send("HEAD /shop/none.asp HTTP/1.1\r\nHost: localhost\r\n\r\n");

@@ -107,6 +107,19 @@ TEST_F(Mistakes, AnEndlessLoopInAnIncludeAndAroundTheLibrary) {
               HasSubstr("loop.inc, line 3: The page ran longer than it may."));
 }
 
+TEST_F(Mistakes, AStatementThatRunsTooLong) {
+  Configure("statement_timeout = \"100ms\"\n");
+  EXPECT_THAT(
+      Failure(
+          "<%\nvar c = Server.CreateObject('ADODB.Connection'); "
+          "c.Open(Application('Demo_ConnectionString'));\n"
+          "c.Execute('WITH n AS (SELECT 1 AS i UNION ALL SELECT i + 1 FROM n) SELECT COUNT(*) FROM n');\n%>"),
+      AllOf(HasSubstr("page1.asp, line 3: Query timeout expired"),
+            HasSubstr(
+                "A statement may run for 100 ms: statement_timeout of [server] in site.toml, or a shorter "
+                "CommandTimeout. An index may serve it.")));
+}
+
 TEST_F(Mistakes, AHugeAllocation) {
   Configure("max_heap = 67108864\n");
   EXPECT_THAT(Failure("<%\nvar rows = [];\n\nfor (;;) rows.push(new Array(100).fill('x'));\n%>"),

@@ -12,7 +12,6 @@ namespace {
 using hosttest::Ran;
 using hosttest::RunVarnel;
 using testing::HasSubstr;
-using testing::Not;
 
 class TestCommandTest : public testing::Test {
  protected:
@@ -92,6 +91,7 @@ TEST_F(TestCommandTest, NamesFileLineAndReasonOfAFailedTest) {
   EXPECT_THAT(ran.out, HasSubstr("FAIL tests/a.js:6: throws: TypeError: "));
   EXPECT_THAT(ran.out,
               HasSubstr("FAIL tests/a.js:8: misses: /shop/form.asp has no link or button \"none\"\n"));
+  EXPECT_THAT(ran.out, HasSubstr("\n     There are: \"Go\"\n"));
   EXPECT_THAT(ran.out, HasSubstr("4 tests, 3 failed\n"));
 }
 

@@ -127,30 +127,46 @@ TEST_P(Examples, DoWhatThePageSays) {
   EXPECT_GT(pages, 0);
 }
 
-TEST(TestingPage, HasTestsThatPass) {
+// What the tests of a page of the documentation say, run in a site of its own.
+std::vector<std::string> TestResultsOf(const std::string& page, const std::string& files = "") {
   const auto site = std::filesystem::path(::testing::TempDir()) /
                     ("varnel-docs-tests-" + std::to_string(::getpid())) / "hello";
   hostlinux::MakeNewSite(site);
-  for (const Block& block :
-       BlocksOf(ReadText(std::filesystem::path(VARNEL_SOURCE_DIR) / "docs/testing.md"))) {
+  for (const Block& block : BlocksOf(ReadText(std::filesystem::path(VARNEL_SOURCE_DIR) / page))) {
     if (!block.page.empty()) WriteText(site / "pages" / block.page, block.text);
     if (!block.file.empty()) WriteText(site / block.file, block.text);
+    if (!block.database.empty()) RunSql(site / block.database, block.text);
   }
   std::vector<std::string> results;
-  hostlinux::RunSiteTests(site, "", hosttest::SharedRuntime(), [&](const hostlinux::SiteTestResult& result) {
-    results.push_back(hostlinux::TestResultText(result));
-  });
+  hostlinux::RunSiteTests(
+      site, files, hosttest::SharedRuntime(),
+      [&](const hostlinux::SiteTestResult& result) { results.push_back(hostlinux::TestResultText(result)); });
   std::filesystem::remove_all(site.parent_path());
-  EXPECT_EQ(results, (std::vector<std::string>{"ok   tests/greeting.js: the page takes a name",
-                                               "ok   tests/greeting.js: a form bears the token by itself",
-                                               "ok   tests/greeting.js: a page's failure is in the log",
-                                               "ok   tests/pages.js: the first page greets by name",
-                                               "ok   tests/pages.js: the list leads to its next page"}));
+  return results;
+}
+
+TEST(TestingPage, HasTestsThatPass) {
+  EXPECT_EQ(TestResultsOf("docs/testing.md"),
+            (std::vector<std::string>{"ok   tests/greeting.js: the page takes a name",
+                                      "ok   tests/greeting.js: a form bears the token by itself",
+                                      "ok   tests/greeting.js: a page's failure is in the log",
+                                      "ok   tests/pages.js: the first page greets by name",
+                                      "ok   tests/pages.js: the list leads to its next page"}));
+}
+
+TEST(ApplicationPage, HasTestsThatPass) {
+  EXPECT_EQ(TestResultsOf("docs/application.md", "shelf"),
+            (std::vector<std::string>{"ok   tests/shelf.js: a search takes every mark as it is",
+                                      "ok   tests/shelf.js: a guest is asked who he is",
+                                      "ok   tests/shelf.js: a German price is taken, and a foreign one isn't",
+                                      "ok   tests/shelf.js: a price may be left out",
+                                      "ok   tests/shelf.js: what isn't there has a page of the site's own"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Examples,
                          ::testing::Values("README.md", "docs/first-page.md", "docs/lists-and-grids.md",
                                            "docs/script-contract.md", "docs/site-toml.md",
-                                           "docs/numbers-and-dates.md", "docs/parameters.md"));
+                                           "docs/numbers-and-dates.md", "docs/parameters.md",
+                                           "docs/application.md"));
 
 }  // namespace

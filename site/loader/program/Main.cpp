@@ -28,12 +28,14 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n"
-    "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [the same options]\n";
+    "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [--from OUT.db | the same options]\n";
 
 struct Options {
   std::filesystem::path database;
   // In place of a file: the connection string of a server's database.
   std::string server;
+  // The file of an earlier run, whose tables go to the server; empty: they are made from the lists.
+  std::filesystem::path from;
   std::filesystem::path pci = "/usr/share/misc/pci.ids";
   std::filesystem::path usb = "/usr/share/misc/usb.ids";
   // Empty: the table that is compiled in.
@@ -56,6 +58,7 @@ std::filesystem::path* PathOption(Options& options, std::string_view name) {
   if (name == "--pci") return &options.pci;
   if (name == "--usb") return &options.usb;
   if (name == "--keywords") return &options.keywords;
+  if (name == "--from") return &options.from;
   return nullptr;
 }
 
@@ -106,6 +109,7 @@ void LoadServer(const shop::Catalogue& catalogue, const std::string& server) {
 }
 
 void Load(const Options& options) {
+  if (!options.server.empty() && !options.from.empty()) return shop::WriteToServer(options.from, options.server);
   const shop::Keywords keywords =
       shop::Keywords::Parse(options.keywords.empty() ? shop::kKeywordsTsv : ReadFile(options.keywords));
   const shop::Catalogue catalogue = shop::BuildCatalogue(

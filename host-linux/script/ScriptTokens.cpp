@@ -1,4 +1,4 @@
-#include "host-linux/command/ScriptTokens.h"
+#include "host-linux/script/ScriptTokens.h"
 
 #include <algorithm>
 #include <array>
