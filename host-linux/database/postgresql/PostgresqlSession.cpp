@@ -33,7 +33,7 @@ bool IsAnyWord(const SqlToken& token, std::initializer_list<std::u16string_view>
 
 bool LeavesSomething(const std::vector<SqlToken>& tokens) {
   if (!IsAnyWord(tokens.front(), {u"SELECT", u"INSERT", u"UPDATE", u"DELETE", u"WITH", u"VALUES", u"MERGE",
-                                  u"TABLE", u"EXPLAIN", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE", u"ANALYZE",
+                                  u"TABLE", u"EXPLAIN", u"SHOW", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE", u"ANALYZE",
                                   u"VACUUM", u"COMMENT", u"REINDEX", u"REFRESH"}) &&
       tokens.front().kind != SqlTokenKind::Open) {
     return true;
@@ -267,7 +267,7 @@ StatementResult PostgresqlSession::RunAny(const String& sql, const StatementPara
 }
 
 // Whoever got round a setting has got round what holds because of it.
-void PostgresqlSession::RequireSettings() const {
+void PostgresqlSession::RequireSettings() {
   const std::string readOnly = m_connection.Setting("default_transaction_read_only");
   if (m_connection.Setting("standard_conforming_strings") == "on" &&
       m_connection.Setting("client_encoding") == "UTF8" &&
@@ -275,6 +275,7 @@ void PostgresqlSession::RequireSettings() const {
       (!m_readsOnly || readOnly.empty() || readOnly == "on")) {
     return;
   }
+  m_isUsed = true;
   RaisePostgresql(provider_error::kPermission,
                   u"A statement has changed a setting that the connection depends on.", u"42000");
 }

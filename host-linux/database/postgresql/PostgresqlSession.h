@@ -84,7 +84,7 @@ class PostgresqlSession : public ISession {
                                const StatementLimits& limits);
   Prepared PreparedFor(const std::string& sql, const varnel::String& spelled);
   void ForgetStatements();
-  void RequireSettings() const;
+  void RequireSettings();
   void FinishReader() noexcept;
   void ForgetSchema();
   // What `sql` leaves behind on the server.

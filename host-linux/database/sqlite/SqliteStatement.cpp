@@ -59,6 +59,27 @@ SqliteStatement::SqliteStatement(sqlite3* database, const std::string& sql)
   }
 }
 
+namespace {
+
+// True for the column that is the table's row number: it is never NULL, though nobody has declared that.
+bool IsRowNumber(sqlite3* database, const std::string& schema, const std::string& table,
+                 std::string_view column) {
+  const auto quoted = [](const std::string& name) {
+    std::string text = "\"";
+    for (const char c : name) text.append(c == '"' ? 2 : 1, c);
+    return text + "\"";
+  };
+  const std::string sql = "SELECT _rowid_ FROM " + quoted(schema) + "." + quoted(table);
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_prepare_v2(database, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) return false;
+  const char* origin = sqlite3_column_origin_name(statement, 0);
+  const bool isIt = origin != nullptr && origin == column;
+  sqlite3_finalize(statement);
+  return isIt;
+}
+
+}  // namespace
+
 std::vector<ColumnFact> SqliteStatement::Facts() const {
   std::vector<ColumnFact> facts;
   for (int i = 0; i < sqlite3_column_count(m_statement.get()); ++i) {
@@ -74,7 +95,8 @@ std::vector<ColumnFact> SqliteStatement::Facts() const {
     sqlite3_table_column_metadata(m_database, database, table, column, nullptr, nullptr, &isNotNull, nullptr,
                                   nullptr);
     facts.back().table = varnel::FromUtf8(table);
-    facts.back().isNotNull = isNotNull != 0;
+    facts.back().isNotNull = isNotNull != 0 || (UpperAscii(facts.back().declaredType) == u"INTEGER" &&
+                                                IsRowNumber(m_database, database, table, column));
   }
   return facts;
 }

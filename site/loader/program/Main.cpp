@@ -28,7 +28,8 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n"
-    "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [--from OUT.db | the same options]\n";
+    "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [--from OUT.db | the "
+    "same options]\n";
 
 struct Options {
   std::filesystem::path database;
@@ -109,7 +110,8 @@ void LoadServer(const shop::Catalogue& catalogue, const std::string& server) {
 }
 
 void Load(const Options& options) {
-  if (!options.server.empty() && !options.from.empty()) return shop::WriteToServer(options.from, options.server);
+  if (!options.server.empty() && !options.from.empty())
+    return shop::WriteToServer(options.from, options.server);
   const shop::Keywords keywords =
       shop::Keywords::Parse(options.keywords.empty() ? shop::kKeywordsTsv : ReadFile(options.keywords));
   const shop::Catalogue catalogue = shop::BuildCatalogue(
