@@ -6,5 +6,6 @@ told("size", content.length);
 told("bytes", content[0] + " " + content[content.length - 1]);
 Utilities.QuickSort(content);
 told("sorted", content[0] + " " + content[content.length - 1]);
+told("by number", upload.GetFileBinary(2).length);
 told("of nothing", upload.GetFileBinary("none").length);
 %>

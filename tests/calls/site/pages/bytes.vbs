@@ -7,5 +7,6 @@ Told "size", UBound(content) + 1
 Told "bytes", content(0) & " " & content(UBound(content))
 Utilities.QuickSort content
 Told "sorted", content(0) & " " & content(UBound(content))
+Told "by number", UBound(upload.GetFileBinary(2)) + 1
 Told "of nothing", UBound(upload.GetFileBinary("none")) + 1
 %>

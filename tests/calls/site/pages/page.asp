@@ -12,7 +12,7 @@ told("GetDGridViaPost", page.GetDGridViaPost());
 page.SetDGridViaPost();
 told("GetDGridViaPost", page.GetDGridViaPost());
 page.ShowPageJump(7);
-page.GetPageJump(ByRef(0), ByRef(false));
+page.GetPageJump(new ByRef(0), new ByRef(false));
 page.AllowSort("name DESC");
 page.AcceptStatesOf("other.asp");
 told("SealState", page.SealState("1x2", "other.asp", "R_1"));

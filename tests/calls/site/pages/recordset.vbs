@@ -18,7 +18,7 @@ rs.SetRecCountON
 Told "GetIsRecCountON", rs.GetIsRecCountON()
 rs.SetPageJump True, 5
 Told "GetPageJump", rs.GetPageJump()
-rs.SetDefaultSortFields "town,name DESC"
+rs.SetDefaultSortFields "name DESC,id"
 Told "GetDefaultSortFields", rs.GetDefaultSortFields()
 rs.SetDefaultSortReversed False
 rs.SetState ""
@@ -28,7 +28,7 @@ rs.OpenRS query, "id"
 Told "IsOpen", rs.IsOpen()
 Told "GetState", rs.GetState()
 Told "GetCurrentState", rs.GetCurrentState()
-Told "GetCurrentSortOrder", rs.GetCurrentSortOrder("town,name DESC")
+Told "GetCurrentSortOrder", rs.GetCurrentSortOrder("name DESC,id")
 Told "GetCurrentSortOrder", rs.GetCurrentSortOrder("id")
 Told "GetStateSorted", rs.GetStateSorted("price")
 Told "GetStateFirst", rs.GetStateFirst()
@@ -67,7 +67,7 @@ Told "Name", field.Name
 Told "Value", field.Value
 Told "the field itself", field
 Told "GetDefault", field.GetDefault()
-Told "GetDefault", rs.GetDefault("town")
+Told "GetDefault", rs.GetDefault("Name")
 Told "the default member", rs("id")
 Told "by number", rs(0)
 Told "through Fields", rs.Fields("[id]")
@@ -77,7 +77,7 @@ v = rs.Fields.Item(99) : ToldFailure "no field at this place"
 On Error Goto 0
 rows = 0
 Do While Not rs.EOF
-  Told "row", rs("id") & " " & rs("town")
+  Told "row", rs("id") & " " & rs("name")
   rs.MoveNext
   rows = rows + 1
 Loop

@@ -6,7 +6,6 @@ told("GetFormVar of a file", upload.GetFormVar("notes"));
 told("GetFormVar of nothing", upload.GetFormVar("none"));
 told("GetFileContentType", upload.GetFileContentType("NOTES"));
 told("GetFileAsString", upload.GetFileAsString("notes"));
-told("GetFileAsString by number", upload.GetFileAsString(2));
 upload.GetFileBinary("notes");
 upload.WriteFileToFileSystem("notes", Application("UploadFolder"));
 toldFailure("a file that isn't there", function () { upload.WriteFileToFileSystem("none", Application("UploadFolder")); });

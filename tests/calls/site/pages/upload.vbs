@@ -7,7 +7,6 @@ Told "GetFormVar of a file", upload.GetFormVar("notes")
 Told "GetFormVar of nothing", upload.GetFormVar("none")
 Told "GetFileContentType", upload.GetFileContentType("NOTES")
 Told "GetFileAsString", upload.GetFileAsString("notes")
-Told "GetFileAsString by number", upload.GetFileAsString(2)
 content = upload.GetFileBinary("notes")
 upload.WriteFileToFileSystem "notes", Application("UploadFolder")
 On Error Resume Next

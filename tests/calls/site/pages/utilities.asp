@@ -13,7 +13,7 @@ told("SQLEncodeDate", util.SQLEncodeDate("3/5/2024"));
 told("SQLEncodeDateTime", util.SQLEncodeDateTime("3/5/2024 7:08:09"));
 told("LDAPEncodeStr", util.LDAPEncodeStr("a*(b)"));
 told("LDAPEncodeStrForSearch", util.LDAPEncodeStrForSearch("a*(b)"));
-told("RetrieveElementFromRequestFormCollection", util.RetrieveElementFromRequestFormCollection("a=1&b=x%20y", "b=", ByRef("")));
+told("RetrieveElementFromRequestFormCollection", util.RetrieveElementFromRequestFormCollection("a=1&b=x%20y", "b=", new ByRef("")));
 told("the page's own", Utilities.SQLEncodeLng(7));
 toldFailure("a text for a number", function () { util.SQLEncodeLng("many"); });
 toldFailure("a number too large", function () { util.SQLEncodeByte(256); });
