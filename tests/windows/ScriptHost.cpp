@@ -389,20 +389,29 @@ struct Holder : Object {
   Variant value;
 };
 
-// Basic's conversions, for engines that have none.
+// Basic's conversions, for engines that have none, and a look at bytes.
 class Basic : public Object {
  public:
   const varnel::ClassInfo& Class() const override {
     static const varnel::ClassInfo info{
         u"Basic",
         {Method<&Basic::CInt>(u"CInt"), Method<&Basic::CLng>(u"CLng"), Method<&Basic::CDbl>(u"CDbl"),
-         Method<&Basic::CStr>(u"CStr"), Method<&Basic::ByRef>(u"ByRef")}};
+         Method<&Basic::CStr>(u"CStr"), Method<&Basic::ByRef>(u"ByRef"), Method<&Basic::Hex>(u"Hex")}};
     return info;
   }
   varnel::Integer CInt(const Variant& value) { return varnel::ToInteger(value); }
   Long CLng(const Variant& value) { return varnel::ToLong(value); }
   double CDbl(const Variant& value) { return varnel::ToDouble(value); }
   String CStr(const Variant& value) { return varnel::ToText(value); }
+  // Two digits for each byte.
+  String Hex(const Variant& value) {
+    constexpr StringView kDigits = u"0123456789abcdef";
+    const auto* bytes = value.As<varnel::BytesPtr>();
+    if (bytes == nullptr || *bytes == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
+    String text;
+    for (const varnel::Byte byte : **bytes) (text += kDigits[byte >> 4]) += kDigits[byte & 15];
+    return text;
+  }
   ObjectPtr ByRef(const Variant& value) {
     auto holder = std::make_shared<Holder>();
     holder->value = value;

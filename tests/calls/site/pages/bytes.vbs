@@ -1,12 +1,8 @@
 <!--#include file="includes/told.vbs"--><%
-' What only some engines can do: arrays of bytes.
-Dim upload, content
+' Bytes of a file. The engine can't look into an array of bytes, its host can.
+Dim upload
 Set upload = Server.CreateObject("Varnel.Upload")
-content = upload.GetFileBinary("notes")
-Told "size", UBound(content) + 1
-Told "bytes", content(0) & " " & content(UBound(content))
-Utilities.QuickSort content
-Told "sorted", content(0) & " " & content(UBound(content))
-Told "by number", UBound(upload.GetFileBinary(2)) + 1
-Told "of nothing", UBound(upload.GetFileBinary("none")) + 1
+Told "by name", Basic.Hex(upload.GetFileBinary("notes"))
+Told "by number", Basic.Hex(upload.GetFileBinary(2))
+Told "of nothing", Basic.Hex(upload.GetFileBinary("none"))
 %>

@@ -6,7 +6,7 @@ var day = "3/5/2024";
 
 function toldList(name, list) {
   told(name, list.GetPageSize() + " a page, " + list.GetState());
-  for (; !list.EOF; list.MoveNext()) told("  row", list(0) + " " + list(1));
+  for (; !list.EOF; list.MoveNext()) told("  row", list(0));
 }
 function toldRows(name, rows, column) {
   told(name, rows.Fields.Count);

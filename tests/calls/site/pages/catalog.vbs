@@ -8,7 +8,7 @@ day1 = "3/5/2024"
 Sub ToldList(name, list)
   Told name, list.GetPageSize() & " a page, " & list.GetState()
   Do While Not list.EOF
-    Told "  row", list(0) & " " & list(1)
+    Told "  row", list(0)
     list.MoveNext
   Loop
 End Sub

@@ -1,5 +1,7 @@
 <!--#include file="includes/told.inc"--><%
 // Every operation of DRecordset, its fields, and DGrid.
+// Not every engine calls an object of its host by its own name.
+var application = Application;
 var page = Server.CreateObject("Varnel.Page");
 page.OpenDatabaseConnection("Data");
 var query = "SELECT id, name, town, price FROM person";
@@ -95,7 +97,7 @@ copied.Fields.Initialize(null);
 toldFailure("fields of nothing", function () { return copied.Fields.Count; });
 
 var own = Server.CreateObject("Varnel.DRecordset");
-own.SetConnection(Application("Data_ConnectionString"));
+own.SetConnection(application("Data_ConnectionString"));
 own.SetPageSize(1);
 own.SetDefaultSortFields("id");
 own.OpenRS(query, "id");

@@ -108,7 +108,7 @@ v = copied.Fields.Count : ToldFailure "fields of nothing"
 On Error Goto 0
 
 Set own = Server.CreateObject("Varnel.DRecordset")
-own.SetConnection Application("Data_ConnectionString")
+own.SetConnection Application.Value("Data_ConnectionString")
 own.SetPageSize 1
 own.SetDefaultSortFields "id"
 own.OpenRS query, "id"

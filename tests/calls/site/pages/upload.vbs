@@ -8,7 +8,7 @@ Told "GetFormVar of nothing", upload.GetFormVar("none")
 Told "GetFileContentType", upload.GetFileContentType("NOTES")
 Told "GetFileAsString", upload.GetFileAsString("notes")
 content = upload.GetFileBinary("notes")
-upload.WriteFileToFileSystem "notes", Application("UploadFolder")
+upload.WriteFileToFileSystem "notes", Application.Value("UploadFolder")
 On Error Resume Next
-upload.WriteFileToFileSystem "none", Application("UploadFolder") : ToldFailure "a file that isn't there"
+upload.WriteFileToFileSystem "none", Application.Value("UploadFolder") : ToldFailure "a file that isn't there"
 %>

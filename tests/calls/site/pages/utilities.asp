@@ -29,7 +29,7 @@ told("DateFromJava", data.DateFromJava(2024, 2, 5, 1033));
 told("Float", data.Float(1234.5, 1033));
 told("FloatEx", data.FloatEx(1234.5678, 1033));
 told("FloatEx", data.FloatEx(1234.5678, 1033, 3));
-told("Number", data.Number(1234567, 1033));
+told("Number", data.Number(-234567, 1033));
 told("ValidateDateTime", data.ValidateDateTime("3/5/2024"));
 told("ValidateDateTime", data.ValidateDateTime("3/5/2024", "3/6/2024", "3/7/2024"));
 told("ValidateFloat", data.ValidateFloat(1.5));
