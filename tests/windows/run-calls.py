@@ -4,6 +4,7 @@ Linux host writes, and VBScript must have called every member of the type librar
 it has arguments and results for."""
 import os
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -42,7 +43,7 @@ def requests():
 def run(wine, build, page, form, folder):
     arguments = ["", "@" + wine_path(os.path.join(CALLS, form[0]))] if form else []
     environment = {**os.environ, "SCRIPT_HOST_UPLOADS": wine_path(folder)}
-    result = subprocess.run([wine, os.path.join(build, "script-host.exe"), wine_path(HERE + "/recorded"),
+    result = subprocess.run([*shlex.split(wine), os.path.join(build, "script-host.exe"), wine_path(HERE + "/recorded"),
                              wine_path(CALLS + "/site/pages"), page, *arguments],
                             capture_output=True, check=False, env=environment)
     errors = result.stderr.decode(errors="replace").splitlines()
