@@ -43,11 +43,12 @@ std::size_t BehindQuoted(StringView sql, std::size_t at) {
 }
 
 const host::StatementParameter& Named(const host::StatementParameters& parameters, StringView name) {
-  const auto found =
-      std::find_if(parameters.values.begin(), parameters.values.end(),
-                   [&](const host::StatementParameter& known) { return varnel::EqualsNoCase(known.Name, name); });
+  const auto found = std::find_if(
+      parameters.values.begin(), parameters.values.end(),
+      [&](const host::StatementParameter& known) { return varnel::EqualsNoCase(known.Name, name); });
   if (found == parameters.values.end())
-    throw varnel::Error({kNoValueGiven, u"Varnel", u"Parameter ':" + String(name) + u"' has no value.", u"", 0});
+    throw varnel::Error(
+        {kNoValueGiven, u"Varnel", u"Parameter ':" + String(name) + u"' has no value.", u"", 0});
   return *found;
 }
 

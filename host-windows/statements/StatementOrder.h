@@ -8,8 +8,9 @@
 namespace hostwindows {
 
 struct OrderedStatement {
-  varnel::String text;                                  // with "?" for each name
-  std::vector<varnel::host::StatementParameter> values;  // one for each "?" that a name has become, in their order
+  varnel::String text;  // with "?" for each name
+  std::vector<varnel::host::StatementParameter>
+      values;  // one for each "?" that a name has become, in their order
 };
 
 // Puts "?" for each `:name` of `sql`, in any case of letters, that stands outside of texts, quoted names and comments.

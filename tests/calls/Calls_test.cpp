@@ -50,7 +50,8 @@ class Calls : public PageTest {
     }
     site.Write("messages/1033.toml", FileText(kTests / "recorded/site/messages/1033.toml"));
     const std::filesystem::path root = VARNEL_SOURCE_DIR;
-    for (const char* name : {"tests/recorded/site/data.sql", "site/schema/tables.sql", "tests/catalog/small-catalogue.sql"})
+    for (const char* name :
+         {"tests/recorded/site/data.sql", "site/schema/tables.sql", "tests/catalog/small-catalogue.sql"})
       site.RunSql(FileText(root / name), "data.db");
   }
 

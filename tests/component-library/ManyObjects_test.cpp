@@ -49,9 +49,9 @@ void MakeAndRelease(const char* name) {
   varnel_release(object);
 }
 
-constexpr std::array kClasses{"Varnel.Utilities", "Varnel.Page",         "Varnel.PageUtil", "Varnel.Table",
-                              "Varnel.DRecordset", "Varnel.DGrid",        "Varnel.Upload",   "Varnel.CatalogQuery",
-                              "Varnel.DataFunctions"};
+constexpr std::array kClasses{"Varnel.Utilities", "Varnel.Page",         "Varnel.PageUtil",
+                              "Varnel.Table",     "Varnel.DRecordset",   "Varnel.DGrid",
+                              "Varnel.Upload",    "Varnel.CatalogQuery", "Varnel.DataFunctions"};
 
 // A request holds what it has activated until its end: each has one object of every class.
 void Cycle(int count) {
@@ -106,7 +106,8 @@ void Work() {
     varnel_object rs = 0;
     ASSERT_EQ(varnel_create("Varnel.DRecordset", &rs), 0);
     varnel_value connection = Text("Provider=SQLite;Data Source=:memory:");
-    ASSERT_EQ(varnel_call(rs, "SetConnection", &connection, 1, nullptr), 0) << varnel_last_error()->description;
+    ASSERT_EQ(varnel_call(rs, "SetConnection", &connection, 1, nullptr), 0)
+        << varnel_last_error()->description;
     varnel_value query[] = {Text("SELECT 1 AS ONE"), Text("ONE")};
     varnel_value found{};
     varnel_call(rs, "OpenRS", query, 2, &found);

@@ -81,8 +81,9 @@ TEST_F(InProcessServerTest, IsKeptByAWalkAlone) {
   {
     const ComPointer<IDispatch> wrapped = WrapObject(fields);
     DISPPARAMS none{};
-    ASSERT_EQ(wrapped->Invoke(DISPID_NEWENUM, kNoId, 0, DISPATCH_PROPERTYGET, &none, &walk.Get(), nullptr, nullptr),
-              S_OK);
+    ASSERT_EQ(
+        wrapped->Invoke(DISPID_NEWENUM, kNoId, 0, DISPATCH_PROPERTYGET, &none, &walk.Get(), nullptr, nullptr),
+        S_OK);
   }
   EXPECT_FALSE(CanUnload());
   VariantClear(&walk.Get());
@@ -100,7 +101,8 @@ TEST_F(InProcessServerTest, IsNotKeptByWhatFailed) {
   EXPECT_EQ(factory->CreateInstance(nullptr, kDispatchId, nullptr), E_POINTER);
   EXPECT_EQ(LiveCount::Now(), before);
   void* found = &found;
-  EXPECT_EQ(m_server.GetClassObject(&kNoId, &kClassFactoryId, &found), static_cast<Long>(CLASS_E_CLASSNOTAVAILABLE));
+  EXPECT_EQ(m_server.GetClassObject(&kNoId, &kClassFactoryId, &found),
+            static_cast<Long>(CLASS_E_CLASSNOTAVAILABLE));
   EXPECT_EQ(found, nullptr);
   EXPECT_EQ(m_server.GetClassObject(&IdsOfClass(u"Table")->classID, &kDispatchId, &found),
             static_cast<Long>(E_NOINTERFACE));

@@ -68,8 +68,7 @@ IDispatch* Create(const wchar_t* progID, HRESULT& answer) {
   CLSID id;
   void* made = nullptr;
   answer = ::CLSIDFromProgID(progID, &id);
-  if (SUCCEEDED(answer))
-    answer = ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &made);
+  if (SUCCEEDED(answer)) answer = ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &made);
   return static_cast<IDispatch*>(made);
 }
 
@@ -99,8 +98,9 @@ class Client {
     std::vector<OLECHAR*> units;
     for (std::wstring& name : names) units.push_back(name.data());
     std::vector<DISPID> ids(names.size(), 77);
-    ExpectCode(m_object->GetIDsOfNames(IID_NULL, units.data(), static_cast<UINT>(units.size()), 0, ids.data()),
-               expected, "names are found");
+    ExpectCode(
+        m_object->GetIDsOfNames(IID_NULL, units.data(), static_cast<UINT>(units.size()), 0, ids.data()),
+        expected, "names are found");
     return ids;
   }
 
@@ -115,7 +115,8 @@ class Client {
     Answer answer;
     answer.result =
         m_object->Invoke(id, IID_NULL, 0, flags, &parameters, &value, &error, &answer.badArgument);
-    if (SUCCEEDED(answer.result) && SUCCEEDED(::VariantChangeType(&value, &value, VARIANT_ALPHABOOL, VT_BSTR)))
+    if (SUCCEEDED(answer.result) &&
+        SUCCEEDED(::VariantChangeType(&value, &value, VARIANT_ALPHABOOL, VT_BSTR)))
       answer.text = value.bstrVal == nullptr ? L"" : value.bstrVal;
     ::VariantClear(&value);
     answer.code = error.scode;
@@ -131,7 +132,8 @@ class Client {
     return Invoke(Ids({name})[0], kCall, std::move(arguments));
   }
   // The last arguments by their names.
-  Answer CallNamed(const wchar_t* name, std::vector<VARIANT> arguments, std::vector<std::wstring> names) const {
+  Answer CallNamed(const wchar_t* name, std::vector<VARIANT> arguments,
+                   std::vector<std::wstring> names) const {
     names.insert(names.begin(), name);
     std::vector<DISPID> ids = Ids(names);
     return Invoke(ids[0], kCall, std::move(arguments), {ids.begin() + 1, ids.end()});
@@ -165,7 +167,8 @@ void TryNamedArguments() {
 
   const DISPID id = data.Ids({L"FloatEx"})[0];
   data.Ids({L"FloatEx", L"i_nothing"}, DISP_E_UNKNOWNNAME);
-  ExpectCode(data.Invoke(id, kCall, {Of(1033L)}, {1}).result, DISP_E_PARAMNOTOPTIONAL, "a required one is missing");
+  ExpectCode(data.Invoke(id, kCall, {Of(1033L)}, {1}).result, DISP_E_PARAMNOTOPTIONAL,
+             "a required one is missing");
   ExpectCode(data.Invoke(id, kCall, {Of(1.5), Of(1033L), Of(2.5)}, {0}).result, DISP_E_PARAMNOTFOUND,
              "one comes twice");
   ExpectCode(data.Invoke(id, kCall, {Of(1.5), Of(1033L)}, {9}).result, DISP_E_PARAMNOTFOUND,
@@ -180,10 +183,11 @@ void TryWrongCalls() {
   ExpectCode(util.Invoke(encode, kCall, {}).result, DISP_E_BADPARAMCOUNT, "too few arguments");
   ExpectCode(util.Invoke(encode, kCall, {Of(1L), Of(2L)}).result, DISP_E_BADPARAMCOUNT, "too many arguments");
   ExpectCode(util.Invoke(999, kCall, {}).result, DISP_E_MEMBERNOTFOUND, "an id that isn't there");
-  ExpectCode(util.Invoke(DISPID_NEWENUM, kCall, {}).result, DISP_E_MEMBERNOTFOUND, "a walk through no collection");
+  ExpectCode(util.Invoke(DISPID_NEWENUM, kCall, {}).result, DISP_E_MEMBERNOTFOUND,
+             "a walk through no collection");
   ExpectCode(util.Invoke(encode, 0, {Of(1L)}).result, E_INVALIDARG, "a call of no kind");
-  ExpectCode(util.Invoke(encode, DISPATCH_PROPERTYPUT, {Of(1L)}, {DISPID_PROPERTYPUT}).result, DISP_E_MEMBERNOTFOUND,
-             "a method can't be put");
+  ExpectCode(util.Invoke(encode, DISPATCH_PROPERTYPUT, {Of(1L)}, {DISPID_PROPERTYPUT}).result,
+             DISP_E_MEMBERNOTFOUND, "a method can't be put");
 
   const Answer type = util.Invoke(encode, kCall, {Of(L"many")});
   ExpectCode(type.result, DISP_E_EXCEPTION, "a text for a number");
@@ -211,11 +215,11 @@ void TryWrongReferences() {
   const DISPID encode = util.Ids({L"SQLEncodeLng"})[0];
   const DISPID sort = util.Ids({L"QuickSort"})[0];
   for (const VARTYPE type : {VT_I4, VT_BSTR, VT_VARIANT, VT_DISPATCH, VT_DECIMAL}) {
-    ExpectCode(util.Invoke(encode, kCall, {Reference(static_cast<VARTYPE>(type), nullptr)}).result, DISP_E_TYPEMISMATCH,
-               "a reference to nothing");
+    ExpectCode(util.Invoke(encode, kCall, {Reference(static_cast<VARTYPE>(type), nullptr)}).result,
+               DISP_E_TYPEMISMATCH, "a reference to nothing");
   }
-  ExpectCode(util.Invoke(sort, kCall, {Reference(VT_ARRAY | VT_VARIANT, nullptr)}).result, DISP_E_TYPEMISMATCH,
-             "a reference to no array");
+  ExpectCode(util.Invoke(sort, kCall, {Reference(VT_ARRAY | VT_VARIANT, nullptr)}).result,
+             DISP_E_TYPEMISMATCH, "a reference to no array");
   VARIANT inner = Reference(VT_VARIANT, nullptr);
   ExpectCode(util.Invoke(encode, kCall, {Reference(VT_VARIANT, &inner)}).result, DISP_E_TYPEMISMATCH,
              "a reference to a reference to nothing");
@@ -235,7 +239,8 @@ void TryWrongReferences() {
 
   // A place that can't hold the result: a form's text where a number would have to go.
   LONG place = 5;
-  ExpectCode(util.Call(L"RetrieveElementFromRequestFormCollection", {Of(L"b=text"), Of(L"b="), Reference(VT_I4, &place)})
+  ExpectCode(util.Call(L"RetrieveElementFromRequestFormCollection",
+                       {Of(L"b=text"), Of(L"b="), Reference(VT_I4, &place)})
                  .result,
              DISP_E_TYPEMISMATCH, "a text for a place of a number");
   Expect(place == 5, "the place is as it was");
@@ -247,8 +252,8 @@ void TryWrongReferences() {
              "no arguments at all");
   VARIANT argument = Of(1L);
   DISPPARAMS moreNames{&argument, nullptr, 1, 2};
-  ExpectCode(util.Get()->Invoke(encode, IID_NULL, 0, kCall, &moreNames, nullptr, nullptr, nullptr), E_INVALIDARG,
-             "more names than arguments");
+  ExpectCode(util.Get()->Invoke(encode, IID_NULL, 0, kCall, &moreNames, nullptr, nullptr, nullptr),
+             E_INVALIDARG, "more names than arguments");
   DISPPARAMS one{&argument, nullptr, 1, 0};
   ExpectCode(util.Get()->Invoke(encode, IID_NULL, 0, kCall, &one, nullptr, nullptr, nullptr), S_OK,
              "nobody wants to know the result");
@@ -264,7 +269,8 @@ void TryReleasedObjects() {
   void* found = nullptr;
   ExpectCode(gone->Invoke(1, IID_NULL, 0, kCall, &none, nullptr, nullptr, nullptr), RPC_E_DISCONNECTED,
              "a call of a released object");
-  ExpectCode(gone->QueryInterface(IID_IUnknown, &found), RPC_E_DISCONNECTED, "an interface of a released object");
+  ExpectCode(gone->QueryInterface(IID_IUnknown, &found), RPC_E_DISCONNECTED,
+             "an interface of a released object");
   Expect(gone->Release() == 0, "a second release");
   const Client util(L"Varnel.Utilities");
   VARIANT argument{};
@@ -272,7 +278,8 @@ void TryReleasedObjects() {
   // Never freed: it holds nothing.
   argument.pdispVal = gone;
   DISPPARAMS one{&argument, nullptr, 1, 0};
-  Expect(FAILED(util.Get()->Invoke(util.Ids({L"SQLEncodeLng"})[0], IID_NULL, 0, kCall, &one, nullptr, nullptr, nullptr)),
+  Expect(FAILED(util.Get()->Invoke(util.Ids({L"SQLEncodeLng"})[0], IID_NULL, 0, kCall, &one, nullptr, nullptr,
+                                   nullptr)),
          "a released object as an argument");
 }
 
@@ -313,7 +320,8 @@ void TryUnloading() {
   factory = static_cast<IClassFactory*>(found);
   factory->LockServer(FALSE);
   ExpectCode(canUnload(), S_FALSE, "the class object again");
-  ExpectCode(factory->CreateInstance(factory, IID_IDispatch, &object), CLASS_E_NOAGGREGATION, "inside of another object");
+  ExpectCode(factory->CreateInstance(factory, IID_IDispatch, &object), CLASS_E_NOAGGREGATION,
+             "inside of another object");
   factory->Release();
   ExpectCode(canUnload(), S_OK, "neither an object nor a lock");
 }
@@ -350,8 +358,8 @@ void TryManyObjects() {
   for (int i = 0; i < kWarmUp + kCycles; ++i) {
     if (i == kWarmUp) before = Memory();
     HRESULT answer = S_OK;
-    static const wchar_t* const kNames[] = {L"Varnel.Utilities", L"Varnel.DataFunctions", L"Varnel.CatalogQuery",
-                                            L"Varnel.DRecordset"};
+    static const wchar_t* const kNames[] = {L"Varnel.Utilities", L"Varnel.DataFunctions",
+                                            L"Varnel.CatalogQuery", L"Varnel.DRecordset"};
     IDispatch* object = Create(kNames[i % 4], answer);
     if (object == nullptr) return ExpectCode(answer, S_OK, "one of many objects");
     object->Release();

@@ -113,9 +113,9 @@ class Command : public Object {
     using C = Command;
     static const varnel::ClassInfo info{
         u"Command",
-        {varnel::DataMember<&C::connection>(u"ActiveConnection"), varnel::DataMember<&C::text>(u"CommandText"),
-         varnel::DataMember<&C::type>(u"CommandType"), Method<&C::CreateParameter>(u"CreateParameter"),
-         ReadOnly<&C::Parameters>(u"Parameters")}};
+        {varnel::DataMember<&C::connection>(u"ActiveConnection"),
+         varnel::DataMember<&C::text>(u"CommandText"), varnel::DataMember<&C::type>(u"CommandType"),
+         Method<&C::CreateParameter>(u"CreateParameter"), ReadOnly<&C::Parameters>(u"Parameters")}};
     return info;
   }
   ObjectPtr CreateParameter(const String& name, Long adoType, Long, Long, const Variant& value) {

@@ -407,7 +407,8 @@ class Basic : public Object {
   String Hex(const Variant& value) {
     constexpr StringView kDigits = u"0123456789abcdef";
     const auto* bytes = value.As<varnel::BytesPtr>();
-    if (bytes == nullptr || *bytes == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
+    if (bytes == nullptr || *bytes == nullptr)
+      varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
     String text;
     for (const varnel::Byte byte : **bytes) (text += kDigits[byte >> 4]) += kDigits[byte & 15];
     return text;
