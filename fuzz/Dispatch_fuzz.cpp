@@ -105,7 +105,7 @@ class Arguments {
         break;
       case VT_DISPATCH:
       case VT_UNKNOWN:
-        if (bytes.Next() % 2 == 0) break;
+        if (bytes.Next() % 2 == 0 || m_object == nullptr) break;
         value.pdispVal = m_object;
         m_object->AddRef();
         break;
