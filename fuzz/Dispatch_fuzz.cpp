@@ -78,8 +78,10 @@ class Arguments {
         value.vt = static_cast<VARTYPE>(VT_BYREF | type);
         if (bytes.Next() % 8 == 0) return;
         if (type == VT_VARIANT && level == 0) {
-          Fill(bytes, place, value, 1);
+          VARIANT inner{};
+          Fill(bytes, place, inner, 1);
           if ((place.vt & VT_BYREF) != 0) place = VARIANT{};
+          VariantClear(&inner);
         } else {
           FillPlain(bytes, place, type);
         }
@@ -103,7 +105,7 @@ class Arguments {
         break;
       case VT_DISPATCH:
       case VT_UNKNOWN:
-        if (bytes.Next() % 2 == 0) break;
+        if (bytes.Next() % 2 == 0 || m_object == nullptr) break;
         value.pdispVal = m_object;
         m_object->AddRef();
         break;

@@ -1,8 +1,11 @@
 #include "host-windows/WindowsAdo.h"
 
+#include "host-windows/LateBound.h"
+#include "host-windows/statements/StatementOrder.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/component/AutomationValues.h"
+#include "varnel/component/ObjectWrappers.h"
 
 namespace hostwindows {
 
@@ -56,6 +59,37 @@ host::RowBlock BlockOf(const VARIANT& rows) {
   }
   ::SafeArrayUnaccessData(rows.parray);
   return block;
+}
+
+// ADO's numbers of types, for values that StatementParameter may hold.
+Long TypeOf(const Variant& value) {
+  constexpr Long kInteger = 2;
+  constexpr Long kLong = 3;
+  constexpr Long kDouble = 5;
+  constexpr Long kDate = 7;
+  constexpr Long kBoolean = 11;
+  constexpr Long kByte = 17;
+  constexpr Long kText = 202;
+  if (value.As<varnel::Integer>() != nullptr) return kInteger;
+  if (value.As<Long>() != nullptr) return kLong;
+  if (value.As<double>() != nullptr) return kDouble;
+  if (value.As<varnel::Date>() != nullptr) return kDate;
+  if (value.As<bool>() != nullptr) return kBoolean;
+  if (value.As<varnel::Byte>() != nullptr) return kByte;
+  return kText;
+}
+
+// In characters; types of a fixed size ignore it, and a text's may not be 0.
+Long SizeOf(const Variant& value) {
+  const String* text = value.As<String>();
+  return text == nullptr || text->empty() ? 1 : static_cast<Long>(text->size());
+}
+
+void AppendParameter(varnel::Object& command, const host::StatementParameter& parameter) {
+  constexpr Long kInput = 1;
+  const Variant made = command.CallWith(u"CreateParameter", parameter.Name, TypeOf(parameter.Value), kInput,
+                                        SizeOf(parameter.Value), parameter.Value);
+  RequireObject(command.Get(u"Parameters"))->CallWith(u"Append", made);
 }
 
 }  // namespace
@@ -114,8 +148,21 @@ void WindowsRecordset::SetCacheSize(Long count) { Put(u"CacheSize", count); }
 
 void WindowsRecordset::Open(const String& sql, const std::shared_ptr<host::IConnection>& connection,
                             Long cursorType, Long lockType, Long options) {
-  CallWith(u"Open", sql, std::dynamic_pointer_cast<varnel::Object>(connection), cursorType, lockType,
-           options);
+  const auto on = std::dynamic_pointer_cast<varnel::Object>(connection);
+  if (!m_parameters.values.empty()) return OpenCommand(sql, on, cursorType, lockType);
+  CallWith(u"Open", sql, on, cursorType, lockType, options);
+}
+
+// The values travel in a command, which brings its connection along.
+void WindowsRecordset::OpenCommand(const String& sql, const ObjectPtr& connection, Long cursorType,
+                                   Long lockType) {
+  const OrderedStatement statement = InOrder(sql, m_parameters);
+  const ObjectPtr command = com::UnwrapObject(CreateByName(u"ADODB.Command").Get());
+  command->Put(u"ActiveConnection", connection);
+  command->Put(u"CommandText", statement.text);
+  command->Put(u"CommandType", host::ado::kCommandText);
+  for (const host::StatementParameter& parameter : statement.values) AppendParameter(*command, parameter);
+  CallWith(u"Open", command, Missing(), cursorType, lockType, host::ado::kUnspecified);
 }
 
 std::shared_ptr<host::IConnection> WindowsRecordset::GetActiveConnection() const {

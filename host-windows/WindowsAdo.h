@@ -35,6 +35,9 @@ class WindowsRecordset : public varnel::com::ForeignObject, public varnel::host:
   void SetMaxRecords(varnel::Long count) override;
   varnel::Long MaxRecords() const override;
   void SetCacheSize(varnel::Long count) override;
+  void SetParameters(const varnel::host::StatementParameters& parameters) override {
+    m_parameters = parameters;
+  }
   void Open(const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
   std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override;
@@ -51,7 +54,11 @@ class WindowsRecordset : public varnel::com::ForeignObject, public varnel::host:
 
  private:
   varnel::Variant Ask(varnel::StringView name) const;
+  void OpenCommand(const varnel::String& sql, const varnel::ObjectPtr& connection, varnel::Long cursorType,
+                   varnel::Long lockType);
   varnel::ObjectPtr Field(varnel::Long position) const;
+
+  varnel::host::StatementParameters m_parameters;
 };
 
 }  // namespace hostwindows

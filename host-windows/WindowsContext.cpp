@@ -67,6 +67,7 @@ class TransactionContext : public host::IObjectContext {
     const auto object = com::ComPointer<com::IDispatch>::Taking(static_cast<com::IDispatch*>(made));
     return AdaptComponent(progID, com::UnwrapObject(object.Get()));
   }
+  String FormFields() override { return {}; }
 
  private:
   com::ComPointer<ComPlusContext> m_context;
@@ -84,6 +85,7 @@ class GivenContext : public host::IObjectContext {
     const Variant made = m_context.CallWith(u"CreateInstance", progID);
     return AdaptComponent(progID, varnel::ToObject(made));
   }
+  String FormFields() override { return {}; }
 
  private:
   com::ForeignObject m_context;

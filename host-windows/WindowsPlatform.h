@@ -20,6 +20,7 @@ class WindowsPlatform : public varnel::host::IPlatform {
   varnel::host::ICodePages& CodePages() override { return m_codePages; }
   // Nothing guards lists here: what a link brings is a page's to check.
   varnel::host::IStateGuard* StateGuard() override { return nullptr; }
+  varnel::host::IListWatcher* ListWatcher() override { return nullptr; }
   bool EnterLog() override;
   void LeaveLog() override;
 

@@ -29,6 +29,8 @@
 extern "C" {
 #endif
 
+/* C's way of naming. NOLINTBEGIN(readability-identifier-naming) */
+
 /* An object, or 0 for Nothing. Handles are never used twice. */
 typedef uint64_t varnel_object;
 
@@ -123,6 +125,8 @@ int32_t varnel_request_end(varnel_value* page);
 int32_t varnel_application_set(const char* key, const varnel_value* value);
 /* The words of grids: a folder of files such as 1033.toml. 76 for a folder that isn't there. */
 int32_t varnel_application_messages(const char* folder);
+
+/* NOLINTEND(readability-identifier-naming) */
 
 #ifdef __cplusplus
 }

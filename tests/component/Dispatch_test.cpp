@@ -17,7 +17,6 @@ namespace componenttest {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using varnel::Long;
 
 // An object with a member of each kind.

@@ -27,7 +27,7 @@ namespace com = varnel::com;
 
 namespace {
 
-Results& Recorded() {
+Results& AllResults() {
   static Results results;
   return results;
 }
@@ -75,8 +75,8 @@ Variant ValueOf(const std::string& field) {
 }
 
 std::shared_ptr<const Result> Find(const String& sql) {
-  const auto found = Recorded().find(sql);
-  if (found != Recorded().end()) return found->second;
+  const auto found = AllResults().find(sql);
+  if (found != AllResults().end()) return found->second;
   std::string line = varnel::ToUtf8(sql);
   line = varnel::ToUtf8(varnel::Replace(varnel::Replace(sql, u"\r", u"\\r"), u"\n", u"\\n"));
   std::fprintf(stderr, "MISSING\t%s\n", line.c_str());
@@ -88,12 +88,75 @@ struct Field : Object {
     static const varnel::ClassInfo info{
         u"Field",
         {varnel::DataMember<&Field::name>(u"Name"), varnel::DataMember<&Field::type>(u"Type"),
-         varnel::DataMember<&Field::value>(u"Value")}};
+         varnel::Property<&Field::Value, &Field::SetValue>(u"Value")}};
     return info;
+  }
+  Variant Value() { return value; }
+  void SetValue(const Variant& now) {
+    value = now;
+    if (place != nullptr) *place = now;
   }
   String name;
   Long type = 0;
   Variant value;
+  Variant* place = nullptr;  // in a recordset that is being filled
+};
+
+// A statement with values for its "?".
+class Command : public Object {
+ public:
+  Variant connection;
+  String text;
+  Long type = 0;
+
+  const varnel::ClassInfo& Class() const override {
+    using C = Command;
+    static const varnel::ClassInfo info{
+        u"Command",
+        {varnel::DataMember<&C::connection>(u"ActiveConnection"),
+         varnel::DataMember<&C::text>(u"CommandText"), varnel::DataMember<&C::type>(u"CommandType"),
+         Method<&C::CreateParameter>(u"CreateParameter"), ReadOnly<&C::Parameters>(u"Parameters")}};
+    return info;
+  }
+  ObjectPtr CreateParameter(const String& name, Long adoType, Long, Long, const Variant& value) {
+    const auto parameter = std::make_shared<Field>();
+    parameter->name = name;
+    parameter->type = adoType;
+    parameter->value = value;
+    return parameter;
+  }
+  ObjectPtr Parameters() { return m_parameters; }
+
+  // With the values in it, as somebody has recorded it.
+  String Statement() const {
+    String statement;
+    std::size_t next = 0;
+    for (const char16_t c : text) {
+      if (c != u'?') {
+        statement += c;
+      } else {
+        statement += LiteralOf(m_parameters->list.at(next++)->value);
+      }
+    }
+    return statement;
+  }
+
+ private:
+  struct List : Object {
+    const varnel::ClassInfo& Class() const override {
+      static const varnel::ClassInfo info{u"Parameters", {Method<&List::Append>(u"Append")}};
+      return info;
+    }
+    void Append(const std::shared_ptr<Field>& parameter) { list.push_back(parameter); }
+    std::vector<std::shared_ptr<Field>> list;
+  };
+
+  static String LiteralOf(const Variant& value) {
+    const String literal = varnel::ToText(value);
+    return value.IsText() ? u"'" + varnel::Replace(literal, u"'", u"''") + u"'" : literal;
+  }
+
+  std::shared_ptr<List> m_parameters = std::make_shared<List>();
 };
 
 class Recordset : public Object {
@@ -126,7 +189,14 @@ class Recordset : public Object {
     m_row = 0;
     if (source.IsMissing()) return;
     connection = on;
-    m_result = Find(varnel::ToText(source));
+    if (source.As<ObjectPtr>() == nullptr) {
+      m_result = Find(varnel::ToText(source));
+      return;
+    }
+    const auto command = varnel::CastObject<Command>(varnel::ToObject(source));
+    if (command == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
+    connection = command->connection;
+    m_result = Find(command->Statement());
   }
   void Show(std::shared_ptr<const Result> result) {
     m_result = std::move(result);
@@ -147,8 +217,10 @@ class Recordset : public Object {
       field->name = m_result->columns[i].first;
       field->type = m_result->columns[i].second;
       if (m_row < Rows()) field->value = m_result->rows[m_row][i];
+      if (m_row < Rows() && m_own != nullptr) field->place = &m_own->rows[m_row][i];
       list->fields.push_back(field);
     }
+    if (!m_isOpen) list->recordset = varnel::SharedFrom(*this);
     return list;
   }
   void MoveNext() {
@@ -160,12 +232,22 @@ class Recordset : public Object {
     Require();
     return static_cast<Long>(Rows());
   }
-  void AddNew() {}
+  // Of a recordset that a caller has made columns for.
+  void AddNew() {
+    if (m_own == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument);
+    m_own->rows.emplace_back(m_own->columns.size(), varnel::Null());
+    m_row = m_own->rows.size() - 1;
+  }
+  void AppendColumn(const String& name, Long type) {
+    if (m_own == nullptr) m_result = m_own = std::make_shared<Result>();
+    m_own->columns.emplace_back(name, type);
+  }
   void Update() {}
   void Close() {
     Require();
     m_isOpen = false;
     m_result = nullptr;
+    m_own = nullptr;
   }
   Variant NoRows() { return {}; }
 
@@ -193,7 +275,7 @@ class Recordset : public Object {
       static const varnel::ClassInfo info{
           u"Fields",
           {ReadOnly<&Columns::Item>(u"Item").AsDefault(), ReadOnly<&Columns::Count>(u"Count"),
-           Method<&Columns::Append>(u"Append", {Missing(), Missing(), Missing()})}};
+           Method<&Columns::Append>(u"Append", {Missing(), Missing()})}};
       return info;
     }
     ObjectPtr Item(const Variant& key) {
@@ -204,8 +286,12 @@ class Recordset : public Object {
       varnel::RaiseRuntimeError(5, varnel::ToText(key));
     }
     Long Count() { return static_cast<Long>(fields.size()); }
-    void Append(const String&, const Variant&, const Variant&, const Variant&) {}
+    void Append(const String& name, Long type, const Variant&, const Variant&) {
+      if (recordset == nullptr) varnel::RaiseRuntimeError(varnel::runtime_error::kInvalidArgument);
+      recordset->AppendColumn(name, type);
+    }
     std::vector<std::shared_ptr<Field>> fields;
+    std::shared_ptr<Recordset> recordset;  // while it is closed
   };
 
   void Require() const {
@@ -215,6 +301,7 @@ class Recordset : public Object {
   }
 
   std::shared_ptr<const Result> m_result;
+  std::shared_ptr<Result> m_own;  // the same, where a caller fills it
   std::size_t m_row = 0;
   bool m_isOpen = false;
 };
@@ -242,8 +329,11 @@ class Connection : public Object {
   ObjectPtr Execute(const String& sql, Variant& affected, const Variant&) {
     const auto rows = std::make_shared<Recordset>();
     if (sql.starts_with(u"set ")) return rows;
-    affected = Long{3};
-    if (sql.starts_with(u"DELETE")) return rows;
+    if (sql.starts_with(u"DELETE ")) {
+      // As many as the recorded question that is asked before it has found.
+      affected = static_cast<Long>(Find(u"SELECT PRODUCTID " + sql.substr(7))->rows.size());
+      return rows;
+    }
     rows->Show(Find(sql));
     return rows;
   }
@@ -359,7 +449,9 @@ void ProvideAdo(Results results) {
   constexpr CLSID kConnection = {
       0xE580B641, 0x6630, 0x4222, {0xAA, 0x00, 0x43, 0xCF, 0x6B, 0x36, 0x5E, 0x3C}};
   constexpr CLSID kRecordset = {0x7BFDCBE2, 0x0126, 0x44C3, {0x96, 0x52, 0xA9, 0xA8, 0x07, 0x60, 0x5D, 0xD9}};
-  Recorded() = std::move(results);
+  constexpr CLSID kCommand = {0x2D4A8E60, 0x9C31, 0x4C5F, {0xB1, 0x0D, 0x67, 0x33, 0x5B, 0x90, 0x4E, 0xC2}};
+  AllResults() = std::move(results);
+  Provide(L"ADODB.Command", kCommand, [] { return com::WrapObject(std::make_shared<Command>()); });
   Provide(L"ADODB.Connection", kConnection, [] { return com::WrapObject(std::make_shared<Connection>()); });
   Provide(L"ADODB.Recordset", kRecordset,
           [] { return com::ComPointer<IDispatch>::Taking(new RecordsetDispatch); });

@@ -21,7 +21,7 @@ using Results = std::map<varnel::String, std::shared_ptr<const Result>>;  // by 
 // A value is a letter and a text: n Null, t text, i Integer, l Long, y Byte, r Double, d Date, b Boolean.
 Results LoadRows(const std::string& text);
 
-// "ADODB.Connection" and "ADODB.Recordset" are made here from now on, for this process.
+// "ADODB.Connection", "ADODB.Recordset" and "ADODB.Command" are made here from now on, for this process.
 void ProvideAdo(Results results);
 
 }  // namespace scripthost

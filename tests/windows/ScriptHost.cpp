@@ -1,10 +1,12 @@
 // A small page host: runs pages of JScript and VBScript by the system's own engines, with objects of its own for request,
 // response, session, application and server, and rows from a recorded file in place of a database.
 //
-//   script-host DATA PAGES PAGE [QUERY [FORM]]   the page's text goes to standard output, its error to standard error
+//   script-host DATA PAGES PAGE [QUERY [FORM]]   the page's text goes to standard output, its error to standard error, and
+//                                                behind it the members that it has called (Recording.h)
 //
 // DATA is a folder with application.txt, session.txt, messages.txt (key, tab, value in each line), rows.txt, prelude.js and
-// prelude.vbs; PAGES is the folder of the pages.
+// prelude.vbs; PAGES is the folder of the pages. FORM is encoded as of a link, or "@FILE" with a body of
+// multipart/form-data (boundary: frontier). SCRIPT_HOST_UPLOADS in the environment is Application("UploadFolder").
 #include <windows.h>
 
 #include <activscp.h>
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <set>
@@ -20,11 +23,13 @@
 #include <string>
 
 #include "tests/windows/Page.h"
+#include "tests/windows/Recording.h"
 #include "tests/windows/Rows.h"
 #include "varnel/automation/Enumerator.h"
 #include "varnel/automation/Error.h"
 #include "varnel/automation/Members.h"
 #include "varnel/component/AutomationValues.h"
+#include "varnel/component/ForeignObject.h"
 #include "varnel/component/ObjectWrappers.h"
 
 using namespace scripthost;
@@ -155,13 +160,16 @@ class Values : public Object {
 class Request : public Object {
  public:
   Request(const std::string& page, const std::string& query, const std::string& form, bool posted)
-      : m_query(std::make_shared<Values>(query)),
-        m_form(std::make_shared<Values>(form)),
-        m_variables(std::make_shared<Values>("")),
-        m_body(form.begin(), form.end()) {
+      : m_query(std::make_shared<Values>(query)), m_variables(std::make_shared<Values>("")) {
+    const bool isMultipart = form.starts_with("@");
+    const std::string body = isMultipart ? FileText(form.substr(1)) : form;
+    m_body.assign(body.begin(), body.end());
+    m_form = std::make_shared<Values>(isMultipart ? "" : form);
     m_variables->Add(u"REQUEST_METHOD", posted ? u"POST" : u"GET");
-    m_variables->Add(u"URL", u"/rec/" + varnel::FromUtf8(page));
-    m_variables->Add(u"HTTP_CONTENT_TYPE", u"application/x-www-form-urlencoded");
+    // A page has one address, whatever it is written in.
+    m_variables->Add(u"URL", u"/rec/" + varnel::FromUtf8(page.substr(0, page.rfind('.'))) + u".asp");
+    m_variables->Add(u"HTTP_CONTENT_TYPE", isMultipart ? u"multipart/form-data; boundary=frontier"
+                                                       : u"application/x-www-form-urlencoded");
   }
   const varnel::ClassInfo& Class() const override {
     static const varnel::ClassInfo info{
@@ -325,6 +333,13 @@ class Context : public Object {
   std::vector<com::ComPointer<com::ComObjectControl>> m_controls;
 };
 
+// What a script gets for an object that was made outside of this program.
+ObjectPtr AsRecorded(const Variant& made) {
+  const ObjectPtr object = varnel::ToObject(made);
+  const auto foreign = varnel::CastObject<com::ForeignObject>(object);
+  return foreign == nullptr ? object : com::UnwrapObject(Recorded(foreign->Dispatch()).Get());
+}
+
 class Server : public Object {
  public:
   explicit Server(std::shared_ptr<Context> context) : m_context(std::move(context)) {}
@@ -335,7 +350,7 @@ class Server : public Object {
          Method<&Server::HTMLEncode>(u"HTMLEncode")}};
     return info;
   }
-  Variant CreateObject(const String& progID) { return m_context->CreateInstance(progID); }
+  Variant CreateObject(const String& progID) { return AsRecorded(m_context->CreateInstance(progID)); }
   String URLEncode(const String& text) {
     String encoded;
     for (const char c : varnel::ToUtf8(text)) {
@@ -374,20 +389,30 @@ struct Holder : Object {
   Variant value;
 };
 
-// Basic's conversions, for engines that have none.
+// Basic's conversions, for engines that have none, and a look at bytes.
 class Basic : public Object {
  public:
   const varnel::ClassInfo& Class() const override {
     static const varnel::ClassInfo info{
         u"Basic",
         {Method<&Basic::CInt>(u"CInt"), Method<&Basic::CLng>(u"CLng"), Method<&Basic::CDbl>(u"CDbl"),
-         Method<&Basic::CStr>(u"CStr"), Method<&Basic::ByRef>(u"ByRef")}};
+         Method<&Basic::CStr>(u"CStr"), Method<&Basic::ByRef>(u"ByRef"), Method<&Basic::Hex>(u"Hex")}};
     return info;
   }
   varnel::Integer CInt(const Variant& value) { return varnel::ToInteger(value); }
   Long CLng(const Variant& value) { return varnel::ToLong(value); }
   double CDbl(const Variant& value) { return varnel::ToDouble(value); }
   String CStr(const Variant& value) { return varnel::ToText(value); }
+  // Two digits for each byte.
+  String Hex(const Variant& value) {
+    constexpr StringView kDigits = u"0123456789abcdef";
+    const auto* bytes = value.As<varnel::BytesPtr>();
+    if (bytes == nullptr || *bytes == nullptr)
+      varnel::RaiseRuntimeError(varnel::runtime_error::kTypeMismatch);
+    String text;
+    for (const varnel::Byte byte : **bytes) (text += kDigits[byte >> 4]) += kDigits[byte & 15];
+    return text;
+  }
   ObjectPtr ByRef(const Variant& value) {
     auto holder = std::make_shared<Holder>();
     holder->value = value;
@@ -486,6 +511,8 @@ int Main(int argc, char** argv) {
   const auto context = std::make_shared<Context>();
   const auto response = std::make_shared<Response>();
   const auto application = std::make_shared<Store>(folder + "/application.txt");
+  if (const char* folder = std::getenv("SCRIPT_HOST_UPLOADS"))
+    application->Set(u"UploadFolder", varnel::FromUtf8(folder));
   application->Set(u"I18NMessageManager", ObjectPtr(std::make_shared<Messages>(folder + "/messages.txt")));
   context->items = {{u"request", std::make_shared<Request>(page, argc > 4 ? argv[4] : "",
                                                            argc > 5 ? argv[5] : "", argc > 5)},
@@ -504,10 +531,11 @@ int Main(int argc, char** argv) {
   for (const StringView name : {u"Request", u"Response", u"Application", u"Session", u"Server"})
     site.names[String(name)] = context->Item(String(name));
   site.names[u"Basic"] = std::make_shared<Basic>();
-  site.names[u"Utilities"] = com::UnwrapObject(first.Get());
+  site.names[u"Utilities"] = com::UnwrapObject(Recorded(first.Get()).Get());
   const bool succeeded = Run(site, ReadPage(folder, argv[2], page));
   context->End();
   setContext(nullptr);
+  std::fputs(CalledMembers().c_str(), stderr);
   const std::string text = varnel::ToUtf8(response->Text());
   ::_setmode(::_fileno(stdout), _O_BINARY);
   std::fwrite(text.data(), 1, text.size(), stdout);

@@ -12,7 +12,7 @@ struct HashNoCase {
   std::size_t operator()(StringView key) const {
     std::uint64_t hash = 0xCBF29CE484222325U;
     for (const char16_t unit : key) hash = (hash ^ FoldCase(unit)) * 0x100000001B3U;
-    return hash;
+    return static_cast<std::size_t>(hash);
   }
 };
 
