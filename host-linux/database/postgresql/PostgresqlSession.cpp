@@ -33,8 +33,8 @@ bool IsAnyWord(const SqlToken& token, std::initializer_list<std::u16string_view>
 
 bool LeavesSomething(const std::vector<SqlToken>& tokens) {
   if (!IsAnyWord(tokens.front(), {u"SELECT", u"INSERT", u"UPDATE", u"DELETE", u"WITH", u"VALUES", u"MERGE",
-                                  u"TABLE", u"EXPLAIN", u"SHOW", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE", u"ANALYZE",
-                                  u"VACUUM", u"COMMENT", u"REINDEX", u"REFRESH"}) &&
+                                  u"TABLE", u"EXPLAIN", u"SHOW", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE",
+                                  u"ANALYZE", u"VACUUM", u"COMMENT", u"REINDEX", u"REFRESH"}) &&
       tokens.front().kind != SqlTokenKind::Open) {
     return true;
   }
