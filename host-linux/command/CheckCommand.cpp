@@ -8,6 +8,7 @@
 
 #include "host-linux/command/IndexCheck.h"
 #include "host-linux/command/SiteCheck.h"
+#include "host-linux/script/ScriptRuntime.h"
 
 namespace hostlinux {
 
@@ -28,7 +29,8 @@ int RunCheck(const std::string& site) {
 int RunIndexCheck(const std::string& site) {
   try {
     std::size_t lists = 0;
-    const auto lines = AdviseIndexes(site, lists);
+    ScriptRuntime runtime({});
+    const auto lines = AdviseIndexes(site, runtime, lists);
     for (const std::string& line : lines) std::printf("%s\n", line.c_str());
     if (lines.empty()) std::printf("%zu lists were looked at. No index is missing.\n", lists);
     return lines.empty() ? 0 : 1;

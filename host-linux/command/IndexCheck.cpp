@@ -71,7 +71,7 @@ PageRequest RequestFor(const SiteConfiguration& site, const std::string& page) {
 }
 
 // What a page does when it is asked without parameters is all that is seen of it; one that fails may have opened lists.
-ListsSeen RunPages(const SiteConfiguration& site) {
+ListsSeen RunPages(const SiteConfiguration& site, ScriptRuntime& runtime) {
   ListsSeen lists;
   SiteHost::Options options;
   options.guardsLists = false;
@@ -81,7 +81,6 @@ ListsSeen RunPages(const SiteConfiguration& site) {
   options.onList = [&lists](const std::string& place, const varnel::host::ListInUse& list) {
     lists.Add(place, list);
   };
-  ScriptRuntime runtime({});
   SiteHost host(site, runtime, std::move(options));
   std::thread([&] {
     for (const std::string& page : PagesOf(site)) host.RunPage(RequestFor(site, page), nullptr);
@@ -107,11 +106,12 @@ std::string LineOf(const ListSeen& seen, const IndexAdvice& advice) {
 
 }  // namespace
 
-std::vector<std::string> AdviseIndexes(const std::filesystem::path& folder, std::size_t& count) {
+std::vector<std::string> AdviseIndexes(const std::filesystem::path& folder, ScriptRuntime& runtime,
+                                       std::size_t& count) {
   SiteConfiguration site = LoadSiteConfiguration(folder);
   site.log.level = "off";  // what a page fails with doesn't matter here
   StartLog(site);
-  const ListsSeen lists = RunPages(site);
+  const ListsSeen lists = RunPages(site, runtime);
   StopLog();
   count = lists.Opened();
 

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "host-linux/script/ScriptRuntime.h"
 #include "tests/application/TestSite.h"
 
 namespace hostlinux {
@@ -30,7 +31,11 @@ class IndexCheck : public testing::Test {
     m_site.WritePage("list.asp", kList);
   }
 
-  std::vector<std::string> Lines() { return AdviseIndexes(m_site.Folder(), m_lists); }
+  // One engine serves a process, and once only.
+  std::vector<std::string> Lines() {
+    static ScriptRuntime runtime({});
+    return AdviseIndexes(m_site.Folder(), runtime, m_lists);
+  }
 
   hosttest::TestSite m_site;
   std::size_t m_lists = 0;
