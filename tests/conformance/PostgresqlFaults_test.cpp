@@ -115,7 +115,7 @@ TEST_F(PostgresqlFaults, ALockedTableIsWaitedForWithinTheTime) {
 
 TEST_F(PostgresqlFaults, WhatAPageLeavesBehindIsNoOtherPages) {
   const auto sees = [&] {
-    return Page(u"SELECT COUNT(*) FROM pg_class WHERE relname = 'mine' AND relpersistence = 't'");
+    return Page(u"SELECT COUNT(*) FROM pg_class WHERE relname = 'mine' AND pg_table_is_visible(oid)");
   };
   m_database->Connect()->Execute(u"CREATE TEMPORARY TABLE mine (id INT)", -1);
   m_database->Services()->EndRequest();
