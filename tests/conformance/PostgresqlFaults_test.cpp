@@ -147,6 +147,13 @@ TEST_F(PostgresqlFaults, SettingsThatEscapingDependsOnCantBeChanged) {
   EXPECT_NE(0, NumberOf([&] { reader->Execute(u"DELETE FROM t", -1); }));
 }
 
+TEST_F(PostgresqlFaults, AReaderBeginsNoTransactionThatWrites) {
+  const auto reader = m_database->Connect(u"Mode=Read");
+  EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(u"BEGIN READ WRITE", -1); }));
+  EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(u"DELETE FROM t", -1); }));
+  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
+}
+
 TEST_F(PostgresqlFaults, AKeyThatItsColumnCantTakeIsADataFault) {
   const auto connection = m_database->Connect();
   EXPECT_NE(0, NumberOf([&] { connection->Execute(u"SELECT * FROM t WHERE id > 'abc'", -1); }));

@@ -248,7 +248,13 @@ StatementResult PostgresqlSession::Run(const String& sql, const StatementParamet
 
 void PostgresqlSession::Note(const String& sql) {
   const std::vector<SqlToken> tokens = LexSql(sql);
-  if (LeavesSomething(tokens) && !WordsOfPostgresql().IsNothing(tokens)) m_isUsed = true;
+  if (LeavesSomething(tokens) && !WordsOfPostgresql().IsNothing(tokens)) {
+    // BEGIN READ WRITE, for one, gets round the session's setting.
+    if (m_readsOnly)
+      RaisePostgresql(provider_error::kPermission, u"A connection that only reads runs no such statement.",
+                      u"42000");
+    m_isUsed = true;
+  }
   if (ChangesSchema(tokens.front())) ForgetSchema();
 }
 
