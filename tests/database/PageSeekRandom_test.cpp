@@ -216,6 +216,29 @@ TEST_F(PageSeekRandom, TheSameRowsInTheSameOrder) {
   EXPECT_GT(m_readsAsRows, m_reads / 50);
 }
 
+// The view gives NULLs in a column that the table beside it never has.
+TEST_F(PageSeekRandom, AViewBesideTheTableThatItReads) {
+  UseSeed(1);
+  Run(u"CREATE TABLE a (id INT NOT NULL PRIMARY KEY)");
+  Run(u"CREATE TABLE b (bid INT NOT NULL PRIMARY KEY, owner INT)");
+  Run(u"INSERT INTO a SELECT 1 UNION SELECT 2");
+  Run(u"INSERT INTO b SELECT 1, 1 UNION SELECT 2, 2 UNION SELECT 3, 7 UNION SELECT 4, NULL");
+  Run(u"CREATE VIEW v AS SELECT b.bid, a.id AS aid FROM b LEFT JOIN a ON a.id = b.owner");
+  for (const char16_t* list : {u"SELECT a.id, bid, aid FROM a, v WHERE a.id = 1",
+                               u"SELECT a.id, bid, v.aid FROM a INNER JOIN v ON a.id = 1"}) {
+    PersistedState state;
+    state.NavType = varnel::nav_type::kPrevious;
+    state.SortFields = String(list).find(u"v.aid") == String::npos ? u"aid" : u"v.aid";
+    state.KeyValues = {varnel::Variant(String(u"2")), varnel::Variant(String(u"2"))};
+    const std::vector<varnel::SortField> fields = varnel::ParseSortFields(state, u"bid");
+    std::vector<String> branches = varnel::SplitUnionBranches(list);
+    const varnel::PageQuery query = varnel::BuildRead(branches, state, fields, {10});
+    const std::string asData = Result(query, m_arms);
+    EXPECT_EQ(Result(query, m_plain), asData);
+    EXPECT_NE(std::string::npos, asData.find("\n1|4|-|")) << asData;
+  }
+}
+
 TEST_F(PageSeekRandom, TheSameFirstAndLastPages) {
   m_firstPages = true;
   CompareTables();

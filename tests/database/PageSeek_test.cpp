@@ -99,6 +99,33 @@ TEST_F(PageSeek, AnOuterJoinOrAViewMayGiveNullsAllTheSame) {
   EXPECT_EQ(2u, Steps(previous).size());
 }
 
+TEST_F(PageSeek, AnOuterJoinGivesNoNullsToTheTablesBeforeIt) {
+  m_facts.notNull = {u"id", u"name"};
+  m_facts.types[u"c.id"] = u"INTEGER";
+  m_facts.types[u"c.name"] = u"VARCHAR(50)";
+  m_facts.notNull.insert({u"c.id", u"c.name"});
+  Read previous = {.keys = {u"Jones", u"7"}, .navType = 2};
+  for (const char16_t* from :
+       {u"customer LEFT JOIN orders ON owner = id", u"orders, customer LEFT OUTER JOIN city ON (home = city)",
+        u"orders LEFT JOIN city ON town = city INNER JOIN customer ON owner = id"}) {
+    previous.query = u"SELECT id, name FROM " + String(from);
+    EXPECT_EQ(2u, Steps(previous).size()) << varnel::ToUtf8(from);
+  }
+  for (const char16_t* from :
+       {u"customer FULL JOIN orders ON owner = id", u"customer RIGHT JOIN orders ON owner = id",
+        u"orders LEFT JOIN (customer) ON owner = id", u"customer, (SELECT * FROM customers) other",
+        u"customer LEFT JOIN customer AS parent ON parent.child = id", u"orders, main.customer"}) {
+    previous.query = u"SELECT id, name FROM " + String(from);
+    EXPECT_EQ(4u, Steps(previous).size()) << varnel::ToUtf8(from);
+  }
+  const Read called = {.query = u"SELECT c.id, c.name FROM customer AS c LEFT JOIN orders o ON o.owner = c.id",
+                       .sort = u"c.name",
+                       .keys = {u"Jones", u"7"},
+                       .navType = 2,
+                       .keyList = u"c.id"};
+  EXPECT_EQ(2u, Steps(called).size());
+}
+
 TEST_F(PageSeek, BehindANullComeTheOtherNullsAndThenTheLowestValue) {
   EXPECT_EQ((Texts{"name is null and id > 42", "name >= ''"}),
             Conditions({.query = u"SELECT id, name FROM customer", .keys = {Null(), u"42"}}));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host-linux/database/dialect/FromTables.h"
 #include "host-linux/database/dialect/KeyLiteral.h"
 #include "host-linux/database/dialect/OperandFinder.h"
 #include "host-linux/database/dialect/SelectNames.h"
@@ -399,25 +400,34 @@ class Seeker {
                             PrintSql(branch.tokens, branch.from.begin, branch.from.end));
   }
 
-  // Not where the table may stand on the side of an outer join that gives NULLs, in a view too.
+  // Not where an outer join may make it so, in a view too: the column is that of a table which FROM itself names.
   bool IsNeverNull(const Branch& branch, const Key& key) const {
-    if (HasAnyWord(branch.tokens, branch.from, {u"LEFT", u"RIGHT", u"FULL"}) ||
-        HasAnyKind(branch.tokens, branch.from, {SqlTokenKind::Open})) {
-      return false;
-    }
+    const FromTables from = ReadFromTables(branch.tokens, branch.structure, branch.from);
+    if (from.hasOthers) return false;
     const auto facts = FactsOf(branch, key);
-    return facts && facts->size() == 1 && facts->front().isNotNull && Names(branch, facts->front().table);
+    if (!facts || facts->size() != 1 || !facts->front().isNotNull) return false;
+    const std::u16string table = UpperAscii(facts->front().table);
+    bool isNamed = false;
+    for (const FromTable& each : from.tables) {
+      if (PlainName(branch.tokens[each.name]) != table) continue;
+      if (each.mayBeNull) return false;
+      isNamed = isNamed || IsColumnOf(branch, each, key);
+    }
+    return isNamed;
   }
 
-  static bool Names(const Branch& branch, std::u16string_view table) {
-    for (size_t i = branch.from.begin + 1; i < branch.from.end; ++i) {
-      const SqlToken& before = branch.tokens[i - 1];
-      const bool isTable =
-          IsWord(before, u"FROM") || IsWord(before, u"JOIN") || before.kind == SqlTokenKind::Comma;
-      if (isTable && PlainName(branch.tokens[i]) == UpperAscii(table)) return true;
+  // A view beside its table may have the column too, but then under another name than the table's.
+  bool IsColumnOf(const Branch& branch, const FromTable& table, const Key& key) const {
+    if (!IsPlainColumn(key)) return false;
+    if (key.expression.size() == 1) {
+      const auto own = m_facts.Describe(u"SELECT " + PrintSql(key.expression, 0, 1, true) + u" FROM " +
+                                        branch.tokens[table.name].text);
+      return own && own->size() == 1 && own->front().isNotNull;
     }
-    return false;
+    return PlainName(key.expression[key.expression.size() - 3]) == PlainName(NameToken(table.called));
   }
+
+  static SqlToken NameToken(const std::u16string& name) { return LexSql(name).front(); }
 
   // --- a row value
 
@@ -579,64 +589,25 @@ class Seeker {
   }
 
   // The table of the first sort column, as FROM names it.
-  struct Walked {
-    size_t name = 0;        // the token of its name
-    std::u16string called;  // the alias, or the name
-  };
-
-  std::optional<Walked> WalkedTable() const {
+  std::optional<FromTable> WalkedTable() const {
     const Branch& branch = First();
     const auto facts = FactsOf(branch, m_keys[0]);
     if (!facts || facts->size() != 1 || facts->front().table.empty()) return std::nullopt;
     if (HasAnyWord(branch.tokens, branch.from, {u"RIGHT", u"FULL", u"INDEXED"})) return std::nullopt;
-    std::optional<Walked> found;
-    for (const Walked& table : TablesOf(branch)) {
+    std::optional<FromTable> found;
+    for (const FromTable& table : ReadFromTables(branch.tokens, branch.structure, branch.from).tables) {
       if (PlainName(branch.tokens[table.name]) != UpperAscii(facts->front().table)) continue;
       if (found) return std::nullopt;  // twice: which one it is, only the engine knows
-      if (IsOfOuterJoin(branch, table.name)) return std::nullopt;
+      if (table.mayBeNull) return std::nullopt;
       found = table;
     }
     return found;
   }
 
-  // Those that stand directly in FROM.
-  static std::vector<Walked> TablesOf(const Branch& branch) {
-    std::vector<Walked> tables;
-    for (size_t i = branch.from.begin + 1; i < branch.from.end; ++i) {
-      const Tokens& tokens = branch.tokens;
-      if (tokens[i].kind == SqlTokenKind::Open && branch.structure.partner[i] != SqlStructure::kNone) {
-        i = branch.structure.partner[i];
-        continue;
-      }
-      const SqlToken& before = tokens[i - 1];
-      const bool isTable = IsNamePart(tokens[i]) && (IsWord(before, u"FROM") || IsWord(before, u"JOIN") ||
-                                                     before.kind == SqlTokenKind::Comma);
-      if (isTable && tokens[i + 1].kind != SqlTokenKind::Dot) tables.push_back({i, NameBehind(branch, i)});
-    }
-    return tables;
-  }
-
-  static std::u16string NameBehind(const Branch& branch, size_t table) {
-    size_t alias = table + 1;
-    if (alias < branch.from.end && IsWord(branch.tokens[alias], u"AS")) ++alias;
-    const SqlSpan one{alias, alias + 1};
-    const bool isName =
-        alias < branch.from.end && IsNamePart(branch.tokens[alias]) &&
-        !HasAnyWord(branch.tokens, one, {u"INNER", u"LEFT", u"OUTER", u"CROSS", u"JOIN", u"ON", u"NOT"});
-    return branch.tokens[isName ? alias : table].text;
-  }
-
-  static bool IsOfOuterJoin(const Branch& branch, size_t table) {
-    for (size_t i = table; i-- > branch.from.begin && i + 4 > table;) {
-      if (IsWord(branch.tokens[i], u"LEFT")) return true;
-    }
-    return false;
-  }
-
   // The statement is the last one that was written.
   void AddWalk(const Arm& arm) {
     if (!MayWalk(arm)) return;
-    const std::optional<Walked> table = WalkedTable();
+    const std::optional<FromTable> table = WalkedTable();
     if (!table || (HasBareStar() && !IsOneTable(First()))) return;
     Writer writer;
     WriteWalk(writer, arm, *table);
@@ -648,7 +619,7 @@ class Seeker {
 
   bool HasBareStar() const { return std::any_of(First().items.begin(), First().items.end(), IsBareStar); }
 
-  void WriteWalk(Writer& writer, const Arm& arm, const Walked& table) const {
+  void WriteWalk(Writer& writer, const Arm& arm, const FromTable& table) const {
     const Branch& branch = First();
     const Key& key = m_keys[0];
     writer.Copy(branch.tokens, {0, branch.list.begin});
