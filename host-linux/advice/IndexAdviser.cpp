@@ -22,6 +22,8 @@ using Tokens = std::vector<SqlToken>;
 constexpr Integer kPageSize = 10;
 constexpr varnel::Long kSeconds = 5;
 constexpr std::size_t kLongestName = 60;
+// Reading and sorting so many rows costs less than a millisecond.
+constexpr Integer kFewRows = 1000;
 constexpr std::array<StringView, 4> kReads = {u"first", u"next", u"previous", u"last"};
 
 bool Same(StringView a, StringView b) { return varnel::EqualsNoCase(a, b); }
@@ -152,19 +154,20 @@ class Reads {
     return ParseSortFields(state, m_list.keys);
   }
 
-  varnel::PageQuery Query(Integer navType) const {
+  varnel::PageQuery Query(Integer navType, Integer pageSize) const {
     PersistedState state;
     state.NavType = navType;
     state.SortFields = m_list.sort;
     if (state.HasKeys()) state.KeyValues = m_anchor;
     std::vector<String> branches = varnel::SplitUnionBranches(m_list.query);
-    return BuildRead(branches, state, Fields(navType), {kPageSize});
+    return BuildRead(branches, state, Fields(navType), {pageSize});
   }
 
  private:
   // The keys of a row of the first page. A list without rows has those of none.
   void ReadAnchor(AdoConnection& rows) {
-    const StatementResult page = rows.Look(Query(varnel::nav_type::kFirst).text, m_list.parameters, kSeconds);
+    const StatementResult page =
+        rows.Look(Query(varnel::nav_type::kFirst, kPageSize).text, m_list.parameters, kSeconds);
     for (const SortField& field : Fields(varnel::nav_type::kFirst)) {
       Variant key = String(u"1");
       for (std::size_t i = 0; page.columns != nullptr && i < page.columns->size(); ++i) {
@@ -186,40 +189,76 @@ class Reads {
 class Adviser {
  public:
   Adviser(const SortedList& list, AdoConnection& rows, IIndexTrial& trial)
-      : m_list(list), m_trial(trial), m_reads(list, rows) {}
+      : m_list(list), m_rows(rows), m_trial(trial), m_reads(list, rows) {}
 
   std::optional<IndexAdvice> Run() {
     const std::vector<String> branches = varnel::SplitUnionBranches(m_list.query);
-    if (branches.size() == 1) Learn(branches.front());
+    for (const String& branch : branches) Learn(branch);
+    if (branches.size() == 1) LearnOrder(branches.front());
     IndexAdvice advice;
-    advice.reads = Unserved();
+    advice.reads = Unserved(false);
     if (advice.reads.empty()) return std::nullopt;
-    if (m_indexed.empty()) return advice;
-    const String create = u"CREATE INDEX " + m_index + u" ON " + m_table + u" (" + m_indexed + u")";
-    if (!m_trial.Make(create)) return advice;
-    if (Unserved().empty()) advice.createIndex = create;
-    m_trial.Drop(m_index);
+    advice.createIndex = ServingIndex();
+    if (advice.createIndex.empty() && IsShort() && Unserved(true).empty()) return std::nullopt;
     return advice;
   }
 
  private:
-  std::vector<String> Unserved() {
+  // Empty where none is found.
+  String ServingIndex() {
+    if (m_indexed.empty()) return {};
+    String create = u"CREATE INDEX " + m_index + u" ON " + m_table + u" (" + m_indexed + u")";
+    if (!m_trial.Make(create)) return {};
+    const bool serves = Unserved(false).empty();
+    m_trial.Drop(m_index);
+    return serves ? create : String();
+  }
+
+  // As the database is today.
+  bool IsShort() {
+    return HasFewRows(m_reads.Query(varnel::nav_type::kFirst, kFewRows + 1).text, m_list.parameters);
+  }
+
+  bool HasFewRows(const String& select, const varnel::host::StatementParameters& parameters) {
+    return m_rows.Look(select, parameters, kSeconds).rows.Rows() <= kFewRows;
+  }
+
+  // A name that stands in two branches may be another table in each.
+  std::vector<String> SmallSources() {
+    std::vector<String> small;
+    std::vector<String> large;
+    for (const Source& source : m_sources) {
+      const bool isSmall = HasFewRows(
+          u"SELECT TOP " + varnel::DecimalText(kFewRows + 1) + u" 1 AS n FROM [" + source.table + u"]", {});
+      (isSmall ? small : large).push_back(source.name);
+    }
+    std::erase_if(small, [&](const String& name) { return Holds(large, name); });
+    return small;
+  }
+
+  // `isShort`: reading a small table and sorting are nothing to speak of.
+  std::vector<String> Unserved(bool isShort) {
+    const std::vector<String> small = isShort ? SmallSources() : std::vector<String>();
     std::vector<String> unserved;
     for (std::size_t i = 0; i < kReads.size(); ++i) {
       const auto navType = static_cast<Integer>(i);
       const bool isBehind = navType == varnel::nav_type::kNext || navType == varnel::nav_type::kPrevious;
-      varnel::PageQuery query = m_reads.Query(navType);
-      if (!m_trial.IsServed(
-              {std::move(query.text), m_list.parameters, isBehind, m_driver, m_equal, std::move(query.page)}))
+      varnel::PageQuery query = m_reads.Query(navType, kPageSize);
+      if (!m_trial.IsServed({std::move(query.text), m_list.parameters, isBehind, m_driver, m_equal,
+                             std::move(query.page), m_driverTable, small, isShort}))
         unserved.emplace_back(kReads[i]);
     }
     return unserved;
   }
 
-  // The table by whose columns the list is sorted, and the index that its sort asks for.
   void Learn(const String& branch) {
+    const std::vector<Source> sources = QueryText(branch).Sources();
+    m_sources.insert(m_sources.end(), sources.begin(), sources.end());
+  }
+
+  // The table by whose columns the list is sorted, and the index that its sort asks for.
+  void LearnOrder(const String& branch) {
     const QueryText query(branch);
-    m_sources = query.Sources();
     const std::vector<SortField> fields = m_reads.Fields(varnel::nav_type::kFirst);
     const Source* driver = nullptr;
     for (const SortField& field : fields) {
@@ -238,7 +277,9 @@ class Adviser {
   }
 
   void Use(const Source* driver) {
-    if (driver != nullptr) m_driver = driver->name;
+    if (driver == nullptr) return;
+    m_driver = driver->name;
+    m_driverTable = driver->table;
   }
 
   const Source* SourceOf(const Column& column) const {
@@ -282,10 +323,12 @@ class Adviser {
   }
 
   const SortedList& m_list;
+  AdoConnection& m_rows;
   IIndexTrial& m_trial;
   const Reads m_reads;
   std::vector<Source> m_sources;
-  String m_driver;
+  String m_driver;  // by the name that FROM gives it
+  String m_driverTable;
   std::vector<String> m_equal;
   String m_table;
   String m_index;

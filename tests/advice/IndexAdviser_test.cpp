@@ -242,6 +242,33 @@ TEST_F(IndexAdviser, WhatNoIndexHelpsIsSaid) {
   EXPECT_EQ(u"", byTwoTables->createIndex);
 }
 
+TEST_F(IndexAdviser, WhatNoIndexHelpsIsNotSpokenOfWhereItIsShort) {
+  const SortedList cities{
+      u"SELECT L.orderid, M.city FROM line L, maker M WHERE L.text = M.id", u"L.orderid", u"M.city", {}};
+  RunSql("UPDATE line SET text = 'm1' WHERE orderid < 300; CREATE INDEX line_text ON line (text)");
+  EXPECT_FALSE(Advice(cities).has_value());
+  RunSql("UPDATE line SET text = 'm1' WHERE orderid < 900");
+  ASSERT_TRUE(Advice(cities).has_value());
+  EXPECT_EQ(u"", Advice(cities)->createIndex);
+  // Short, but all of a large table is read for it.
+  RunSql("DROP INDEX line_text; UPDATE line SET text = 'x'");
+  EXPECT_TRUE(Advice(cities).has_value());
+}
+
+// The engine meets a name in the widest index that holds it, and sorts the one row behind it.
+TEST_F(IndexAdviser, AUniqueSortBesideAJoinIsServed) {
+  RunSql(
+      "CREATE TABLE part (id INT NOT NULL PRIMARY KEY, name VARCHAR(40) NOT NULL, maker VARCHAR(10), weight "
+      "INT);"
+      "INSERT INTO part SELECT id, 'p' || id, maker, id % 7 FROM product;"
+      "CREATE UNIQUE INDEX part_name ON part (name);"
+      "CREATE INDEX part_wide ON part (name, weight, maker, id); ANALYZE;");
+  EXPECT_FALSE(
+      Advice(
+          {u"SELECT P.id, name, city FROM part P LEFT JOIN maker M ON M.id = P.maker", u"P.id", u"name", {}})
+          .has_value());
+}
+
 TEST_F(IndexAdviser, TheTextOfTheAdvice) {
   const auto advice = Advice(ListOf(kLists[8]));
   ASSERT_TRUE(advice.has_value());
@@ -255,22 +282,52 @@ TEST(IndexTrial, ReadsAPlan) {
   const ListRead first{u"", none, false, u"t", {}};
   const ListRead next{u"", none, true, u"t", {}};
   const ListRead filtered{u"", none, false, u"t", {u"maker"}};
-  EXPECT_TRUE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, first));
-  EXPECT_FALSE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, next));
-  EXPECT_FALSE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, filtered));
-  EXPECT_TRUE(IsServedBy({{0, "SEARCH t USING INDEX ix (maker=? AND name>?)"}}, filtered));
-  EXPECT_FALSE(IsServedBy({{0, "SEARCH t USING INDEX ix (name>?)"}}, filtered));
-  EXPECT_FALSE(
-      IsServedBy({{0, "SEARCH t USING INDEX ix (maker=?)"}, {0, "USE TEMP B-TREE FOR ORDER BY"}}, filtered));
-  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "USE TEMP B-TREE FOR LAST TERM OF ORDER BY"}}, first));
-  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "SCAN m"}}, first));
-  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "SEARCH m USING AUTOMATIC COVERING INDEX (id=?)"}}, first));
+  EXPECT_TRUE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, first, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, next, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SCAN t USING INDEX ix"}}, filtered, {}));
+  EXPECT_TRUE(IsServedBy({{0, "SEARCH t USING INDEX ix (maker=? AND name>?)"}}, filtered, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SEARCH t USING INDEX ix (name>?)"}}, filtered, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SEARCH t USING INDEX ix (maker=?)"}, {0, "USE TEMP B-TREE FOR ORDER BY"}},
+                          filtered, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "USE TEMP B-TREE FOR LAST TERM OF ORDER BY"}}, first, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "SCAN m"}}, first, {}));
+  EXPECT_FALSE(IsServedBy({{0, "SCAN t"}, {0, "SEARCH m USING AUTOMATIC COVERING INDEX (id=?)"}}, first, {}));
   // What the arms of a page gave is sorted: ten rows.
   EXPECT_TRUE(IsServedBy({{0, "MATERIALIZE page 1"},
                           {2, "SEARCH t USING INDEX ix (name>?)"},
                           {0, "SCAN page 1"},
                           {0, "USE TEMP B-TREE FOR ORDER BY"}},
-                         next));
+                         next, {}));
+}
+
+TEST(IndexTrial, ASortOfOneRowIsNone) {
+  const varnel::host::StatementParameters none;
+  const ListRead next{u"", none, true, u"P", {}};
+  const std::vector<PlanStep> plan = {{0, "SEARCH P USING INDEX wide (code=? AND name=?)"},
+                                      {0, "SEARCH M USING INDEX ix (id=?) LEFT-JOIN"},
+                                      {0, "USE TEMP B-TREE FOR ORDER BY"}};
+  EXPECT_TRUE(IsServedBy(plan, next, {{"id"}, {"CODE"}}));
+  EXPECT_TRUE(IsServedBy(plan, next, {{"name", "code"}}));
+  EXPECT_FALSE(IsServedBy(plan, next, {{"id"}, {"code", "maker"}}));
+  EXPECT_FALSE(IsServedBy(plan, next, {}));
+  // One row of the other table says nothing of the list's.
+  EXPECT_FALSE(IsServedBy({{0, "SEARCH M USING INDEX ix (code=?)"},
+                           {0, "SEARCH P USING INDEX p (maker=?)"},
+                           {0, "USE TEMP B-TREE FOR ORDER BY"}},
+                          next, {{"code"}}));
+}
+
+TEST(IndexTrial, FewRowsMayBeReadAndSorted) {
+  const varnel::host::StatementParameters none;
+  ListRead next{u"", none, true, u"P", {}, {}, u"product", {u"f"}, true};
+  const std::vector<PlanStep> plan = {
+      {0, "SCAN F"}, {0, "SEARCH P USING INDEX ix (id=?)"}, {0, "USE TEMP B-TREE FOR ORDER BY"}};
+  EXPECT_TRUE(IsServedBy(plan, next, {}));
+  next.isShort = false;
+  EXPECT_FALSE(IsServedBy(plan, next, {}));
+  next.isShort = true;
+  next.small = {};
+  EXPECT_FALSE(IsServedBy(plan, next, {}));
 }
 
 }  // namespace

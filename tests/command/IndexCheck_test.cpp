@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "tests/application/TestSite.h"
+#include "tests/command/ForgedSite.h"
 #include "tests/command/Program.h"
 
 namespace {
@@ -50,6 +51,14 @@ TEST_F(IndexCheck, IsSilentWhereTheyAreThere) {
       "CREATE INDEX ix_product_maker_name_id ON product (maker, name, id);"
       "CREATE INDEX ix_product_maker_id ON product (maker, id); ANALYZE");
   EXPECT_EQ(Output(), "1 lists were looked at. No index is missing.\n");
+}
+
+TEST(IndexCheckOfTheShop, NoneIsMissing) {
+  const hosttest::TestSite site;
+  hosttest::MakeShop(site, "sealed");
+  const hosttest::Ran ran = hosttest::RunVarnel({"check", "--indexes", site.Folder().string()});
+  EXPECT_EQ(ran.err, "");
+  EXPECT_THAT(ran.out, testing::MatchesRegex("[1-9][0-9]* lists were looked at. No index is missing.\n"));
 }
 
 TEST_F(IndexCheck, PagesChangeNothing) {

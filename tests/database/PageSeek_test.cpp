@@ -118,11 +118,12 @@ TEST_F(PageSeek, AnOuterJoinGivesNoNullsToTheTablesBeforeIt) {
     previous.query = u"SELECT id, name FROM " + String(from);
     EXPECT_EQ(4u, Steps(previous).size()) << varnel::ToUtf8(from);
   }
-  const Read called = {.query = u"SELECT c.id, c.name FROM customer AS c LEFT JOIN orders o ON o.owner = c.id",
-                       .sort = u"c.name",
-                       .keys = {u"Jones", u"7"},
-                       .navType = 2,
-                       .keyList = u"c.id"};
+  const Read called = {
+      .query = u"SELECT c.id, c.name FROM customer AS c LEFT JOIN orders o ON o.owner = c.id",
+      .sort = u"c.name",
+      .keys = {u"Jones", u"7"},
+      .navType = 2,
+      .keyList = u"c.id"};
   EXPECT_EQ(2u, Steps(called).size());
 }
 

@@ -53,8 +53,7 @@ FromTables ReadFromTables(const Tokens& tokens, const SqlStructure& structure, S
       found.hasOthers = found.hasOthers || isTable;
       i = structure.partner[i];
     } else if (isTable && IsName(tokens[i]) && tokens[i + 1].kind != SqlTokenKind::Dot) {
-      found.tables.push_back(
-          {i, CalledAt(tokens, i, from.end), IsLeftJoined(tokens, i, from.begin)});
+      found.tables.push_back({i, CalledAt(tokens, i, from.end), IsLeftJoined(tokens, i, from.begin)});
     } else if (isTable) {
       found.hasOthers = true;
     }

@@ -16,6 +16,10 @@ struct ListRead {
   varnel::String driver;        // the name in FROM of the table that the list is sorted by; may be empty
   std::vector<varnel::String> equal;  // columns of it that the query compares with one value each
   varnel::host::PageSpec page = {};
+  varnel::String table = {};  // the driver's own name
+  // Sources in FROM, by the names that it gives them, of so few rows that reading all of them costs nothing.
+  std::vector<varnel::String> small = {};
+  bool isShort = false;  // the list has so few rows that sorting them costs nothing
 };
 
 // Raises ProviderFailure where the engine refuses a text.

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <set>
 
 #include "host-linux/base/Ascii.h"
 #include "host-linux/database/sqlite/SqliteErrors.h"
@@ -110,31 +112,54 @@ bool ReadsOneValue(const PlanStep& step) {
          step.detail.ends_with("<?)");
 }
 
-// A sort of what a page's arms gave isn't one of a table's rows.
-bool SortsTable(const std::vector<PlanStep>& steps, const PlanStep& sort) {
-  const bool isPart = sort.detail.ends_with(" OF ORDER BY");
-  return std::any_of(steps.begin(), steps.end(), [&](const PlanStep& step) {
-    return step.parent == sort.parent && ReadsTable(steps, step) && !(isPart && ReadsOneValue(step));
-  });
-}
-
 bool IsDriver(const std::string& name, const ListRead& read) {
   return EqualsIgnoreCase(name, varnel::ToUtf8(read.driver));
 }
 
+// The step searches for one value of the column.
+bool Meets(const PlanStep& step, const std::string& column) {
+  const std::string detail = LowerAscii(step.detail);
+  const std::string equal = LowerAscii(column) + "=?";
+  return detail.find("(" + equal) != std::string::npos || detail.find(" " + equal) != std::string::npos;
+}
+
+bool ReadsOneRow(const PlanStep& step, const ListRead& read, const std::vector<UniqueColumns>& uniques) {
+  if (!step.detail.starts_with(kSearch) || !IsDriver(NameIn(step.detail, kSearch), read)) return false;
+  return std::any_of(uniques.begin(), uniques.end(), [&](const UniqueColumns& columns) {
+    return std::all_of(columns.begin(), columns.end(),
+                       [&](const std::string& column) { return Meets(step, column); });
+  });
+}
+
+// A sort of what a page's arms gave isn't one of a table's rows, nor is one of a single row and what is joined to it.
+bool SortsTable(const std::vector<PlanStep>& steps, const PlanStep& sort, const ListRead& read,
+                const std::vector<UniqueColumns>& uniques) {
+  const bool isPart = sort.detail.ends_with(" OF ORDER BY");
+  const auto isBeside = [&](const PlanStep& step) {
+    return step.parent == sort.parent && ReadsTable(steps, step);
+  };
+  const auto first = std::find_if(steps.begin(), steps.end(), isBeside);
+  if (first == steps.end()) return false;
+  if (ReadsOneRow(*first, read, uniques)) return false;
+  return std::any_of(first, steps.end(), [&](const PlanStep& step) {
+    return isBeside(step) && !(isPart && ReadsOneValue(step));
+  });
+}
+
+bool IsSmall(const std::string& name, const ListRead& read) {
+  return std::any_of(read.small.begin(), read.small.end(),
+                     [&](const String& source) { return EqualsIgnoreCase(name, varnel::ToUtf8(source)); });
+}
+
 bool ScansWell(const std::string& name, const ListRead& read) {
-  return IsDriver(name, read) && !read.isBehindAnchor && read.equal.empty();
+  return IsSmall(name, read) || (IsDriver(name, read) && !read.isBehindAnchor && read.equal.empty());
 }
 
 bool SearchesWell(const PlanStep& step, const ListRead& read) {
   if (step.detail.find(" AUTOMATIC ") != std::string::npos) return false;
-  if (!IsDriver(NameIn(step.detail, kSearch), read)) return true;
-  const std::string detail = LowerAscii(step.detail);
-  return std::all_of(read.equal.begin(), read.equal.end(), [&](const String& column) {
-    const std::string name = LowerAscii(varnel::ToUtf8(column));
-    return detail.find("(" + name + "=?") != std::string::npos ||
-           detail.find(" " + name + "=?") != std::string::npos;
-  });
+  if (read.isShort || !IsDriver(NameIn(step.detail, kSearch), read)) return true;
+  return std::all_of(read.equal.begin(), read.equal.end(),
+                     [&](const String& column) { return Meets(step, varnel::ToUtf8(column)); });
 }
 
 std::vector<PlanStep> StepsOf(const RowStore& plan) {
@@ -146,9 +171,10 @@ std::vector<PlanStep> StepsOf(const RowStore& plan) {
 
 }  // namespace
 
-bool IsServedBy(const std::vector<PlanStep>& steps, const ListRead& read) {
+bool IsServedBy(const std::vector<PlanStep>& steps, const ListRead& read,
+                const std::vector<UniqueColumns>& uniques) {
   return std::all_of(steps.begin(), steps.end(), [&](const PlanStep& step) {
-    if (IsSort(step)) return !SortsTable(steps, step);
+    if (IsSort(step)) return read.isShort || !SortsTable(steps, step, read, uniques);
     if (!ReadsTable(steps, step)) return true;
     if (step.detail.starts_with(kScan)) return ScansWell(NameIn(step.detail, kScan), read);
     return SearchesWell(step, read);
@@ -181,9 +207,31 @@ SqliteIndexTrial::~SqliteIndexTrial() {
 }
 
 bool SqliteIndexTrial::IsServed(const ListRead& read) {
+  const std::vector<UniqueColumns> uniques = Uniques(read.table);
   const std::vector<RowStore> plans = m_session->Plans(read.sql, read.parameters, read.page);
   return std::all_of(plans.begin(), plans.end(),
-                     [&](const RowStore& plan) { return IsServedBy(StepsOf(plan), read); });
+                     [&](const RowStore& plan) { return IsServedBy(StepsOf(plan), read, uniques); });
+}
+
+std::vector<UniqueColumns> SqliteIndexTrial::Uniques(const String& table) {
+  const Database copy = Open(m_folder / kCopyName, SQLITE_OPEN_READONLY);
+  const std::string name = Quoted(varnel::ToUtf8(table));
+  const auto rows = Rows(
+      copy.get(), ("SELECT l.name, i.name, t.\"notnull\" FROM pragma_index_list(" + name +
+                   ") l, pragma_index_info(l.name) i LEFT JOIN pragma_table_info(" + name +
+                   ") t ON t.name = i.name WHERE l.\"unique\" = 1 AND l.partial = 0 ORDER BY l.seq, i.seqno")
+                      .c_str());
+  std::map<std::string, UniqueColumns> uniques;
+  std::set<std::string> mayBeNull;
+  for (const auto& row : rows) {
+    uniques[row[0]].push_back(row[1]);
+    if (row[2] != "1") mayBeNull.insert(row[0]);
+  }
+  std::vector<UniqueColumns> found;
+  for (auto& [index, columns] : uniques) {
+    if (!mayBeNull.contains(index)) found.push_back(std::move(columns));
+  }
+  return found;
 }
 
 bool SqliteIndexTrial::Make(const String& createIndex) {

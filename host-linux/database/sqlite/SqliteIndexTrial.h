@@ -14,8 +14,13 @@ struct PlanStep {
   std::string detail;
 };
 
-// True where the steps, those of a plan of `read`, come to its rows by an index. Pure.
-bool IsServedBy(const std::vector<PlanStep>& steps, const ListRead& read);
+// Columns that tell one row of a table, none of them NULL.
+using UniqueColumns = std::vector<std::string>;
+
+// True where the steps, those of a plan of `read`, come to its rows by an index; `uniques` are those of the read's table.
+// Pure.
+bool IsServedBy(const std::vector<PlanStep>& steps, const ListRead& read,
+                const std::vector<UniqueColumns>& uniques);
 
 class SqliteIndexTrial : public IIndexTrial {
  public:
@@ -31,6 +36,8 @@ class SqliteIndexTrial : public IIndexTrial {
   std::vector<varnel::String> Columns(const varnel::String& table) override;
 
  private:
+  std::vector<UniqueColumns> Uniques(const varnel::String& table);
+
   std::filesystem::path m_folder;
   std::unique_ptr<SqliteSession> m_session;
 };
