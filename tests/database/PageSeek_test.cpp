@@ -165,8 +165,7 @@ TEST_F(PageSeek, WhereTheEngineSortsGroupByGroupTheNearestGroupIsReadAlone) {
       "'Smith' ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
       steps[1]);
   EXPECT_EQ(
-      "SELECT id, name FROM customer WHERE name < 'Smith' and name is not (SELECT name FROM customer WHERE "
-      "name < "
+      "SELECT id, name FROM customer WHERE name < 'Smith' and name < (SELECT name FROM customer WHERE name < "
       "'Smith' ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
       steps[2]);
   EXPECT_EQ("SELECT id, name FROM customer WHERE name is null ORDER BY name DESC,id ASC LIMIT 10", steps[3]);
@@ -178,19 +177,35 @@ TEST_F(PageSeek, AFirstPageThatIsSortedInPartReadsTheLeadingValueAlone) {
   m_facts.sorts = SortWork::Groups;
   EXPECT_EQ(
       (Texts{
-          "SELECT id, name FROM customer WHERE (  active = 1) and name is (SELECT name FROM customer WHERE ( "
-          " active = 1) ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
-          "SELECT id, name FROM customer WHERE (  active = 1) and name is not (SELECT name FROM customer "
-          "WHERE (  active = 1) ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10"}),
+          "SELECT id, name FROM customer WHERE (  active = 1) and name = (SELECT name FROM customer WHERE ( "
+          " active = 1) and name >= '' ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
+          "SELECT id, name FROM customer WHERE (  active = 1) and name < (SELECT name FROM customer WHERE ( "
+          " active = 1) and name >= '' ORDER BY name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
+          "SELECT id, name FROM customer WHERE (  active = 1) and name is null ORDER BY name DESC,id ASC "
+          "LIMIT 10"}),
       Steps(kFirst));
   Read whole = kFirst;
   whole.query = u"SELECT DISTINCT name, id FROM customer";
+  m_facts.notNull = {u"id", u"name"};
   EXPECT_EQ(
-      (Texts{"SELECT DISTINCT name, id FROM customer WHERE name is (SELECT name FROM customer ORDER BY name "
+      (Texts{"SELECT DISTINCT name, id FROM customer WHERE name = (SELECT name FROM customer ORDER BY name "
              "DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10",
-             "SELECT DISTINCT name, id FROM customer WHERE name is not (SELECT name FROM customer ORDER BY "
-             "name DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10"}),
+             "SELECT DISTINCT name, id FROM customer WHERE name < (SELECT name FROM customer ORDER BY name "
+             "DESC LIMIT 1) ORDER BY name DESC,id ASC LIMIT 10"}),
       Steps(whole));
+}
+
+TEST_F(PageSeek, ALastPageBeginsWithTheNulls) {
+  m_facts.sorts = SortWork::Groups;
+  Read last = kFirst;
+  last.query = u"SELECT id, name FROM customer";
+  last.navType = 3;
+  EXPECT_EQ((Texts{"SELECT id, name FROM customer WHERE name is null ORDER BY name ASC,id DESC LIMIT 10",
+                   "SELECT id, name FROM customer WHERE name = (SELECT name FROM customer WHERE name >= '' "
+                   "ORDER BY name ASC LIMIT 1) ORDER BY name ASC,id DESC LIMIT 10",
+                   "SELECT id, name FROM customer WHERE name > (SELECT name FROM customer WHERE name >= '' "
+                   "ORDER BY name ASC LIMIT 1) ORDER BY name ASC,id DESC LIMIT 10"}),
+            Steps(last));
 }
 
 TEST_F(PageSeek, OtherFirstPagesAreOneStatement) {

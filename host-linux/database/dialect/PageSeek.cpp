@@ -528,13 +528,8 @@ class Seeker {
 
   void WriteArm(const Arm& arm) {
     const SortWork work = IsRandom() ? SortWork::Nothing : WorkOf(arm);
-    if (const std::optional<size_t> lead = LeadOf(arm); lead && work == SortWork::Groups) {
-      // Of no rows there is no nearest value, which must not be taken for NULL then.
-      const bool mayBeNull = arm.behind == Behind::Anything || arm.behind == Behind::Null;
-      WriteLead(arm, m_keys[*lead], mayBeNull ? u" is (SELECT" : u" = (SELECT");
-      WriteLead(arm, m_keys[*lead], u" is not (SELECT");
-      return;
-    }
+    if (const std::optional<size_t> lead = LeadOf(arm); lead && work == SortWork::Groups)
+      return WriteLeads(arm, m_keys[*lead]);
     Writer writer;
     WriteSelect(writer, First(), arm);
     Close(std::move(writer));
@@ -564,20 +559,50 @@ class Seeker {
     return isMixed ? std::optional(free) : std::nullopt;
   }
 
-  // The rows of an arm that have the nearest value of `lead`, or all others.
-  void WriteLead(const Arm& arm, const Key& lead, std::u16string_view sign) {
+  // The rows of an arm by their value of `lead`: NULLs, which have an order of their own, the nearest value, what lies
+  // behind it.
+  void WriteLeads(const Arm& arm, const Key& lead) {
+    const bool isOpen = arm.behind == Behind::Anything || arm.behind == Behind::Null;
+    const bool mayBeNull = isOpen && !IsNeverNull(First(), lead);
+    if (mayBeNull && lead.ascending) WriteNulls(arm, lead);
+    WriteNearest(arm, lead, mayBeNull, u" =");
+    WriteNearest(arm, lead, mayBeNull, lead.ascending ? u" >" : u" <");
+    if (mayBeNull && !lead.ascending) WriteNulls(arm, lead);
+  }
+
+  void WriteNulls(const Arm& arm, const Key& lead) {
     Writer writer;
     WriteSelect(writer, First(), arm);
-    writer.Add(First().hasWhere || arm.behind != Behind::Anything ? u" and" : u" WHERE");
+    WriteAnd(writer, arm);
+    writer.CopyBehind(u" ", lead.expression);
+    writer.Add(u" is null");
+    Close(std::move(writer));
+  }
+
+  void WriteNearest(const Arm& arm, const Key& lead, bool mayBeNull, std::u16string_view sign) {
+    Writer writer;
+    WriteSelect(writer, First(), arm);
+    WriteAnd(writer, arm);
     writer.CopyBehind(u" ", lead.expression);
     writer.Add(sign);
+    writer.Add(u" (SELECT");
     writer.CopyBehind(u" ", lead.expression);
     writer.Copy(First().tokens, {First().from.begin, First().end});
     WriteCondition(writer, First(), arm);
+    if (mayBeNull) {
+      WriteAnd(writer, arm);
+      writer.CopyBehind(u" ", lead.expression);
+      writer.Add(TextOf(First(), lead, Behind::NotNull));
+    }
     writer.Add(u" ORDER BY");
     writer.CopyBehind(u" ", lead.expression);
     writer.Add(lead.ascending ? u" ASC LIMIT 1)" : u" DESC LIMIT 1)");
     Close(std::move(writer));
+  }
+
+  // Behind the condition of the query and of the arm.
+  void WriteAnd(Writer& writer, const Arm& arm) const {
+    writer.Add(First().hasWhere || arm.behind != Behind::Anything ? u" and" : u" WHERE");
   }
 
   // --- a walk through the order
