@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/Sanitizers.h"
 #include "tests/application/ServedSite.h"
 #include "varnel/automation/Members.h"
 
@@ -15,7 +16,7 @@ using testing::HasSubstr;
 
 // How often a page with a slip runs. Under the sanitizers, which are slow and find lost memory themselves, as often as
 // there may be connections, and some more.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VARNEL_HAS_ADDRESS_SANITIZER
 constexpr bool kIsSanitized = true;
 #else
 constexpr bool kIsSanitized = false;

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <regex>
 
+#include "tests/Sanitizers.h"
+
 namespace hosttest {
 
 namespace {
@@ -12,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VARNEL_HAS_ADDRESS_SANITIZER
 constexpr long kMostMemory = 2000;  // megabytes: the sanitizer's own share is the greater part
 #else
 constexpr long kMostMemory = 400;

@@ -10,10 +10,23 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/Sanitizers.h"
+
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
+
+// What has to be loaded before a program that was built without sanitizers takes a library that has them.
+#if !defined(VARNEL_HAS_ADDRESS_SANITIZER)
+constexpr char kSanitizers[] = "";
+#elif defined(__clang__)
+constexpr char kSanitizers[] =
+    "LD_PRELOAD=\"$(" COMPILER " -print-file-name=libclang_rt.asan-$(uname -m).so)\" ";
+#else
+constexpr char kSanitizers[] = "LD_PRELOAD=\"$(" COMPILER " -print-file-name=libasan.so) $(" COMPILER
+                               " -print-file-name=libubsan.so)\" ";
+#endif
 
 const std::string kNewSite = VARNEL_SOURCE_DIR "/host-linux/command/new-site";
 
@@ -59,11 +72,9 @@ TEST_F(ComponentExamples, InCPagesThroughAllElements) {
 
 TEST_F(ComponentExamples, InPythonWritesGridsOfAllElements) {
   if (std::string(PYTHON).empty()) GTEST_SKIP() << "there is no Python here";
-  // A library with sanitizers wants their own library first. Python itself lets memory go at its end.
+  // Python itself lets memory go at its end.
   std::string command = "ASAN_OPTIONS=detect_leaks=0 ";
-#ifdef __SANITIZE_ADDRESS__
-  command += "LD_PRELOAD=\"$(g++ -print-file-name=libasan.so) $(g++ -print-file-name=libubsan.so)\" ";
-#endif
+  command += kSanitizers;
   command += PYTHON " " VARNEL_SOURCE_DIR "/examples/component/elements.py '" COMPONENT_LIBRARY "' '" +
              m_database + "' '" + kNewSite + "/messages'";
   const std::string output = Output("PYTHONDONTWRITEBYTECODE=1 " + command);

@@ -8,14 +8,9 @@
 #include <thread>
 
 #include "host-linux/component/varnel_component.h"
+#include "tests/Sanitizers.h"
 
-#if defined(__has_feature)
-#define VARNEL_HAS_FEATURE(name) __has_feature(name)
-#else
-#define VARNEL_HAS_FEATURE(name) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || VARNEL_HAS_FEATURE(address_sanitizer)
-#define VARNEL_IS_SANITIZED
+#ifdef VARNEL_IS_SANITIZED
 // Their own header comes with one compiler only.
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #else
