@@ -68,3 +68,10 @@ install_with_retry() {
   apt install --no-install-recommends "$@" && return
   apt update && apt install --no-install-recommends "$@"
 }
+
+# compiler_arguments FILE: with what build/dev compiles it, as words of the shell: all but the compiler, the result and the file itself.
+# Nothing for a file that it doesn't compile.
+compiler_arguments() {
+  sed -n "s|^ *\"command\": \"[^ ]* *[^ ]*/clang++-16 \(.*\) -o [^ ]* -c [^ ]*/$1\",\$|\1|p" build/dev/compile_commands.json |
+    head -n 1 | sed 's|\\\\|\x01|g; s|\\"|"|g; s|\x01|\\|g'
+}
