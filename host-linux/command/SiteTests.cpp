@@ -208,6 +208,7 @@ class TestRun {
   varnel::Variant Log() {
     TakeLog();
     std::vector<varnel::Variant> lines;
+    lines.reserve(m_log.size());
     for (const std::string& line : m_log) lines.emplace_back(varnel::FromUtf8(line));
     return ArrayOf(std::move(lines));
   }

@@ -174,6 +174,7 @@ TEST_F(ApplicationTest, CountingUnderTheLockLosesNothing) {
       "<% Application.Lock(); var n = (Application('n') || 0) + 1; for (var i = 0; i < 20000; ++i) {}"
       " Application.Contents['n'] = n; %>");
   std::vector<std::thread> visitors;
+  visitors.reserve(4);
   for (int visitor = 0; visitor < 4; ++visitor) {
     visitors.emplace_back([port = Served().Port()] {
       hosttest::TestClient client(port);

@@ -10,7 +10,6 @@
 namespace {
 
 using hosttest::Ran;
-using testing::HasSubstr;
 
 // Runs `varnel password` with `input` as what is typed.
 Ran PasswordOf(const std::string& input) { return hosttest::RunVarnel({"password"}, input); }

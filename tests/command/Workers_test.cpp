@@ -19,7 +19,6 @@ using testing::Contains;
 using testing::Each;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 class WorkersTest : public testing::Test {
  protected:

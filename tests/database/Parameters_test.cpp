@@ -29,7 +29,7 @@ const std::vector<String> kForged = {
     u"?1",
     u"') UNION SELECT secret FROM vault --",
     u"\\' OR 1=1 --",
-    String(u"a\0' OR 1=1", 11),
+    String(u"a") + u'\0' + u"' OR 1=1",
     u"%' OR name LIKE '[a-z]%",
     u"{d '2024-03-05'}",
     u"42 OR 1=1",

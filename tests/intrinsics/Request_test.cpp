@@ -65,6 +65,7 @@ TEST(Request, QueryGivesValuesByKeyInAnyCaseAndByPosition) {
 
 TEST(Request, HeadersTogetherTakeNoMoreTimeThanOneByOne) {
   std::vector<HeaderList::Field> headers;
+  headers.reserve(100'001);
   for (int i = 0; i < 100'000; ++i) headers.push_back({"X-" + std::to_string(i), "1"});
   headers.push_back({"x-7", "2"});
   const auto request = MakeRequest("", "", "", headers);

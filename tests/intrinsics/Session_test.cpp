@@ -239,8 +239,7 @@ TEST_F(SessionTest, AFloodOfNewOnesDropsNoneThatWasUsedAgain) {
 }
 
 TEST_F(SessionTest, WhereAllWereUsedAgainTheLongestIdleMakesRoom) {
-  std::vector<std::string> tokens;
-  for (int i = 0; i < 3; ++i) tokens.push_back(BeginOne());
+  const std::vector<std::string> tokens = {BeginOne(), BeginOne(), BeginOne()};
   for (const std::string& token : tokens) Visit(token);
   const std::string fourth = BeginOne();
   EXPECT_EQ(m_store->Find(tokens[0]), nullptr);

@@ -261,6 +261,7 @@ TEST_F(FullRootTest, LinksCountButNotWhatTheyLeadTo) {
 
 TEST_F(FullRootTest, SideBySideNoMoreIsWrittenThanFits) {
   std::vector<std::thread> threads;
+  threads.reserve(8);
   std::atomic<int> refused = 0;
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&, name = u"up/in/f" + varnel::DecimalText(i)] {

@@ -15,7 +15,6 @@ using namespace hostlinux;
 using namespace std::chrono_literals;
 using hosttest::Answer;
 using hosttest::Echo;
-using hosttest::Gate;
 using hosttest::TestClient;
 using hosttest::TextResponse;
 

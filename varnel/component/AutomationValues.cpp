@@ -23,13 +23,13 @@ constexpr int kMostDecimals = 28;
 template <typename T>
 T Read(const void* place) {
   T value;
-  std::memcpy(&value, place, sizeof value);
+  std::memcpy(&value, place, sizeof(T));
   return value;
 }
 
 template <typename T>
 void Write(void* place, T value) {
-  std::memcpy(place, &value, sizeof value);
+  std::memcpy(place, &value, sizeof(T));
 }
 
 template <typename T>

@@ -45,6 +45,7 @@ ObjectPtr CreateComponent(StringView progID) {
 
 std::vector<String> ComponentNames() {
   std::vector<String> names;
+  names.reserve(kClasses.size());
   for (const CreatableClass& creatable : kClasses) names.emplace_back(creatable.progID);
   return names;
 }

@@ -59,6 +59,7 @@ std::optional<std::size_t> ParameterMarkers::Refuse(std::u16string sentence) {
 
 std::u16string ParameterMarkers::NearestTo(std::u16string_view name) const {
   std::vector<varnel::String> names;
+  names.reserve(m_parameters.values.size());
   for (const varnel::host::StatementParameter& parameter : m_parameters.values)
     names.push_back(parameter.Name);
   return DidYouMean(name, names);

@@ -93,7 +93,7 @@ void AddToShape(SqlShape& shape, std::u16string_view sql, ShapeParameters& io_pa
       }
       shape.key.append(sql.substr(copied, piece.end - copied));
       shape.key.append({u'\0', u'\3', ParameterMark(parameter.facts)});
-      shape.literals.push_back(std::move(parameter));
+      shape.literals.push_back(parameter);
       copied = piece.end;
       continue;
     }
