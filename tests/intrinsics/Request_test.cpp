@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "host-fake/ErrorOf.h"
 #include "varnel/automation/Convert.h"
@@ -69,9 +69,10 @@ TEST(Request, HeadersTogetherTakeNoMoreTimeThanOneByOne) {
   for (int i = 0; i < 100'000; ++i) headers.push_back({"X-" + std::to_string(i), "1"});
   headers.push_back({"x-7", "2"});
   const auto request = MakeRequest("", "", "", headers);
-  const auto begun = std::chrono::steady_clock::now();
+  // Of the processor's, which other processes don't lengthen.
+  const std::clock_t begun = std::clock();
   EXPECT_EQ(ValueOf(*request->ServerVariablesObject(), u"HTTP_X_7"), Variant(u"1, 2"));
-  EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(15));
+  EXPECT_LT((std::clock() - begun) / CLOCKS_PER_SEC, 15);
 }
 
 TEST(Request, RepeatedParameterIsOneWhoseValuesAreJoined) {
