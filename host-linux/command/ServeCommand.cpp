@@ -63,7 +63,7 @@ std::string AddressOf(const std::string& listen, int listener, const std::string
 }
 
 std::unique_ptr<PrivateFolder> FolderOfSessions(const SiteConfiguration& site, const ServerUser& user) {
-  if (!site.sessions.folder.empty()) return nullptr;
+  if (!site.sessions.folder.empty() || site.sessions.store) return nullptr;
   try {
     return std::make_unique<PrivateFolder>(user.uid, user.gid);
   } catch (const std::runtime_error& error) {

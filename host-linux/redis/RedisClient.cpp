@@ -109,7 +109,11 @@ std::vector<RedisReply> RedisClient::Run(const std::vector<RedisCommand>& comman
     turn.Succeed();
     return replies;
   } catch (const RedisFailure& failure) {
-    turn.Fail(failure.what());
+    if (failure.What() == RedisFailure::Kind::TooLong) {
+      turn.Succeed();
+    } else {
+      turn.Fail(failure.what());
+    }
     throw;
   }
 }

@@ -9,7 +9,8 @@ namespace hostlinux {
 class RedisFailure : public std::runtime_error {
  public:
   enum class Kind {
-    Closed,  // the connection has ended: another one may do
+    Closed,   // the connection has ended: another one may do
+    TooLong,  // this answer was, which says nothing of others
     Other
   };
   explicit RedisFailure(const std::string& reason, Kind kind = Kind::Other)

@@ -17,6 +17,7 @@ constexpr std::size_t kBytesOfElement = 16;
 
 struct Budget {
   std::size_t elements = 0;
+  bool isExceeded = false;
 };
 
 // Where the reply of a task goes: a new one, or its place in the array that it is a part of.
@@ -48,7 +49,9 @@ void* MakeText(const redisReadTask* task, char* text, std::size_t size) {
 template <typename Count>
 void* MakeArray(const redisReadTask* task, Count count) {
   auto* budget = static_cast<Budget*>(task->privdata);
-  if (count < 0 || static_cast<std::size_t>(count) > budget->elements) return nullptr;
+  if (count < 0) return nullptr;
+  budget->isExceeded = static_cast<std::size_t>(count) > budget->elements;
+  if (budget->isExceeded) return nullptr;
   RedisReply* reply = PlaceOf(task);
   if (reply == nullptr) return nullptr;
   try {
@@ -74,6 +77,11 @@ void* MakeNil(const redisReadTask* task) { return PlaceOf(task); }
 
 // Only the outermost one is the library's to free.
 void Free(void* reply) { delete static_cast<RedisReply*>(reply); }
+
+[[noreturn]] void FailAsTooLong(std::size_t maxBytes) {
+  throw RedisFailure("its answer is longer than " + std::to_string(maxBytes) + " bytes",
+                     RedisFailure::Kind::TooLong);
+}
 
 struct FreeReader {
   void operator()(redisReader* reader) const { redisReaderFree(reader); }
@@ -114,14 +122,16 @@ void RedisReplyReader::BeginAnew() {
 
 void RedisReplyReader::Feed(std::string_view bytes) {
   if (bytes.size() > m_parts->maxBytes - m_parts->fed)
-    throw RedisFailure("its answer is longer than " + std::to_string(m_parts->maxBytes) + " bytes");
+    FailAsTooLong(m_parts->maxBytes);
   m_parts->fed += bytes.size();
   if (redisReaderFeed(m_parts->reader.get(), bytes.data(), bytes.size()) != REDIS_OK) throw std::bad_alloc();
 }
 
 std::optional<RedisReply> RedisReplyReader::Next() {
   void* made = nullptr;
-  if (redisReaderGetReply(m_parts->reader.get(), &made) != REDIS_OK)
+  const bool isRead = redisReaderGetReply(m_parts->reader.get(), &made) == REDIS_OK;
+  if (!isRead && m_parts->budget.isExceeded) FailAsTooLong(m_parts->maxBytes);
+  if (!isRead)
     throw RedisFailure("its answer can't be read: " + std::string(m_parts->reader->errstr));
   if (made == nullptr) return std::nullopt;
   const std::unique_ptr<RedisReply> reply(static_cast<RedisReply*>(made));
