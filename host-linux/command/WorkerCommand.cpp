@@ -241,7 +241,7 @@ int Serve(const WorkerOptions& options) {
     if (debugging) std::fprintf(stderr, "varnel: debugger at %s\n", debugging->server.Address().c_str());
     WriteLog(LogLevel::Info,
              "Serving " + site.root + "/ with " + std::to_string(ThreadsOf(site)) + " script threads");
-    const bool last = WaitForStop() == Stop::End;
+    const bool last = WaitForStop() == Stop::End && !options.leavesBacklog;
     inspection.End();
     const auto backlog = last ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers;
     if (!server.Drain(site.server.drainTimeout, backlog)) {
@@ -275,6 +275,7 @@ std::vector<std::string> WorkerArguments(const WorkerOptions& options) {
   if (options.debugger) arguments.emplace_back("--debugger");
   if (options.mayBeEmpty) arguments.emplace_back("--may-be-empty");
   if (!options.sessions.empty()) arguments.insert(arguments.end(), {"--sessions", options.sessions});
+  if (options.leavesBacklog) arguments.emplace_back("--leave-backlog");
   arguments.emplace_back("--");
   arguments.push_back(options.site);
   return arguments;
@@ -288,6 +289,7 @@ void AddWorkerCommand(CLI::App& app, int& status) {
   command->add_flag("--debugger", options->debugger);
   command->add_flag("--may-be-empty", options->mayBeEmpty);
   command->add_option("--sessions", options->sessions);
+  command->add_flag("--leave-backlog", options->leavesBacklog);
   command->callback([options, &status] { status = RunWorker(*options); });
 }
 
