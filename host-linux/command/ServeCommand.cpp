@@ -114,7 +114,8 @@ int Serve(const ServeOptions& serve) {
   Listener listener = OpenListener(serve, site);
   if (user.uid == 0) Say(kRootWarning);
   const auto sessions = FolderOfSessions(site, user);
-  Say("serving " + site.folder.string() + " on " + AddressOf(listener.address, listener.socket.Get(), site.root));
+  Say("serving " + site.folder.string() + " on " +
+      AddressOf(listener.address, listener.socket.Get(), site.root));
   options.drainLimit = site.server.drainTimeout + std::chrono::seconds(5);
   options.log = Say;
   options.readAgain = [&serve] { return ReadAgain(serve.site); };

@@ -223,7 +223,8 @@ int Serve(const WorkerOptions& options) {
     };
     ScriptRuntime runtime(std::move(runtimeOptions));
     Inspection inspection;
-    const KeptSessions sessions = site.sessions.store ? OpenSessionStore(site) : OpenSessionFile(site, options);
+    const KeptSessions sessions =
+        site.sessions.store ? OpenSessionStore(site) : OpenSessionFile(site, options);
     SiteHost::Options hostOptions;
     hostOptions.inspection = inspected ? &inspection : nullptr;
     hostOptions.sessions = sessions.archive;

@@ -98,8 +98,9 @@ std::vector<RedisReply> RedisClient::RunOnAny(const std::vector<RedisCommand>& c
     const std::lock_guard lock(m_mutex);
     m_idle.clear();
   }
-  return RunOn(std::make_unique<RedisConnection>(m_options.address, m_tls.get(), m_options.maxReply, deadline),
-               commands, deadline);
+  return RunOn(
+      std::make_unique<RedisConnection>(m_options.address, m_tls.get(), m_options.maxReply, deadline),
+      commands, deadline);
 }
 
 std::vector<RedisReply> RedisClient::Run(const std::vector<RedisCommand>& commands) {

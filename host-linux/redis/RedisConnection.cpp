@@ -230,7 +230,8 @@ class RedisConnection::TlsLayer {
     if (error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE) return;
     const long verdict = SSL_get_verify_result(m_ssl.get());
     if (verdict != X509_V_OK)
-      throw RedisFailure(std::string("its certificate isn't taken: ") + X509_verify_cert_error_string(verdict));
+      throw RedisFailure(std::string("its certificate isn't taken: ") +
+                         X509_verify_cert_error_string(verdict));
     throw RedisFailure(TlsReason());
   }
 
@@ -256,8 +257,8 @@ class RedisConnection::TlsLayer {
 RedisConnection::RedisConnection(const RedisAddress& address, const RedisTls* tls, std::size_t maxReply,
                                  Clock::time_point deadline)
     : m_reader(maxReply), m_buffer(kPiece) {
-  m_socket = address.socket.empty() ? ConnectToHost(address, deadline)
-                                    : ConnectToLocal(address.socket, deadline);
+  m_socket =
+      address.socket.empty() ? ConnectToHost(address, deadline) : ConnectToLocal(address.socket, deadline);
   if (address.isTls) {
     m_tls = std::make_unique<TlsLayer>(*tls, address.host, m_socket.Get());
     m_tls->Handshake(deadline);

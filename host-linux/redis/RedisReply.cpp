@@ -121,8 +121,7 @@ void RedisReplyReader::BeginAnew() {
 }
 
 void RedisReplyReader::Feed(std::string_view bytes) {
-  if (bytes.size() > m_parts->maxBytes - m_parts->fed)
-    FailAsTooLong(m_parts->maxBytes);
+  if (bytes.size() > m_parts->maxBytes - m_parts->fed) FailAsTooLong(m_parts->maxBytes);
   m_parts->fed += bytes.size();
   if (redisReaderFeed(m_parts->reader.get(), bytes.data(), bytes.size()) != REDIS_OK) throw std::bad_alloc();
 }
@@ -131,8 +130,7 @@ std::optional<RedisReply> RedisReplyReader::Next() {
   void* made = nullptr;
   const bool isRead = redisReaderGetReply(m_parts->reader.get(), &made) == REDIS_OK;
   if (!isRead && m_parts->budget.isExceeded) FailAsTooLong(m_parts->maxBytes);
-  if (!isRead)
-    throw RedisFailure("its answer can't be read: " + std::string(m_parts->reader->errstr));
+  if (!isRead) throw RedisFailure("its answer can't be read: " + std::string(m_parts->reader->errstr));
   if (made == nullptr) return std::nullopt;
   const std::unique_ptr<RedisReply> reply(static_cast<RedisReply*>(made));
   return std::move(*reply);

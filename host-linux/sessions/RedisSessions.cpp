@@ -54,7 +54,8 @@ if redis.call('SET', KEYS[1], ARGV[1], 'NX', 'PX', ARGV[2]) then return 1 end
 if redis.call('GET', KEYS[1]) == ARGV[1] then return 1 end
 return 0)";
 constexpr char kRenewLock[] =
-    "if redis.call('GET', KEYS[1]) == ARGV[1] then return redis.call('PEXPIRE', KEYS[1], ARGV[2]) end return 0";
+    "if redis.call('GET', KEYS[1]) == ARGV[1] then return redis.call('PEXPIRE', KEYS[1], ARGV[2]) end return "
+    "0";
 constexpr char kUnlock[] =
     "if redis.call('GET', KEYS[1]) == ARGV[1] then return redis.call('DEL', KEYS[1]) end return 0";
 
@@ -167,7 +168,8 @@ std::nullopt_t RedisSessions::Damaged() {
     m_nextLog = Clock::now() + kSilence;
   }
   if (m_options.log)
-    m_options.log("Redis at " + m_client.Name() + " holds a session that isn't one of this site: it is left alone");
+    m_options.log("Redis at " + m_client.Name() +
+                  " holds a session that isn't one of this site: it is left alone");
   return std::nullopt;
 }
 
@@ -228,7 +230,8 @@ std::optional<StoredSession> RedisSessions::Load(const std::string& token) {
       if (!value || NameOf(value->key) != name) return Damaged();
       session.values.push_back(std::move(*value));
     } else {
-      const std::size_t place = name.size() == 1 ? std::string_view("viflm").find(name[0]) : std::string::npos;
+      const std::size_t place =
+          name.size() == 1 ? std::string_view("viflm").find(name[0]) : std::string::npos;
       if (place == std::string::npos) return Damaged();
       fields[place] = std::move(items[i + 1].text);
     }
@@ -326,8 +329,8 @@ void RedisSessions::RenewLocks() {
   {
     const std::lock_guard lock(m_mutex);
     for (const auto& [token, owner] : m_owners)
-      commands.push_back({"EVAL", kRenewLock, "1", LockOf(KeyOf(token)), owner,
-                          std::to_string(m_options.lease.count())});
+      commands.push_back(
+          {"EVAL", kRenewLock, "1", LockOf(KeyOf(token)), owner, std::to_string(m_options.lease.count())});
   }
   if (!commands.empty()) Ask(commands);
 }

@@ -68,7 +68,7 @@ class RedisSessions : public ISessionArchive {
 
   const Options m_options;
   RedisClient m_client;
-  std::mutex m_mutex;  // of what follows
+  std::mutex m_mutex;                                     // of what follows
   std::unordered_map<std::string, std::string> m_owners;  // of the locks that this process has, by token
   std::unordered_set<std::string> m_used;                 // sessions that are to live on
   std::unordered_set<std::string> m_removed;              // sessions that are still to be removed

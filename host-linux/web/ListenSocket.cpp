@@ -156,7 +156,8 @@ std::string AddressOfListener(int socket) {
                     NI_NUMERICHOST) != 0)
     return {};
   const bool isNumeric6 = place.ss_family == AF_INET6;
-  return (isNumeric6 ? "[" + std::string(host) + "]" : std::string(host)) + ":" + std::to_string(PortOf(socket));
+  return (isNumeric6 ? "[" + std::string(host) + "]" : std::string(host)) + ":" +
+         std::to_string(PortOf(socket));
 }
 
 void RefuseNewcomers(int socket) {

@@ -149,7 +149,8 @@ class Visitor {
     }
     const Page page = PageOf(answer.body);
     const int expected = isFirst ? 1 : m_last + 1;
-    if (page.first != expected || page.last != expected + 1) m_wrong = "rows of " + target + ": " + answer.body;
+    if (page.first != expected || page.last != expected + 1)
+      m_wrong = "rows of " + target + ": " + answer.body;
     // A link may have been asked for at both.
     const int most = m_number + 1 + (m_posts ? m_unsure : 2);
     if (page.number <= m_number || page.number > most)
@@ -192,15 +193,19 @@ class BalancerTest : public testing::Test {
         " var rs = page.DRecordset(); rs.SetPageSize(2); rs.OpenRS('SELECT id, name FROM customer', 'id');"
         " var ids = []; for (; !rs.EOF; rs.MoveNext()) ids.push(rs('id').Value); %>"
         "<%= Session('n') %> | <%= ids.join(' , ') %> | <%= rs.GetUrlNext() %>");
-    m_site.WritePage("who.asp", "<%= Request.ServerVariables('REMOTE_ADDR') %> "
-                                "<%= Request.ServerVariables('HTTPS') %> "
-                                "<%= Request.ServerVariables('HTTP_HOST') %>");
-    m_site.Write("site.toml",
-                 "[site]\nroot = \"/shop\"\n[server]\nthreads = 2\ntrusted_proxies = [\"unix\"]\n"
-                 "[sessions]\nstore = \"" + m_redis->Address() + "\"\n"
-                 "[lists]\nlinks = \"sealed\"\n"
-                 "[application]\nDemo_ConnectionString = \"Provider=SQLite;Data Source=demo.db;Mode=Read\"\n"
-                 "[log]\nfile = \"site.log\"\n");
+    m_site.WritePage("who.asp",
+                     "<%= Request.ServerVariables('REMOTE_ADDR') %> "
+                     "<%= Request.ServerVariables('HTTPS') %> "
+                     "<%= Request.ServerVariables('HTTP_HOST') %>");
+    m_site.Write(
+        "site.toml",
+        "[site]\nroot = \"/shop\"\n[server]\nthreads = 2\ntrusted_proxies = [\"unix\"]\n"
+        "[sessions]\nstore = \"" +
+            m_redis->Address() +
+            "\"\n"
+            "[lists]\nlinks = \"sealed\"\n"
+            "[application]\nDemo_ConnectionString = \"Provider=SQLite;Data Source=demo.db;Mode=Read\"\n"
+            "[log]\nfile = \"site.log\"\n");
   }
 
   std::string SocketOf(int number) const {
@@ -221,8 +226,9 @@ TEST_F(BalancerTest, TheVisitorsAddressComesThroughAndCantBeMadeUp) {
   const auto other = StartProcess(2);
   const Balancer balancer(m_site.Folder(), SocketOf(1), SocketOf(2));
   ASSERT_TRUE(balancer.AwaitPage("/shop/who.asp")) << balancer.Errors();
-  const Answer answer = TestClient(balancer.Port())
-                            .Get("/shop/who.asp", "X-Forwarded-For: 203.0.113.9\r\nX-Forwarded-Proto: https\r\n");
+  const Answer answer =
+      TestClient(balancer.Port())
+          .Get("/shop/who.asp", "X-Forwarded-For: 203.0.113.9\r\nX-Forwarded-Proto: https\r\n");
   EXPECT_EQ(answer.body, "127.0.0.1 off localhost");
 }
 

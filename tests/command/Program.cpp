@@ -86,7 +86,8 @@ ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vec
   }
   const std::string mark = "http://127.0.0.1:";
   const std::size_t at = m_words.find(mark);
-  if (at != std::string::npos) m_port = static_cast<std::uint16_t>(std::stoi(m_words.substr(at + mark.size())));
+  if (at != std::string::npos)
+    m_port = static_cast<std::uint16_t>(std::stoi(m_words.substr(at + mark.size())));
 }
 
 ServingProgram::~ServingProgram() {

@@ -26,8 +26,8 @@ class ServiceSocketTest : public testing::Test {
   // shell text.
   ServingProgram Start(const std::string& variables = "LISTEN_PID=$$ LISTEN_FDS=1",
                        const std::string& words = "") {
-    m_site.Write("start", "#!/bin/sh\nexec env " + variables + " " + VARNEL_PROGRAM + " serve \"$2\" " + words +
-                              " 3<&" + std::to_string(m_handed.Get()) + "\n");
+    m_site.Write("start", "#!/bin/sh\nexec env " + variables + " " + VARNEL_PROGRAM + " serve \"$2\" " +
+                              words + " 3<&" + std::to_string(m_handed.Get()) + "\n");
     const std::filesystem::path program = m_site.Folder() / "start";
     std::filesystem::permissions(program, std::filesystem::perms(0755));
     return ServingProgram(m_site.Folder(), {}, program.string());

@@ -28,8 +28,9 @@ class SharedSessionsTest : public testing::Test {
   void SetUp() override {
     if (!RedisServer::IsInstalled()) GTEST_SKIP() << "redis-server isn't installed";
     m_redis = std::make_unique<RedisServer>();
-    m_site.WritePage("count.asp",
-                     "<% Session.Lock(); Session.Contents['n'] = (Session('n') || 0) + 1; %><%= Session('n') %>");
+    m_site.WritePage(
+        "count.asp",
+        "<% Session.Lock(); Session.Contents['n'] = (Session('n') || 0) + 1; %><%= Session('n') %>");
     m_site.WritePage("read.asp", "<%= Session('n') %>");
     m_site.WritePage("plain.asp", "no session");
     m_site.WritePage("careful.asp", "<% try { Session('n'); } catch (e) { Response.Write('sorry'); } %>");
@@ -45,8 +46,7 @@ class SharedSessionsTest : public testing::Test {
   }
 
   Answer Ask(const ServingProgram& program, const std::string& page) {
-    Answer answer =
-        TestClient(program.Port()).Get("/shop/" + page, "Connection: close\r\n" + CookieLine());
+    Answer answer = TestClient(program.Port()).Get("/shop/" + page, "Connection: close\r\n" + CookieLine());
     const std::string* cookie = answer.headers.Find("Set-Cookie");
     if (cookie != nullptr) m_cookie = cookie->substr(0, cookie->find(';'));
     return answer;
@@ -120,8 +120,9 @@ TEST_F(SharedSessionsTest, LockedCountsOfTwoProcessesAreWhole) {
     threads.emplace_back([&, t] {
       const ServingProgram& program = t % 2 == 0 ? one : other;
       for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(TestClient(program.Port()).Get("/shop/count.asp", "Connection: close\r\n" + CookieLine()).status,
-                  200);
+        EXPECT_EQ(
+            TestClient(program.Port()).Get("/shop/count.asp", "Connection: close\r\n" + CookieLine()).status,
+            200);
     });
   }
   for (std::thread& thread : threads) thread.join();
@@ -153,10 +154,12 @@ TEST_F(SharedSessionsTest, WithoutTheServerOnlyPagesThatNeedTheirSessionFail) {
   const std::string line = "error [" + id[1].str() + "] read.asp, line 1: ";
   ASSERT_THAT(log, HasSubstr(line));
   EXPECT_EQ(log.find(line), log.rfind(line));
-  EXPECT_THAT(log.substr(log.find(line)), HasSubstr("The session can't be asked for: Redis at redis://127.0.0.1:"));
+  EXPECT_THAT(log.substr(log.find(line)),
+              HasSubstr("The session can't be asked for: Redis at redis://127.0.0.1:"));
   for (const char* once : {"can't be asked: Connection refused\n", "answers again"}) {
     const std::regex sentence("warning .*Redis at redis://[^ ]+ " + std::string(once));
-    EXPECT_EQ(std::distance(std::sregex_iterator(log.begin(), log.end(), sentence), std::sregex_iterator()), 1)
+    EXPECT_EQ(std::distance(std::sregex_iterator(log.begin(), log.end(), sentence), std::sregex_iterator()),
+              1)
         << once << log;
   }
 }
@@ -220,8 +223,9 @@ TEST_F(SharedSessionsTest, ServerThatHangsHoldsUpNobodyElse) {
 TEST_F(SharedSessionsTest, ItIsLookedOverByCheck) {
   EXPECT_THAT(hosttest::RunVarnel({"check", m_site.Folder().string()}).out, Not(HasSubstr("store")));
   m_redis->Kill();
-  EXPECT_THAT(hosttest::RunVarnel({"check", m_site.Folder().string()}).out,
-              ContainsRegex("site.toml:6: Redis at redis://127.0.0.1:[0-9]+/0 can't be asked: Connection refused"));
+  EXPECT_THAT(
+      hosttest::RunVarnel({"check", m_site.Folder().string()}).out,
+      ContainsRegex("site.toml:6: Redis at redis://127.0.0.1:[0-9]+/0 can't be asked: Connection refused"));
 }
 
 TEST_F(SharedSessionsTest, FilesForTlsThatAreMissingAreTold) {

@@ -219,13 +219,17 @@ class RedisTlsTest : public RedisClientTest {
  protected:
   static void MakeCertificates(const std::filesystem::path& folder) {
     const std::string script =
-        "cd '" + folder.string() + "' && exec >openssl.log 2>&1 && "
-        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=authority -keyout ca.key -out ca.crt && "
-        "openssl req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=server -keyout server.key -out server.csr && "
+        "cd '" + folder.string() +
+        "' && exec >openssl.log 2>&1 && "
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj "
+        "/CN=authority -keyout ca.key -out ca.crt && "
+        "openssl req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=server -keyout "
+        "server.key -out server.csr && "
         "printf 'subjectAltName=IP:127.0.0.1' > names && "
         "openssl x509 -req -in server.csr -CA ca.crt -CAkey ca.key -CAcreateserial -days 2 -extfile names "
         "-out server.crt && "
-        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=other -keyout other.key -out other.crt";
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=other "
+        "-keyout other.key -out other.crt";
     ASSERT_EQ(std::system(script.c_str()), 0);
   }
 };
@@ -235,8 +239,9 @@ TEST_F(RedisTlsTest, ItIsSpokenWithTheServerThatIsMeantOnly) {
   std::string folder = (std::filesystem::temp_directory_path() / "varnel-tls-XXXXXX").string();
   ASSERT_NE(mkdtemp(folder.data()), nullptr);
   MakeCertificates(folder);
-  const RedisServer server({"--tls-port", "%TLS%", "--tls-cert-file", folder + "/server.crt", "--tls-key-file",
-                            folder + "/server.key", "--tls-ca-cert-file", folder + "/ca.crt"});
+  const RedisServer server({"--tls-port", "%TLS%", "--tls-cert-file", folder + "/server.crt",
+                            "--tls-key-file", folder + "/server.key", "--tls-ca-cert-file",
+                            folder + "/ca.crt"});
   const std::string port = std::to_string(server.TlsPort());
   const auto ask = [&](const std::string& host, const std::string& ca, bool showsItself) {
     auto options = OptionsFor("rediss://" + host + ":" + port);

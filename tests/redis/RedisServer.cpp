@@ -78,10 +78,18 @@ RedisServer::~RedisServer() {
 }
 
 void RedisServer::Start() {
-  std::vector<std::string> words = {kProgram,       "--port",   std::to_string(m_port),
-                                    "--bind",       "127.0.0.1", "--unixsocket",
-                                    (m_folder / "redis.sock").string(), "--unixsocketperm", "700",
-                                    "--save",       "",          "--dir",
+  std::vector<std::string> words = {kProgram,
+                                    "--port",
+                                    std::to_string(m_port),
+                                    "--bind",
+                                    "127.0.0.1",
+                                    "--unixsocket",
+                                    (m_folder / "redis.sock").string(),
+                                    "--unixsocketperm",
+                                    "700",
+                                    "--save",
+                                    "",
+                                    "--dir",
                                     m_folder.string()};
   words.insert(words.end(), m_settings.begin(), m_settings.end());
   m_process = ::fork();

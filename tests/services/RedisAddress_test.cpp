@@ -54,12 +54,34 @@ TEST(RedisAddress, ItsNameTellsNoSecret) {
 }
 
 TEST(RedisAddress, AnythingElseIsNone) {
-  for (const char* text :
-       {"", "redis", "redis://", "http://host", "REDIS://host", "redis://host:0", "redis://host:65536",
-        "redis://host:", "redis://host:12x", "redis://host/x", "redis://host/-1", "redis://host/100000",
-        "redis://host/1/2", "redis://password@host", "redis://user:@host", "redis://:p%4@host", "redis://ho st",
-        "redis://[::1", "redis://[]", "redis://[::1]x", "redis://:secret@", "unix://", "unix:///", "unix://relative",
-        "unix://secret@/run/r.sock", "unix:///run/r.sock?x=1", "unix:///run/r.sock?db=", "unix:///run/r.sock?db=x"})
+  for (const char* text : {"",
+                           "redis",
+                           "redis://",
+                           "http://host",
+                           "REDIS://host",
+                           "redis://host:0",
+                           "redis://host:65536",
+                           "redis://host:",
+                           "redis://host:12x",
+                           "redis://host/x",
+                           "redis://host/-1",
+                           "redis://host/100000",
+                           "redis://host/1/2",
+                           "redis://password@host",
+                           "redis://user:@host",
+                           "redis://:p%4@host",
+                           "redis://ho st",
+                           "redis://[::1",
+                           "redis://[]",
+                           "redis://[::1]x",
+                           "redis://:secret@",
+                           "unix://",
+                           "unix:///",
+                           "unix://relative",
+                           "unix://secret@/run/r.sock",
+                           "unix:///run/r.sock?x=1",
+                           "unix:///run/r.sock?db=",
+                           "unix:///run/r.sock?db=x"})
     EXPECT_FALSE(ParseRedisAddress(text)) << text;
 }
 

@@ -164,8 +164,9 @@ TEST_F(RedisSessionsTest, OutlivesItsProcessWithAllItsSettings) {
 TEST_F(RedisSessionsTest, EveryKindOfValueComesBack) {
   const auto array = std::make_shared<varnel::Array>();
   array->items = {Variant(Long{1}), Variant(u"z\u00e9"), Variant(varnel::Null())};
-  const std::vector<Variant> values = {Variant(), Variant(varnel::Null()), Variant(true), Variant(1.5),
-                                       Variant(varnel::Date{45000.25}), Variant(varnel::String(2000, u'\n'))};
+  const std::vector<Variant> values = {
+      Variant(),    Variant(varnel::Null()),         Variant(true),
+      Variant(1.5), Variant(varnel::Date{45000.25}), Variant(varnel::String(2000, u'\n'))};
   const Process one = StartProcess();
   const Process other = StartProcess();
   const std::string token = Set(one, "", u"array", array);
@@ -324,7 +325,8 @@ TEST_F(RedisSessionsTest, MemoryThatIsCrowdedThrowsNobodyOut) {
   std::vector<std::string> tokens;
   for (Long i = 0; i < 10; ++i) tokens.push_back(Set(process, "", u"a", i));
   process.archive->Tidy();
-  for (Long i = 0; i < 10; ++i) EXPECT_EQ(Get(process, tokens[static_cast<std::size_t>(i)], u"a"), Variant(i));
+  for (Long i = 0; i < 10; ++i)
+    EXPECT_EQ(Get(process, tokens[static_cast<std::size_t>(i)], u"a"), Variant(i));
   EXPECT_LE(process.store->Count(), 3U);
 }
 
@@ -337,7 +339,11 @@ TEST_F(RedisSessionsTest, WithoutTheServerItCantBeUsedAndComesBack) {
   EXPECT_THAT(session->Failure(), StartsWith("Redis at redis://127.0.0.1:"));
   EXPECT_EQ(NumberOf([&] { session->Store(u"a", Long{2}); }), kHostFailure);
   EXPECT_EQ(NumberOf([&] { session->Lock(); }), kHostFailure);
-  EXPECT_EQ(NumberOf([&] { Visit(process)->SessionID(); Visit(StartProcess())->SessionID(); }), kHostFailure);
+  EXPECT_EQ(NumberOf([&] {
+              Visit(process)->SessionID();
+              Visit(StartProcess())->SessionID();
+            }),
+            kHostFailure);
   // Nobody who doesn't look at his session sees anything of it.
   EXPECT_NO_THROW(Visit(process, token)->Save());
   EXPECT_EQ(Visit(process)->Value(u"REMOTE_USER"), Variant(u"demo"));
@@ -356,7 +362,8 @@ TEST_F(RedisSessionsTest, ServerThatIsMissingAtTheStartIsTakenWhenItComes) {
   EXPECT_TRUE(AwaitServer(process, "0123456789abcdef0123456789abcdef"));
   const std::string token = Set(process, "", u"a", Long{1});
   EXPECT_EQ(Get(process, token, u"a"), Variant(Long{1}));
-  EXPECT_THAT(m_log, ElementsAre(HasSubstr("can't be asked: Connection refused"), HasSubstr("answers again")));
+  EXPECT_THAT(m_log,
+              ElementsAre(HasSubstr("can't be asked: Connection refused"), HasSubstr("answers again")));
 }
 
 TEST_F(RedisSessionsTest, WhatCouldntBeStoredIsSeenByNobody) {
