@@ -262,6 +262,7 @@ std::uint64_t RedisSessions::Save(const SessionChange& change) {
   std::vector<std::string> set;
   AddHead(change, set);
   std::vector<std::string> removed;
+  removed.reserve(change.values.removed.size());
   for (const varnel::String& key : change.values.removed) removed.push_back(NameOf(key));
   for (const KeyedValue& value : change.values.set) {
     auto bytes = BytesOf(value);
