@@ -36,6 +36,7 @@ void Replace(std::string& text, const std::string& name, const std::string& valu
   ::dup2(log, 1);
   ::dup2(log, 2);
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   ::execv(kProgram, pointers.data());

@@ -5,7 +5,8 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
+#include <algorithm>
+#include <set>
 #include <thread>
 
 #include "host-fake/ErrorOf.h"
@@ -323,6 +324,7 @@ TEST_F(RedisSessionsTest, MemoryThatIsCrowdedThrowsNobodyOut) {
   options.archive = process.archive;
   process.store = std::make_shared<SessionStore>(options);
   std::vector<std::string> tokens;
+  tokens.reserve(10);
   for (Long i = 0; i < 10; ++i) tokens.push_back(Set(process, "", u"a", i));
   process.archive->Tidy();
   for (Long i = 0; i < 10; ++i)
