@@ -33,7 +33,7 @@ std::string FieldOfMultipart(const std::string& body, varnel::host::ICodePages& 
 
 }  // namespace
 
-bool BearsFormToken(const PageRequest& request, const Session* session, varnel::host::ICodePages& codePages) {
+bool BearsFormToken(const PageRequest& request, Session* session, varnel::host::ICodePages& codePages) {
   if (session == nullptr || !session->HasBegun()) return false;
   if (session->IsFormToken(request.http.headers.Joined(kFormTokenHeader))) return true;
   const auto bears = [&](const FormField& field) {

@@ -16,7 +16,7 @@ inline constexpr char kFormTokenHeader[] = "X-Form-Token";
 // True where a posted form, with files or without, or the header bears the token of `session`. A token in the
 // address doesn't count: addresses get into logs and other sites' hands. `session` may be null, and has no
 // token then.
-bool BearsFormToken(const PageRequest& request, const Session* session, varnel::host::ICodePages& codePages);
+bool BearsFormToken(const PageRequest& request, Session* session, varnel::host::ICodePages& codePages);
 
 // The hidden field of a form with that token.
 varnel::String FormTokenField(varnel::StringView token);

@@ -14,6 +14,7 @@
 #include "host-linux/base/Ascii.h"
 #include "host-linux/guard/SealKeys.h"
 #include "host-linux/intrinsics/Cookies.h"
+#include "host-linux/intrinsics/HostError.h"
 #include "host-linux/intrinsics/ObjectContext.h"
 #include "host-linux/nls/LocaleTable.h"
 #include "host-linux/script/HintedError.h"
@@ -38,6 +39,9 @@ constexpr char kErrorPages[] = "errors/";
 // Such a page tells of a failure, and must not become another one that lasts.
 constexpr std::chrono::milliseconds kMostForErrorPage(5000);
 
+// The status of a page that needs its session while nobody can be asked for it.
+constexpr int kNoSession = 503;
+
 // Of the calling thread, once it has one.
 thread_local const ScriptEngine* engineOfThread = nullptr;
 
@@ -49,6 +53,16 @@ HttpResponse TooManySessions(const std::string& requestId, std::chrono::seconds 
   HttpResponse response = ErrorResponse(429, requestId);
   response.headers.Set("Retry-After", std::to_string(wait.count()));
   return response;
+}
+
+// Stores what the page has left in its session, where it has one.
+bool IsStored(Session* session) {
+  try {
+    if (session != nullptr) session->Save();
+    return true;
+  } catch (const ArchiveFailure&) {
+    return false;
+  }
 }
 
 // A page that says what went wrong by its status alone: the line ends around its blocks are no text.
@@ -261,19 +275,31 @@ std::shared_ptr<Session> SiteHost::SessionOf(const PageRequest& request, const P
   options.lcid = m_site.lcid;
   options.cookiePath = m_site.root;
   options.secure = request.http.https;
+  options.timeLeft = &TimeLeftOfPage;
   auto session = std::make_shared<Session>(m_sessions, CookieOf(request.http, kSessionCookie), options);
   if (directives.lcid) session->SetPageLCID(*directives.lcid);
   return session;
 }
 
-PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure) const {
+PageAnswer SiteHost::FailedPage(const std::string& requestId, ScriptFailure failure, int status) const {
   WriteLog(LogLevel::Error, Describe(failure));
   if (m_site.mode == SiteConfiguration::Mode::Production) {
-    return {ErrorResponse(500, requestId), std::move(failure)};
+    return {ErrorResponse(status, requestId), std::move(failure)};
   }
   const std::string source = failure.line > 0 ? m_pages.Read(failure.file).value_or("") : "";
-  return {ErrorResponse(500, requestId, Describe(failure), SourceExcerpt(source, failure.line)),
+  return {ErrorResponse(status, requestId, Describe(failure), SourceExcerpt(source, failure.line)),
           std::move(failure)};
+}
+
+// A page that did its work, but what it has left in its session is lost, or whose visitor can't be told.
+PageAnswer SiteHost::WithoutSession(const std::string& requestId, const std::string& page,
+                                    const std::string& reason) const {
+  ScriptFailure failure;
+  failure.message = failure.description = "The session can't be asked for: " + reason;
+  failure.file = page;
+  failure.number = kHostFailure;
+  failure.source = "Session";
+  return FailedPage(requestId, std::move(failure), kNoSession);
 }
 
 Server::Options SiteHost::ServerOptionsFor(const PageRequest& request, ScriptEngine& engine) const {
@@ -460,8 +486,12 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   if (m_links != SiteConfiguration::Links::Any) context->SetStateGuard(&lists);
   if (m_advises || m_onList) context->SetListWatcher(&advice);
   if (AsksForToken(*request, directives)) {
-    const Session* session = context->Objects().session.get();
-    ending.refusedForm = !BearsFormToken(*request, session, m_platform.CodePages());
+    Session* session = context->Objects().session.get();
+    try {
+      ending.refusedForm = !BearsFormToken(*request, session, m_platform.CodePages());
+    } catch (const varnel::Error&) {
+      return WithoutSession(id, page, session->Failure());
+    }
     if (ending.refusedForm) return {};
   }
   RequestScope scope(id, context, m_platform.Database());
@@ -469,22 +499,24 @@ PageAnswer SiteHost::RunGuarded(const std::shared_ptr<PageRequest>& request, con
   PageResult result = engine.RunPage(page, NamedIntrinsics(scope.Objects()), scope, timeLimit);
   ending.refusedList = lists.Refusal();
   // Before the answer goes: whoever has that finds what it tells of, whatever becomes of this process.
-  if (const auto& session = scope.Objects().session) session->Save();
+  const auto& session = scope.Objects().session;
+  const bool isStored = IsStored(session.get());
 
   const bool completed =
       result.outcome == PageResult::Outcome::Finished || result.outcome == PageResult::Outcome::Ended;
+  if (completed && !isStored) return WithoutSession(id, page, session->Failure());
   if (completed && !response.IsOverfull()) {
-    const auto& session = scope.Objects().session;
     PageAnswer answer{response.Take(), std::nullopt, false,
                       session != nullptr && session->HasShownFormToken()};
     TellWarnings(advice.Warnings(), answer.response);
     return answer;
   }
   if (result.failure.hint.empty()) result.failure.hint = HintOfLimit(result);
-  PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure));
+  const int status = session != nullptr && !session->Failure().empty() ? kNoSession : 500;
+  PageAnswer failed = FailedPage(id, completed ? OverfullPage(page) : std::move(result.failure), status);
   TellWarnings(advice.Warnings(), failed.response);
   // A session that the page began lives on, so its visitor must learn of it.
-  if (const auto& session = scope.Objects().session) session->CompleteHead(failed.response);
+  if (session != nullptr) session->CompleteHead(failed.response);
   return failed;
 }
 

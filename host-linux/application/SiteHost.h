@@ -132,7 +132,9 @@ class SiteHost {
   HttpResponse ErrorAnswer(const HttpRequest& about, HttpResponse plain);
   HttpResponse RefusedList(const PageRequest& request);
   HttpResponse RefusedForm(const HttpRequest& request, const std::string& reason, const std::string& cure);
-  PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure) const;
+  PageAnswer FailedPage(const std::string& requestId, ScriptFailure failure, int status = 500) const;
+  PageAnswer WithoutSession(const std::string& requestId, const std::string& page,
+                            const std::string& reason) const;
 
   const SiteConfiguration m_site;
   ScriptRuntime& m_runtime;

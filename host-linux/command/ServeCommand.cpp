@@ -62,8 +62,31 @@ std::string AddressOf(const std::string& listen, int listener, const std::string
          "/";
 }
 
+// The socket that is served, and what it is called.
+struct Listener {
+  UniqueFd socket;
+  std::string address;
+  bool isOfService = false;  // made by the service manager, which keeps it beyond this server
+};
+
+// A socket that was handed over goes before the site's own word, but not beside --listen.
+Listener OpenListener(const ServeOptions& serve, const SiteConfiguration& site) {
+  Listener listener;
+  listener.socket = TakeListenerOfService();
+  listener.isOfService = static_cast<bool>(listener.socket);
+  if (listener.isOfService) {
+    if (!serve.listen.empty())
+      throw std::runtime_error("--listen names an address, but the server was handed a socket (LISTEN_FDS)");
+    listener.address = AddressOfListener(listener.socket.Get());
+    return listener;
+  }
+  listener.address = serve.listen.empty() ? site.server.listen : serve.listen;
+  listener.socket = ListenAt(listener.address, {site.server.socketMode, site.server.socketGroup});
+  return listener;
+}
+
 std::unique_ptr<PrivateFolder> FolderOfSessions(const SiteConfiguration& site, const ServerUser& user) {
-  if (!site.sessions.folder.empty()) return nullptr;
+  if (!site.sessions.folder.empty() || site.sessions.store) return nullptr;
   try {
     return std::make_unique<PrivateFolder>(user.uid, user.gid);
   } catch (const std::runtime_error& error) {
@@ -88,23 +111,24 @@ int Serve(const ServeOptions& serve) {
   const SiteConfiguration site = ParseSiteConfiguration(options.configuration, serve.site);
   const ServerUser user = UserOfPages(site);
   const UniqueFd debugger = ListenForDebugger(serve, site);
-  const std::string listen = serve.listen.empty() ? site.server.listen : serve.listen;
-  UniqueFd listener = ListenAt(listen);
+  Listener listener = OpenListener(serve, site);
   if (user.uid == 0) Say(kRootWarning);
   const auto sessions = FolderOfSessions(site, user);
-  Say("serving " + site.folder.string() + " on " + AddressOf(listen, listener.Get(), site.root));
+  Say("serving " + site.folder.string() + " on " +
+      AddressOf(listener.address, listener.socket.Get(), site.root));
   options.drainLimit = site.server.drainTimeout + std::chrono::seconds(5);
   options.log = Say;
   options.readAgain = [&serve] { return ReadAgain(serve.site); };
-  const auto arguments = WorkerArguments({serve.site, static_cast<bool>(debugger), site.saysNothing,
-                                          sessions ? sessions->Path().string() : std::string()});
+  const auto arguments =
+      WorkerArguments({serve.site, static_cast<bool>(debugger), site.saysNothing,
+                       sessions ? sessions->Path().string() : std::string(), listener.isOfService});
   const auto worker = [&](int listenFd, int linkFd, const std::string& configuration) -> int {
     const UniqueFd text = TextToInherit(configuration);
     std::vector<int> inherited = {listenFd, linkFd, text.Get()};
     if (debugger) inherited.push_back(debugger.Get());
     program.Become(arguments, inherited);
   };
-  return Supervise(options, std::move(listener), ConfiguredWorker(worker));
+  return Supervise(options, std::move(listener.socket), ConfiguredWorker(worker));
 }
 
 int RunServe(const ServeOptions& serve) {
@@ -123,7 +147,7 @@ void AddServeCommand(CLI::App& app, int& status) {
   CLI::App* command =
       app.add_subcommand("serve", "Serve a site until SIGTERM; SIGHUP reads its configuration again");
   command->add_option("SITE", options->site, "The site's folder")->capture_default_str();
-  command->add_option("--listen", options->listen, "HOST:PORT instead of the site's own");
+  command->add_option("--listen", options->listen, "HOST:PORT or unix:/PATH instead of the site's own");
   command->add_flag("--inspect{9229}", options->inspect,
                     "Let a browser's developer tools debug the pages, at this port (development mode only)");
   command->callback([options, &status] { status = RunServe(*options); });

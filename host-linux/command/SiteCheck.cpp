@@ -8,7 +8,9 @@
 #include <tuple>
 
 #include "host-linux/application/KnownEngines.h"
+#include "host-linux/base/Random.h"
 #include "host-linux/command/EscapeCheck.h"
+#include "host-linux/command/SessionStoreOptions.h"
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/intrinsics/Application.h"
 #include "host-linux/nls/LocaleTable.h"
@@ -94,6 +96,7 @@ class Checker {
     if (m_usesGrids) CheckGridImages();
     CheckMessages();
     CheckConnections();
+    if (m_site.sessions.store) CheckSessionStore();
     return std::move(m_findings);
   }
 
@@ -256,6 +259,16 @@ class Checker {
     for (const std::string& sentence :
          EngineOf(m_engines, connection).CheckIndexes(connection, m_site.folder))
       AddToKey(key, source + ": " + sentence);
+  }
+
+  // --- Sessions
+
+  void CheckSessionStore() {
+    try {
+      RedisSessions(SessionStoreOptions(m_site)).Head(RandomToken());
+    } catch (const std::exception& failure) {
+      AddToKey("store", failure.what());
+    }
   }
 
   const Engines m_engines = KnownEngines();

@@ -14,8 +14,10 @@
 #include <thread>
 
 #include "host-linux/application/SiteHost.h"
+#include "host-linux/base/Random.h"
 #include "host-linux/base/Repeater.h"
 #include "host-linux/command/ServerUser.h"
+#include "host-linux/command/SessionStoreOptions.h"
 #include "host-linux/inspector/InspectedThread.h"
 #include "host-linux/inspector/InspectorServer.h"
 #include "host-linux/services/Log.h"
@@ -109,21 +111,41 @@ std::function<bool(const HttpRequest&)> AdmittanceOf(const SiteConfiguration& si
   };
 }
 
+// Where sessions are kept, and what is to be done for them about once a second.
+struct KeptSessions {
+  std::shared_ptr<ISessionArchive> archive;
+  std::function<void()> tidy = [] {};
+};
+
+void WarnOfSessions(const std::string& sentence) { WriteLog(LogLevel::Warning, sentence); }
+
 // Where there can be no file of sessions they end with this process.
-std::shared_ptr<SessionFile> OpenSessions(const SiteConfiguration& site, const WorkerOptions& worker) {
+KeptSessions OpenSessionFile(const SiteConfiguration& site, const WorkerOptions& worker) {
   SessionFile::Options options;
   options.isDurable = !site.sessions.folder.empty();
   options.folder =
       options.isDurable ? site.folder / site.sessions.folder : std::filesystem::path(worker.sessions);
   options.maxBytes = site.sessions.maxBytes;
-  options.log = [](const std::string& sentence) { WriteLog(LogLevel::Warning, sentence); };
-  if (options.folder.empty()) return nullptr;
+  options.log = WarnOfSessions;
+  if (options.folder.empty()) return {};
   try {
-    return std::make_shared<SessionFile>(std::move(options));
+    const auto file = std::make_shared<SessionFile>(std::move(options));
+    return {file, [file] { file->Tidy(); }};
   } catch (const ArchiveFailure& failure) {
-    WriteLog(LogLevel::Warning, failure.what() + std::string(": they end with the worker"));
-    return nullptr;
+    WarnOfSessions(failure.what() + std::string(": they end with the worker"));
+    return {};
   }
+}
+
+// One that isn't there yet is told, and needed by the pages that ask for their session only.
+KeptSessions OpenSessionStore(const SiteConfiguration& site) {
+  const auto store = std::make_shared<RedisSessions>(SessionStoreOptions(site, WarnOfSessions));
+  WriteLog(LogLevel::Info, "Sessions are kept by " + site.sessions.store->Name());
+  try {
+    store->Head(RandomToken());
+  } catch (const ArchiveFailure&) {
+  }
+  return {store, [store] { store->Tidy(); }};
 }
 
 ServerOptions ServerOptionsOf(const SiteConfiguration& site) {
@@ -201,14 +223,15 @@ int Serve(const WorkerOptions& options) {
     };
     ScriptRuntime runtime(std::move(runtimeOptions));
     Inspection inspection;
-    const auto sessions = OpenSessions(site, options);
+    const KeptSessions sessions =
+        site.sessions.store ? OpenSessionStore(site) : OpenSessionFile(site, options);
     SiteHost::Options hostOptions;
     hostOptions.inspection = inspected ? &inspection : nullptr;
-    hostOptions.sessions = sessions;
+    hostOptions.sessions = sessions.archive;
     SiteHost host(site, runtime, std::move(hostOptions));
     const Repeater tidying(std::chrono::seconds(1), [&] {
       host.TidySessions();
-      if (sessions) sessions->Tidy();
+      sessions.tidy();
     });
     std::unique_ptr<Debugging> debugging;
     if (inspected)
@@ -219,7 +242,7 @@ int Serve(const WorkerOptions& options) {
     if (debugging) std::fprintf(stderr, "varnel: debugger at %s\n", debugging->server.Address().c_str());
     WriteLog(LogLevel::Info,
              "Serving " + site.root + "/ with " + std::to_string(ThreadsOf(site)) + " script threads");
-    const bool last = WaitForStop() == Stop::End;
+    const bool last = WaitForStop() == Stop::End && !options.leavesBacklog;
     inspection.End();
     const auto backlog = last ? HttpServer::Backlog::Take : HttpServer::Backlog::LeaveToOthers;
     if (!server.Drain(site.server.drainTimeout, backlog)) {
@@ -253,6 +276,7 @@ std::vector<std::string> WorkerArguments(const WorkerOptions& options) {
   if (options.debugger) arguments.emplace_back("--debugger");
   if (options.mayBeEmpty) arguments.emplace_back("--may-be-empty");
   if (!options.sessions.empty()) arguments.insert(arguments.end(), {"--sessions", options.sessions});
+  if (options.leavesBacklog) arguments.emplace_back("--leave-backlog");
   arguments.emplace_back("--");
   arguments.push_back(options.site);
   return arguments;
@@ -266,6 +290,7 @@ void AddWorkerCommand(CLI::App& app, int& status) {
   command->add_flag("--debugger", options->debugger);
   command->add_flag("--may-be-empty", options->mayBeEmpty);
   command->add_option("--sessions", options->sessions);
+  command->add_flag("--leave-backlog", options->leavesBacklog);
   command->callback([options, &status] { status = RunWorker(*options); });
 }
 

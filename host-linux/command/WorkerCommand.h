@@ -16,6 +16,8 @@ struct WorkerOptions {
   bool mayBeEmpty = false;  // site.toml said nothing when the server was started
   // Where sessions are kept where the site says nothing of it; goes with the supervisor. Empty: nowhere.
   std::string sessions{};
+  // The listening socket outlives the server: who waits in its backlog in the end is left to the next one.
+  bool leavesBacklog = false;
 };
 
 inline constexpr char kRootWarning[] = "The pages run as root: say user = \"NAME\" in [server] of site.toml";

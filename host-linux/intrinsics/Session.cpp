@@ -1,6 +1,9 @@
 #include "host-linux/intrinsics/Session.h"
 
+#include <algorithm>
+
 #include "host-linux/intrinsics/Cookies.h"
+#include "host-linux/intrinsics/HostError.h"
 #include "varnel/automation/Members.h"
 
 namespace hostlinux {
@@ -15,14 +18,39 @@ namespace {
 
 constexpr Long kUtf8CodePage = 65001;
 constexpr Long kMaxMinutes = 24 * 60;
+constexpr std::chrono::milliseconds kLongestWait(30'000);  // for the lock
 
 }  // namespace
 
-Session::Session(std::shared_ptr<SessionStore> store, const std::string& token, Options options)
+// A store of this process costs nothing to ask.
+Session::Session(std::shared_ptr<SessionStore> store, std::string token, Options options)
     : m_store(std::move(store)),
-      m_state(token.empty() ? nullptr : m_store->Find(token)),
+      m_token(std::move(token)),
       m_options(std::move(options)),
-      m_cameWithCookie(m_state != nullptr) {}
+      m_hasLooked(m_token.empty()) {
+  if (!m_store->IsShared()) Known();
+}
+
+// What the page is told where the archive can't be asked.
+template <class Action>
+auto Session::Asking(Action action) {
+  try {
+    return action();
+  } catch (const ArchiveFailure& failure) {
+    m_failure = failure.what();
+  }
+  RaiseHostError(u"Session", u"The session can't be asked for: " + varnel::FromUtf8(m_failure));
+}
+
+// The session that the visitor has; null where he has none yet.
+SessionState* Session::Known() {
+  if (!m_hasLooked) {
+    m_state = Asking([this] { return m_store->Find(m_token); });
+    m_hasLooked = true;
+    m_cameWithCookie = m_state != nullptr;
+  }
+  return m_state.get();
+}
 
 const ClassInfo& Session::Class() const {
   using S = Session;
@@ -35,6 +63,8 @@ const ClassInfo& Session::Class() const {
                                   varnel::Property<&S::LCID, &S::SetLCID>(u"LCID"),
                                   varnel::Property<&S::CodePage, &S::SetCodePage>(u"CodePage"),
                                   varnel::Property<&S::Timeout, &S::SetTimeout>(u"Timeout"),
+                                  varnel::Method<&S::Lock>(u"Lock"),
+                                  varnel::Method<&S::Unlock>(u"Unlock"),
                                   varnel::Method<&S::Renew>(u"Renew"),
                                   varnel::Method<&S::Abandon>(u"Abandon"),
                               }};
@@ -42,9 +72,9 @@ const ClassInfo& Session::Class() const {
 }
 
 SessionState& Session::Begun() {
-  if (!m_state) {
+  if (!Known()) {
     if (m_options.beforeBegin) m_options.beforeBegin();
-    m_state = m_store->Begin();
+    m_state = Asking([this] { return m_store->Begin(); });
     m_isNew = true;
   }
   return *m_state;
@@ -56,8 +86,8 @@ varnel::String Session::FormToken() {
   return varnel::FromUtf8(token);
 }
 
-bool Session::IsFormToken(std::string_view token) const {
-  if (!m_state || m_abandoned || token.size() != m_state->formToken.size()) return false;
+bool Session::IsFormToken(std::string_view token) {
+  if (!Known() || m_abandoned || token.size() != m_state->formToken.size()) return false;
   unsigned char difference = 0;
   for (std::size_t i = 0; i < token.size(); ++i)
     difference = static_cast<unsigned char>(difference | (token[i] ^ m_state->formToken[i]));
@@ -77,7 +107,7 @@ void Session::Store(StringView key, const Variant& value) {
 
 Long Session::LCID() {
   if (m_pageLcid > 0) return m_pageLcid;
-  const Long own = m_state ? m_state->lcid.load() : 0;
+  const Long own = Known() ? m_state->lcid.load() : 0;
   return own > 0 ? own : m_options.lcid;
 }
 
@@ -93,8 +123,8 @@ void Session::SetCodePage(Long codePage) {
   }
 }
 
-Long Session::Timeout() const {
-  const Long own = m_state ? m_state->minutes.load() : 0;
+Long Session::Timeout() {
+  const Long own = Known() ? m_state->minutes.load() : 0;
   return own > 0 ? own : static_cast<Long>(m_store->Timeout().count());
 }
 
@@ -106,18 +136,53 @@ void Session::SetTimeout(Long minutes) {
 
 void Session::Renew() {
   if (m_abandoned) return;
-  m_state = m_store->Renew(Begun());
+  const bool wasLocked = m_locked != nullptr;
+  SessionState& old = Begun();
+  m_state = Asking([&] { return m_store->Renew(old); });
   m_isNew = true;
+  GiveLockBack();
+  if (wasLocked) Lock();
 }
 
 void Session::Abandon() {
-  if (!m_state) return;
+  if (!Known()) return;
   m_abandoned = true;
-  m_store->Remove(m_state->token);
+  Asking([this] { m_store->Remove(m_state->token); });
+}
+
+void Session::Lock() {
+  SessionState& state = Begun();
+  if (m_locked) return;
+  const auto left = m_options.timeLeft ? m_options.timeLeft() : std::nullopt;
+  const auto wait = std::min(kLongestWait, left.value_or(kLongestWait));
+  if (!Asking([&] { return m_store->Lock(state, wait); }))
+    RaiseHostError(u"Session", u"Another request keeps the session locked.");
+  m_locked = m_state;
+}
+
+void Session::Unlock() {
+  if (!m_locked) return;
+  if (!m_abandoned) Asking([this] { m_store->Save(*m_state); });
+  GiveLockBack();
+}
+
+void Session::GiveLockBack() {
+  if (!m_locked) return;
+  m_store->Unlock(*m_locked);
+  m_locked.reset();
 }
 
 void Session::Save() {
-  if (m_state && !m_abandoned) m_store->Save(*m_state);
+  if (!m_hasLooked) return m_store->Touch(m_token);
+  try {
+    if (m_state && !m_abandoned) m_store->Save(*m_state);
+  } catch (const ArchiveFailure& failure) {
+    m_failure = failure.what();
+    m_isNew = false;  // nobody would find it
+    GiveLockBack();
+    throw;
+  }
+  GiveLockBack();
 }
 
 void Session::CompleteHead(HttpResponse& head) const {

@@ -1,8 +1,10 @@
 // A visitor's values, kept from request to request.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host-linux/intrinsics/Contents.h"
@@ -15,7 +17,8 @@ namespace hostlinux {
 inline constexpr char kSessionCookie[] = "varnel_session";
 
 // The session as one request sees it. It begins at the first write or the first look at SessionID; before, it
-// reads like one that has just begun.
+// reads like one that has just begun. Where sessions are in a shared archive, that is asked when the page first
+// does something with its session, and whatever it does raises 80004005 (hexadecimal) while it can't be asked.
 class Session : public varnel::Object,
                 public varnel::host::ISession,
                 public IKeyedValues,
@@ -27,11 +30,14 @@ class Session : public varnel::Object,
     bool secure = false;  // the cookie goes over https only
     // Called before a session begins; doesn't return where none may. May be left empty.
     std::function<void()> beforeBegin = {};
+    // What is left of the page's time; none where nothing limits it. May be left empty.
+    std::function<std::optional<std::chrono::milliseconds>()> timeLeft = {};
   };
 
   // `token` is the value of the visitor's cookie, empty where there is none; one that names no living session
   // counts as none.
-  Session(std::shared_ptr<SessionStore> store, const std::string& token, Options options);
+  Session(std::shared_ptr<SessionStore> store, std::string token, Options options);
+  ~Session() override { GiveLockBack(); }
 
   const varnel::ClassInfo& Class() const override;
 
@@ -44,9 +50,9 @@ class Session : public varnel::Object,
   // compared with what was posted.
   varnel::String FormToken();
   // True where the visitor has a session, of before or of this request.
-  bool HasBegun() const { return m_state != nullptr; }
+  bool HasBegun() { return Known() != nullptr; }
   // True for the form token of this session; false where it hasn't begun. Takes the same time for all texts.
-  bool IsFormToken(std::string_view token) const;
+  bool IsFormToken(std::string_view token);
   // True once a page has asked for the token: what it writes may hold it.
   bool HasShownFormToken() const { return m_hasShownFormToken; }
 
@@ -58,7 +64,7 @@ class Session : public varnel::Object,
   varnel::Long CodePage() const { return 65001; }
   void SetCodePage(varnel::Long codePage);
   // Minutes without a request after which the session ends: 1 to 1440, otherwise 5.
-  varnel::Long Timeout() const;
+  varnel::Long Timeout();
   void SetTimeout(varnel::Long minutes);
   // Gives the session another id, cookie and form token; its values, locale and timeout stay. The old ones
   // name nothing from here on, so that whoever has learned or planted them has no part in what follows: for
@@ -67,8 +73,18 @@ class Session : public varnel::Object,
   // The next request finds the session gone; this one still sees its values.
   void Abandon();
 
-  // Stores what this request and others have changed so far; called when the page has ended.
+  // Keeps other requests from locking the same session, here and in other processes, until Unlock or the end of
+  // this one; what they have stored is seen from here on. Begins the session. Waits as long as the page may run,
+  // 30 s at most, and then raises 80004005 (hexadecimal). A second Lock changes nothing.
+  void Lock();
+  // Stores what was changed so far, and lets others lock.
+  void Unlock();
+
+  // Stores what this request and others have changed so far, and gives the lock back; called when the page has
+  // ended. Throws ArchiveFailure where a shared archive can't be asked: nothing of it is seen by anybody then.
   void Save();
+  // Why a shared archive couldn't be asked in this request; empty where it could.
+  const std::string& Failure() const { return m_failure; }
 
   // Adds the cookie of a session that this request has begun, renewed or abandoned.
   void CompleteHead(HttpResponse& head) const;
@@ -80,15 +96,23 @@ class Session : public varnel::Object,
   std::vector<varnel::String> Keys() override { return Values().Keys(); }
 
  private:
-  const ValueStore& Values() const { return m_state ? m_state->values : m_store->Initial(); }
+  const ValueStore& Values() { return Known() ? m_state->values : m_store->Initial(); }
+  SessionState* Known();
   SessionState& Begun();
+  template <class Action>
+  auto Asking(Action action);
+  void GiveLockBack();
 
   std::shared_ptr<SessionStore> m_store;
+  const std::string m_token;  // of the visitor's cookie
   std::shared_ptr<SessionState> m_state;
   Options m_options;
   varnel::Long m_pageLcid = 0;
-  bool m_cameWithCookie;  // the browser has one of a living session
+  bool m_hasLooked;               // for the session of the cookie
+  bool m_cameWithCookie = false;  // the browser has one of a living session
   bool m_isNew = false;
+  std::shared_ptr<SessionState> m_locked;
+  std::string m_failure;
   bool m_hasShownFormToken = false;
   bool m_abandoned = false;
 };

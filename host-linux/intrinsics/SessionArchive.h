@@ -42,10 +42,17 @@ class ArchiveFailure : public std::runtime_error {
 };
 
 // Safe from all threads, and from several processes at once. Each operation is whole or has no effect; all
-// throw ArchiveFailure.
+// throw ArchiveFailure where nothing else is said.
 class ISessionArchive {
  public:
   virtual ~ISessionArchive() = default;
+
+  // True where other servers have the same sessions at any time. Then only what it holds counts: who can't ask
+  // it has no session, and it lets sessions go by itself when their time is over.
+  virtual bool IsShared() const = 0;
+
+  // A number above 0 for a new session that no other living one has; 0 where the asker knows them all.
+  virtual varnel::Long NewId() = 0;
 
   // Nothing where there is no such session.
   virtual std::optional<SessionHead> Head(const std::string& token) = 0;
@@ -62,6 +69,12 @@ class ISessionArchive {
 
   // Removes it by and by, unless it was used after `lastUsed` by then. Never throws.
   virtual void RemoveLater(const std::string& token, std::int64_t lastUsed) = 0;
+
+  // Takes the lock of a session among processes; within this one nobody else has it or asks for it. False where
+  // another process has it. It is given back by Unlock, and a while after the end of its process.
+  virtual bool TryLock(const std::string& token) = 0;
+  // Never throws.
+  virtual void Unlock(const std::string& token) = 0;
 
   // True where another process has changed something since this was last asked, and at the first time.
   virtual bool IsChangedByOthers() = 0;

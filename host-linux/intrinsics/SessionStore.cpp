@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <thread>
 
 #include "host-linux/base/Random.h"
 
@@ -11,6 +12,10 @@ namespace {
 
 // When a session was last used is stored this coarsely, or by the tenth of its timeout.
 constexpr std::int64_t kUseAccuracy = 60;
+
+// How long another process is left its lock before it is asked for again; twice as long each time.
+constexpr std::chrono::milliseconds kFirstPause(1);
+constexpr std::chrono::milliseconds kLongestPause(20);
 
 // Whenever it was used.
 constexpr std::int64_t kAlways = std::numeric_limits<std::int64_t>::max();
@@ -47,7 +52,9 @@ SessionChange ChangeOf(SessionState& state) {
 }  // namespace
 
 SessionStore::SessionStore(Options options)
-    : m_options(std::move(options)), m_table(m_options.maxSessions, m_options.timeout) {}
+    : m_options(std::move(options)),
+      m_isShared(m_options.archive && m_options.archive->IsShared()),
+      m_table(m_options.maxSessions, m_options.timeout) {}
 
 // In each operation `dropped` outlives the lock: the end of a session's values may run code of its own.
 
@@ -82,6 +89,7 @@ std::shared_ptr<SessionState> SessionStore::Current(const std::string& token, St
     const auto stored = m_options.archive->Load(token);
     return stored ? Adopt(*stored) : nullptr;
   } catch (const ArchiveFailure&) {
+    if (m_isShared) throw;
     if (!held) return nullptr;
     const std::lock_guard saving(held->saving);
     return held->stored.version == SessionState::kNotLoaded ? nullptr : held;
@@ -156,10 +164,11 @@ void SessionStore::AdoptAll() {
 
 // Under the lock.
 std::shared_ptr<SessionState> SessionStore::MakeState(const ValueStore& values, bool isUsedAgain,
-                                                      SessionTable::Dropped& dropped) {
+                                                      varnel::Long id, SessionTable::Dropped& dropped) {
   const auto now = m_options.now();
   m_table.DropExpired(now, dropped);
-  auto state = std::make_shared<SessionState>(RandomToken(), RandomToken(), m_table.UnusedId(), values);
+  if (id == 0) id = m_table.UnusedId();
+  auto state = std::make_shared<SessionState>(RandomToken(), RandomToken(), id, values);
   if (m_options.archive) state->values.FollowRemovals();
   state->lastUsed = m_options.timeOfDay();
   state->isUsedAgain = isUsedAgain;
@@ -168,28 +177,31 @@ std::shared_ptr<SessionState> SessionStore::MakeState(const ValueStore& values, 
 }
 
 std::shared_ptr<SessionState> SessionStore::Begin() {
+  const varnel::Long id = NewId();
   SessionTable::Dropped dropped;
   StatePtr state;
   {
     const std::lock_guard lock(m_mutex);
-    state = MakeState(m_initial, false, dropped);
+    state = MakeState(m_initial, false, id, dropped);
   }
   Forget(dropped);
   return state;
 }
 
+// The old one goes first: where it can't, there is no new one either.
 std::shared_ptr<SessionState> SessionStore::Renew(const SessionState& old) {
+  const varnel::Long id = NewId();
+  RemoveStored(old);
   SessionTable::Dropped dropped;
   StatePtr ended;
   StatePtr state;
   {
     const std::lock_guard lock(m_mutex);
     ended = m_table.Drop(old.token);
-    state = MakeState(old.values, old.isUsedAgain, dropped);
+    state = MakeState(old.values, old.isUsedAgain, id, dropped);
     state->lcid = old.lcid.load();
     state->minutes = old.minutes.load();
   }
-  RemoveStored(old);
   Forget(dropped);
   return state;
 }
@@ -221,11 +233,13 @@ void SessionStore::RemoveStored(const SessionState& state) {
     m_options.archive->Remove(state.token);
   } catch (const ArchiveFailure&) {
     m_options.archive->RemoveLater(state.token, kAlways);
+    if (m_isShared) throw;
   }
 }
 
+// A shared archive ends what has expired, and holds more than this process has room for.
 void SessionStore::Forget(const SessionTable::Dropped& dropped) {
-  if (!m_options.archive) return;
+  if (!m_options.archive || m_isShared) return;
   for (const StatePtr& state : dropped.expired) {
     state->isGone = true;
     m_options.archive->RemoveLater(state->token, state->lastUsed);
@@ -260,8 +274,64 @@ void SessionStore::Save(SessionState& state) {
     // Where another worker has saved in between, the next request reads what that was.
     state.stored.version = version == known + 1 ? version : known;
   } catch (const ArchiveFailure&) {
+    if (m_isShared) {
+      LoseFromMemory(state.token);
+      throw;
+    }
     state.values.PutBack(change.values);
   }
+}
+
+// What couldn't be stored mustn't be seen here alone: the next request reads the session anew.
+void SessionStore::LoseFromMemory(const std::string& token) {
+  StatePtr lost;
+  const std::lock_guard lock(m_mutex);
+  lost = m_table.Drop(token);
+}
+
+void SessionStore::Touch(const std::string& token) {
+  if (!m_isShared || !IsToken(token)) return;
+  SessionChange change;
+  change.head.token = token;
+  change.head.lastUsed = m_options.timeOfDay();
+  change.head.isUsedAgain = true;
+  change.head.version = SessionState::kNotLoaded;
+  try {
+    m_options.archive->Save(change);
+  } catch (const ArchiveFailure&) {
+    // It is in the log, and nobody has asked for more.
+  }
+}
+
+bool SessionStore::LockArchive(const std::string& token, Clock::time_point end) {
+  for (auto pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
+    if (m_options.archive->TryLock(token)) return true;
+    if (Clock::now() + pause >= end) return false;
+    std::this_thread::sleep_for(pause);
+  }
+}
+
+bool SessionStore::Lock(SessionState& state, std::chrono::milliseconds wait) {
+  const auto end = Clock::now() + wait;
+  if (!m_locks.Take(state.token, end)) return false;
+  if (!m_options.archive) return true;
+  try {
+    if (LockArchive(state.token, end)) {
+      if (!Refresh(state)) state.isGone = true;
+      return true;
+    }
+  } catch (const ArchiveFailure&) {
+    if (!m_isShared) return true;
+    Unlock(state);
+    throw;
+  }
+  m_locks.GiveBack(state.token);
+  return false;
+}
+
+void SessionStore::Unlock(const SessionState& state) {
+  if (m_options.archive) m_options.archive->Unlock(state.token);
+  m_locks.GiveBack(state.token);
 }
 
 void SessionStore::Tidy() {

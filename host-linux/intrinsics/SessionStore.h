@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host-linux/intrinsics/SessionArchive.h"
+#include "host-linux/intrinsics/SessionLocks.h"
 #include "host-linux/intrinsics/SessionState.h"
 #include "host-linux/intrinsics/SessionTable.h"
 #include "host-linux/intrinsics/ValueStore.h"
@@ -17,7 +18,8 @@ namespace hostlinux {
 // Safe from all threads. A session that a request holds stays whole for it, even when it is dropped
 // meanwhile. With an archive, sessions outlive the process and are shared with others that have the same one:
 // what a request changes is stored when it ends, and seen by every request that begins later. Where the
-// archive fails, sessions live in memory as without one.
+// archive fails, sessions live in memory as without one; where it is a shared one, all operations but Tidy throw
+// ArchiveFailure then.
 class SessionStore {
  public:
   using Clock = SessionTable::Clock;
@@ -54,9 +56,20 @@ class SessionStore {
   void Remove(const std::string& token);
   std::size_t Count();
 
-  // Stores what has changed of a session, at the end of a request. A failure is logged, and what couldn't be
-  // stored is tried again at the end of the session's next request.
+  // Stores what has changed of a session, at the end of a request. Where the archive isn't shared a failure is
+  // logged, and what couldn't be stored is tried again at the end of the session's next request.
   void Save(SessionState& state);
+  // A request has come that didn't look at its session in a shared archive: that lives on. Never throws.
+  void Touch(const std::string& token);
+
+  // Keeps other requests from the same, in all processes, until Unlock: waits for `wait` at most, and is false
+  // where another one has the lock still. With it, `state` is as the archive has it.
+  bool Lock(SessionState& state, std::chrono::milliseconds wait);
+  // Never throws.
+  void Unlock(const SessionState& state);
+
+  // True where only the archive counts.
+  bool IsShared() const { return m_isShared; }
 
   // What needn't hold up a request: expired sessions go, those of other workers are made known, as are at
   // first all that the archive has. Before, each is found when it is asked for.
@@ -69,7 +82,9 @@ class SessionStore {
  private:
   using StatePtr = std::shared_ptr<SessionState>;
 
-  StatePtr MakeState(const ValueStore& values, bool isUsedAgain, SessionTable::Dropped& dropped);
+  StatePtr MakeState(const ValueStore& values, bool isUsedAgain, varnel::Long id,
+                     SessionTable::Dropped& dropped);
+  varnel::Long NewId() const { return m_options.archive ? m_options.archive->NewId() : 0; }
   StatePtr FindHeld(const std::string& token);
   StatePtr Current(const std::string& token, StatePtr held);
   bool Refresh(SessionState& state);
@@ -81,11 +96,15 @@ class SessionStore {
   bool IsWorthSaving(const SessionState& state, const SessionChange& change) const;
   void Forget(const SessionTable::Dropped& dropped);
   void RemoveStored(const SessionState& state);
+  void LoseFromMemory(const std::string& token);
+  bool LockArchive(const std::string& token, Clock::time_point end);
 
   const Options m_options;
+  const bool m_isShared;
   ValueStore m_initial;
   std::mutex m_mutex;
   SessionTable m_table;
+  SessionLocks m_locks;  // of the requests of this process
 };
 
 }  // namespace hostlinux

@@ -142,10 +142,23 @@ void ReadSite(const toml::table& table, SiteConfiguration& site) {
        {"mode", [&](const toml::node& node, const std::string&) { site.mode = ReadMode(node); }}});
 }
 
+// As chmod takes it: "0660".
+unsigned ReadFileMode(const toml::node& node, const std::string& key) {
+  const std::string text = ReadText(node, key);
+  const bool isOctal =
+      !text.empty() && text.size() <= 4 && text.find_first_not_of("01234567") == std::string::npos;
+  const unsigned mode = isOctal ? static_cast<unsigned>(std::stoul(text, nullptr, 8)) : ~0U;
+  if (mode > 0777) Fail(node, key + " must be a text such as \"0660\"");
+  return mode;
+}
+
 void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
   ReadSection(
       table, "server",
       {{"listen", TextInto(server.listen)},
+       {"socket_mode",
+        [&](const toml::node& node, const std::string& key) { server.socketMode = ReadFileMode(node, key); }},
+       {"socket_group", TextInto(server.socketGroup)},
        {"user",
         [&](const toml::node& node, const std::string& key) {
           server.user = ReadText(node, key);
@@ -187,14 +200,56 @@ void ReadServer(const toml::table& table, SiteConfiguration::Server& server) {
         }}});
 }
 
+std::string ReadFileName(const toml::node& node, const std::string& key) {
+  std::string name = ReadText(node, key);
+  if (name.empty()) Fail(node, key + " must be a file's name");
+  return name;
+}
+
+RedisAddress ReadStore(const toml::node& node, const std::string& key) {
+  const auto address = ParseRedisAddress(ReadText(node, key));
+  // Its text may hold a password, so it isn't told.
+  if (!address)
+    Fail(node, key +
+                   " must be an address such as \"redis://host:6379/0\", \"rediss://:password@host\" or "
+                   "\"unix:///run/redis/redis.sock\"");
+  return *address;
+}
+
+// What stands in front of keys: nothing that the server's tools take for a pattern or for a hash tag.
+std::string ReadPrefix(const toml::node& node, const std::string& key) {
+  std::string prefix = ReadText(node, key);
+  const bool isPlain = !prefix.empty() && prefix.size() <= 100 &&
+                       prefix.find_first_not_of(
+                           "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                           "0123456789._:/-") == std::string::npos;
+  if (!isPlain) Fail(node, key + " must be 1 to 100 letters, digits and \"._:/-\"");
+  return prefix;
+}
+
 void ReadSessions(const toml::table& table, SiteConfiguration::Sessions& sessions) {
+  const auto fileInto = [](std::filesystem::path& target) -> Reader {
+    return [&target](const toml::node& node, const std::string& key) { target = ReadFileName(node, key); };
+  };
   ReadSection(table, "sessions",
               {{"folder",
                 [&](const toml::node& node, const std::string& key) {
                   sessions.folder = ReadText(node, key);
                   if (sessions.folder.empty()) Fail(node, key + " must be a folder's name");
                 }},
-               {"max_bytes", BytesInto(sessions.maxBytes)}});
+               {"max_bytes", BytesInto(sessions.maxBytes)},
+               {"store", [&](const toml::node& node,
+                             const std::string& key) { sessions.store = ReadStore(node, key); }},
+               {"prefix", [&](const toml::node& node,
+                              const std::string& key) { sessions.prefix = ReadPrefix(node, key); }},
+               {"timeout", TimeInto(sessions.timeout)},
+               {"ca_file", fileInto(sessions.caFile)},
+               {"cert_file", fileInto(sessions.certFile)},
+               {"key_file", fileInto(sessions.keyFile)}});
+  if (sessions.store && !sessions.folder.empty())
+    Fail(*table.get("store"), "store and folder are two places: [sessions] takes one of them");
+  if (sessions.certFile.empty() != sessions.keyFile.empty())
+    Fail(table, "cert_file and key_file of [sessions] belong together");
 }
 
 void ReadLimits(const toml::table& table, SiteConfiguration::Limits& limits) {

@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "host-linux/services/RedisAddress.h"
 #include "varnel/automation/Variant.h"
 
 namespace hostlinux {
@@ -24,6 +26,8 @@ struct SiteConfiguration {
 
   struct Server {
     std::string listen = "127.0.0.1:8080";
+    unsigned socketMode = 0600;         // of the file of a local socket
+    std::string socketGroup;            // whose that file is; empty: the process's own group
     std::string user;                   // whose process runs the pages; empty: whoever starts the server
     int threads = 0;                    // script threads; 0: one for each processor
     std::size_t maxBody = 8 << 20;      // bytes of a request's body
@@ -70,6 +74,12 @@ struct SiteConfiguration {
   struct Sessions {
     std::filesystem::path folder;    // relative to the site's; empty: one that ends with the server
     std::size_t maxBytes = 1 << 30;  // of the file
+    // A server that keeps them for several web processes, instead of a file.
+    std::optional<RedisAddress> store;
+    std::string prefix;                       // of its keys; empty: by the site's root
+    std::chrono::milliseconds timeout{1000};  // of a call to it
+    std::filesystem::path caFile;             // who vouches for it by TLS; empty: whom the system trusts
+    std::filesystem::path certFile, keyFile;  // what shows who we are; empty: nothing
   };
 
   // What is asked of requests that may change something.

@@ -1,6 +1,8 @@
-// Numbers and texts one behind the other, as the machine has them: for files that stay on it.
+// Numbers and texts one behind the other, as the machine has them: for files that stay on it, and for what it
+// shares with machines of its kind.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -8,6 +10,8 @@
 #include <type_traits>
 
 namespace hostlinux {
+
+static_assert(std::endian::native == std::endian::little, "sessions are shared with machines of this order");
 
 class ByteWriter {
  public:

@@ -19,6 +19,7 @@ namespace {
 constexpr std::chrono::seconds kPause(1);  // after a failed change, so that a full disk costs few requests
 constexpr std::chrono::seconds kSilence(60);
 constexpr char kFileName[] = "sessions.db";
+constexpr char kLocksName[] = "sessions.lock";
 constexpr std::uint8_t kFormat = 1;
 constexpr std::size_t kMostQueued = 500'000;
 constexpr std::size_t kPiece = 64;  // sessions that are handled while others wait
@@ -57,13 +58,6 @@ SessionHead HeadOf(const std::string& token, std::string_view bytes) {
   return head;
 }
 
-// Keys that differ only in the case of letters are one.
-std::string NameOf(varnel::StringView key) {
-  const varnel::String folded = varnel::ToLower(key);
-  // An empty key isn't the head's.
-  return "k" + std::string(reinterpret_cast<const char*>(folded.data()), folded.size() * sizeof(char16_t));
-}
-
 [[noreturn]] void FailAt(const std::filesystem::path& folder, const std::string& reason) {
   throw ArchiveFailure("Sessions can't be kept in " + folder.string() + ": " + reason);
 }
@@ -83,6 +77,16 @@ void MakePrivateFile(const std::filesystem::path& file) {
   const UniqueFd made(::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
 }
 
+// The byte of a session: the system gives it back with the process that has it locked.
+struct flock ByteOf(const std::string& token, short type) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  range.l_start = static_cast<off_t>(std::stoull(token.substr(0, 15), nullptr, 16));
+  range.l_len = 1;
+  return range;
+}
+
 // Which file it is, whatever its name; {0, 0} where there is none.
 std::pair<std::uint64_t, std::uint64_t> IdentityOf(const std::filesystem::path& file) {
   struct stat facts {};
@@ -94,6 +98,7 @@ std::pair<std::uint64_t, std::uint64_t> IdentityOf(const std::filesystem::path& 
 
 SessionFile::SessionFile(Options options) : m_options(std::move(options)) {
   RequirePrivateFolder(m_options.folder);
+  m_locks = UniqueFd(::open((m_options.folder / kLocksName).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   const std::lock_guard lock(m_mutex);
   try {
     try {
@@ -147,11 +152,14 @@ std::filesystem::path SessionFile::File() const { return m_options.folder / kFil
 std::vector<std::string> SessionFile::FileNames() {
   std::vector<std::string> names;
   for (const char* suffix : {"", "-wal", "-shm"}) names.push_back(kFileName + std::string(suffix));
+  names.emplace_back(kLocksName);
   return names;
 }
 
+// The locks stay: they say nothing of what is in the others.
 void SessionFile::RemoveFiles() const {
-  for (const std::string& name : FileNames()) ::unlink((m_options.folder / name).c_str());
+  for (const std::string& name : FileNames())
+    if (name != kLocksName) ::unlink((m_options.folder / name).c_str());
 }
 
 // Another worker that has the old file open goes on with that.
@@ -291,6 +299,18 @@ void SessionFile::Remove(const std::string& token) {
 void SessionFile::RemoveLater(const std::string& token, std::int64_t lastUsed) {
   const std::lock_guard lock(m_queueing);
   if (m_queue.size() < kMostQueued) m_queue.emplace_back(token, lastUsed);
+}
+
+bool SessionFile::TryLock(const std::string& token) {
+  struct flock range = ByteOf(token, F_WRLCK);
+  if (::fcntl(m_locks.Get(), F_OFD_SETLK, &range) == 0) return true;
+  if (errno == EAGAIN || errno == EACCES) return false;
+  throw ArchiveFailure(std::string("sessions can't be locked: ") + std::strerror(errno));
+}
+
+void SessionFile::Unlock(const std::string& token) {
+  struct flock range = ByteOf(token, F_UNLCK);
+  ::fcntl(m_locks.Get(), F_OFD_SETLK, &range);
 }
 
 bool SessionFile::IsChangedByOthers() {

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "host-linux/base/UniqueFd.h"
 #include "host-linux/intrinsics/SessionArchive.h"
 #include "host-linux/sessions/SessionDatabase.h"
 
@@ -33,12 +34,16 @@ class SessionFile : public ISessionArchive {
   // The names of all files that there may be in the folder.
   static std::vector<std::string> FileNames();
 
+  bool IsShared() const override { return false; }
+  varnel::Long NewId() override { return 0; }
   std::optional<SessionHead> Head(const std::string& token) override;
   std::optional<StoredSession> Load(const std::string& token) override;
   std::vector<SessionHead> Heads() override;
   std::uint64_t Save(const SessionChange& change) override;
   void Remove(const std::string& token) override;
   void RemoveLater(const std::string& token, std::int64_t lastUsed) override;
+  bool TryLock(const std::string& token) override;
+  void Unlock(const std::string& token) override;
   bool IsChangedByOthers() override;
 
   // Does what was left for later, in pieces that hold nobody up: to be called about once a second, by a
@@ -65,6 +70,7 @@ class SessionFile : public ISessionArchive {
   void FoldLog();
 
   const Options m_options;
+  UniqueFd m_locks;    // a file of which each session has a byte to lock
   std::mutex m_mutex;  // of what follows
   std::unique_ptr<SessionDatabase> m_database;
   std::pair<std::uint64_t, std::uint64_t> m_identity;  // of the file that is open

@@ -188,6 +188,12 @@ std::optional<std::string> BytesOf(const KeyedValue& value) {
   return writer.Take();
 }
 
+std::string NameOf(varnel::StringView key) {
+  const varnel::String folded = varnel::ToLower(key);
+  // With a letter in front, since an empty key is a key too.
+  return "k" + std::string(reinterpret_cast<const char*>(folded.data()), folded.size() * sizeof(char16_t));
+}
+
 std::optional<KeyedValue> ValueOf(std::string_view bytes) {
   ByteReader reader(bytes);
   KeyedValue value;

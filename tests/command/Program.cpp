@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -73,16 +74,20 @@ ServingProgram::ServingProgram(const std::filesystem::path& site, const std::vec
   posix_spawn_file_actions_t actions;
   ::posix_spawn_file_actions_init(&actions);
   ::posix_spawn_file_actions_adddup2(&actions, ends[1], 2);
-  std::vector<std::string> arguments = {"serve", site.string(), "--listen", "127.0.0.1:0"};
+  std::vector<std::string> arguments = {"serve", site.string()};
+  const bool hasAddress = std::find(options.begin(), options.end(), "--listen") != options.end();
+  if (!hasAddress) arguments.insert(arguments.end(), {"--listen", "127.0.0.1:0"});
   arguments.insert(arguments.end(), options.begin(), options.end());
   m_pid = Start(program.empty() ? VARNEL_PROGRAM : program, arguments, actions);
   ::close(ends[1]);
   m_error = ends[0];
-  const std::string mark = "http://127.0.0.1:";
-  while (m_words.find(mark) == std::string::npos || m_words.back() != '\n') {
+  while (m_words.find("varnel: serving ") == std::string::npos || m_words.back() != '\n') {
     if (!ReadWords()) return;
   }
-  m_port = static_cast<std::uint16_t>(std::stoi(m_words.substr(m_words.find(mark) + mark.size())));
+  const std::string mark = "http://127.0.0.1:";
+  const std::size_t at = m_words.find(mark);
+  if (at != std::string::npos)
+    m_port = static_cast<std::uint16_t>(std::stoi(m_words.substr(at + mark.size())));
 }
 
 ServingProgram::~ServingProgram() {

@@ -18,7 +18,7 @@ struct Ran {
 // Runs `varnel` with these arguments, and `input` as its standard input, to its end.
 Ran RunVarnel(const std::vector<std::string>& arguments, const std::string& input = "");
 
-// `varnel serve SITE` on a port of its own. Is ended at once in the end if it still runs.
+// `varnel serve SITE` on a port of its own, unless the options name another address. Is ended at once in the end if it still runs.
 class ServingProgram {
  public:
   // Returns once it listens, or has ended.

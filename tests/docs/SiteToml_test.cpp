@@ -35,7 +35,7 @@ TEST(SiteTomlPage, NamesOnlyKeysThatThereAre) {
   }
   EXPECT_EQ(
       keys,
-      62);  // 6 of [site], 27 of [server], 2 of [sessions], 2 of [limits], 2 of [forms], 4 of [fetch], 4 of [database], 3 of [users.*], 1 of [sign_in], 4 of [log], 4 of [lists], 3 of [files]
+      70);  // 6 of [site], 29 of [server], 8 of [sessions], 2 of [limits], 2 of [forms], 4 of [fetch], 4 of [database], 3 of [users.*], 1 of [sign_in], 4 of [log], 4 of [lists], 3 of [files]
 }
 
 TEST(SiteTomlPage, WouldFindAKeyThatThereIsNot) {

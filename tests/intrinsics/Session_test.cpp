@@ -389,4 +389,50 @@ TEST_F(SessionTest, ParallelRequestsOfOneSessionGetAndSetAtomically) {
   for (std::thread& thread : threads) thread.join();
 }
 
+TEST_F(SessionTest, LockKeepsOtherRequestsFromLockingUntilTheEndOfThisOne) {
+  const std::string token = BeginOne();
+  auto first = Visit(token);
+  first->CallWith(u"Lock");
+  first->CallWith(u"Lock");
+  Session::Options options;
+  options.timeLeft = [] { return 20ms; };
+  const auto second = std::make_shared<Session>(m_store, token, options);
+  EXPECT_EQ(NumberOf([&] { second->CallWith(u"Lock"); }), static_cast<Long>(0x80004005));
+  second->Store(u"a", Long{1});  // who doesn't lock isn't held up
+  first->CallWith(u"Unlock");
+  second->CallWith(u"Lock");
+  second->Save();
+  first->CallWith(u"Lock");
+  first.reset();
+  second->CallWith(u"Lock");
+  second->CallWith(u"Unlock");
+  second->CallWith(u"Unlock");
+}
+
+TEST_F(SessionTest, LockedReadsAndWritesOfManyRequestsAreWhole) {
+  const std::string token = BeginOne();
+  Visit(token)->Store(u"n", Long{0});
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 100; ++i) {
+        const auto session = Visit(token);
+        session->Lock();
+        session->Store(u"n", *session->Value(u"n").As<Long>() + 1);
+        session->Save();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(Visit(token)->Value(u"n"), Variant(Long{400}));
+}
+
+TEST_F(SessionTest, LockBeginsOne) {
+  const auto session = Visit();
+  session->Lock();
+  EXPECT_EQ(m_store->Count(), 1U);
+  EXPECT_NE(TokenSetBy(*session), "");
+}
+
 }  // namespace

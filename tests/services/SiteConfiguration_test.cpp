@@ -75,6 +75,43 @@ level = "warning"
   EXPECT_EQ(site.log.level, "warning");
 }
 
+TEST(SiteConfiguration, reads_the_server_that_keeps_sessions) {
+  const SiteConfiguration site = Parse(
+      "[sessions]\nstore = \"rediss://:secret@host:7000/1\"\nprefix = \"shop:test\"\ntimeout = \"250ms\"\n"
+      "ca_file = \"ca.crt\"\ncert_file = \"a.crt\"\nkey_file = \"a.key\"\n");
+  ASSERT_TRUE(site.sessions.store);
+  EXPECT_EQ(site.sessions.store->Name(), "rediss://host:7000/1");
+  EXPECT_EQ(site.sessions.store->password, "secret");
+  EXPECT_EQ(site.sessions.prefix, "shop:test");
+  EXPECT_EQ(site.sessions.timeout, std::chrono::milliseconds(250));
+  EXPECT_EQ(site.sessions.caFile, "ca.crt");
+  EXPECT_EQ(site.sessions.certFile, "a.crt");
+  EXPECT_EQ(site.sessions.keyFile, "a.key");
+  EXPECT_FALSE(Parse("").sessions.store);
+}
+
+TEST(SiteConfiguration, refuses_a_server_of_sessions_that_is_none_and_never_tells_its_password) {
+  const std::string failure = FailureOf("[sessions]\nstore = \"redis:/:secret@host\"\n");
+  EXPECT_EQ(failure,
+            "site.toml, line 2: store must be an address such as \"redis://host:6379/0\", "
+            "\"rediss://:password@host\" or \"unix:///run/redis/redis.sock\"");
+  EXPECT_EQ(FailureOf("[sessions]\nfolder = \"data\"\nstore = \"redis://host\"\n"),
+            "site.toml, line 3: store and folder are two places: [sessions] takes one of them");
+  EXPECT_EQ(FailureOf("[sessions]\nprefix = \"a{b}\"\n"),
+            "site.toml, line 2: prefix must be 1 to 100 letters, digits and \"._:/-\"");
+  EXPECT_EQ(FailureOf("[sessions]\ncert_file = \"a\"\n"),
+            "site.toml, line 1: cert_file and key_file of [sessions] belong together");
+}
+
+TEST(SiteConfiguration, reads_whose_the_file_of_a_local_socket_is) {
+  const SiteConfiguration site = Parse("[server]\nsocket_mode = \"0660\"\nsocket_group = \"www-data\"\n");
+  EXPECT_EQ(site.server.socketMode, 0660U);
+  EXPECT_EQ(site.server.socketGroup, "www-data");
+  EXPECT_EQ(Parse("").server.socketMode, 0600U);
+  for (const char* mode : {"\"\"", "\"0888\"", "\"1777\"", "\"00660\"", "\"rw\"", "660"})
+    EXPECT_NE(FailureOf("[server]\nsocket_mode = " + std::string(mode) + "\n"), "none") << mode;
+}
+
 TEST(SiteConfiguration, reads_where_sessions_are_kept_and_what_an_address_may) {
   const SiteConfiguration site =
       Parse("[sessions]\nfolder = \"data\"\nmax_bytes = 1000\n[limits]\nrequests = 10\nnew_sessions = 0\n");

@@ -386,6 +386,35 @@ TEST_F(SessionFileTest, ParallelRequestsOfOneSessionLoseNoStoredValue) {
   }
 }
 
+TEST_F(SessionFileTest, LockedChangesOfAllWorkersAreWhole) {
+  const std::vector<Worker> workers = {StartWorker(), StartWorker()};
+  const std::string token = Set(workers[0], "", u"n", Long{0});
+  std::vector<std::thread> threads;
+  threads.reserve(4);
+  for (std::size_t t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 50; ++i) {
+        const auto session = Visit(workers[t % 2], token);
+        session->Lock();
+        session->Store(u"n", *session->Value(u"n").As<Long>() + 1);
+        session->Save();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(Get(workers[0], token, u"n"), Variant(Long{200}));
+}
+
+TEST_F(SessionFileTest, LockOfAWorkerThatHasEndedIsFree) {
+  auto one = std::make_unique<Worker>(StartWorker());
+  const Worker other = StartWorker();
+  const std::string token = Set(*one, "", u"n", Long{1});
+  EXPECT_TRUE(one->file->TryLock(token));
+  EXPECT_FALSE(other.file->TryLock(token));
+  one.reset();
+  EXPECT_TRUE(other.file->TryLock(token));
+}
+
 TEST_F(SessionFileTest, SessionsOfAnotherWorkerCountOnceItHasTidied) {
   const Worker one = StartWorker();
   const Worker other = StartWorker();

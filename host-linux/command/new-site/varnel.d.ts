@@ -527,6 +527,10 @@ declare namespace Varnel {
     CodePage: any;
     /** Minutes without a request after which the session ends, 1 to 1440. */
     Timeout: any;
+    /** Keeps other requests, of all web processes, from locking the same session until `Unlock` or the end of this one; what they have stored is seen from here on. Begins the session. */
+    Lock(): any;
+    /** Stores what was changed so far, and lets others lock. */
+    Unlock(): any;
     /** Another id, cookie and form token with the same values; the old ones are dead at once. For sign-in, before anything is sent. */
     Renew(): any;
     /** The next request finds the session gone. */
