@@ -1,0 +1,93 @@
+// A whole list of today: reads, sorts, searches, filters, counts and pages a query, and writes all its markup.
+#pragma once
+
+#include <memory>
+
+#include "varnel/list/ListMarkup.h"
+#include "varnel/page/Contracts.h"
+#include "varnel/page/Page.h"
+
+namespace varnel {
+
+struct ListFields {
+  std::shared_ptr<Page> m_oPage;
+  ConnectionPtr m_oConnection;
+  std::shared_ptr<host::IObjectContext> m_oContext;
+  std::shared_ptr<host::IRequest> m_oRequest;
+  String m_sTitle;
+  String m_sQuery;
+  std::vector<String> m_vKeys;
+  ListDeclared m_Declared;
+  ListCounting m_Counting;
+  host::StatementParameters m_Parameters;
+  Long m_lPageNumbers = 7;
+  ListWords m_Words;
+  std::vector<ListAction> m_vActions;
+  std::vector<String> m_vExports;
+  Long m_lMostExported = 100000;
+  bool m_bAnswersJson = false;
+};
+
+// ProgID "Varnel.List"; made and bound by Page.List: one that no page has bound raises 91. The page declares what the list
+// shows and what may be chosen, and hands it to Page.Add.
+//
+//   var list = page.List("Books", "SELECT ID, TITLE, PRICE FROM BOOK", "ID");
+//   list.Column("TITLE", "Title").Link("book.asp", "ID");
+//   list.Column("PRICE", "Price").Format("number", 2);
+//   list.Search("TITLE");
+//   page.Add(list);
+//
+// What isn't declared is refused: where somebody guards the lists (varnel/host/IStateGuard.h) the page ends, elsewhere
+// `Page.Add` raises 5. Other failures have number 5, and what the database raises.
+class List : public Object, public IList, private ListFields {
+ public:
+  const ClassInfo& Class() const override;
+  void LetGo() noexcept override;
+
+  void BindFromPage(const ListBinding& binding) override;
+  void WriteInto(host::IResponse& response) override;
+
+  // The next column: a field of the query, as it stands in its select list, and the title above it; left out, that is
+  // the field's name. Columns may be sorted by unless they say otherwise.
+  std::shared_ptr<ListColumn> Column(const String& name, const Variant& title);
+  // The sort of a list that nobody has sorted, as "PRICE DESC, TITLE". Without it the keys sort.
+  void Sort(const String& sortFields);
+  // At most so many columns sort together, 3 at first.
+  void MostSorts(Long columns);
+  // Offers a search in these fields, texts all of them.
+  void Search(Arguments fields);
+  // Offers a filter. `values` are the values that it may have, each alone or as [value, label]; left out, the visitor
+  // chooses among those that the query's rows have, or writes one where there are more than 200.
+  void Filter(const String& field, const Variant& values, const Variant& label);
+  // How many rows a page has, 1 to 1000; of several the visitor chooses, and the first is what he gets without.
+  void PageSizes(Arguments sizes);
+  // At most so many page numbers, 0 to 30; 7 at first.
+  void PageNumbers(Long count);
+  // "exact", "capped" at `most` (1 to 30000, 10000 at first), "estimated" or "none".
+  void Total(const String& kind, const Variant& most);
+  // The value of `:name` in the query. Raises 5 for a name that begins with "VL_", and as DRecordset.SetParameter.
+  void Parameter(const String& name, const Variant& value);
+  // The locale whose language and numbers the list writes; the session's at first.
+  void Locale(Long lcid);
+  // The list's own word `name`, such as "search", in place of its language's.
+  void Text(const String& name, const String& text);
+  // A button in each row that posts its value of `field` to page `file`, as `parameter`; left out, as `field`.
+  void Action(const String& label, const String& file, const String& field, const Variant& parameter);
+
+ private:
+  void RequireBound() const;
+  String ExpressionOf(const String& field) const;
+  std::vector<SortField> WithKeys(std::vector<SortField> fields) const;
+  [[noreturn]] void Refuse(const String& reason) const;
+  ListSource SourceFor(const ListChoice& choice) const;
+  ListPosition PositionFor(const ListChoice& choice, const ListSource& source) const;
+  std::uint32_t ContextFor(const ListChoice& choice) const;
+  void TellWatcher(const ListSource& source) const;
+  void FillFilters();
+  std::vector<ListOption> OptionsOf(const ListFilter& filter) const;
+  String Written();
+};
+
+ObjectPtr MakeList();
+
+}  // namespace varnel
