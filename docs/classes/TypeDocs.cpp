@@ -22,6 +22,7 @@ const std::map<std::string, std::string>& Results() {
                                                              {"ListColumn.Format", "ListColumn"},
                                                              {"ListColumn.Align", "ListColumn"},
                                                              {"ListColumn.Sortable", "ListColumn"},
+                                                             {"ListColumn.SortBy", "ListColumn"},
                                                              {"ListColumn.Expression", "ListColumn"},
                                                              {"ListColumn.Template", "ListColumn"},
                                                              {"Page.Table", "Table"},

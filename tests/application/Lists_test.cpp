@@ -126,7 +126,8 @@ TEST_F(ListPages, FilterByWhatTheRowsHave) {
 TEST_F(ListPages, TheFormCarriesWhatWasChosenElsewhere) {
   const std::string html = Get("/shop/list.asp?group=a%22b&L1-sort=-PRICE&L1-q=%22%3E&L1-size=5").body;
   EXPECT_THAT(html,
-              HasSubstr("<form class=\"vl-form\" method=\"get\" role=\"search\" action=\"/shop/list.asp\">\n"
+              HasSubstr("<form class=\"vl-form\" method=\"get\" role=\"search\" aria-label=\"Books: Search\" "
+                        "action=\"/shop/list.asp\">\n"
                         "<input type=\"hidden\" name=\"group\" value=\"a&quot;b\">\n"
                         "<input type=\"hidden\" name=\"L1-sort\" value=\"-PRICE\">\n"
                         "<span class=\"vl-field\"><label for=\"L1-q\">Search</label>\n"

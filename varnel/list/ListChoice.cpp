@@ -121,7 +121,7 @@ std::vector<SortField> SortOf(const ListDeclared& declared, const ListChoice& ch
   std::vector<SortField> fields;
   for (const ListSort& sort : choice.sorts) {
     const ListColumn& column = *declared.columns[sort.column];
-    fields.push_back({column.m_sName, column.m_sExpression, sort.ascending});
+    fields.push_back({column.SortName(), column.SortExpression(), sort.ascending});
   }
   return fields;
 }
@@ -131,7 +131,7 @@ ListChoice AfterPress(const ListDeclared& declared, const ListChoice& choice, st
   // The default isn't the visitor's: his first press begins anew, and turns the default around where it is that.
   if (choice.sorts.empty()) {
     const bool isDefault = !declared.defaultSort.empty() &&
-                           EqualsNoCase(declared.defaultSort[0].Name, declared.columns[column]->m_sName);
+                           EqualsNoCase(declared.defaultSort[0].Name, declared.columns[column]->SortName());
     next.sorts = {{column, !isDefault || !declared.defaultSort[0].Ascending}};
     return next;
   }

@@ -38,6 +38,7 @@ const ClassInfo& ListColumn::Class() const {
                                   Method<&C::Format>(u"Format", {Missing()}).Taking(u"kind, decimals"),
                                   Method<&C::Align>(u"Align").Taking(u"side"),
                                   Method<&C::Sortable>(u"Sortable").Taking(u"isSortable"),
+                                  Method<&C::SortBy>(u"SortBy").Taking(u"name"),
                                   Method<&C::Expression>(u"Expression").Taking(u"expression"),
                                   Method<&C::Template>(u"Template").Taking(u"function"),
                               }};
@@ -70,6 +71,12 @@ std::shared_ptr<ListColumn> ListColumn::Align(const String& side) {
 
 std::shared_ptr<ListColumn> ListColumn::Sortable(bool isSortable) {
   m_bSortable = isSortable;
+  return Self();
+}
+
+std::shared_ptr<ListColumn> ListColumn::SortBy(const String& name) {
+  m_sSortName = Trim(name);
+  m_bSortable = true;
   return Self();
 }
 

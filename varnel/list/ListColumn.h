@@ -26,6 +26,7 @@ struct ListColumnFields {
   Long m_lDecimals = -1;  // of Number; -1: as many as the locale has
   String m_sAlign;        // "start", "center", "end"; empty: numbers at the end
   bool m_bSortable = true;
+  String m_sSortName;  // what a sort by the column sorts by; empty: the column itself
   ObjectPtr m_Template;
 };
 
@@ -46,6 +47,8 @@ class ListColumn : public Object, public ListColumnFields {
   std::shared_ptr<ListColumn> Align(const String& side);
   // Whether visitors may sort by it, as they may at first.
   std::shared_ptr<ListColumn> Sortable(bool isSortable);
+  // Visitors who sort by this column sort by that one of the select list: "P.MONTHNUMBER".
+  std::shared_ptr<ListColumn> SortBy(const String& name);
   // What conditions compare where the column's name is only one of the select list: "P.PRICE * 1.19".
   std::shared_ptr<ListColumn> Expression(const String& expression);
   // `function(row, value)` gives the cell's HTML, which is written as it stands; `row("FIELD")` is a value of the row.
@@ -53,6 +56,9 @@ class ListColumn : public Object, public ListColumnFields {
 
   // The same name in any case of letters, with or without what stands before its dot.
   bool IsNamed(StringView name) const;
+  // What an ORDER BY and a condition of a sort by this column name.
+  const String& SortName() const { return m_sSortName.empty() ? m_sName : m_sSortName; }
+  const String& SortExpression() const { return m_sSortName.empty() ? m_sExpression : m_sSortName; }
 
  private:
   std::shared_ptr<ListColumn> Self() { return SharedFrom(*this); }

@@ -70,7 +70,9 @@ class Markup {
 
   void WriteForm() {
     if (!HasForm()) return;
-    Append(u"<form class=\"vl-form\" method=\"get\" role=\"search\" action=\"");
+    Append(u"<form class=\"vl-form\" method=\"get\" role=\"search\" aria-label=\"");
+    AppendText(m_view.title + u": " + String(Word(ListWord::Search)));
+    Append(u"\" action=\"");
     AppendText(m_view.address.Path());
     Append(u"\">\n");
     for (const ListPair& other : m_view.address.Others()) WriteHidden(other.name, other.value);
@@ -236,7 +238,7 @@ class Markup {
   // The place of the column in the sort, from 0; -1 if it isn't in it.
   int SortPlaceOf(const ListColumn& column) const {
     for (std::size_t i = 0; i < m_view.sort.size(); ++i) {
-      if (EqualsNoCase(m_view.sort[i].Name, column.m_sName)) return static_cast<int>(i);
+      if (EqualsNoCase(m_view.sort[i].Name, column.SortName())) return static_cast<int>(i);
     }
     return -1;
   }

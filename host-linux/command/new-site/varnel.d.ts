@@ -224,6 +224,8 @@ declare namespace Varnel {
     Align(side: any): ListColumn;
     /** Whether visitors may sort by it, as they may at first. */
     Sortable(isSortable: any): ListColumn;
+    /** Visitors who sort by this column sort by that one of the select list. */
+    SortBy(name: any): ListColumn;
     /** What conditions compare where the name is only one of the select list: `"P.PRICE * 1.19"`. */
     Expression(expression: any): ListColumn;
     /** `function (row, value)` gives the cell's HTML; `row("FIELD")` is a value of the row. */
