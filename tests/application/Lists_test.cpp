@@ -197,4 +197,106 @@ TEST_F(ListPages, WriteTheWordsAndNumbersOfTheLanguage) {
   EXPECT_THAT(in("2055"), HasSubstr(">1\u2019000.50<"));
 }
 
+class ListFiles : public ListPages {
+ protected:
+  ListFiles() {
+    site.RunSql(
+        "CREATE TABLE MANY (ID INTEGER NOT NULL PRIMARY KEY, NAME VARCHAR(20), GROUPED INT NOT NULL);"
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 1700)"
+        " INSERT INTO MANY SELECT i, CASE WHEN i % 2 = 0 THEN '=' || i END, i % 3 FROM n;");
+    Write("many.asp", "list.Export('csv', 'json', 'jsonl'); list.Json();");
+  }
+
+  void Write(const std::string& page, const std::string& more) {
+    site.WritePage(
+        page,
+        "before<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');\n"
+        "var list = page.List('Many things', 'SELECT ID, NAME, GROUPED FROM MANY', 'ID');\n"
+        "list.Column('ID', 'Number'); list.Column('NAME'); list.Filter('GROUPED', [0, 1]); "
+        "list.Sort('GROUPED DESC, "
+        "ID');\n" +
+            more + "\npage.Add(list); %>behind");
+  }
+
+  static int Lines(const std::string& text) {
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+  }
+};
+
+TEST_F(ListFiles, AllRowsOfTheChoiceGoIntoOneFile) {
+  const Answer csv = Get("/shop/many.asp?L1-as=csv");
+  EXPECT_EQ(csv.status, 200);
+  EXPECT_EQ(csv.headers.Joined("Content-Type"), "text/csv; charset=utf-8");
+  EXPECT_THAT(csv.headers.Joined("Content-Disposition"),
+              HasSubstr("attachment; filename=\"Many_things.csv\""));
+  EXPECT_EQ(Lines(csv.body), 1701);
+  EXPECT_THAT(csv.body, testing::StartsWith("Number,NAME\r\n2,'=2\r\n5,\r\n8,'=8\r\n"));
+  EXPECT_THAT(csv.body, testing::EndsWith("\r\n1698,'=1698\r\n"));
+
+  const std::string lines = Get("/shop/many.asp?L1-as=jsonl&L1-f-GROUPED=1&L1-sort=-ID").body;
+  EXPECT_EQ(Lines(lines), 567);
+  EXPECT_THAT(lines, testing::StartsWith("{\"ID\":1699,\"NAME\":null}\n{\"ID\":1696,\"NAME\":\"=1696\"}\n"));
+
+  const Answer json = Get("/shop/many.asp?L1-as=json");
+  EXPECT_EQ(json.headers.Joined("Content-Type"), "application/json; charset=utf-8");
+  EXPECT_THAT(json.body, testing::StartsWith("[\n{\"ID\":2,\"NAME\":\"=2\"},\n"));
+  EXPECT_THAT(json.body, testing::EndsWith("{\"ID\":1698,\"NAME\":\"=1698\"}\n]\n"));
+  EXPECT_EQ(Lines(json.body), 1702);
+}
+
+TEST_F(ListFiles, AnEmptyOneIsOneToo) {
+  site.RunSql("DELETE FROM MANY");
+  EXPECT_EQ(Get("/shop/many.asp?L1-as=csv").body, "Number,NAME\r\n");
+  EXPECT_EQ(Get("/shop/many.asp?L1-as=json").body, "[\n\n]\n");
+  EXPECT_EQ(Get("/shop/many.asp?L1-as=jsonl").body, "");
+}
+
+TEST_F(ListFiles, TheirLinksCarryTheChoice) {
+  const std::string html = Get("/shop/many.asp?L1-f-GROUPED=1&L1-sort=-ID").body;
+  EXPECT_THAT(html,
+              HasSubstr("<a download rel=\"nofollow\" "
+                        "href=\"/shop/many.asp?L1-f-GROUPED=1&amp;L1-sort=-ID&amp;L1-as=csv\">CSV</a>"));
+}
+
+TEST_F(ListFiles, MayBearTheMarkOfSpreadsheets) {
+  Write("marked.asp", "list.Export('csv'); list.ExportMark(true);");
+  EXPECT_THAT(Get("/shop/marked.asp?L1-as=csv").body, testing::StartsWith("\xEF\xBB\xBFNumber,"));
+}
+
+TEST_F(ListFiles, ALongerListThanAllowedIsSaidToBe) {
+  Write("limited.asp", "list.Export('csv'); list.ExportLimit(1699);");
+  const Answer answer = Get("/shop/limited.asp?L1-as=csv");
+  EXPECT_EQ(answer.status, 413);
+  EXPECT_EQ(answer.body, "These are 1,700 rows: a file has 1,699 at most.\n");
+  EXPECT_EQ(Get("/shop/limited.asp?L1-as=csv&L1-f-GROUPED=1").status, 200);
+}
+
+TEST_F(ListFiles, WhatIsNotOfferedIsRefused) {
+  Write("none.asp", "");
+  for (const char* as : {"csv", "page", "json", "xml"})
+    EXPECT_EQ(Get(std::string("/shop/none.asp?L1-as=") + as).status, 400) << as;
+  EXPECT_EQ(Get("/shop/many.asp?L1-as=xlsx").status, 400);
+  EXPECT_EQ(Get("/shop/many.asp?L1-as=csv&L1-f-GROUPED=7").status, 400);
+}
+
+TEST_F(ListFiles, APageIsAnsweredAsJsonToWhomWantsThat) {
+  const Answer first = Get("/shop/many.asp", "Accept: application/json\r\n");
+  EXPECT_EQ(first.headers.Joined("Content-Type"), "application/json; charset=utf-8");
+  EXPECT_EQ(first.headers.Joined("Vary").find("Accept"), 0U);
+  EXPECT_THAT(first.body,
+              testing::StartsWith("{\"title\":\"Many things\",\"first\":1,\"total\":1700,\"isExact\":true,"
+                                  "\"rows\":[\n{\"ID\":2,\"NAME\":\"=2\"},\n"));
+  EXPECT_THAT(first.headers.Joined("Link"),
+              testing::MatchesRegex("</shop/many.asp\\?L1-at=n[^>]*>; rel=\"next\", "
+                                    "</shop/many.asp\\?L1-at=l[^>]*>; rel=\"last\""));
+  const std::string link = first.headers.Joined("Link");
+  const Answer second = Get(link.substr(1, link.find('>') - 1), "Accept: application/json\r\n");
+  EXPECT_THAT(second.body, HasSubstr("\"first\":11,"));
+  EXPECT_THAT(second.headers.Joined("Link"), HasSubstr("</shop/many.asp>; rel=\"first\""));
+  EXPECT_THAT(Get("/shop/many.asp", "Accept: text/html,application/json\r\n").body, HasSubstr("<table>"));
+  const Answer asked = Get("/shop/many.asp?L1-as=page");
+  EXPECT_THAT(asked.body, HasSubstr("\"rows\":["));
+  EXPECT_THAT(asked.headers.Joined("Link"), HasSubstr("?L1-as=page&L1-at=n"));
+}
+
 }  // namespace

@@ -1,3 +1,4 @@
+// The member table, and what a page declares. What is read and written of it has a file of its own.
 #include "varnel/list/List.h"
 
 #include <algorithm>
@@ -11,10 +12,10 @@ namespace varnel {
 
 namespace {
 
-constexpr Integer kMostOptions = 200;
 constexpr Long kMostPageSize = 1000;
 constexpr Long kMostPageNumbers = 30;
 constexpr Long kMostCapped = 30000;
+constexpr Long kMostExported = 100000000;
 
 [[noreturn]] void RaiseInvalid(StringView what) { RaiseRuntimeError(runtime_error::kInvalidArgument, what); }
 
@@ -46,13 +47,6 @@ bool IsOfName(char16_t c) {
   return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
 }
 
-String SortText(const std::vector<SortField>& fields) {
-  String text;
-  for (const SortField& field : fields)
-    text += (text.empty() ? u"" : u", ") + field.Name + (field.Ascending ? u"" : u" DESC");
-  return text;
-}
-
 }  // namespace
 
 ObjectPtr MakeList() { return std::make_shared<List>(); }
@@ -72,6 +66,10 @@ const ClassInfo& List::Class() const {
           Method<&List::Parameter>(u"Parameter").Taking(u"name, value"),
           Method<&List::Locale>(u"Locale").Taking(u"lcid"),
           Method<&List::Text>(u"Text").Taking(u"name, text"),
+          Method<&List::Export>(u"Export"),
+          Method<&List::ExportLimit>(u"ExportLimit").Taking(u"rows"),
+          Method<&List::ExportMark>(u"ExportMark").Taking(u"hasMark"),
+          Method<&List::Json>(u"Json"),
           Method<&List::Action>(u"Action", {Missing()}).Taking(u"label, file, field, parameter"),
       }};
   return info;
@@ -195,6 +193,27 @@ void List::Action(const String& label, const String& file, const String& field, 
   m_vActions.push_back({label, file, name, parameter.IsMissing() ? name : ToText(parameter)});
 }
 
+void List::Export(Arguments kinds) {
+  RequireBound();
+  for (const Variant& value : kinds) {
+    const auto kind = FileKindNamed(ToText(value));
+    if (!kind) RaiseInvalid(u"a list is exported as \"csv\", \"json\" or \"jsonl\"");
+    m_vExports.emplace_back(TypeOf(*kind).name);
+  }
+}
+
+void List::ExportLimit(Long rows) { m_lMostExported = InRange(rows, 1, kMostExported, u"rows of a file"); }
+
+void List::ExportMark(bool hasMark) { m_bExportMark = hasMark; }
+
+void List::Json() { m_bAnswersJson = true; }
+
+String List::NameOf(StringView parameter) const { return m_Declared.name + u"-" + String(parameter); }
+
+String List::ParameterOf(StringView parameter) const {
+  return ToText(m_oRequest->QueryString().Value(NameOf(parameter)));
+}
+
 // The page's own faults are failures; what only a link can bring about ends the page.
 void List::Refuse(const String& reason) const {
   const String text = m_Declared.name + u": " + reason;
@@ -220,126 +239,5 @@ std::vector<SortField> List::WithKeys(std::vector<SortField> fields) const {
   }
   return fields;
 }
-
-ListSource List::SourceFor(const ListChoice& choice) const {
-  ListDeclared compared = m_Declared;
-  for (String& field : compared.searched) field = ExpressionOf(field);
-  for (ListFilter& filter : compared.filters) filter.expression = ExpressionOf(filter.expression);
-  ListCondition condition = ConditionOf(compared, choice);
-  ListSource source;
-  source.connection = m_oConnection;
-  source.branches = BranchesWith(m_sQuery, condition.text);
-  source.parameters = m_Parameters;
-  for (auto& parameter : condition.parameters) source.parameters.values.push_back(std::move(parameter));
-  source.fields = WithKeys(SortOf(m_Declared, choice));
-  return source;
-}
-
-// A position holds for the choices that it was made with.
-std::uint32_t List::ContextFor(const ListChoice& choice) const {
-  String text;
-  for (const ListPair& pair : PairsOf(m_Declared, choice)) text += pair.name + u"\n" + pair.value + u"\n";
-  return ContextOf(text);
-}
-
-ListPosition List::PositionFor(const ListChoice& choice, const ListSource& source) const {
-  const String text =
-      ToText(m_oRequest->QueryString().Value(m_Declared.name + u"-" + String(list_parameter::kPosition)));
-  if (text.empty()) return {};
-  if (host::IStateGuard* guard = host::StateGuard()) {
-    const String sort = SortText(source.fields);
-    guard->Admit({text, m_Declared.name, sort, {}, source.branches, true});
-  }
-  const auto position = ReadListPosition(text);
-  if (!position) Refuse(u"a damaged position");
-  if (position->context != ContextFor(choice)) Refuse(u"a position of another choice");
-  if (position->HasAnchor() && position->keys.size() != source.fields.size())
-    Refuse(u"a wrong number of keys");
-  if (position->skipped > m_lPageNumbers || (position->skipped > 0 && source.IsUnion()))
-    Refuse(u"too many pages at once");
-  return *position;
-}
-
-void List::TellWatcher(const ListSource& source) const {
-  host::IListWatcher* watcher = host::Platform().ListWatcher();
-  if (watcher == nullptr) return;
-  String keys;
-  for (const String& key : m_vKeys) keys += (keys.empty() ? u"" : u", ") + key;
-  const std::vector<String> declared;
-  const String sort = SortText(source.fields);
-  watcher->Opening({m_Declared.name, m_sQuery, keys, sort, declared,
-                    m_Counting.kind == ListCounting::Kind::Exact, m_Parameters, m_oConnection});
-}
-
-std::vector<ListOption> List::OptionsOf(const ListFilter& filter) const {
-  std::vector<ListOption> options;
-  ListSource source;
-  source.parameters = m_Parameters;
-  for (const String& branch : SplitUnionBranches(m_sQuery)) {
-    const String query = DistinctQuery(branch, ExpressionOf(filter.expression), kMostOptions + 1);
-    if (query.empty()) return {};
-    const auto recordset = NewListRecordset(source, kMostOptions + 1);
-    OpenDisconnected(m_oConnection, *recordset, query);
-    const host::RowBlock rows =
-        recordset->IsEOF() ? host::RowBlock() : ReadAllRows(m_oConnection, *recordset);
-    for (std::size_t row = 0; row < rows.Rows(); ++row) {
-      String value = PlainText(rows.At(0, row));
-      const bool isNew = std::none_of(options.begin(), options.end(),
-                                      [&](const ListOption& option) { return option.value == value; });
-      if (isNew && !value.empty()) options.push_back({value, value});
-    }
-    recordset->Close();
-    if (options.size() > static_cast<std::size_t>(kMostOptions)) return {};
-  }
-  return options;
-}
-
-void List::FillFilters() {
-  for (ListFilter& filter : m_Declared.filters) {
-    if (!filter.isGiven && filter.options.empty()) filter.options = OptionsOf(filter);
-  }
-}
-
-String List::Written() {
-  RequireBound();
-  if (m_Declared.columns.empty()) RaiseInvalid(u"a list has a column");
-  const host::IRequestCollection& query = m_oRequest->QueryString();
-  ListChoice choice;
-  const String fault = ReadChoice(m_Declared, query, choice);
-  if (!fault.empty()) Refuse(fault);
-  const ListSource source = SourceFor(choice);
-  const ListPosition position = PositionFor(choice, source);
-  TellWatcher(source);
-  const auto page = std::make_shared<const ListPage>(ReadListPage(
-      source, position, choice.pageSize, m_Counting, [this](const String& reason) { Refuse(reason); }));
-  FillFilters();
-  const ListWays ways = WaysFrom(source, *page, choice.pageSize, m_lPageNumbers, ContextFor(choice));
-
-  const ListAddress address(m_Declared.name, ToText(m_oRequest->ServerVariables().Value(u"URL")), query);
-  host::IStateGuard* guard = host::StateGuard();
-  const auto url = [&](const ListChoice& chosen, const ListPosition& at) {
-    std::vector<ListPair> pairs = PairsOf(m_Declared, chosen);
-    if (at.move != ListPosition::Move::First) {
-      const String text = WriteListPosition(at);
-      pairs.push_back({m_Declared.name + u"-" + String(list_parameter::kPosition),
-                       guard == nullptr ? text : guard->Leaving(text, m_Declared.name)});
-    }
-    return address.Url(pairs);
-  };
-  const auto pageUrl = [&](const String& file) {
-    const String none;
-    return m_oPage->URL(file, none, none, none, none, none, none, none, none, none, none, none, none);
-  };
-  ListFormat format(m_Words.Language());
-  const std::vector<SortField> sort = SortOf(m_Declared, choice);
-  const ListView view{m_sTitle,   m_Declared, choice,
-                      page,       ways,       address,
-                      m_Words,    format,     sort,
-                      m_vActions, m_vExports, m_vActions.empty() ? String() : m_oContext->FormFields(),
-                      url,        pageUrl};
-  return WriteListMarkup(view);
-}
-
-void List::WriteInto(host::IResponse& response) { response.Write(Written()); }
 
 }  // namespace varnel

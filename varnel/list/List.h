@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "varnel/list/ListExport.h"
 #include "varnel/list/ListMarkup.h"
 #include "varnel/page/Contracts.h"
 #include "varnel/page/Page.h"
@@ -25,6 +26,7 @@ struct ListFields {
   std::vector<ListAction> m_vActions;
   std::vector<String> m_vExports;
   Long m_lMostExported = 100000;
+  bool m_bExportMark = false;
   bool m_bAnswersJson = false;
 };
 
@@ -71,21 +73,42 @@ class List : public Object, public IList, private ListFields {
   void Locale(Long lcid);
   // The list's own word `name`, such as "search", in place of its language's.
   void Text(const String& name, const String& text);
+  // Offers all rows of the visitor's choice as files: "csv", "json", "jsonl". They stream as they are read.
+  void Export(Arguments kinds);
+  // A file has at most so many rows, 1 to 100000000, 100000 at first: a longer list is answered with 413 instead.
+  void ExportLimit(Long rows);
+  // Whether CSV begins with the mark that tells spreadsheets of UTF-8.
+  void ExportMark(bool hasMark);
+  // A page of the list is answered as JSON, with Link headers, where the request accepts that and no HTML, or its
+  // parameter "L1-as" is "page".
+  void Json();
+
   // A button in each row that posts its value of `field` to page `file`, as `parameter`; left out, as `field`.
   void Action(const String& label, const String& file, const String& field, const Variant& parameter);
 
  private:
   void RequireBound() const;
+  String NameOf(StringView parameter) const;
+  String ParameterOf(StringView parameter) const;
   String ExpressionOf(const String& field) const;
   std::vector<SortField> WithKeys(std::vector<SortField> fields) const;
   [[noreturn]] void Refuse(const String& reason) const;
+
+  // List_Answers.cpp
   ListSource SourceFor(const ListChoice& choice) const;
   ListPosition PositionFor(const ListChoice& choice, const ListSource& source) const;
   std::uint32_t ContextFor(const ListChoice& choice) const;
   void TellWatcher(const ListSource& source) const;
   void FillFilters();
   std::vector<ListOption> OptionsOf(const ListFilter& filter) const;
-  String Written();
+  std::shared_ptr<const ListPage> PageOf(const ListChoice& choice, const ListSource& source) const;
+  String UrlOf(const ListAddress& address, const ListChoice& choice, const ListPosition& position,
+               const String& as) const;
+  String AskedFor() const;
+  String Markup(const ListChoice& choice, const ListSource& source, const ListAddress& address);
+  void AnswerJson(const ListChoice& choice, const ListSource& source, const ListAddress& address) const;
+  void AnswerFile(ListFileKind kind, const ListSource& source) const;
+  void StreamRows(ListFileKind kind, const ListSource& source, Object& response) const;
 };
 
 ObjectPtr MakeList();

@@ -116,15 +116,6 @@ Long CountOf(const ListSource& source, const String& query) {
   return count;
 }
 
-ListTotal CountExactly(const ListSource& source) {
-  std::int64_t rows = 0;
-  for (const String& branch : source.branches) {
-    const auto recordset = NewListRecordset(source, 1);
-    rows += CountRecords(source.connection, *recordset, branch);
-  }
-  return {RoundToLong(static_cast<double>(rows))};
-}
-
 ListTotal CountCapped(const ListSource& source, Integer most) {
   Long rows = 0;
   for (const String& branch : source.branches) {
@@ -137,7 +128,7 @@ ListTotal CountCapped(const ListSource& source, Integer most) {
 ListTotal CountBy(const ListSource& source, const ListCounting& counting) {
   switch (counting.kind) {
     case ListCounting::Kind::Exact:
-      return CountExactly(source);
+      return {CountListRows(source)};
     case ListCounting::Kind::Capped:
     case ListCounting::Kind::Estimated:
       return CountCapped(source, counting.most);
@@ -186,6 +177,15 @@ std::shared_ptr<host::IRecordset> NewListRecordset(const ListSource& source, Lon
   recordset->SetCacheSize(rows);
   recordset->SetParameters(source.parameters);
   return recordset;
+}
+
+Long CountListRows(const ListSource& source) {
+  std::int64_t rows = 0;
+  for (const String& branch : source.branches) {
+    const auto recordset = NewListRecordset(source, 1);
+    rows += CountRecords(source.connection, *recordset, branch);
+  }
+  return RoundToLong(static_cast<double>(rows));
 }
 
 ListPage ReadListPage(const ListSource& source, const ListPosition& position, Long pageSize,

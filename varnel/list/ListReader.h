@@ -53,6 +53,9 @@ ListPage ReadListPage(const ListSource& source, const ListPosition& position, Lo
 // The keys of a row of the page, as a position carries them. Raises 3265 for a sort or key column that the result lacks.
 std::vector<Variant> KeysOfRow(const ListSource& source, const ListPage& page, std::size_t row);
 
+// The number of all rows. Raises 6 where it is none of a Long.
+Long CountListRows(const ListSource& source);
+
 // A closed recordset for the texts of `source`, of at most `rows` rows.
 std::shared_ptr<host::IRecordset> NewListRecordset(const ListSource& source, Long rows);
 

@@ -32,6 +32,7 @@ enum class ListWord {
   Actions,    // head of the actions
   Select,     // "Select %1"
   Selected,   // "%1 selected"
+  TooMany,    // "... %1 rows ... at most %2", of a file
   Count
 };
 

@@ -209,6 +209,14 @@ declare namespace Varnel {
     Locale(lcid: any): any;
     /** A word of the list's, such as `"search"`, in place of its language's. */
     Text(name: any, text: any): any;
+    /** Offers all rows of the visitor's choice as files: `"csv"`, `"json"`, `"jsonl"`. */
+    Export(...kinds: any[]): any;
+    /** A file has at most so many rows, 100000 at first. */
+    ExportLimit(rows: any): any;
+    /** Whether CSV begins with the mark by which spreadsheets know UTF-8. */
+    ExportMark(hasMark: any): any;
+    /** Answers a page of the list as JSON where the request asks for that. */
+    Json(): any;
     /** A button in each row that posts the row's value of `field` to a page, with the form token. */
     Action(label: any, file: any, field: any, parameter?: any): any;
     [Symbol.iterator](): Iterator<any>;
