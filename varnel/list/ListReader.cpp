@@ -125,13 +125,27 @@ ListTotal CountCapped(const ListSource& source, Integer most) {
   return {rows};
 }
 
+// The engine's notes, where it has some for each branch.
+ListTotal Estimate(const ListSource& source, Integer most) {
+  std::int64_t rows = 0;
+  for (const String& branch : source.branches) {
+    const auto recordset = NewListRecordset(source, 1);
+    auto* const pages = dynamic_cast<host::IPageRecordset*>(recordset.get());
+    const auto estimate = pages == nullptr ? std::nullopt : pages->EstimateRows(branch, source.connection);
+    if (!estimate) return CountCapped(source, most);
+    rows += *estimate;
+  }
+  return {RoundToLong(static_cast<double>(rows)), false, true};
+}
+
 ListTotal CountBy(const ListSource& source, const ListCounting& counting) {
   switch (counting.kind) {
     case ListCounting::Kind::Exact:
       return {CountListRows(source)};
     case ListCounting::Kind::Capped:
-    case ListCounting::Kind::Estimated:
       return CountCapped(source, counting.most);
+    case ListCounting::Kind::Estimated:
+      return Estimate(source, counting.most);
     default:
       return {};
   }
