@@ -29,6 +29,18 @@ list.Action("Keep", "product.asp", "PRODUCTID", "product");
 <link rel="stylesheet" href="styles/varnel-list.css"><link rel="stylesheet" href="styles/own-look.css"></head>
 <body><main><h1>Devices</h1><% page.Add(list); %></main></body></html>
 `;
+const choosing = `<%@ Language=JavaScript CodePage=65001 %><%
+var page = Server.CreateObject("Varnel.Page");
+page.OpenDatabaseConnection("ProductsConnection");
+var list = page.List("Devices", "SELECT PRODUCTID, PRODUCTDESCRIPTION FROM PRODUCT", "PRODUCTID");
+list.Column("PRODUCTID", "Id");
+list.Column("PRODUCTDESCRIPTION", "Name");
+list.Selectable();
+%><!DOCTYPE html>
+<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width, initial-scale=1"><title>Devices</title>
+<link rel="icon" href="data:,"><link rel="stylesheet" href="styles/varnel-list.css"></head>
+<body><main><h1>Devices</h1><p id="chosen"><%= list.Selected().join(" ") %></p><% page.Add(list); %></main></body></html>
+`;
 const ownStyle = "@media (prefers-color-scheme: dark) { body { background: #101418; color: #e6e9ec; } }\n";
 
 let shop;
@@ -40,6 +52,7 @@ before(async () => {
     prepare: (site) => {
       writeFileSync(join(site, "pages/own-look.asp"), ownLook);
       writeFileSync(join(site, "pages/styles/own-look.css"), ownStyle);
+      writeFileSync(join(site, "pages/choose.asp"), choosing);
     },
   });
   browser = await openBrowser();
@@ -214,4 +227,35 @@ test("without JavaScript and with the keyboard alone a visitor searches, sorts a
   const last = Math.floor((total(where) - 1) / 20) * 20;
   assert.deepEqual(await shown(plain), names(`${all} ${where} ${order} LIMIT 20 OFFSET ${last - 20}`));
   await plain.close();
+});
+
+test("without JavaScript selected rows stay selected from page to page", async () => {
+  const plain = await browser.newPage(1440, 900, { javaScriptEnabled: false });
+  const chosen = () => plain.locator("#chosen").innerText();
+  await open("choose.asp", plain);
+  await plain.locator("tbody input").nth(0).check();
+  await plain.locator("tbody input").nth(2).check();
+  await click(plain, 'button:text-is("Next")');
+  const first = await chosen();
+  assert.equal(first.split(" ").length, 2);
+  await plain.locator("tbody input").nth(1).check();
+  await click(plain, 'button:text-is("Keep selection")');
+  assert.equal((await chosen()).split(" ").length, 3);
+  assert.equal(await plain.locator("tbody input:checked").count(), 1);
+  await click(plain, 'button:text-is("First")');
+  assert.equal(await plain.locator("tbody input:checked").count(), 2);
+  await plain.locator("tbody input").nth(0).uncheck();
+  await click(plain, 'button[aria-label="Page 3"]');
+  assert.equal((await chosen()).split(" ").length, 2);
+  await click(plain, 'a:text-is("Clear selection")');
+  assert.equal(await chosen(), "");
+  await plain.close();
+  for (const width of [1440, 375]) {
+    const visitor = await browser.newPage(width, 900);
+    await open("choose.asp?L1-s=t1.,t2.", visitor);
+    await expectAccessible(visitor, `choose.asp at ${width}`);
+    await screenshot(visitor, `list-choose-${width}`);
+    await visitor.close();
+  }
+  assert.deepEqual(browser.troubles, []);
 });

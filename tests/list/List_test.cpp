@@ -218,6 +218,80 @@ TEST_F(ListTest, ASecondListHasParametersOfItsOwn) {
   EXPECT_THAT(html, HasSubstr("?L2-sort=-id"));
 }
 
+// --- The selection
+
+class SelectedList : public ListTest {
+ protected:
+  SelectedList() { FillTable(12); }
+
+  std::string Show(const std::string& query) {
+    Visit("/shop/list.asp" + query);
+    m_list = New();
+    m_list->Selectable(Long{4});
+    return Written(m_list);
+  }
+  // Forgets a parameter of the page before.
+  void Visit(const std::string& url) {
+    for (const char16_t* name : {u"L1-s", u"L1-to"}) m_host.Request().Query().Remove(name);
+    ListTest::Visit(url);
+  }
+  std::string Selected() {
+    std::string text;
+    const Variant rows = m_list->Selected();
+    for (const Variant& row : (*rows.As<ArrayPtr>())->items) text += ToUtf8(ToText(row)) + " ";
+    return text;
+  }
+
+  std::shared_ptr<List> m_list;
+};
+
+TEST_F(SelectedList, HasCheckBoxesAndButtonsOfOneForm) {
+  const std::string html = Show("?L1-sort=-id&L1-s=t11.,t2.");
+  EXPECT_THAT(html, HasSubstr("<form id=\"L1-selection\" method=\"get\" action=\"/shop/list.asp\">\n"
+                              "<input type=\"hidden\" name=\"L1-sort\" value=\"-id\">\n"
+                              "<input type=\"hidden\" name=\"L1-s\" value=\"t2.\">\n</form>"));
+  EXPECT_THAT(
+      html,
+      HasSubstr("<tr><td class=\"vl-select\"><input type=\"checkbox\" form=\"L1-selection\" name=\"L1-s\" "
+                "value=\"t12.\" aria-label=\"Select 12\"></td>"));
+  EXPECT_THAT(html, HasSubstr("value=\"t11.\" aria-label=\"Select 11\" checked></td>"));
+  EXPECT_THAT(html,
+              HasSubstr("<button type=\"submit\" form=\"L1-selection\" name=\"L1-to\" value=\"n.0.6.12."));
+  EXPECT_THAT(
+      html, HasSubstr("<span role=\"status\">2 selected</span> <a href=\"/shop/list.asp?L1-sort=-id\">Clear "
+                      "selection</a>"));
+  EXPECT_THAT(html, HasSubstr("<a href=\"/shop/list.asp?L1-sort=-id,name&amp;L1-s=t11.,t2.\""));
+}
+
+TEST_F(SelectedList, IsKeptFromPageToPage) {
+  const std::string first = Show("");
+  const std::string next = AddressBehind(first, "name=\"L1-to\" value=\"n");
+  const std::string second = Show("?L1-s=t2.,+t3.&L1-to=n" + next);
+  EXPECT_EQ(Cells(second, 1), "6 7 8 9 10");
+  EXPECT_EQ(Selected(), "2 3 ");
+  EXPECT_THAT(
+      second,
+      HasSubstr("name=\"L1-s\" value=\"t2.,t3.\">\n<input type=\"hidden\" name=\"L1-at\" value=\"n.0.6.12."));
+  const std::string stays = Show("?L1-s=t2.,t3.,+t7.&L1-at=n" + next);
+  EXPECT_EQ(Cells(stays, 1), "6 7 8 9 10");
+  EXPECT_EQ(Selected(), "2 3 7 ");
+}
+
+TEST_F(SelectedList, HoldsSoManyRowsOnly) {
+  Show("?L1-s=t1.,t2.,t3.,t4.,t4.,t5.,t6.");
+  EXPECT_EQ(Selected(), "1 2 3 4 ");
+}
+
+TEST_F(SelectedList, TakesNothingThatIsNoRow) {
+  for (const char* rows : {"x", "t1", "t1.t2.", "t1.,", "t1.,%22", "."})
+    EXPECT_EQ(hostfake::ErrorOf([&] { Show(std::string("?L1-s=") + rows); }).Number,
+              runtime_error::kInvalidArgument)
+        << rows;
+  Visit("/shop/list.asp?L1-s=t1.");
+  const auto list = New();
+  EXPECT_EQ(hostfake::ErrorOf([&] { Written(list); }).Number, runtime_error::kInvalidArgument);
+}
+
 // --- Refusals
 
 class GuardedList : public ListTest {

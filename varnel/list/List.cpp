@@ -15,6 +15,8 @@ namespace {
 constexpr Long kMostPageSize = 1000;
 constexpr Long kMostPageNumbers = 30;
 constexpr Long kMostCapped = 30000;
+constexpr Long kMostSelected = 500;
+constexpr Long kUsuallySelected = 200;
 constexpr Long kMostExported = 100000000;
 
 [[noreturn]] void RaiseInvalid(StringView what) { RaiseRuntimeError(runtime_error::kInvalidArgument, what); }
@@ -66,6 +68,8 @@ const ClassInfo& List::Class() const {
           Method<&List::Parameter>(u"Parameter").Taking(u"name, value"),
           Method<&List::Locale>(u"Locale").Taking(u"lcid"),
           Method<&List::Text>(u"Text").Taking(u"name, text"),
+          Method<&List::Selectable>(u"Selectable", {Missing()}).Taking(u"most"),
+          Method<&List::Selected>(u"Selected"),
           Method<&List::Export>(u"Export"),
           Method<&List::ExportLimit>(u"ExportLimit").Taking(u"rows"),
           Method<&List::ExportMark>(u"ExportMark").Taking(u"hasMark"),
@@ -88,11 +92,12 @@ void List::BindFromPage(const ListBinding& binding) {
   m_oRequest = request;
   m_sTitle = binding.title;
   m_sQuery = OneLine(binding.query);
-  for (const String& key : Split(binding.keys, u",")) m_vKeys.push_back(Trim(key));
-  const bool isKeyless = m_vKeys.empty() || std::any_of(m_vKeys.begin(), m_vKeys.end(),
-                                                        [](const String& key) { return key.empty(); });
+  for (const String& key : Split(binding.keys, u",")) m_Declared.keys.push_back(Trim(key));
+  const bool isKeyless =
+      m_Declared.keys.empty() || std::any_of(m_Declared.keys.begin(), m_Declared.keys.end(),
+                                             [](const String& key) { return key.empty(); });
   if (isKeyless) RaiseInvalid(u"a list needs the key of its rows");
-  m_Declared.defaultSort = {{m_vKeys[0], m_vKeys[0], true}};
+  m_Declared.defaultSort = {{m_Declared.keys[0], m_Declared.keys[0], true}};
   if (SplitUnionBranches(m_sQuery).empty()) RaiseInvalid(u"a list needs a query");
   m_Declared.name = u"L" + DecimalText(binding.number);
   m_Words.SetLanguage(session->LCID());
@@ -193,6 +198,30 @@ void List::Action(const String& label, const String& file, const String& field, 
   m_vActions.push_back({label, file, name, parameter.IsMissing() ? name : ToText(parameter)});
 }
 
+void List::Selectable(const Variant& most) {
+  RequireBound();
+  const Long count = most.IsMissing() ? kUsuallySelected : ToLong(most);
+  m_Declared.mostSelected = static_cast<std::size_t>(InRange(count, 1, kMostSelected, u"selected rows"));
+}
+
+Variant List::Selected() const {
+  RequireBound();
+  const auto rows = std::make_shared<Array>();
+  for (const String& text : Chosen().selected) {
+    const auto keys = std::make_shared<Array>();
+    keys->items = ReadListKeys(text).value_or(std::vector<Variant>());
+    rows->items.push_back(keys->items.size() == 1 ? keys->items[0] : Variant(keys));
+  }
+  return Variant(rows);
+}
+
+ListChoice List::Chosen() const {
+  ListChoice choice;
+  const String fault = ReadChoice(m_Declared, m_oRequest->QueryString(), choice);
+  if (!fault.empty()) Refuse(fault);
+  return choice;
+}
+
 void List::Export(Arguments kinds) {
   RequireBound();
   for (const Variant& value : kinds) {
@@ -231,7 +260,7 @@ std::vector<SortField> List::WithKeys(std::vector<SortField> fields) const {
     if (field.Expression == field.Name || field.Expression.empty())
       field.Expression = ExpressionOf(field.Name);
   }
-  for (const String& key : m_vKeys) {
+  for (const String& key : m_Declared.keys) {
     const bool isNamed = std::any_of(fields.begin(), fields.end(), [&](const SortField& field) {
       return EqualsNoCase(FieldOfName(field.Name), FieldOfName(key));
     });

@@ -17,7 +17,6 @@ struct ListFields {
   std::shared_ptr<host::IRequest> m_oRequest;
   String m_sTitle;
   String m_sQuery;
-  std::vector<String> m_vKeys;
   ListDeclared m_Declared;
   ListCounting m_Counting;
   host::StatementParameters m_Parameters;
@@ -73,6 +72,13 @@ class List : public Object, public IList, private ListFields {
   void Locale(Long lcid);
   // The list's own word `name`, such as "search", in place of its language's.
   void Text(const String& name, const String& text);
+  // A check box in each row, for at most `most` rows on all pages together, 1 to 500; 200 where it is left out. The
+  // selection is kept from page to page. Further buttons of it belong to the form of the name "L1-selection".
+  void Selectable(const Variant& most);
+  // The selected rows, an array of their keys as texts; of arrays of texts where a row has several keys. They are what a
+  // visitor says.
+  Variant Selected() const;
+
   // Offers all rows of the visitor's choice as files: "csv", "json", "jsonl". They stream as they are read.
   void Export(Arguments kinds);
   // A file has at most so many rows, 1 to 100000000, 100000 at first: a longer list is answered with 413 instead.
@@ -92,10 +98,14 @@ class List : public Object, public IList, private ListFields {
   String ParameterOf(StringView parameter) const;
   String ExpressionOf(const String& field) const;
   std::vector<SortField> WithKeys(std::vector<SortField> fields) const;
+  // What the request has chosen; refused where it may not be.
+  ListChoice Chosen() const;
   [[noreturn]] void Refuse(const String& reason) const;
 
   // List_Answers.cpp
   ListSource SourceFor(const ListChoice& choice) const;
+  String PositionText() const;
+  String Leaving(const ListPosition& position) const;
   ListPosition PositionFor(const ListChoice& choice, const ListSource& source) const;
   std::uint32_t ContextFor(const ListChoice& choice) const;
   void TellWatcher(const ListSource& source) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "varnel/automation/Convert.h"
+#include "varnel/list/ListState.h"
 
 namespace varnel {
 
@@ -67,6 +68,20 @@ String ReadPageSize(const ListDeclared& declared, const String& text, Long& o_si
   return u"a page size of " + Shown(text) + u", which the list doesn't offer";
 }
 
+// Check boxes come with ", " between them, links with ",". Of too many the last ones are left out.
+String ReadSelected(const ListDeclared& declared, const String& text, std::vector<String>& o_rows) {
+  if (text.empty()) return {};
+  if (declared.mostSelected == 0) return u"a selection, which the list doesn't offer";
+  for (const String& piece : Split(text, u",")) {
+    String row = Trim(piece);
+    const auto keys = ReadListKeys(row);
+    if (!keys || keys->size() != declared.keys.size()) return u"a damaged selection";
+    const bool isNew = std::find(o_rows.begin(), o_rows.end(), row) == o_rows.end();
+    if (isNew && o_rows.size() < declared.mostSelected) o_rows.push_back(std::move(row));
+  }
+  return {};
+}
+
 // A parameter of the list that it doesn't have: a filter, above all.
 String UnknownParameter(const ListDeclared& declared, const host::IRequestCollection& query) {
   const String prefix = declared.name + u"-";
@@ -95,6 +110,10 @@ int ListDeclared::ColumnNamed(StringView columnName) const {
   return -1;
 }
 
+bool ListChoice::IsSelected(StringView row) const {
+  return std::find(selected.begin(), selected.end(), row) != selected.end();
+}
+
 bool ListChoice::IsNarrowed() const {
   return !search.empty() ||
          std::any_of(filters.begin(), filters.end(), [](const String& value) { return !value.empty(); });
@@ -107,6 +126,8 @@ String ReadChoice(const ListDeclared& declared, const host::IRequestCollection& 
   if (fault.empty()) fault = ReadFilters(declared, query, o_choice.filters);
   if (fault.empty())
     fault = ReadPageSize(declared, Given(declared, query, parameter::kPageSize), o_choice.pageSize);
+  if (fault.empty())
+    fault = ReadSelected(declared, Given(declared, query, parameter::kSelected), o_choice.selected);
   if (!fault.empty()) return fault;
   o_choice.search = Trim(Given(declared, query, parameter::kSearch));
   if (o_choice.search.empty()) return {};
@@ -166,6 +187,9 @@ std::vector<ListPair> PairsOf(const ListDeclared& declared, const ListChoice& ch
   }
   if (!sort.empty()) add(parameter::kSort, std::move(sort));
   if (choice.pageSize != declared.pageSizes.front()) add(parameter::kPageSize, DecimalText(choice.pageSize));
+  String selected;
+  for (const String& row : choice.selected) selected += (selected.empty() ? u"" : u",") + row;
+  if (!selected.empty()) add(parameter::kSelected, std::move(selected));
   return pairs;
 }
 

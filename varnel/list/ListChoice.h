@@ -31,6 +31,8 @@ struct ListDeclared {
   std::vector<ListFilter> filters;
   std::vector<Long> pageSizes{10};  // the first one where the visitor chose none
   std::size_t mostSorts = 3;
+  std::vector<String> keys;      // the columns that tell a row
+  std::size_t mostSelected = 0;  // rows that a visitor may select; 0: none can be
 
   // The position, from 0, of the column of that name; -1 if there is none.
   int ColumnNamed(StringView columnName) const;
@@ -48,7 +50,9 @@ struct ListChoice {
   String search;
   std::vector<String> filters;  // one for each that is declared; empty: any value
   Long pageSize = 0;
+  std::vector<String> selected;  // rows, by the texts of their keys (ListState.h)
 
+  bool IsSelected(StringView row) const;
   bool IsNarrowed() const;  // there is a search or a filter
   bool operator==(const ListChoice&) const = default;
 };
@@ -63,7 +67,10 @@ inline constexpr StringView kSearch = u"q";
 inline constexpr StringView kFilter = u"f-";  // "f-CATEGORY"
 inline constexpr StringView kPageSize = u"size";
 inline constexpr StringView kPosition = u"at";
-inline constexpr StringView kAs = u"as";  // "csv": the list as something else than a page
+inline constexpr StringView kGoTo =
+    u"to";  // a position that goes before that one: what a pressed button brings
+inline constexpr StringView kSelected = u"s";  // rows, with "," between them
+inline constexpr StringView kAs = u"as";       // "csv": the list as something else than a page
 }  // namespace list_parameter
 
 // Reads the choice of `query`. Gives why it is refused: a sort, a filter, a size that nobody declared, a text that is

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "varnel/automation/Convert.h"
+#include "varnel/recordset/PageQuery.h"
 
 namespace varnel {
 
@@ -47,8 +48,10 @@ class Markup {
     m_out += u"<section class=\"varnel-list\" id=\"" + m_view.declared.name + u"\" aria-labelledby=\"" +
              m_view.declared.name + u"-title\">\n";
     WriteForm();
+    if (IsSelectable()) WriteSelectionForm();
     WriteTable();
     WritePages();
+    if (IsSelectable()) WriteSelection();
     WriteExports();
     m_out += u"</section>\n";
     return std::move(m_out);
@@ -104,8 +107,67 @@ class Markup {
   // A form's fields take the place of the address's parameters: what isn't chosen in it goes along.
   void WriteSortField() {
     for (const ListPair& pair : PairsOf(m_view.declared, m_view.choice)) {
-      if (pair.name == Name(parameter::kSort)) WriteHidden(pair.name, pair.value);
+      const bool isOther = pair.name == Name(parameter::kSort) || pair.name == Name(parameter::kSelected);
+      if (isOther) WriteHidden(pair.name, pair.value);
     }
+  }
+
+  // --- The selection
+
+  bool IsSelectable() const { return m_view.declared.mostSelected > 0; }
+  String SelectionForm() const { return Name(u"selection"); }
+
+  String RowText(std::size_t row) const {
+    std::vector<Variant> keys;
+    for (const String& key : m_view.declared.keys) {
+      const int column = m_page.ColumnNamed(FieldOfName(key));
+      const Variant& value = ValueAt(column, row);
+      keys.push_back(value.IsNull() ? value
+                                    : KeyValueToText(value, m_page.types[static_cast<std::size_t>(column)]));
+    }
+    return WriteListKeys(keys);
+  }
+
+  // Stands before the table, whose check boxes belong to it by its name: rows may hold forms of their own.
+  void WriteSelectionForm() {
+    m_out += u"<form id=\"" + SelectionForm() + u"\" method=\"get\" action=\"";
+    AppendText(m_view.address.Path());
+    Append(u"\">\n");
+    for (const ListPair& other : m_view.address.Others()) WriteHidden(other.name, other.value);
+    ListChoice kept = m_view.choice;
+    for (std::size_t row = 0; row < m_page.count; ++row) std::erase(kept.selected, RowText(row));
+    for (const ListPair& pair : PairsOf(m_view.declared, kept)) WriteHidden(pair.name, pair.value);
+    if (!m_view.here.empty()) WriteHidden(Name(parameter::kPosition), m_view.here);
+    Append(u"</form>\n");
+  }
+
+  void WriteSelection() {
+    m_out += u"<p class=\"vl-selection\"><button type=\"submit\" form=\"" + SelectionForm() + u"\">";
+    AppendText(Word(ListWord::Keep));
+    Append(u"</button>");
+    if (!m_view.choice.selected.empty()) {
+      ListChoice none = m_view.choice;
+      none.selected.clear();
+      Append(u" <span role=\"status\">");
+      AppendText(Filled(Word(ListWord::Selected),
+                        m_view.format.Count(static_cast<std::int64_t>(m_view.choice.selected.size()))));
+      Append(u"</span> ");
+      WriteLink(m_view.url(none, {}), Word(ListWord::Unselect));
+    }
+    Append(u"</p>\n");
+  }
+
+  void WriteCheckBox(std::size_t row) {
+    const String text = RowText(row);
+    m_out += u"<td class=\"vl-select\"><input type=\"checkbox\" form=\"" + SelectionForm() + u"\" name=\"" +
+             Name(parameter::kSelected) + u"\" value=\"" + text + u"\" aria-label=\"";
+    AppendText(Filled(Word(ListWord::Select), NameOfRow(row)));
+    Append(m_view.choice.IsSelected(text) ? u"\" checked></td>" : u"\"></td>");
+  }
+
+  // What tells a row to people: its first cell.
+  String NameOfRow(std::size_t row) const {
+    return m_plans.empty() ? String() : PlainText(ValueAt(m_plans[0].position, row));
   }
 
   void WriteLabel(StringView name, StringView text) {
@@ -213,6 +275,11 @@ class Markup {
       Append(u"</span>");
     }
     Append(u"</caption>\n<thead>\n<tr>");
+    if (IsSelectable()) {
+      Append(u"<th scope=\"col\"><span class=\"vl-hidden\">");
+      AppendText(Trim(Filled(Word(ListWord::Select), u"")));
+      Append(u"</span></th>");
+    }
     for (std::size_t i = 0; i < m_plans.size(); ++i) WriteHead(i);
     if (!m_view.actions.empty()) {
       Append(u"<th scope=\"col\">");
@@ -229,7 +296,8 @@ class Markup {
 
   void WriteNothing() {
     m_out += u"<tr><td class=\"vl-nothing\" colspan=\"" +
-             DecimalText(static_cast<std::int64_t>(m_plans.size() + (m_view.actions.empty() ? 0 : 1))) +
+             DecimalText(static_cast<std::int64_t>(m_plans.size() + (m_view.actions.empty() ? 0U : 1U) +
+                                                   (IsSelectable() ? 1U : 0U))) +
              u"\">";
     AppendText(Word(ListWord::Nothing));
     Append(u"</td></tr>\n");
@@ -293,6 +361,7 @@ class Markup {
 
   void WriteRow(std::size_t number, const std::shared_ptr<ListRow>& row) {
     Append(u"<tr>");
+    if (IsSelectable()) WriteCheckBox(number);
     for (const CellPlan& plan : m_plans) {
       Append(plan.open);
       WriteCell(plan, number, row);
@@ -346,7 +415,7 @@ class Markup {
       Append(u"<button type=\"submit\">");
       AppendText(action.label);
       Append(u"<span class=\"vl-hidden\"> ");
-      if (!m_plans.empty()) AppendText(PlainText(ValueAt(m_plans[0].position, number)));
+      AppendText(NameOfRow(number));
       Append(u"</span></button></form>");
     }
     Append(u"</td>");
@@ -364,10 +433,22 @@ class Markup {
     Append(u"</a>");
   }
 
+  // A link; where rows are selected a button, which takes their check boxes along.
+  void WriteWay(const ListPosition& position, StringView text, StringView attributes) {
+    if (!IsSelectable()) return WriteLink(m_view.url(m_view.choice, position), text, attributes);
+    const bool isLabel = attributes.starts_with(u" aria-label");
+    m_out += u"<button type=\"submit\" form=\"" + SelectionForm() + u"\" name=\"" + Name(parameter::kGoTo) +
+             u"\" value=\"" + m_view.positionText(position) + u"\"";
+    if (isLabel) Append(attributes);
+    Append(u">");
+    AppendText(text);
+    Append(u"</button>");
+  }
+
   void WriteStep(const std::optional<ListPosition>& position, ListWord word, StringView attributes) {
     if (!position) return;
     Append(u"<li>");
-    WriteLink(m_view.url(m_view.choice, *position), Word(word), attributes);
+    WriteWay(*position, Word(word), attributes);
     Append(u"</li>\n");
   }
 
@@ -380,7 +461,7 @@ class Markup {
       Append(u"</span>");
     } else {
       const String label = Html(Filled(Word(ListWord::Page), number));
-      WriteLink(m_view.url(m_view.choice, step.position), number, u" aria-label=\"" + label + u"\"");
+      WriteWay(step.position, number, u" aria-label=\"" + label + u"\"");
     }
     Append(u"</li>\n");
   }

@@ -35,6 +35,9 @@ struct ListView {
   String formFields;                   // what posted forms must bear, as HTML
   // The address of a position of the list, as it leaves the page.
   std::function<String(const ListChoice& choice, const ListPosition& position)> url;
+  // A position alone, as it leaves the page, and the page's own as it came.
+  std::function<String(const ListPosition& position)> positionText;
+  String here;
   // The address of page `file` of the site.
   std::function<String(const String& file)> pageUrl;
 };

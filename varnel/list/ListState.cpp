@@ -114,6 +114,17 @@ std::optional<Variant> ReadKey(StringView field) {
   return Variant(std::move(text));
 }
 
+// All keys that `io_rest` begins with; nothing where one of them is none.
+std::optional<std::vector<Variant>> TakeKeys(StringView& io_rest) {
+  std::vector<Variant> keys;
+  while (const auto field = TakeField(io_rest)) {
+    auto key = ReadKey(*field);
+    if (!key) return std::nullopt;
+    keys.push_back(std::move(*key));
+  }
+  return keys;
+}
+
 bool IsSeal(StringView text) {
   if (text.size() != kSealDigits + 1 || text[0] != u's') return false;
   for (const char16_t c : text.substr(1)) {
@@ -143,11 +154,22 @@ String WriteListPosition(const ListPosition& position) {
   text += kEnd;
   AppendHex(text, position.context, kContextDigits);
   text += kEnd;
-  for (const Variant& key : position.keys) {
+  return text + WriteListKeys(position.keys);
+}
+
+String WriteListKeys(const std::vector<Variant>& keys) {
+  String text;
+  for (const Variant& key : keys) {
     AppendKey(text, key);
     text += kEnd;
   }
   return text;
+}
+
+std::optional<std::vector<Variant>> ReadListKeys(StringView text) {
+  auto keys = TakeKeys(text);
+  if (!keys || keys->empty() || !text.empty()) return std::nullopt;
+  return keys;
 }
 
 std::optional<ListPosition> ReadListPosition(StringView text) {
@@ -163,12 +185,9 @@ std::optional<ListPosition> ReadListPosition(StringView text) {
   const auto total = ReadTotal(fields[3]);
   const auto context = ReadContext(fields[4]);
   if (!move || !skipped || !firstRecord || !total || !context) return std::nullopt;
-  ListPosition position{*move, *skipped, *firstRecord, *total, *context, {}};
-  while (const auto field = TakeField(text)) {
-    auto key = ReadKey(*field);
-    if (!key) return std::nullopt;
-    position.keys.push_back(std::move(*key));
-  }
+  auto keys = TakeKeys(text);
+  if (!keys) return std::nullopt;
+  ListPosition position{*move, *skipped, *firstRecord, *total, *context, std::move(*keys)};
   if (!text.empty() && !IsSeal(text)) return std::nullopt;
   if (position.HasAnchor() == position.keys.empty()) return std::nullopt;
   return position;

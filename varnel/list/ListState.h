@@ -41,6 +41,10 @@ String WriteListPosition(const ListPosition& position);
 // The position that `text` says, which may bear a seal behind it; nothing for any other text.
 std::optional<ListPosition> ReadListPosition(StringView text);
 
+// The keys of a row as one text of the same letters, and back; nothing for a text that says none.
+String WriteListKeys(const std::vector<Variant>& keys);
+std::optional<std::vector<Variant>> ReadListKeys(StringView text);
+
 // A number that tells `text` from others.
 std::uint32_t ContextOf(StringView text);
 

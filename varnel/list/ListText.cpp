@@ -14,7 +14,7 @@ constexpr Words kNames{u"search",   u"show",     u"all",        u"pageSize",  u"
                        u"previous", u"next",     u"last",       u"pages",     u"page",   u"counter",
                        u"range",    u"moreThan", u"about",      u"nothing",   u"sortUp", u"sortDown",
                        u"unsort",   u"sortedUp", u"sortedDown", u"sortPlace", u"export", u"actions",
-                       u"select",   u"selected", u"tooMany"};
+                       u"select",   u"selected", u"keep",       u"unselect",  u"tooMany"};
 
 constexpr Words kEnglish{u"Search",
                          u"Show",
@@ -42,6 +42,8 @@ constexpr Words kEnglish{u"Search",
                          u"Actions",
                          u"Select %1",
                          u"%1 selected",
+                         u"Keep selection",
+                         u"Clear selection",
                          u"These are %1 rows: a file has %2 at most."};
 
 constexpr Words kGerman{u"Suchen",
@@ -70,6 +72,8 @@ constexpr Words kGerman{u"Suchen",
                         u"Aktionen",
                         u"%1 ausw\u00e4hlen",
                         u"%1 ausgew\u00e4hlt",
+                        u"Auswahl merken",
+                        u"Auswahl aufheben",
                         u"Das sind %1 Zeilen: Eine Datei hat h\u00f6chstens %2."};
 
 constexpr Words kFrench{u"Rechercher",
@@ -98,6 +102,8 @@ constexpr Words kFrench{u"Rechercher",
                         u"Actions",
                         u"S\u00e9lectionner %1",
                         u"S\u00e9lection\u00a0: %1",
+                        u"Garder la s\u00e9lection",
+                        u"Effacer la s\u00e9lection",
                         u"Cela fait %1 lignes\u00a0: un fichier en a %2 au plus."};
 
 constexpr Words kPolish{u"Szukaj",
@@ -126,6 +132,8 @@ constexpr Words kPolish{u"Szukaj",
                         u"Czynno\u015bci",
                         u"Zaznacz %1",
                         u"Zaznaczono: %1",
+                        u"Zapami\u0119taj wyb\u00f3r",
+                        u"Wyczy\u015b\u0107 wyb\u00f3r",
                         u"To wierszy: %1. Plik ma ich najwy\u017cej %2."};
 
 constexpr Words kHindi{u"\u0916\u094b\u091c\u0947\u0902",
@@ -155,6 +163,8 @@ constexpr Words kHindi{u"\u0916\u094b\u091c\u0947\u0902",
                        u"\u0915\u094d\u0930\u093f\u092f\u093e\u090f\u0901",
                        u"%1 \u091a\u0941\u0928\u0947\u0902",
                        u"%1 \u091a\u0941\u0928\u0947 \u0917\u090f",
+                       u"\u091a\u092f\u0928 \u0930\u0916\u0947\u0902",
+                       u"\u091a\u092f\u0928 \u0939\u091f\u093e\u090f\u0901",
                        u"\u092f\u0947 %1 \u092a\u0902\u0915\u094d\u0924\u093f\u092f\u093e\u0901 "
                        u"\u0939\u0948\u0902: \u0939\u0930 \u092b\u093c\u093e\u0907\u0932 \u092e\u0947\u0902 "
                        u"\u0905\u0927\u093f\u0915\u0924\u092e %2."};

@@ -32,6 +32,8 @@ enum class ListWord {
   Actions,    // head of the actions
   Select,     // "Select %1"
   Selected,   // "%1 selected"
+  Keep,       // the button that takes the check boxes of this page along
+  Unselect,   // the link that lets go of the selection
   TooMany,    // "... %1 rows ... at most %2", of a file
   Count
 };

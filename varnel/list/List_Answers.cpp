@@ -58,13 +58,27 @@ ListSource List::SourceFor(const ListChoice& choice) const {
 
 // A position holds for the choices that it was made with.
 std::uint32_t List::ContextFor(const ListChoice& choice) const {
+  ListChoice read = choice;
+  read.selected.clear();
   String text;
-  for (const ListPair& pair : PairsOf(m_Declared, choice)) text += pair.name + u"\n" + pair.value + u"\n";
+  for (const ListPair& pair : PairsOf(m_Declared, read)) text += pair.name + u"\n" + pair.value + u"\n";
   return ContextOf(text);
 }
 
+// A pressed button goes before the page's own.
+String List::PositionText() const {
+  const String pressed = ParameterOf(list_parameter::kGoTo);
+  return pressed.empty() ? ParameterOf(list_parameter::kPosition) : pressed;
+}
+
+String List::Leaving(const ListPosition& position) const {
+  host::IStateGuard* guard = host::StateGuard();
+  const String text = WriteListPosition(position);
+  return guard == nullptr ? text : guard->Leaving(text, m_Declared.name);
+}
+
 ListPosition List::PositionFor(const ListChoice& choice, const ListSource& source) const {
-  const String text = ParameterOf(list_parameter::kPosition);
+  const String text = PositionText();
   if (text.empty()) return {};
   if (host::IStateGuard* guard = host::StateGuard()) {
     const String sort = SortText(source.fields);
@@ -84,7 +98,7 @@ void List::TellWatcher(const ListSource& source) const {
   host::IListWatcher* watcher = host::Platform().ListWatcher();
   if (watcher == nullptr) return;
   String keys;
-  for (const String& key : m_vKeys) keys += (keys.empty() ? u"" : u", ") + key;
+  for (const String& key : m_Declared.keys) keys += (keys.empty() ? u"" : u", ") + key;
   const std::vector<String> declared;
   const String sort = SortText(source.fields);
   watcher->Opening({m_Declared.name, m_sQuery, keys, sort, declared,
@@ -133,10 +147,7 @@ String List::UrlOf(const ListAddress& address, const ListChoice& choice, const L
   std::vector<ListPair> pairs = PairsOf(m_Declared, choice);
   if (!as.empty()) pairs.push_back({NameOf(list_parameter::kAs), as});
   if (position.move != ListPosition::Move::First) {
-    host::IStateGuard* guard = host::StateGuard();
-    const String text = WriteListPosition(position);
-    pairs.push_back(
-        {NameOf(list_parameter::kPosition), guard == nullptr ? text : guard->Leaving(text, m_Declared.name)});
+    pairs.push_back({NameOf(list_parameter::kPosition), Leaving(position)});
   }
   return address.Url(pairs);
 }
@@ -156,7 +167,8 @@ String List::Markup(const ListChoice& choice, const ListSource& source, const Li
   const std::vector<SortField> sort = SortOf(m_Declared, choice);
   return WriteListMarkup({m_sTitle, m_Declared, choice, page, ways, address, m_Words, format, sort,
                           m_vActions, m_vExports, m_vActions.empty() ? String() : m_oContext->FormFields(),
-                          url, pageUrl});
+                          url, [this](const ListPosition& at) { return Leaving(at); }, PositionText(),
+                          pageUrl});
 }
 
 // What the request wants in place of the markup: "page", a kind of file, or nothing.
@@ -246,9 +258,7 @@ void List::WriteInto(host::IResponse& response) {
   RequireBound();
   if (m_Declared.columns.empty()) RaiseRuntimeError(runtime_error::kInvalidArgument, u"a list has a column");
   const host::IRequestCollection& query = m_oRequest->QueryString();
-  ListChoice choice;
-  const String fault = ReadChoice(m_Declared, query, choice);
-  if (!fault.empty()) Refuse(fault);
+  const ListChoice choice = Chosen();
   const ListSource source = SourceFor(choice);
   const ListAddress address(m_Declared.name, ToText(m_oRequest->ServerVariables().Value(u"URL")), query);
   const String as = AskedFor();

@@ -209,6 +209,10 @@ declare namespace Varnel {
     Locale(lcid: any): any;
     /** A word of the list's, such as `"search"`, in place of its language's. */
     Text(name: any, text: any): any;
+    /** A check box in each row, for at most `most` rows (200), kept from page to page. */
+    Selectable(most?: any): any;
+    /** The selected rows: an array of their keys as texts. */
+    Selected(): any;
     /** Offers all rows of the visitor's choice as files: `"csv"`, `"json"`, `"jsonl"`. */
     Export(...kinds: any[]): any;
     /** A file has at most so many rows, 100000 at first. */
