@@ -7,6 +7,7 @@
 #include "host-linux/services/AccountsComponent.h"
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/list/List.h"
 #include "varnel/locale/DataFunctions.h"
 #include "varnel/page/PageUtil.h"
 #include "varnel/utilities/Upload.h"
@@ -54,6 +55,9 @@ std::vector<PublicClass> PublicClasses() {
           {"DRecordset", varnel::MakeDRecordset()},
           {"DFields", std::make_shared<varnel::DFields>()},
           {"DField", std::make_shared<varnel::DField>()},
+          {"List", varnel::MakeList()},
+          {"ListColumn", std::make_shared<varnel::ListColumn>(u"A", u"A")},
+          {"ListRow", std::make_shared<varnel::ListRow>(nullptr)},
           {"DGrid", varnel::MakeDGrid()},
           {"Table", varnel::MakeTable()},
           {"Upload", varnel::MakeUpload()},

@@ -10,7 +10,7 @@
 namespace hostlinux {
 
 // The address of page `path` with the parameters `query` but for those that carry lists' positions: "R_1" and
-// its like, "CHOWC" and "CTATEC".
+// its like, "CHOWC" and "CTATEC", "L1-at" and all others of a list.
 std::string FirstPageLink(std::string_view path, const std::vector<FormField>& query);
 
 }  // namespace hostlinux

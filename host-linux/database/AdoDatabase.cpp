@@ -167,8 +167,9 @@ StatementResult AdoDatabase::Run(ISession& session, const String& sql,
                                  const varnel::host::StatementParameters& parameters,
                                  varnel::Long timeoutSeconds, const StatementOptions& options) {
   WarnOfLineBreaks(sql);
-  const StatementLimits limits{options.maxRecords, options.batchRows, Timeout(timeoutSeconds),
-                               m_trace != nullptr, options.page,      options.countsOnly};
+  const StatementLimits limits{options.maxRecords,   options.batchRows, Timeout(timeoutSeconds),
+                               m_trace != nullptr,   options.page,      options.countsOnly,
+                               options.estimatesOnly};
   if (m_trace == nullptr) return session.Run(sql, parameters, limits);
   return SqlTrace::Run(m_trace, session, sql, parameters, limits);
 }

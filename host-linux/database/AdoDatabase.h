@@ -63,6 +63,7 @@ struct StatementOptions {
   std::size_t batchRows = 0;                     // of a query, read at once; 0: all of them
   const varnel::host::PageSpec* page = nullptr;  // the text as data, where it reads a page
   bool countsOnly = false;                       // one row with the number of rows
+  bool estimatesOnly = false;                    // one row with about that number, or none
 };
 
 // Made once by the wiring and shared; safe on any thread. A session goes back to the thread that gives it

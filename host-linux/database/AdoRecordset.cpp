@@ -134,6 +134,16 @@ Long AdoRecordset::CountRows(const String& sql,
   return varnel::ToLong(OpenConnection(connection)->Run(sql, m_parameters, options).rows.Value(0, 0));
 }
 
+std::optional<Long> AdoRecordset::EstimateRows(const String& sql,
+                                               const std::shared_ptr<varnel::host::IConnection>& connection) {
+  Require(false);
+  StatementOptions options;
+  options.estimatesOnly = true;
+  const StatementResult result = OpenConnection(connection)->Run(sql, m_parameters, options);
+  if (result.rows.Rows() == 0) return std::nullopt;
+  return varnel::ToLong(result.rows.Value(0, 0));
+}
+
 StatementResult AdoRecordset::RunSource(AdoConnection& connection, const varnel::host::PageSpec* page) const {
   const bool atOnce = m_cursorLocation == ado::kUseClient && m_maxRecords != 0;
   return connection.Run(m_source, m_parameters,

@@ -47,6 +47,8 @@ class AdoRecordset : public varnel::Object,
                 const std::shared_ptr<varnel::host::IConnection>& connection) override;
   varnel::Long CountRows(const varnel::String& sql,
                          const std::shared_ptr<varnel::host::IConnection>& connection) override;
+  std::optional<varnel::Long> EstimateRows(
+      const varnel::String& sql, const std::shared_ptr<varnel::host::IConnection>& connection) override;
   // For scripts: every argument may be left out. Without source and connection, a recordset with appended
   // fields opens empty. A text as connection makes a connection of its own. A Command as source gives its text,
   // its parameters and its connection.

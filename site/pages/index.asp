@@ -45,9 +45,14 @@ var all = catalogues();
 <main id="content">
 <section class="search">
 <h1><%= say(page, "ShopWelcome") %></h1>
-<form method="get" action="<%= encode(page.URL("quick-order.asp")) %>" role="search">
+<form method="get" action="<%= encode(page.URL("quick-order.asp")) %>" role="search" aria-label="<%= say(page, "ShopPartNumber") %>">
 <label for="search"><%= say(page, "ShopPartNumber") %></label>
 <input id="search" name="search" placeholder="8086*" autocomplete="off">
+<button type="submit"><%= say(page, "ShopSearch") %></button>
+</form>
+<form method="get" action="<%= encode(page.URL("whole-list.asp")) %>" role="search" aria-label="<%= say(page, "ShopProductName") %>">
+<label for="name"><%= say(page, "ShopProductName") %></label>
+<input id="name" type="search" name="L1-q" maxlength="200" autocomplete="off">
 <button type="submit"><%= say(page, "ShopSearch") %></button>
 </form>
 </section>

@@ -267,7 +267,7 @@ test("accessible: axe finds nothing serious on pages with rows, in both widths",
     "", "category.asp?node=12", "quick-order.asp?search=8086*", "quick-order.asp?search=nothing", `supplier.asp?supplier=${supplier}`,
     "favourites.asp", "product.asp?product=32", `product.asp?product=${withdrawn}`, `product.asp?product=${alternatives}`,
     "prices.asp?product=32", "properties.asp?product=32", "settings.asp", "list.asp", "products.asp",
-    "products-form.asp", "two-lists.asp", "import.asp", "image-upload.asp?product=32", `report.asp?manufacturer=${maker}`,
+    "products-form.asp", "two-lists.asp", "whole-list.asp", "import.asp", "image-upload.asp?product=32", `report.asp?manufacturer=${maker}`,
     "links.asp?catalog=2", "offer.asp?price=12.50&day=1/31/2026", "offer.asp?price=x&day=y",
   ];
   await signIn(page, shop, "clerk");

@@ -22,6 +22,7 @@ TEST(ClassFactory, MakesEveryClassThatAPageScriptCreates) {
   EXPECT_EQ(CreateComponent(u"Varnel.Upload")->Class().name, u"Upload");
   EXPECT_EQ(CreateComponent(u"Varnel.DRecordset")->Class().name, u"DRecordset");
   EXPECT_EQ(CreateComponent(u"Varnel.DGrid")->Class().name, u"DGrid");
+  EXPECT_EQ(CreateComponent(u"Varnel.List")->Class().name, u"List");
   EXPECT_EQ(CreateComponent(u"Varnel.Utilities")->Class().name, u"Utilities");
   EXPECT_EQ(CreateComponent(u"Varnel.DataFunctions")->Class().name, u"DataFunctions");
   EXPECT_EQ(CreateComponent(u"Varnel.CatalogQuery")->Class().name, u"CatalogQuery");
@@ -36,6 +37,7 @@ TEST(ClassFactory, MakesWhatThePageBinds) {
   const ObjectPtr table = page->Table();
   EXPECT_EQ(recordset->Class().name, u"DRecordset");
   EXPECT_EQ(page->DGrid(CastObject<IDRecordset>(recordset), u"Title", false, table)->Class().name, u"DGrid");
+  EXPECT_EQ(page->List(u"Title", u"SELECT a FROM t", u"a")->Class().name, u"List");
   page->Add(table);
   EXPECT_EQ(host.Response().Writes().size(), 1U);
 }

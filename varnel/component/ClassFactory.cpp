@@ -5,6 +5,7 @@
 
 #include "varnel/catalog/CatalogQuery.h"
 #include "varnel/grid/DGrid.h"
+#include "varnel/list/List.h"
 #include "varnel/locale/DataFunctions.h"
 #include "varnel/page/Page.h"
 #include "varnel/page/PageUtil.h"
@@ -32,6 +33,7 @@ constexpr std::array kClasses{
     CreatableClass{u"Varnel.Utilities", MakeUtilities},
     CreatableClass{u"Varnel.CatalogQuery", MakeCatalogQuery},
     CreatableClass{u"Varnel.DataFunctions", MakeDataFunctions},
+    CreatableClass{u"Varnel.List", MakeList},
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "varnel/host/Ado.h"
@@ -41,6 +42,10 @@ class IPageRecordset {
                         const std::shared_ptr<IConnection>& connection) = 0;
   // RecordCount of a static recordset on all rows of `sql`, while this one stays closed. Raises as Open.
   virtual Long CountRows(const String& sql, const std::shared_ptr<IConnection>& connection) = 0;
+  // About how many rows `sql` gives, by what the engine has noted of its tables, without reading them; nothing where it
+  // has no such notes. This one stays closed. Raises as Open.
+  virtual std::optional<Long> EstimateRows(const String& sql,
+                                           const std::shared_ptr<IConnection>& connection) = 0;
 };
 
 }  // namespace varnel::host

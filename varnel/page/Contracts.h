@@ -1,4 +1,4 @@
-// What `Page` knows of the components that it makes. Table, DRecordset and DGrid implement these, so that
+// What `Page` knows of the components that it makes. Table, DRecordset, DGrid and List implement these, so that
 // `page` includes none of them.
 #pragma once
 
@@ -6,6 +6,7 @@
 
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
+#include "varnel/host/Intrinsics.h"
 
 namespace varnel {
 
@@ -39,6 +40,25 @@ class IDGrid {
                             bool iFormBased, const ObjectPtr& iTable) = 0;
   // The finished HTML of the grid.
   virtual String GetFinishedHTML() = 0;
+};
+
+// What a page gives a list that it makes.
+struct ListBinding {
+  std::shared_ptr<Page> page;
+  Integer number = 0;  // counts the lists of the page from 1, and names the list ("L1")
+  std::shared_ptr<host::IConnection> connection;
+  String title;
+  String query;
+  String keys;
+};
+
+class IList {
+ public:
+  virtual ~IList() = default;
+  // Binds a new list to what it reads.
+  virtual void BindFromPage(const ListBinding& binding) = 0;
+  // Reads the list and writes it; may write another answer in the page's place, and end the page.
+  virtual void WriteInto(host::IResponse& response) = 0;
 };
 
 }  // namespace varnel

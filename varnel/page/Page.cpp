@@ -53,6 +53,7 @@ const ClassInfo& Page::Class() const {
           Method<&Page::AllowSort>(u"AllowSort").Taking(u"iSortFields"),
           Method<&Page::SealState>(u"SealState").Taking(u"iState, iFile, iRecordsetName"),
           Method<&Page::AcceptStatesOf>(u"AcceptStatesOf").Taking(u"iFile"),
+          Method<&Page::List>(u"List").Taking(u"iTitle, iQuery, iKeys"),
       }};
   return info;
 }
@@ -126,11 +127,23 @@ ObjectPtr Page::DGrid(const std::shared_ptr<IDRecordset>& iRecordset, const Stri
   return grid;
 }
 
+ObjectPtr Page::List(const String& iTitle, const String& iQuery, const String& iKeys) {
+  if (m_Connection == nullptr)
+    Util_Raise(-1, kSource, u"Page.OpenDatabaseConnection() should be called before creating a List", u"", 0);
+  m_iLastListID = static_cast<Integer>(m_iLastListID + 1);
+  const ObjectPtr list = Gen_GetComponent(u"Varnel.List");
+  Component<IList>(list)->BindFromPage(
+      {SharedFrom(*this), m_iLastListID, m_Connection, iTitle, iQuery, iKeys});
+  return list;
+}
+
 void Page::Add(const Variant& iPageComponent) {
   if (const auto table = Util_CastTable(iPageComponent)) {
     m_Response->Write(table->GetHTML());
   } else if (const auto grid = Util_CastDGrid(iPageComponent)) {
     m_Response->Write(grid->GetFinishedHTML());
+  } else if (const auto list = CastObject<IList>(iPageComponent)) {
+    list->WriteInto(*m_Response);
   } else {
     m_Response->Write(u"<h1>Parameter error: invalid component added to Page object. " +
                       TypeName(iPageComponent) + u"</h1>");

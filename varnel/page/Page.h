@@ -44,7 +44,12 @@ class Page : public Object, public host::IObjectControl {
   ObjectPtr DGrid(const std::shared_ptr<IDRecordset>& iRecordset, const String& iTitle, bool iFormBased,
                   const Variant& iTable);
 
-  // Writes a table or a grid to the response, whole, with one write. Anything else writes an error line into
+  // A new list of the rows of `iQuery` on the page's connection, titled `iTitle`; `iKeys` are the columns that together
+  // tell a row, separated by commas. Lists are numbered 1, 2, 3. Raises -1 where no connection is open, 5 without a query
+  // or a key.
+  ObjectPtr List(const String& iTitle, const String& iQuery, const String& iKeys);
+
+  // Writes a table, a grid or a list to the response, whole, with one write. Anything else writes an error line into
   // the page and raises nothing.
   void Add(const Variant& iPageComponent);
 
@@ -104,6 +109,7 @@ class Page : public Object, public host::IObjectControl {
   bool m_bShowPageJump = false;
   Integer m_iMaxAllowedPages = 0;
   Integer m_iLastRecordsetID = 0;
+  Integer m_iLastListID = 0;
 };
 
 }  // namespace varnel

@@ -13,7 +13,7 @@ declare namespace Varnel {
     Table(): Table;
     /** A new grid over a recordset. Form-based it navigates by form fields instead of links; `table` is one to draw into. */
     DGrid(recordset: any, title: any, formBased?: any, table?: any): DGrid;
-    /** Writes a table or a grid into the response. Anything else writes an error line. */
+    /** Writes a table, a grid or a list into the response. Anything else writes an error line. */
     Add(component: any): any;
     /** The same as `Server.URLEncode`. */
     URLEncode(text: any): any;
@@ -35,6 +35,8 @@ declare namespace Varnel {
     SealState(state: any, file: any, recordset: any): any;
     /** Takes states that were sealed for page `"list.asp"` too. */
     AcceptStatesOf(file: any): any;
+    /** A new list of the query's rows, on the page's connection: [lists that do it all](list.md). `keys` are the columns that together tell a row. Error -1 where no connection is open. */
+    List(title: any, query: any, keys: any): List;
     [Symbol.iterator](): Iterator<any>;
   }
 
@@ -180,6 +182,74 @@ declare namespace Varnel {
     /** The value: a field used as a value is its value. */
     GetDefault(): any;
     (): any;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** A whole list: sorted, searched, filtered, paged and written by itself; made by `page.List(title, query, keys)` and handed to `page.Add`: [lists that do it all](list.md). What it doesn't declare is refused. */
+  interface List {
+    /** The next column, a `ListColumn`: a field of the query as its select list names it, and the title above it. */
+    Column(name: any, title?: any): ListColumn;
+    /** The order of the first visit, such as `"PRICE DESC, TITLE"`; without it the keys sort. */
+    Sort(sortFields: any): any;
+    /** At most so many columns sort together, 3 at first. */
+    MostSorts(columns: any): any;
+    /** Offers a search in these fields, texts all of them: each word must be in one of them, in any case of letters. */
+    Search(...fields: any[]): any;
+    /** Offers a filter. `values` is an array of what it may be, each alone or as `[value, label]`; without it what the rows have. */
+    Filter(field: any, values?: any, label?: any): any;
+    /** How many rows a page has, 1 to 1000. Of several the visitor chooses; the first is what he gets without. */
+    PageSizes(...sizes: any[]): any;
+    /** At most so many page numbers, 0 to 30; 7 at first. */
+    PageNumbers(count: any): any;
+    /** `"exact"`, `"capped"` at `most` rows (10000), `"estimated"` or `"none"`. */
+    Total(kind: any, most?: any): any;
+    /** The value of `:name` in the query. */
+    Parameter(name: any, value: any): any;
+    /** The locale whose words and numbers the list writes; the session's at first. */
+    Locale(lcid: any): any;
+    /** A word of the list's, such as `"search"`, in place of its language's. */
+    Text(name: any, text: any): any;
+    /** A check box in each row, for at most `most` rows (200), kept from page to page. */
+    Selectable(most?: any): any;
+    /** The selected rows: an array of their keys as texts. */
+    Selected(): any;
+    /** Offers all rows of the visitor's choice as files: `"csv"`, `"json"`, `"jsonl"`. */
+    Export(...kinds: any[]): any;
+    /** A file has at most so many rows, 100000 at first. */
+    ExportLimit(rows: any): any;
+    /** Whether CSV begins with the mark by which spreadsheets know UTF-8. */
+    ExportMark(hasMark: any): any;
+    /** Answers a page of the list as JSON where the request asks for that. */
+    Json(): any;
+    /** A button in each row that posts the row's value of `field` to a page, with the form token. */
+    Action(label: any, file: any, field: any, parameter?: any): any;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** A column of a list; made by `list.Column`. Each operation gives the column again: `list.Column("PRICE", "Price").Format("number", 2).Sortable(false)`. */
+  interface ListColumn {
+    /** The cell leads to page `file`, which gets the row's value of `field` as `parameter`, or by the field's own name. */
+    Link(file: any, field: any, parameter?: any): ListColumn;
+    /** `"number"` with `decimals` (0 to 9), `"date"`, `"datetime"` or `"text"`, in the visitor's locale. */
+    Format(kind: any, decimals?: any): ListColumn;
+    /** `"start"`, `"center"` or `"end"`. Numbers stand at the end by themselves. */
+    Align(side: any): ListColumn;
+    /** Whether visitors may sort by it, as they may at first. */
+    Sortable(isSortable: any): ListColumn;
+    /** Visitors who sort by this column sort by that one of the select list. */
+    SortBy(name: any): ListColumn;
+    /** What conditions compare where the name is only one of the select list: `"P.PRICE * 1.19"`. */
+    Expression(expression: any): ListColumn;
+    /** `function (row, value)` gives the cell's HTML; `row("FIELD")` is a value of the row. */
+    Template(function_: any): ListColumn;
+    [Symbol.iterator](): Iterator<any>;
+  }
+
+  /** A row of a list, as templates of columns see it. */
+  interface ListRow {
+    /** The value of that column of the query. */
+    Item(name: any): any;
+    (name: any): any;
     [Symbol.iterator](): Iterator<any>;
   }
 

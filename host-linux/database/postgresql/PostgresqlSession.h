@@ -75,6 +75,8 @@ class PostgresqlSession : public ISession {
   std::optional<StatementResult> RunPage(const varnel::String& sql,
                                          const varnel::host::StatementParameters& parameters,
                                          const StatementLimits& limits);
+  StatementResult RunEstimate(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                              const StatementLimits& limits);
   StatementResult RunCount(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                            const StatementLimits& limits);
   StatementResult RunTranslated(EngineStatement statement, const varnel::String& spelled,

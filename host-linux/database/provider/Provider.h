@@ -112,6 +112,8 @@ struct StatementLimits {
   // The text as data, where it reads a page; outlives the call. Its rows are read at once then.
   const varnel::host::PageSpec* page = nullptr;
   bool countsOnly = false;  // the number of the rows, as one row of one column, in place of the rows
+  // About that number, from the engine's own notes; no row where it has none.
+  bool estimatesOnly = false;
 };
 
 struct OpenOptions {

@@ -318,6 +318,8 @@ std::vector<String> SqliteSession::ColumnNamesIn(const String& sql) {
 
 StatementResult SqliteSession::RunAny(const String& sql, const StatementParameters& parameters,
                                       const StatementLimits& limits) {
+  // It notes how many rows tables have, but not how many a query gives.
+  if (limits.estimatesOnly) return StatementResult();
   if (limits.countsOnly || IsCount(sql)) return RunCount(sql, parameters, limits);
   if (limits.page != nullptr) {
     if (std::optional<StatementResult> result = RunPage(parameters, limits)) return std::move(*result);

@@ -18,6 +18,7 @@ var visitor = Request.Text("name", "world");
 <ul>
 <li><a href="<%: page.URL("index.asp", "name", "reader") %>">The same page with a parameter</a></li>
 <li><a href="<%: page.URL("list.asp") %>">A table as a grid</a></li>
+<li><a href="<%: page.URL("search.asp") %>">The same table as a list to search in</a></li>
 </ul>
 </body>
 </html>

@@ -13,3 +13,8 @@ test("the list leads to its next page", () => {
   const second = first.click("Next page");
   assert.contains(second.rows(), ["13", "Al", "Aluminium", "Metal", "26.982"]);
 });
+
+test("the other list is searched", () => {
+  const found = site.get("index.asp").click("The same table as a list to search in").fill({ "L1-q": "hydro" }).submit("Show");
+  assert.contains(found.rows(), ["1", "H", "Hydrogen", "Nonmetal", "1.008"]);
+});

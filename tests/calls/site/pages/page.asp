@@ -54,6 +54,12 @@ while (!form.EOF) {
 page.Add(formGrid);
 Response.Write("\n");
 
+var list = page.List("A list", "SELECT id, name FROM person", "id");
+list.Column("id", "Number");
+list.Column("name").Sortable(false);
+page.Add(list);
+Response.Write("\n");
+
 var util = Server.CreateObject("Varnel.PageUtil");
 told("URL", util.URL("y.asp"));
 told("URL", util.URL("y.asp", "a", "1 2", "b", "&"));

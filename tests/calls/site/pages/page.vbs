@@ -57,6 +57,13 @@ Loop
 page.Add formGrid
 Response.Write Chr(10)
 
+Dim list
+Set list = page.List("A list", "SELECT id, name FROM person", "id")
+list.Column "id", "Number"
+list.Column("name").Sortable False
+page.Add list
+Response.Write Chr(10)
+
 Set util = Server.CreateObject("Varnel.PageUtil")
 Told "URL", util.URL("y.asp")
 Told "URL", util.URL("y.asp", "a", "1 2", "b", "&")
