@@ -62,7 +62,7 @@ void MariadbServer::Start() {
       "exec " + m_asUser + kServer + " --no-defaults --datadir=" + (m_folder / "data").string() +
       " --socket=" + (m_folder / "socket").string() + " --pid-file=" + (m_folder / "pid").string() +
       " --port=" + std::to_string(m_port) +
-      " --bind-address=127.0.0.1 --max-connections=20 --innodb-flush-log-at-trx-commit=0 "
+      " --bind-address=127.0.0.1 --max-connections=20 --innodb-flush-log-at-trx-commit=2 "
       "--innodb-buffer-pool-size=32M --performance-schema=OFF >>" +
       (m_folder / "server.log").string() + " 2>&1";
   m_process = fork();

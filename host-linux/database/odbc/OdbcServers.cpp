@@ -167,11 +167,11 @@ std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time) {
 }
 
 // Behind a line of its own, as the text may end with a comment.
-std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql) {
+std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows) {
   if (server == OdbcServer::TransactSql || !IsQuery(sql)) return std::nullopt;
   // Within a FROM it would lose its order there.
-  if (server == OdbcServer::Mariadb) return "(" + sql + "\n) LIMIT ?";
-  return "SELECT * FROM (" + sql + "\n) AS \"first rows\" LIMIT ?";
+  if (server == OdbcServer::Mariadb) return "(" + sql + "\n) LIMIT " + std::to_string(rows);
+  return "SELECT * FROM (" + sql + "\n) AS \"first rows\" LIMIT " + std::to_string(rows);
 }
 
 bool LeavesSomething(OdbcServer server, const Tokens& tokens) {

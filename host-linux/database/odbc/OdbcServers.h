@@ -32,8 +32,8 @@ std::string SettingsQuery(OdbcServer server);
 // The server's own limit of a statement's time; empty where it has none.
 std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time);
 
-// `sql` cut at so many rows as the mark behind its own says; nothing where the server can't say so around a text.
-std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql);
+// `sql` cut at so many rows; nothing where the server can't say so around a text.
+std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows);
 
 // What a statement leaves behind on the server: settings, temporary tables, locks.
 bool LeavesSomething(OdbcServer server, const std::vector<SqlToken>& tokens);

@@ -249,10 +249,8 @@ StatementResult OdbcSession::RunTranslated(EngineStatement statement, const Stat
   StatementResult result;
   if (statement.isNothing) return result;
   if (limits.maxRecords > 0) {
-    if (std::optional<std::string> limited = LimitedText(m_server, statement.sql)) {
-      statement.values.emplace_back(std::int64_t{limits.maxRecords});
+    if (std::optional<std::string> limited = LimitedText(m_server, statement.sql, limits.maxRecords))
       statement.sql = std::move(*limited);
-    }
   }
   const std::size_t rows = limits.maxRecords > 0 ? static_cast<std::size_t>(limits.maxRecords) : kAllRows;
   const bool inBatches = limits.batchRows > 0 && limits.maxRecords <= 0 && !m_isInTransaction;
