@@ -110,12 +110,6 @@ TEST_F(MariadbDialect, ValuesComeInTheOrderOfTheirMarks) {
   EXPECT_EQ(BoundValue(std::int64_t{77}), statement.values[5]);
 }
 
-TEST_F(MariadbDialect, WhatIsDistinctOrGroupedKeepsItsValues) {
-  EXPECT_EQ("SELECT DISTINCT id FROM t WHERE id > 42", Translate(u"SELECT DISTINCT id FROM t WHERE id > '42'").sql);
-  EXPECT_EQ("SELECT DISTINCT id FROM t WHERE id > 43", Translate(u"SELECT DISTINCT id FROM t WHERE id > '43'").sql);
-  EXPECT_EQ(0U, Translate(u"SELECT MIN(id) FROM t WHERE name = 'a' GROUP BY name").values.size());
-}
-
 TEST_F(MariadbDialect, AValueThatStandsTwiceIsSentTwice) {
   varnel::host::StatementParameters parameters;
   parameters.values.push_back({u"p", Variant(String(u"x"))});

@@ -62,9 +62,6 @@ class IEngineWords {
   // with the values in the order of the text.
   virtual bool MarksByPlace() const { return false; }
 
-  // Values may be lifted out of the text of a statement.
-  virtual bool LiftsValues(const std::vector<SqlToken>&) const { return true; }
-
   // An index finds the rows behind a row value, (a, b) > (1, 2).
   virtual bool SeeksRows() const { return true; }
 

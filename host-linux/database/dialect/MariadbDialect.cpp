@@ -1,7 +1,5 @@
 #include "host-linux/database/dialect/MariadbDialect.h"
 
-#include <algorithm>
-
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/ServerWords.h"
 #include "host-linux/database/dialect/SqlRewriter.h"
@@ -121,13 +119,6 @@ class MariadbWords : public IEngineWords {
 
   bool SharesMarks() const override { return true; }
   bool MarksByPlace() const override { return true; }
-  // Version 10.11 leaves rows with NULLs out of a prepared statement whose groups it reads from an index, where values stand
-  // beside the text.
-  bool LiftsValues(const Tokens& tokens) const override {
-    return std::none_of(tokens.begin(), tokens.end(), [](const SqlToken& token) {
-      return IsWord(token, u"DISTINCT") || IsWord(token, u"GROUP");
-    });
-  }
   bool SeeksRows() const override { return false; }
   bool SortsNullsLow() const override { return true; }
   bool WrapsBranches() const override { return false; }

@@ -13,7 +13,6 @@ namespace hostlinux {
 // - A text literal becomes what the column holds: against a number it would be compared as a double, which no index
 //   finds exactly. A number that a text is compared with gets quotes, or every text without digits would equal 0.
 // - SET TRANSACTION ISOLATION LEVEL READ ... is nothing: no statement reads what isn't committed.
-// - What is DISTINCT or grouped keeps its literals: the server errs where they are parameters.
 // - Pages are read in arms: no index finds the rows behind a row value.
 const IEngineWords& WordsOfMariadb();
 

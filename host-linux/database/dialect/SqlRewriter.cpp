@@ -53,7 +53,6 @@ class Rewriter {
         m_parameters(parameters),
         m_lifted(lifted),
         m_structure(ReadStructure(tokens)),
-        m_liftsValues(words.LiftsValues(tokens)),
         m_limits(m_structure.scopes.size()) {}
 
   void Run() {
@@ -317,7 +316,7 @@ class Rewriter {
   bool MayLift(size_t literal) {
     const SqlToken& token = m_tokens[literal];
     if (m_lifted != nullptr && m_parameters.Of(token) != nullptr) return true;
-    if (m_lifted == nullptr || !m_liftsValues || token.literal < 0 || m_inCase[literal]) return false;
+    if (m_lifted == nullptr || token.literal < 0 || m_inCase[literal]) return false;
     if (token.kind == SqlTokenKind::Number && (token.text == u"0" || token.text == u"1")) return false;
     const SqlClause clause = m_structure.clauseOf[literal];
     if (clause != SqlClause::Where && clause != SqlClause::From) return false;
@@ -402,7 +401,6 @@ class Rewriter {
   const ParametersInUse& m_parameters;
   std::vector<StatementForm::Parameter>* m_lifted;
   SqlStructure m_structure;
-  bool m_liftsValues;
   std::vector<std::optional<std::u16string>> m_limits;  // of each scope
   std::vector<bool> m_inCase;
   std::optional<bool> m_hasPartialIndex;
