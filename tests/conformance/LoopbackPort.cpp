@@ -18,4 +18,3 @@ int FreePort() {
   if (!isBound) throw std::runtime_error("no free port");
   return ntohs(address.sin_port);
 }
-

@@ -72,7 +72,8 @@ TEST_F(MariadbFaults, AServerThatDiesInAReadFailsTheReadAlone) {
 }
 
 TEST_F(MariadbFaults, AWrongPasswordIsToldAsTheServerTellsIt) {
-  EXPECT_THAT(MessageOf([&] { m_database->Connect(u"Password=wrong"); }), HasSubstr("Access denied for user"));
+  EXPECT_THAT(MessageOf([&] { m_database->Connect(u"Password=wrong"); }),
+              HasSubstr("Access denied for user"));
 }
 
 TEST_F(MariadbFaults, AServerWithoutRoomSaysSo) {
@@ -136,9 +137,10 @@ TEST_F(MariadbFaults, SettingsThatEscapingDependsOnCantBeChanged) {
 
 TEST_F(MariadbFaults, AReaderGetsRoundNothing) {
   const auto reader = m_database->Connect(u"Mode=Read");
-  for (const String sql : {u"SET SESSION TRANSACTION READ WRITE", u"START TRANSACTION READ WRITE", u"DELETE FROM t",
-                           u"/*!50000 SET tx_read_only = 0 */", u"DO RELEASE_LOCK('x')"}) {
-    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(sql, -1); })) << varnel::ToUtf8(sql);
+  for (const String sql : {u"SET SESSION TRANSACTION READ WRITE", u"START TRANSACTION READ WRITE",
+                           u"DELETE FROM t", u"/*!50000 SET tx_read_only = 0 */", u"DO RELEASE_LOCK('x')"}) {
+    EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(sql, -1); }))
+        << varnel::ToUtf8(sql);
   }
   EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
 }
@@ -197,7 +199,9 @@ TEST_F(MariadbFaults, ATableThatChangedIsReadAnew) {
 }
 
 TEST_F(MariadbFaults, NoConnectionIsLeftOver) {
-  const auto count = [&] { return Page(u"SELECT COUNT(*) FROM information_schema.processlist WHERE user = 'owner'"); };
+  const auto count = [&] {
+    return Page(u"SELECT COUNT(*) FROM information_schema.processlist WHERE user = 'owner'");
+  };
   Page(u"SELECT 1");
   const std::string before = count();
   for (int i = 0; i < 50; ++i)

@@ -71,8 +71,8 @@ void MariadbServer::Start() {
     _exit(127);
   }
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-  const std::string ready =
-      "mariadb-admin --no-defaults -u root --socket=" + (m_folder / "socket").string() + " ping >/dev/null 2>&1";
+  const std::string ready = "mariadb-admin --no-defaults -u root --socket=" + (m_folder / "socket").string() +
+                            " ping >/dev/null 2>&1";
   while (std::system(ready.c_str()) != 0) {
     if (std::chrono::steady_clock::now() > end) throw std::runtime_error("MariaDB doesn't start");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));

@@ -19,9 +19,8 @@ class Values : public EveryEngine {
     Run(String(u"CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), big BIGINT, price DOUBLE "
                u"PRECISION,"
                u" amount NUMERIC(12,2), made TIMESTAMP, day DATE, flag ") +
-        (IsMariadb() ? u"BIT" : u"BOOLEAN") + u", note " +
-        (IsMariadb() ? u"LONGTEXT" : u"TEXT") + u", picture " +
-        (GetParam() == EngineKind::Postgresql ? u"BYTEA" : u"BLOB") + u")");
+        (IsMariadb() ? u"BIT" : u"BOOLEAN") + u", note " + (IsMariadb() ? u"LONGTEXT" : u"TEXT") +
+        u", picture " + (GetParam() == EngineKind::Postgresql ? u"BYTEA" : u"BLOB") + u")");
   }
 
   bool IsMariadb() const { return GetParam() == EngineKind::Mariadb; }
@@ -45,10 +44,9 @@ TEST_P(Values, TypesAreThoseThatScriptsKnow) {
 }
 
 TEST_P(Values, WhatWasWrittenIsRead) {
-  Run(String(
-          u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', "
-          u"5000000000, 0.1, 12.50,"
-          u" '2024-02-29 23:59:58', '1999-12-31', ") +
+  Run(String(u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', "
+             u"5000000000, 0.1, 12.50,"
+             u" '2024-02-29 23:59:58', '1999-12-31', ") +
       Flag(true) + u", 'x')");
   EXPECT_EQ("7,O'Neill,5000000000,0.1,12.5,2/29/2024 11:59:58 PM,12/31/1999,True,x,-",
             Rows(u"SELECT * FROM item"));
@@ -220,8 +218,8 @@ TEST_P(Values, AFailedStatementEndsNoTransaction) {
 // --- parameters
 
 TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
-  Run(u"INSERT INTO item (id, name, price, flag) VALUES (1, 'a', 1.5, " + Flag(true) +
-      u"), (2, 'b', 2.5, " + Flag(false) + u")");
+  Run(u"INSERT INTO item (id, name, price, flag) VALUES (1, 'a', 1.5, " + Flag(true) + u"), (2, 'b', 2.5, " +
+      Flag(false) + u")");
   const auto rowsWith = [&](const String& sql, const Variant& value) {
     auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
     varnel::host::StatementParameters parameters;
@@ -242,7 +240,8 @@ TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE flag = :p", true));
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Values, testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb),
+INSTANTIATE_TEST_SUITE_P(Engines, Values,
+                         testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb),
                          [](const auto& info) { return NameOf(info.param); });
 
 }  // namespace

@@ -98,8 +98,8 @@ TEST_F(MariadbDialect, BranchesStandInParentheses) {
 // --- values lifted out
 
 TEST_F(MariadbDialect, ValuesComeInTheOrderOfTheirMarks) {
-  const EngineStatement statement =
-      Translate(u"SELECT id FROM t WHERE name = 'a' AND id > '42' AND price = '2.5' AND name = 7 AND id < 77");
+  const EngineStatement statement = Translate(
+      u"SELECT id FROM t WHERE name = 'a' AND id > '42' AND price = '2.5' AND name = 7 AND id < 77");
   EXPECT_EQ("SELECT id FROM t WHERE name = ? AND id > ? AND (price BETWEEN ? AND ?) AND name = ? AND id < ?",
             statement.sql);
   ASSERT_EQ(6U, statement.values.size());
@@ -113,7 +113,8 @@ TEST_F(MariadbDialect, ValuesComeInTheOrderOfTheirMarks) {
 TEST_F(MariadbDialect, AValueThatStandsTwiceIsSentTwice) {
   varnel::host::StatementParameters parameters;
   parameters.values.push_back({u"p", Variant(String(u"x"))});
-  const EngineStatement statement = Translate(u"SELECT :p FROM t WHERE name = :p AND '?1' = name", parameters);
+  const EngineStatement statement =
+      Translate(u"SELECT :p FROM t WHERE name = :p AND '?1' = name", parameters);
   EXPECT_EQ("SELECT ? FROM t WHERE name = ? AND '?1' = name", statement.sql);
   EXPECT_EQ(2U, statement.values.size());
 }

@@ -84,8 +84,7 @@ class MariadbWords : public IEngineWords {
         token.text = QuotedName(NameInQuotes(token));
       } else if (IsWord(token, u"LIKE")) {
         if (io_tokens[i + 1].kind == SqlTokenKind::Text) RewriteLike(io_tokens, i);
-        if (io_tokens[i + 1].kind == SqlTokenKind::Parameter)
-          RewriteLikeParameter(io_tokens, i, parameters);
+        if (io_tokens[i + 1].kind == SqlTokenKind::Parameter) RewriteLikeParameter(io_tokens, i, parameters);
       }
     }
   }

@@ -183,8 +183,7 @@ std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_v
     const SqlToken& name = tokens[item.alias == SqlStructure::kNone ? item.expression.end - 1 : item.alias];
     const bool isBracketed = name.kind == SqlTokenKind::QuotedName && name.text.front() != u'"';
     if (name.kind != SqlTokenKind::Word && !isBracketed) continue;
-    const std::u16string spelled =
-        isBracketed ? NameInQuotes(name) : name.text;
+    const std::u16string spelled = isBracketed ? NameInQuotes(name) : name.text;
     names.emplace(LowerAscii(spelled), spelled);
   }
   return names;

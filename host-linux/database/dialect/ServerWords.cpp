@@ -12,11 +12,9 @@ bool IsReadLevel(const std::vector<SqlToken>& tokens) {
 }
 
 void RewriteEscape(SqlToken& io_escape, SqlToken& io_next) {
-  const bool isTime =
-      UpperAscii(io_escape.text.substr(0, io_escape.text.find(u'\''))).find_last_of(u"DS") ==
-      std::u16string::npos;
-  io_escape.text =
-      (isTime ? u"TIME " : u"TIMESTAMP ") + TextLiteral(ValueOf(io_escape.kind, io_escape.text));
+  const bool isTime = UpperAscii(io_escape.text.substr(0, io_escape.text.find(u'\''))).find_last_of(u"DS") ==
+                      std::u16string::npos;
+  io_escape.text = (isTime ? u"TIME " : u"TIMESTAMP ") + TextLiteral(ValueOf(io_escape.kind, io_escape.text));
   if (io_next.gap.empty() && io_next.kind != SqlTokenKind::End) io_next.gap = u" ";
 }
 

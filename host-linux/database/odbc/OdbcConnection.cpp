@@ -42,8 +42,9 @@ OdbcConnection::OdbcConnection(const Options& options)
   if (options.readsOnly)
     SQLSetConnectAttrW(Get(), SQL_ATTR_ACCESS_MODE, Number(SQL_MODE_READ_ONLY), SQL_IS_UINTEGER);
   std::u16string text = options.text;
-  const SQLRETURN result = SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()),
-                                             nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
+  const SQLRETURN result =
+      SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
+                        nullptr, SQL_DRIVER_NOPROMPT);
   if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
   SetDeadline(options.deadline);
 }
@@ -77,9 +78,8 @@ void OdbcConnection::Execute(const std::string& sql) {
   const OdbcHandle statement(SQL_HANDLE_STMT, SQL_HANDLE_DBC, Get());
   std::u16string text = varnel::FromUtf8(sql);
   SQLSetStmtAttrW(statement.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  Within(statement.Get(), [&] {
-    return SQLExecDirectW(statement.Get(), Wide(text), static_cast<SQLINTEGER>(text.size()));
-  });
+  Within(statement.Get(),
+         [&] { return SQLExecDirectW(statement.Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
 }
 
 void OdbcConnection::SetAutoCommit(bool isOn) {
@@ -95,7 +95,8 @@ void OdbcConnection::End(bool keeps) {
 
 bool OdbcConnection::IsAlive() const {
   SQLUINTEGER isDead = SQL_CD_FALSE;
-  const SQLRETURN result = SQLGetConnectAttrW(Get(), SQL_ATTR_CONNECTION_DEAD, &isDead, SQL_IS_UINTEGER, nullptr);
+  const SQLRETURN result =
+      SQLGetConnectAttrW(Get(), SQL_ATTR_CONNECTION_DEAD, &isDead, SQL_IS_UINTEGER, nullptr);
   return !SQL_SUCCEEDED(result) || isDead == SQL_CD_FALSE;
 }
 

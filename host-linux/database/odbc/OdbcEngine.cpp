@@ -38,7 +38,8 @@ constexpr varnel::StringView kRights =
     u"SELECT COUNT(*) FROM (SELECT grantee, privilege_type FROM information_schema.user_privileges UNION ALL"
     u" SELECT grantee, privilege_type FROM information_schema.schema_privileges UNION ALL"
     u" SELECT grantee, privilege_type FROM information_schema.table_privileges) AS p"
-    u" WHERE REPLACE(p.grantee, '''', '') = CURRENT_USER() AND p.privilege_type IN ('INSERT', 'UPDATE', 'DELETE',"
+    u" WHERE REPLACE(p.grantee, '''', '') = CURRENT_USER() AND p.privilege_type IN ('INSERT', 'UPDATE', "
+    u"'DELETE',"
     u" 'DROP', 'ALTER', 'CREATE')";
 
 std::string TextAt(const RowStore& rows, std::size_t column, std::size_t row) {
@@ -79,7 +80,8 @@ std::vector<std::string> OdbcEngine::CheckIndexes(const ConnectionString& connec
                           " has more than 1,000 rows and no index besides its key: every sort by another "
                           "column reads all of it");
     }
-    if (varnel::EqualsNoCase(connection.Get(u"Mode"), u"Read") && TextAt(Rows(*session, kRights), 0, 0) != "0")
+    if (varnel::EqualsNoCase(connection.Get(u"Mode"), u"Read") &&
+        TextAt(Rows(*session, kRights), 0, 0) != "0")
       sentences.push_back("the connection only reads, but its user may change tables: grant it SELECT alone");
   } catch (const ProviderFailure&) {
     return {};

@@ -81,7 +81,8 @@ std::vector<ProviderError> RecordsOf(SQLSMALLINT kind, SQLHANDLE handle) {
 
 void RaiseOdbc(SQLSMALLINT kind, SQLHANDLE handle) {
   std::vector<ProviderError> errors = RecordsOf(kind, handle);
-  if (errors.empty()) RaiseOdbc(provider_error::kFail, u"The database driver failed without a word.", u"HY000");
+  if (errors.empty())
+    RaiseOdbc(provider_error::kFail, u"The database driver failed without a word.", u"HY000");
   throw ProviderFailure(std::move(errors));
 }
 

@@ -13,7 +13,8 @@ using varnel::String;
 using varnel::StringView;
 
 bool IsOneOf(const String& key, std::initializer_list<StringView> keys) {
-  return std::any_of(keys.begin(), keys.end(), [&](StringView each) { return varnel::EqualsNoCase(key, each); });
+  return std::any_of(keys.begin(), keys.end(),
+                     [&](StringView each) { return varnel::EqualsNoCase(key, each); });
 }
 
 // Braces where the value has a sign that ends it, or that drivers take for something else.

@@ -85,9 +85,9 @@ OdbcServer ServerOf(const String& dialect, const OdbcConnection& connection) {
     if (Begins(name, known.name) || driver.find(known.driver) != String::npos) return known.server;
   }
   RaiseOdbc(provider_error::kFail,
-            dialect.empty()
-                ? u"The driver serves '" + name + u"', whose words aren't known: the connection string needs a Dialect."
-                : u"The connection string has an unknown Dialect: '" + dialect + u"'.",
+            dialect.empty() ? u"The driver serves '" + name +
+                                  u"', whose words aren't known: the connection string needs a Dialect."
+                            : u"The connection string has an unknown Dialect: '" + dialect + u"'.",
             u"08001");
 }
 
@@ -177,10 +177,10 @@ std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql
 bool LeavesSomething(OdbcServer server, const Tokens& tokens) {
   const bool isKnown =
       tokens.front().kind == SqlTokenKind::Open ||
-      IsAnyWord(tokens.front(), {u"SELECT",  u"INSERT",   u"UPDATE",   u"DELETE", u"REPLACE", u"WITH",
-                                 u"VALUES",  u"MERGE",    u"TABLE",    u"SHOW",   u"EXPLAIN", u"DESCRIBE",
-                                 u"CREATE",  u"ALTER",    u"DROP",     u"RENAME", u"ANALYZE", u"OPTIMIZE",
-                                 u"COMMENT", u"TRUNCATE", u"REINDEX"});
+      IsAnyWord(tokens.front(),
+                {u"SELECT", u"INSERT", u"UPDATE",  u"DELETE",   u"REPLACE",  u"WITH",     u"VALUES",
+                 u"MERGE",  u"TABLE",  u"SHOW",    u"EXPLAIN",  u"DESCRIBE", u"CREATE",   u"ALTER",
+                 u"DROP",   u"RENAME", u"ANALYZE", u"OPTIMIZE", u"COMMENT",  u"TRUNCATE", u"REINDEX"});
   if (!isKnown) return true;
   return std::any_of(tokens.begin(), tokens.end(), [&](const SqlToken& token) {
     if (IsTemporary(token)) return true;

@@ -47,7 +47,8 @@ EngineStatement AsItStands(const String& sql, const StatementParameters& paramet
     const std::optional<std::size_t> position = markers.Find(token.text);
     token.text = u"?";
     if (position)
-      statement.values.push_back(ParameterValue(parameters.values[*position].Value, LiteralForm::Text, u'\0'));
+      statement.values.push_back(
+          ParameterValue(parameters.values[*position].Value, LiteralForm::Text, u'\0'));
   }
   statement.unbound = markers.Fault();
   statement.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
@@ -66,7 +67,8 @@ OdbcSession::OdbcSession(const OdbcAccess& access, const OpenOptions& options)
       m_facts(m_connection),
       m_counts(kMaxCounts) {
   if (const IEngineWords* words = WordsOf(m_server)) m_dialect.emplace(m_facts, *words, access.reads);
-  for (const std::string& setting : SettingsOf(m_server, m_readsOnly, m_limits)) m_connection.Execute(setting);
+  for (const std::string& setting : SettingsOf(m_server, m_readsOnly, m_limits))
+    m_connection.Execute(setting);
   m_settings = Settings();
   m_factsUntil = Clock::now() + kKeepsFacts;
 }

@@ -31,9 +31,8 @@ std::optional<std::basic_string<Unit>> ReadPieces(SQLHSTMT statement, SQLUSMALLI
     const std::size_t begin = value.size();
     value.resize(begin + room + zeros);
     SQLLEN length = 0;
-    const SQLRETURN result =
-        SQLGetData(statement, column, type, value.data() + begin,
-                   static_cast<SQLLEN>((room + zeros) * sizeof(Unit)), &length);
+    const SQLRETURN result = SQLGetData(statement, column, type, value.data() + begin,
+                                        static_cast<SQLLEN>((room + zeros) * sizeof(Unit)), &length);
     if (result == SQL_NO_DATA) {
       value.resize(begin);
       return value;

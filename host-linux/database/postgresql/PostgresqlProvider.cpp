@@ -53,8 +53,7 @@ std::unique_ptr<ISession> PostgresqlProvider::Open(const ConnectionString& conne
 
 std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connection,
                                                   const OpenOptions& options) {
-  if (connection.Get(u"Server").empty())
-    RefuseConnection(kSource, u"The connection string names no Server.");
+  if (connection.Get(u"Server").empty()) RefuseConnection(kSource, u"The connection string names no Server.");
   if (connection.Get(u"Database").empty())
     RefuseConnection(kSource, u"The connection string names no Database.");
   RefuseLimits(connection, kSource);

@@ -25,7 +25,6 @@ constexpr std::chrono::seconds kFreshFacts{1};
 constexpr milliseconds kForRollback{2000};
 constexpr std::size_t kAllRows = static_cast<std::size_t>(-1);
 
-
 bool LeavesSomething(const std::vector<SqlToken>& tokens) {
   if (!IsAnyWord(tokens.front(), {u"SELECT", u"INSERT", u"UPDATE", u"DELETE", u"WITH", u"VALUES", u"MERGE",
                                   u"TABLE", u"EXPLAIN", u"SHOW", u"CREATE", u"ALTER", u"DROP", u"TRUNCATE",

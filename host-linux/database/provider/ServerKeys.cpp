@@ -38,8 +38,8 @@ std::chrono::milliseconds KeepsCounts(const ConnectionString& connection, String
 void RefuseLimits(const ConnectionString& connection, StringView source) {
   for (const StringView key : {StringView(u"Tables"), StringView(u"Functions")}) {
     if (!connection.Get(key).empty())
-      RefuseConnection(source,
-                       String(key) + u" can't be limited here: what a user may touch is granted on the server.");
+      RefuseConnection(
+          source, String(key) + u" can't be limited here: what a user may touch is granted on the server.");
   }
 }
 
