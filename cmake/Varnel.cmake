@@ -35,7 +35,7 @@ endif()
 
 # Of these the shared library of components is made, too. Nobody puts other functions in the place of theirs, so that
 # calls inside a file stay what they are in a program.
-set(VARNEL_SHARED_FOLDERS "varnel_.*" "hostlinux_(base|nls|services|database|provider|dialect|sqlite|postgresql|web|intrinsics)")
+set(VARNEL_SHARED_FOLDERS "varnel_.*" "hostlinux_(base|nls|services|database|provider|dialect|sqlite|postgresql|odbc|web|intrinsics)")
 
 # varnel_library(NAME [DEPENDS target...]): all *.cpp of this folder as the static library NAME.
 function(varnel_library name)

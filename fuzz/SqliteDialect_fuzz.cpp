@@ -1,9 +1,10 @@
-// SQL texts of any kind through the dialects of both engines: it must neither fail nor lose a token of a text that needs no
+// SQL texts of any kind through the dialects of all engines: it must neither fail nor lose a token of a text that needs no
 // rewriting, and what it remembers of a shape must be what it works out anew.
 #include <cstdint>
 #include <cstdlib>
 
 #include "host-linux/database/dialect/LikePattern.h"
+#include "host-linux/database/dialect/MariadbDialect.h"
 #include "host-linux/database/dialect/PostgresqlDialect.h"
 #include "host-linux/database/dialect/SqlLexer.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
@@ -102,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (hostlinux::PrintSql(tokens, 0, tokens.size()) != sql) std::abort();
   TryWords(sql, hostlinux::WordsOfSqlite());
   TryWords(sql, hostlinux::WordsOfPostgresql());
+  TryWords(sql, hostlinux::WordsOfMariadb());
   hostlinux::SpelledNames(sql);
   const std::u16string_view text(sql);
   hostlinux::MatchesPattern(text.substr(0, size / 2), text.substr(size / 2));

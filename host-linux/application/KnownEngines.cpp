@@ -1,12 +1,16 @@
 #include "host-linux/application/KnownEngines.h"
 
+#include "host-linux/database/odbc/OdbcEngine.h"
 #include "host-linux/database/postgresql/PostgresqlEngine.h"
 #include "host-linux/database/sqlite/SqliteEngine.h"
 #include "host-linux/database/sqlite/SqliteIndexTrial.h"
 
 namespace hostlinux {
 
-Engines KnownEngines() { return {std::make_shared<SqliteEngine>(), std::make_shared<PostgresqlEngine>()}; }
+Engines KnownEngines() {
+  return {std::make_shared<SqliteEngine>(), std::make_shared<PostgresqlEngine>(),
+          std::make_shared<OdbcEngine>()};
+}
 
 std::unique_ptr<IIndexTrial> MakeIndexTrial(const ConnectionString& connection,
                                             const std::filesystem::path& folder) {

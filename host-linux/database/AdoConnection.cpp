@@ -27,7 +27,7 @@ auto RaisingInto(AdoErrors& errors, Action action) {
     return action();
   } catch (const ProviderFailure& failure) {
     const varnel::host::ProviderError& error = failure.Error();
-    errors.Set({error});
+    errors.Set(failure.Errors());
     varnel::ErrInfo info;
     info.Number = error.Number;
     info.Source = error.Source;

@@ -122,9 +122,10 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
                                        Timeout(timeoutSeconds), m_options.limits, m_options.timeLeft});
   } catch (const ProviderFailure& failure) {
     if (!m_options.whereFrom) throw;
-    varnel::host::ProviderError error = failure.Error();
-    error.Description = varnel::TrimRight(error.Description + u" " + m_options.whereFrom(connectionString));
-    throw ProviderFailure(std::move(error));
+    std::vector<varnel::host::ProviderError> errors = failure.Errors();
+    String& description = errors.front().Description;
+    description = varnel::TrimRight(description + u" " + m_options.whereFrom(connectionString));
+    throw ProviderFailure(std::move(errors));
   }
 }
 

@@ -2,11 +2,15 @@
 
 #include <sqlite3.h>
 
+#include <functional>
 #include <memory>
 #include <regex>
 #include <stdexcept>
 #include <vector>
 
+#include "host-linux/database/odbc/OdbcEngine.h"
+#include "host-linux/database/odbc/OdbcProvider.h"
+#include "host-linux/database/odbc/OdbcSession.h"
 #include "host-linux/database/postgresql/PostgresqlProvider.h"
 #include "host-linux/database/postgresql/PostgresqlSession.h"
 #include "site/loader/BuiltIn.h"
@@ -57,6 +61,13 @@ std::string ServersWords(std::string sql) {
   return std::regex_replace(sql, std::regex("\\bDATETIME\\b"), "timestamp(0)");
 }
 
+// The same in MariaDB's words. A TEXT has 64 KB there.
+std::string MariadbWords(std::string sql) {
+  sql = std::regex_replace(sql, std::regex("COLLATE NOCASE"), "COLLATE utf8mb4_general_nopad_ci");
+  sql = std::regex_replace(sql, std::regex(" REFERENCES \\w+"), "");
+  return std::regex_replace(sql, std::regex("\\bTEXT\\b"), "LONGTEXT");
+}
+
 std::string Value(sqlite3_stmt* row, int column) {
   if (sqlite3_column_type(row, column) == SQLITE_NULL) return "NULL";
   const std::string text(reinterpret_cast<const char*>(sqlite3_column_text(row, column)),
@@ -72,34 +83,56 @@ std::string Values(sqlite3_stmt* row) {
   return values + ")";
 }
 
-void CopyRows(const Database& database, const std::string& table, hostlinux::PostgresqlSession& server) {
+using Running = std::function<void(const std::string&)>;
+
+void CopyRows(const Database& database, const std::string& table, const Running& run) {
   const Statement rows = Prepare(database, "SELECT * FROM " + table);
   const std::string head = "INSERT INTO " + table + " VALUES ";
   std::string sql;
   while (sqlite3_step(rows.get()) == SQLITE_ROW) {
     sql += (sql.empty() ? head : ",\n") + Values(rows.get());
     if (sql.size() < kMostBytes) continue;
-    server.RunScript(sql);
+    run(sql);
     sql.clear();
   }
-  if (!sql.empty()) server.RunScript(sql);
+  if (!sql.empty()) run(sql);
+}
+
+void WriteToPostgresql(const Database& database, const hostlinux::ConnectionString& connection) {
+  const std::vector<std::string> tables = Tables(database);
+  const auto server = hostlinux::OpenPostgresql(connection, {});
+  const Running run = [&](const std::string& sql) { server->RunScript(sql); };
+  run("CREATE EXTENSION IF NOT EXISTS citext");
+  run("BEGIN");
+  for (const std::string& table : tables) run("DROP TABLE IF EXISTS " + table + " CASCADE");
+  run(ServersWords(kTablesSql));
+  for (const std::string& table : tables) CopyRows(database, table, run);
+  run(ServersWords(kIndexesSql));
+  run("COMMIT");
+  run("ANALYZE");
+}
+
+void WriteByOdbc(const Database& database, const hostlinux::ConnectionString& connection) {
+  const std::vector<std::string> tables = Tables(database);
+  const hostlinux::OdbcEngine engine;
+  const auto server = hostlinux::OpenOdbc(connection, {});
+  if (server->Server() != hostlinux::OdbcServer::Mariadb)
+    throw std::runtime_error("by ODBC only MariaDB is filled");
+  const Running run = [&](const std::string& sql) { server->RunOwn(sql); };
+  for (const std::string& table : tables) run("DROP TABLE IF EXISTS " + table);
+  engine.MakeDatabase(connection, {}, MariadbWords(kTablesSql));
+  for (const std::string& table : tables) CopyRows(database, table, run);
+  engine.MakeDatabase(connection, {}, MariadbWords(kIndexesSql));
+  for (const std::string& table : tables) run("ANALYZE TABLE " + table);
 }
 
 }  // namespace
 
 void WriteToServer(const std::filesystem::path& file, const std::string& connectionString) {
   const Database database = Open(file);
-  const std::vector<std::string> tables = Tables(database);
-  const auto server =
-      hostlinux::OpenPostgresql(hostlinux::ConnectionString(varnel::FromUtf8(connectionString)), {});
-  server->RunScript("CREATE EXTENSION IF NOT EXISTS citext");
-  server->RunScript("BEGIN");
-  for (const std::string& table : tables) server->RunScript("DROP TABLE IF EXISTS " + table + " CASCADE");
-  server->RunScript(ServersWords(kTablesSql));
-  for (const std::string& table : tables) CopyRows(database, table, *server);
-  server->RunScript(ServersWords(kIndexesSql));
-  server->RunScript("COMMIT");
-  server->RunScript("ANALYZE");
+  const hostlinux::ConnectionString connection(varnel::FromUtf8(connectionString));
+  const bool isOdbc = !connection.Get(u"Driver").empty() || !connection.Get(u"DSN").empty();
+  isOdbc ? WriteByOdbc(database, connection) : WriteToPostgresql(database, connection);
 }
 
 }  // namespace shop

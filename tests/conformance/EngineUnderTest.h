@@ -7,15 +7,27 @@
 #include <ostream>
 
 #include "host-linux/database/AdoRecordset.h"
+#include "host-linux/database/odbc/OdbcEngine.h"
 #include "host-linux/database/postgresql/PostgresqlEngine.h"
 #include "host-linux/database/sqlite/SqliteEngine.h"
+#include "tests/conformance/MariadbServer.h"
 #include "tests/conformance/PostgresqlServer.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 
-enum class EngineKind { Sqlite, Postgresql };
+enum class EngineKind { Sqlite, Postgresql, Mariadb };
 
-inline std::string NameOf(EngineKind kind) { return kind == EngineKind::Sqlite ? "SQLite" : "PostgreSQL"; }
+inline std::string NameOf(EngineKind kind) {
+  switch (kind) {
+    case EngineKind::Sqlite:
+      return "SQLite";
+    case EngineKind::Postgresql:
+      return "PostgreSQL";
+    case EngineKind::Mariadb:
+      return "MariaDB";
+  }
+  return {};
+}
 inline void PrintTo(EngineKind kind, std::ostream* stream) { *stream << NameOf(kind); }
 
 // An empty database of one engine.
@@ -25,10 +37,12 @@ class EngineDatabase {
     std::string pattern = (std::filesystem::temp_directory_path() / "varnel-test-XXXXXX").string();
     m_folder = mkdtemp(pattern.data());
     options.engines = {std::make_shared<hostlinux::SqliteEngine>(),
-                       std::make_shared<hostlinux::PostgresqlEngine>()};
+                       std::make_shared<hostlinux::PostgresqlEngine>(),
+                       std::make_shared<hostlinux::OdbcEngine>()};
     options.folder = m_folder;
     m_services = hostlinux::AdoDatabase::Make(std::move(options));
     if (kind == EngineKind::Postgresql) m_name = PostgresqlServer::Shared()->NewDatabase();
+    if (kind == EngineKind::Mariadb) m_name = MariadbServer::Shared()->NewDatabase();
     m_connection = Connect();
   }
   ~EngineDatabase() {
@@ -40,9 +54,7 @@ class EngineDatabase {
   EngineDatabase& operator=(const EngineDatabase&) = delete;
 
   varnel::String Text(const varnel::String& more = {}) const {
-    return (m_kind == EngineKind::Sqlite ? varnel::String(u"Provider=SQLite;Data Source=test.db")
-                                         : PostgresqlServer::Shared()->Connection(m_name)) +
-           (more.empty() ? u"" : u";" + more);
+    return Base() + (more.empty() ? u"" : u";" + more);
   }
   std::shared_ptr<hostlinux::AdoConnection> Connect(const varnel::String& more = {}) {
     auto connection = std::make_shared<hostlinux::AdoConnection>(m_services);
@@ -77,6 +89,12 @@ class EngineDatabase {
   const std::string& Name() const { return m_name; }
 
  private:
+  varnel::String Base() const {
+    if (m_kind == EngineKind::Postgresql) return PostgresqlServer::Shared()->Connection(m_name);
+    if (m_kind == EngineKind::Mariadb) return MariadbServer::Shared()->Connection(m_name);
+    return u"Provider=SQLite;Data Source=test.db";
+  }
+
   EngineKind m_kind;
   std::filesystem::path m_folder;
   std::string m_name;  // on a server
@@ -89,6 +107,8 @@ class EveryEngine : public testing::TestWithParam<EngineKind> {
   void SetUp() override {
     if (GetParam() == EngineKind::Postgresql && PostgresqlServer::Shared() == nullptr)
       GTEST_SKIP() << "PostgreSQL isn't installed";
+    if (GetParam() == EngineKind::Mariadb && MariadbServer::Shared() == nullptr)
+      GTEST_SKIP() << "MariaDB or its driver isn't installed";
     m_database = std::make_unique<EngineDatabase>(GetParam());
   }
   void Run(const varnel::String& sql) { m_database->Run(sql); }

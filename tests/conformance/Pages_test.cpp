@@ -78,7 +78,9 @@ class Pages : public EveryEngine {
   }
 
   void MakeQuery() {
-    String select = OneIn(4) ? u"SELECT DISTINCT id" : u"SELECT id";
+    // MariaDB 10.11 itself loses rows of a DISTINCT that it reads from an index whose first column has NULLs.
+    const bool isDistinct = OneIn(4) && GetParam() != EngineKind::Mariadb;
+    String select = isDistinct ? u"SELECT DISTINCT id" : u"SELECT id";
     for (const SortColumn& column : m_columns) select += u", " + column.name;
     select += u" FROM " + m_table;
     const String wheres[] = {u"", u" WHERE id > 7", u" WHERE id > '20' OR c0 IS NULL",
@@ -177,7 +179,8 @@ TEST_P(Pages, TheSameRowsInTheSameOrderOnEveryEngine) {
   EXPECT_GT(reads, static_cast<int>(Seeds()) * 10);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Pages, testing::Values(EngineKind::Sqlite, EngineKind::Postgresql),
+INSTANTIATE_TEST_SUITE_P(Engines, Pages,
+                         testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb),
                          [](const auto& info) { return NameOf(info.param); });
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "tests/conformance/PostgresqlServer.h"
 
-#include <arpa/inet.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +11,8 @@
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "tests/conformance/LoopbackPort.h"
 
 namespace {
 
@@ -27,19 +27,6 @@ std::filesystem::path ProgramFolder() {
     if (std::filesystem::exists(entry.path() / "bin/initdb")) versions.push_back(entry.path() / "bin");
   }
   return versions.empty() ? std::filesystem::path() : *std::max_element(versions.begin(), versions.end());
-}
-
-int FreePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  const bool isBound = bind(socket, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-                       getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-  close(socket);
-  if (!isBound) throw std::runtime_error("no free port");
-  return ntohs(address.sin_port);
 }
 
 void Require(const std::string& command) {

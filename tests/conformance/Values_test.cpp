@@ -18,8 +18,16 @@ class Values : public EveryEngine {
     if (IsSkipped()) return;
     Run(String(u"CREATE TABLE item (id INT NOT NULL PRIMARY KEY, name VARCHAR(40), big BIGINT, price DOUBLE "
                u"PRECISION,"
-               u" amount NUMERIC(12,2), made TIMESTAMP, day DATE, flag BOOLEAN, note TEXT, picture ") +
-        (IsServer() ? u"BYTEA" : u"BLOB") + u")");
+               u" amount NUMERIC(12,2), made TIMESTAMP, day DATE, flag ") +
+        (IsMariadb() ? u"BIT" : u"BOOLEAN") + u", note " + (IsMariadb() ? u"LONGTEXT" : u"TEXT") +
+        u", picture " + (GetParam() == EngineKind::Postgresql ? u"BYTEA" : u"BLOB") + u")");
+  }
+
+  bool IsMariadb() const { return GetParam() == EngineKind::Mariadb; }
+  // A truth value as a literal of the engine's own.
+  String Flag(bool value) const {
+    const String digit = value ? u"1" : u"0";
+    return IsMariadb() ? digit : u"'" + digit + u"'";
   }
 
   Variant Value(const String& sql) { return m_database->Query(sql)->FieldValue(0); }
@@ -36,9 +44,10 @@ TEST_P(Values, TypesAreThoseThatScriptsKnow) {
 }
 
 TEST_P(Values, WhatWasWrittenIsRead) {
-  Run(u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', "
-      u"5000000000, 0.1, 12.50,"
-      u" '2024-02-29 23:59:58', '1999-12-31', '1', 'x')");
+  Run(String(u"INSERT INTO item (id, name, big, price, amount, made, day, flag, note) VALUES (7, 'O''Neill', "
+             u"5000000000, 0.1, 12.50,"
+             u" '2024-02-29 23:59:58', '1999-12-31', ") +
+      Flag(true) + u", 'x')");
   EXPECT_EQ("7,O'Neill,5000000000,0.1,12.5,2/29/2024 11:59:58 PM,12/31/1999,True,x,-",
             Rows(u"SELECT * FROM item"));
 }
@@ -74,7 +83,8 @@ TEST_P(Values, ABackslashInATextIsItself) {
 
 TEST_P(Values, KeysAreTextsWhateverTheirColumn) {
   Run(u"INSERT INTO item (id, big, price, amount, made, flag) VALUES (5, 50, 2.5, 1.25, '2001-03-05 "
-      u"14:07:09', '1')");
+      u"14:07:09', " +
+      Flag(true) + u")");
   for (const String condition :
        {u"id = '5'", u"id > '4'", u"big <= '50'", u"price = '2.5'", u"amount >= '1.25'",
         u"made = '20010305 14:07:09'", u"made > {ts '2001-03-05 14:07:08'}", u"made < {d '2001-03-06'}",
@@ -208,7 +218,8 @@ TEST_P(Values, AFailedStatementEndsNoTransaction) {
 // --- parameters
 
 TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
-  Run(u"INSERT INTO item (id, name, price, flag) VALUES (1, 'a', 1.5, '1'), (2, 'b', 2.5, '0')");
+  Run(u"INSERT INTO item (id, name, price, flag) VALUES (1, 'a', 1.5, " + Flag(true) + u"), (2, 'b', 2.5, " +
+      Flag(false) + u")");
   const auto rowsWith = [&](const String& sql, const Variant& value) {
     auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
     varnel::host::StatementParameters parameters;
@@ -223,11 +234,14 @@ TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a")));
   EXPECT_EQ("", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a' OR 'a' = 'a")));
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name LIKE :p", String(u"[a]%")));
+  EXPECT_EQ("1;2", rowsWith(u"SELECT id FROM item WHERE name LIKE :p ORDER BY id", String(u"_%")));
+  EXPECT_EQ("", rowsWith(u"SELECT id FROM item WHERE name LIKE :p", String(u"\\a")));
   EXPECT_EQ("1;2", rowsWith(u"SELECT id FROM item WHERE :p = '' OR name = :p ORDER BY id", String()));
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE flag = :p", true));
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Values, testing::Values(EngineKind::Sqlite, EngineKind::Postgresql),
+INSTANTIATE_TEST_SUITE_P(Engines, Values,
+                         testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb),
                          [](const auto& info) { return NameOf(info.param); });
 
 }  // namespace

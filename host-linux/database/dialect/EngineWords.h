@@ -58,6 +58,13 @@ class IEngineWords {
   // two conditions has two marks.
   virtual bool SharesMarks() const = 0;
 
+  // Marks stand for values by their place alone: `Mark` numbers them (?1), and the text that is sent has a bare ? for each,
+  // with the values in the order of the text.
+  virtual bool MarksByPlace() const { return false; }
+
+  // An index finds the rows behind a row value, (a, b) > (1, 2).
+  virtual bool SeeksRows() const { return true; }
+
   // NULLs sort below every value without a word of the statement.
   virtual bool SortsNullsLow() const = 0;
 

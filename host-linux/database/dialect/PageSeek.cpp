@@ -456,8 +456,10 @@ class Seeker {
     const bool isOneWay = std::all_of(m_keys.begin(), m_keys.end(), [&](const Key& key) {
       return !key.isNull && key.ascending == m_keys[0].ascending;
     });
-    if (IsUnion() || !m_page.behindAnchor || m_keys.size() < 2 || !isOneWay || !IsOneTable(First()))
+    if (!m_words.SeeksRows() || IsUnion() || !m_page.behindAnchor || m_keys.size() < 2 || !isOneWay ||
+        !IsOneTable(First())) {
       return {};
+    }
     std::vector<RowPart> parts;
     for (const Key& key : m_keys) {
       const auto facts = FactsOf(First(), key);

@@ -4,6 +4,7 @@
 
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/SelectNames.h"
+#include "host-linux/database/dialect/ServerWords.h"
 #include "host-linux/database/dialect/SqlRewriter.h"
 
 namespace hostlinux {
@@ -22,21 +23,7 @@ std::u16string Digits(std::size_t number) {
   return std::u16string(digits.begin(), digits.end());
 }
 
-// Which is how every statement reads.
-bool IsReadLevel(const Tokens& tokens) {
-  return tokens.size() > 4 && IsWord(tokens[0], u"SET") && IsWord(tokens[1], u"TRANSACTION") &&
-         IsWord(tokens[2], u"ISOLATION") && IsWord(tokens[3], u"LEVEL") && IsWord(tokens[4], u"READ");
-}
-
 // --- literals and names
-
-void RewriteEscape(SqlToken& escape, SqlToken& next) {
-  // {d '...'}, {ts '...'} or {t '...'}
-  const bool isTime =
-      UpperAscii(escape.text.substr(0, escape.text.find(u'\''))).find_last_of(u"DS") == std::u16string::npos;
-  escape.text = (isTime ? u"TIME " : u"TIMESTAMP ") + TextLiteral(ValueOf(escape.kind, escape.text));
-  if (next.gap.empty() && next.kind != SqlTokenKind::End) next.gap = u" ";
-}
 
 bool IsPlainName(std::u16string_view name) {
   const auto isPart = [](char16_t c) {
@@ -54,14 +41,8 @@ bool IsServersName(const Tokens& tokens, std::size_t i) {
 }
 
 void RewriteName(SqlToken& token) {
-  const std::u16string name =
-      token.text.substr(1, token.text.size() - std::min<std::size_t>(token.text.size(), 2));
-  std::u16string quoted = u"\"";
-  for (const char16_t c : IsPlainName(name) ? LowerAscii(name) : name) {
-    quoted += c;
-    if (c == u'"') quoted += c;
-  }
-  token.text = quoted + u"\"";
+  const std::u16string name = NameInQuotes(token);
+  token.text = QuotedName(IsPlainName(name) ? LowerAscii(name) : name);
 }
 
 // --- LIKE
@@ -202,9 +183,7 @@ std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_v
     const SqlToken& name = tokens[item.alias == SqlStructure::kNone ? item.expression.end - 1 : item.alias];
     const bool isBracketed = name.kind == SqlTokenKind::QuotedName && name.text.front() != u'"';
     if (name.kind != SqlTokenKind::Word && !isBracketed) continue;
-    const std::u16string spelled =
-        isBracketed ? name.text.substr(1, name.text.size() - std::min<std::size_t>(name.text.size(), 2))
-                    : name.text;
+    const std::u16string spelled = isBracketed ? NameInQuotes(name) : name.text;
     names.emplace(LowerAscii(spelled), spelled);
   }
   return names;

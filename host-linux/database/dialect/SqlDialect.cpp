@@ -34,12 +34,30 @@ void AddPinned(const Tokens& tokens, std::vector<size_t>& pinned) {
   pinned.erase(std::unique(pinned.begin(), pinned.end()), pinned.end());
 }
 
+// `text` with a bare mark for each numbered one, and `parameters` in the order of the marks.
+StatementForm PlacedForm(const std::u16string& text,
+                         const std::vector<StatementForm::Parameter>& parameters) {
+  StatementForm form;
+  Tokens tokens = LexSql(text);
+  for (SqlToken& token : tokens) {
+    if (token.kind != SqlTokenKind::Parameter || token.text.size() < 2 || token.text[0] != u'?') continue;
+    const std::size_t number = std::stoul(varnel::ToUtf8(token.text.substr(1)));
+    if (number < 1 || number > parameters.size()) continue;
+    form.parameters.push_back(parameters[number - 1]);
+    token.text = u"?";
+  }
+  form.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
+  return form;
+}
+
 // Their rewriting ends with this.
 StatementForm FormOf(Tokens& tokens, IColumnFacts& facts, const IEngineWords& words,
                      const ParametersInUse& parameters) {
   StatementForm form;
   RewriteStatement(tokens, facts, words, parameters, &form.parameters);
-  form.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
+  const std::u16string text = PrintSql(tokens, 0, tokens.size());
+  if (words.MarksByPlace()) return PlacedForm(text, form.parameters);
+  form.sql = varnel::ToUtf8(text);
   return form;
 }
 

@@ -20,6 +20,8 @@ class ConnectionString {
   // The value of `key`, or the empty text.
   varnel::String Get(varnel::StringView key) const;
   bool IsEmpty() const { return m_pairs.empty(); }
+  // In the order of the text.
+  const std::vector<std::pair<varnel::String, varnel::String>>& Pairs() const { return m_pairs; }
 
  private:
   std::vector<std::pair<varnel::String, varnel::String>> m_pairs;

@@ -3,7 +3,10 @@
 namespace hostlinux {
 
 const IEngine& EngineOf(const Engines& engines, const ConnectionString& connection) {
-  const varnel::String provider = connection.Get(u"Provider");
+  varnel::String provider = connection.Get(u"Provider");
+  // ODBC's own form of connection strings names none.
+  const bool isOdbc = !connection.Get(u"Driver").empty() || !connection.Get(u"DSN").empty();
+  if (provider.empty() && isOdbc) provider = u"ODBC";
   for (const auto& engine : engines) {
     if (varnel::EqualsNoCase(provider, engine->Name())) return *engine;
   }

@@ -43,16 +43,20 @@ inline constexpr varnel::Integer kLongVarWChar = 203;
 inline constexpr varnel::Integer kLongVarBinary = 205;
 }  // namespace ado_type
 
-// An error of the engine; the ADO objects put it among the connection's errors and raise it.
+// Errors of the engine; the ADO objects put them among the connection's errors and raise the first.
 class ProviderFailure : public std::exception {
  public:
   explicit ProviderFailure(varnel::host::ProviderError error)
-      : m_error(std::move(error)), m_what(varnel::ToUtf8(m_error.Description)) {}
-  const varnel::host::ProviderError& Error() const { return m_error; }
+      : ProviderFailure(std::vector{std::move(error)}) {}
+  // One at least; the first is the one that is raised.
+  explicit ProviderFailure(std::vector<varnel::host::ProviderError> errors)
+      : m_errors(std::move(errors)), m_what(varnel::ToUtf8(m_errors.front().Description)) {}
+  const varnel::host::ProviderError& Error() const { return m_errors.front(); }
+  const std::vector<varnel::host::ProviderError>& Errors() const { return m_errors; }
   const char* what() const noexcept override { return m_what.c_str(); }
 
  private:
-  varnel::host::ProviderError m_error;
+  std::vector<varnel::host::ProviderError> m_errors;
   std::string m_what;
 };
 

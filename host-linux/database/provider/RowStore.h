@@ -13,6 +13,9 @@ namespace hostlinux {
 // Cells are appended row by row, from left to right. Texts are kept as UTF-8 and become Variants when read.
 class RowStore {
  public:
+  // Of each value, besides those of texts and blobs.
+  static constexpr std::size_t kCellBytes = 16;
+
   explicit RowStore(std::size_t columns = 0) : m_columns(columns) {}
 
   // Room for that much at once.
@@ -51,6 +54,7 @@ class RowStore {
     std::uint32_t length;
     Kind kind;
   };
+  static_assert(sizeof(Cell) == kCellBytes);
 
   void Add(Kind kind, std::uint64_t value, std::size_t length);
   void AddBytes(Kind kind, std::string_view bytes);

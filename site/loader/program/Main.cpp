@@ -29,7 +29,8 @@ namespace {
 constexpr char kUsage[] =
     "usage: varnel-shop-load OUT.db [--pci FILE] [--usb FILE] [--keywords FILE] [--products N]\n"
     "       varnel-shop-load --database \"Provider=PostgreSQL;Server=...;Database=...\" [--from OUT.db | the "
-    "same options]\n";
+    "same options]\n"
+    "       varnel-shop-load --database \"Driver={MariaDB Unicode};Server=...;Database=...\" likewise\n";
 
 struct Options {
   std::filesystem::path database;

@@ -1,0 +1,204 @@
+#include "host-linux/database/odbc/OdbcConnection.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "host-linux/database/odbc/OdbcErrors.h"
+
+namespace hostlinux {
+namespace {
+
+constexpr std::size_t kLongText = 4000;  // characters, from which on a value is of a long type
+
+SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
+
+SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
+
+// The driver manager's environment is told before anything else which behaviour is meant.
+SQLHANDLE WithVersion(const OdbcHandle& environment) {
+  SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION, Number(SQL_OV_ODBC3), 0);
+  return environment.Get();
+}
+
+}  // namespace
+
+OdbcHandle::OdbcHandle(SQLSMALLINT kind, SQLSMALLINT parentKind, SQLHANDLE parent) : m_kind(kind) {
+  if (SQL_SUCCEEDED(SQLAllocHandle(kind, parent, &m_handle))) return;
+  if (parent == SQL_NULL_HANDLE) throw std::bad_alloc();
+  RaiseOdbc(parentKind, parent);
+}
+
+// --- the connection
+
+OdbcConnection::OdbcConnection(const Options& options)
+    : m_environment(SQL_HANDLE_ENV, SQL_HANDLE_ENV, SQL_NULL_HANDLE),
+      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)) {
+  if (options.deadline) {
+    const auto left = std::chrono::ceil<std::chrono::seconds>(*options.deadline - Clock::now()).count();
+    SQLSetConnectAttrW(Get(), SQL_ATTR_LOGIN_TIMEOUT,
+                       Number(static_cast<std::uintptr_t>(std::max<std::int64_t>(left, 1))), SQL_IS_UINTEGER);
+  }
+  if (options.readsOnly)
+    SQLSetConnectAttrW(Get(), SQL_ATTR_ACCESS_MODE, Number(SQL_MODE_READ_ONLY), SQL_IS_UINTEGER);
+  std::u16string text = options.text;
+  const SQLRETURN result =
+      SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
+                        nullptr, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
+  SetDeadline(options.deadline);
+}
+
+OdbcConnection::~OdbcConnection() { SQLDisconnect(Get()); }
+
+std::u16string OdbcConnection::Info(SQLUSMALLINT what) const {
+  std::array<SQLWCHAR, 256> text{};
+  SQLSMALLINT length = 0;
+  if (!SQL_SUCCEEDED(SQLGetInfoW(Get(), what, text.data(), sizeof text, &length))) return {};
+  return reinterpret_cast<const char16_t*>(text.data());
+}
+
+void OdbcConnection::RaiseCancelled() {
+  m_wasCancelled = true;
+  RaiseOdbcTimeout();
+}
+
+template <typename Call>
+SQLRETURN OdbcConnection::Within(SQLHSTMT statement, Call call) {
+  if (m_timeLimit.IsOver()) RaiseOdbcTimeout();
+  m_timeLimit.Watch(statement);
+  const SQLRETURN result = call();
+  const bool isCancelled = m_timeLimit.Unwatch();
+  if (isCancelled) RaiseCancelled();
+  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) RaiseOdbc(SQL_HANDLE_STMT, statement);
+  return result;
+}
+
+void OdbcConnection::Execute(const std::string& sql) {
+  const OdbcHandle statement(SQL_HANDLE_STMT, SQL_HANDLE_DBC, Get());
+  std::u16string text = varnel::FromUtf8(sql);
+  SQLSetStmtAttrW(statement.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  Within(statement.Get(),
+         [&] { return SQLExecDirectW(statement.Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
+}
+
+void OdbcConnection::SetAutoCommit(bool isOn) {
+  const auto mode = static_cast<std::uintptr_t>(isOn ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF);
+  if (!SQL_SUCCEEDED(SQLSetConnectAttrW(Get(), SQL_ATTR_AUTOCOMMIT, Number(mode), SQL_IS_UINTEGER)))
+    RaiseOdbc(SQL_HANDLE_DBC, Get());
+}
+
+void OdbcConnection::End(bool keeps) {
+  if (!SQL_SUCCEEDED(SQLEndTran(SQL_HANDLE_DBC, Get(), keeps ? SQL_COMMIT : SQL_ROLLBACK)))
+    RaiseOdbc(SQL_HANDLE_DBC, Get());
+}
+
+bool OdbcConnection::IsAlive() const {
+  SQLUINTEGER isDead = SQL_CD_FALSE;
+  const SQLRETURN result =
+      SQLGetConnectAttrW(Get(), SQL_ATTR_CONNECTION_DEAD, &isDead, SQL_IS_UINTEGER, nullptr);
+  return !SQL_SUCCEEDED(result) || isDead == SQL_CD_FALSE;
+}
+
+// --- a statement
+
+OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& sql)
+    : m_connection(connection), m_handle(SQL_HANDLE_STMT, SQL_HANDLE_DBC, connection.Get()) {
+  std::u16string text = varnel::FromUtf8(sql);
+  // The text is the server's as it stands: no driver looks for escapes in it.
+  SQLSetStmtAttrW(m_handle.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  connection.Within(m_handle.Get(), [&] {
+    return SQLPrepareW(m_handle.Get(), Wide(text), static_cast<SQLINTEGER>(text.size()));
+  });
+  Describe();
+}
+
+void OdbcStatement::Describe() {
+  SQLSMALLINT count = 0;
+  m_connection.Within(m_handle.Get(), [&] { return SQLNumResultCols(m_handle.Get(), &count); });
+  for (SQLSMALLINT i = 1; i <= count; ++i) {
+    OdbcColumn& column = m_columns.emplace_back();
+    std::array<SQLWCHAR, 512> name{};
+    SQLSMALLINT length = 0;
+    SQLSMALLINT digits = 0;
+    SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
+    const auto position = static_cast<SQLUSMALLINT>(i);
+    m_connection.Within(m_handle.Get(), [&] {
+      return SQLDescribeColW(m_handle.Get(), position, name.data(), static_cast<SQLSMALLINT>(name.size()),
+                             &length, &column.type, &column.size, &digits, &nullable);
+    });
+    column.name = reinterpret_cast<const char16_t*>(name.data());
+    column.mayBeNull = nullable != SQL_NO_NULLS;
+    SQLLEN isUnsigned = SQL_FALSE;
+    SQLColAttributeW(m_handle.Get(), position, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
+    column.isUnsigned = isUnsigned == SQL_TRUE;
+  }
+}
+
+std::u16string OdbcStatement::TableOf(std::size_t column) const {
+  std::array<SQLWCHAR, 512> name{};
+  SQLSMALLINT length = 0;
+  const SQLRETURN result =
+      SQLColAttributeW(m_handle.Get(), static_cast<SQLUSMALLINT>(column + 1), SQL_DESC_BASE_TABLE_NAME,
+                       name.data(), sizeof name, &length, nullptr);
+  return SQL_SUCCEEDED(result) ? reinterpret_cast<const char16_t*>(name.data()) : std::u16string();
+}
+
+void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
+  SQLHSTMT handle = m_handle.Get();
+  m_values = values;
+  m_texts.assign(values.size(), {});
+  m_lengths.assign(values.size(), 0);
+  for (std::size_t i = 0; i < m_values.size(); ++i) {
+    BoundValue& value = m_values[i];
+    const auto position = static_cast<SQLUSMALLINT>(i + 1);
+    const auto bind = [&](SQLSMALLINT from, SQLSMALLINT to, std::size_t size, void* data, SQLLEN length) {
+      m_lengths[i] = length;
+      const SQLRETURN result = SQLBindParameter(handle, position, SQL_PARAM_INPUT, from, to,
+                                                std::max<SQLULEN>(size, 1), 0, data, length, &m_lengths[i]);
+      if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_STMT, handle);
+    };
+    if (auto* whole = std::get_if<std::int64_t>(&value)) {
+      bind(SQL_C_SBIGINT, SQL_BIGINT, 0, whole, sizeof *whole);
+    } else if (auto* real = std::get_if<double>(&value)) {
+      bind(SQL_C_DOUBLE, SQL_DOUBLE, 0, real, sizeof *real);
+    } else if (auto* blob = std::get_if<BoundBytes>(&value)) {
+      bind(SQL_C_BINARY, SQL_LONGVARBINARY, blob->bytes.size(), blob->bytes.data(),
+           static_cast<SQLLEN>(blob->bytes.size()));
+    } else if (auto* text = std::get_if<std::string>(&value)) {
+      std::u16string& wide = m_texts[i] = varnel::FromUtf8(*text);
+      bind(SQL_C_WCHAR, wide.size() > kLongText ? SQL_WLONGVARCHAR : SQL_WVARCHAR, wide.size(), wide.data(),
+           static_cast<SQLLEN>(wide.size() * sizeof(char16_t)));
+    } else {
+      bind(SQL_C_WCHAR, SQL_WVARCHAR, 0, nullptr, SQL_NULL_DATA);
+    }
+  }
+  m_connection.Within(handle, [&] { return SQLExecute(handle); });
+}
+
+bool OdbcStatement::HasItsColumns() {
+  SQLSMALLINT count = 0;
+  return SQL_SUCCEEDED(SQLNumResultCols(m_handle.Get(), &count)) &&
+         static_cast<std::size_t>(count) == m_columns.size();
+}
+
+bool OdbcStatement::Fetch() {
+  return m_connection.Within(m_handle.Get(), [&] { return SQLFetch(m_handle.Get()); }) != SQL_NO_DATA;
+}
+
+void OdbcStatement::AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, std::size_t mostOfValue) {
+  try {
+    for (std::size_t i = 0; i < kinds.size(); ++i)
+      AddValue(rows, m_handle.Get(), static_cast<SQLUSMALLINT>(i + 1), kinds[i], mostOfValue);
+  } catch (const ProviderFailure&) {
+    rows.DropUnfinishedRow();
+    throw;
+  }
+}
+
+SQLLEN OdbcStatement::Affected() {
+  SQLLEN rows = 0;
+  return SQL_SUCCEEDED(SQLRowCount(m_handle.Get(), &rows)) ? rows : 0;
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,203 @@
+#include "host-linux/database/odbc/OdbcServers.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host-linux/database/dialect/MariadbDialect.h"
+#include "host-linux/database/dialect/PostgresqlDialect.h"
+#include "host-linux/database/dialect/QueryText.h"
+#include "host-linux/database/dialect/SqliteDialect.h"
+#include "host-linux/database/odbc/OdbcErrors.h"
+
+namespace hostlinux {
+namespace {
+
+using varnel::String;
+using varnel::StringView;
+using Tokens = std::vector<SqlToken>;
+
+struct KnownServer {
+  StringView name;    // as Dialect= says it, and as the beginning of what a driver calls its server
+  StringView driver;  // within the name of a driver's file
+  OdbcServer server;
+};
+constexpr std::array<KnownServer, 5> kServers = {{
+    {u"MariaDB", u"maodbc", OdbcServer::Mariadb},
+    {u"MySQL", u"myodbc", OdbcServer::Mariadb},
+    {u"PostgreSQL", u"psqlodbc", OdbcServer::Postgresql},
+    {u"SQLite", u"sqlite", OdbcServer::Sqlite},
+    {u"T-SQL", u"tdsodbc", OdbcServer::TransactSql},
+}};
+
+// Another engine's words with marks that stand for values by their place, as ODBC's do.
+class PlacedWords : public IEngineWords {
+ public:
+  explicit PlacedWords(const IEngineWords& words) : m_words(words) {}
+
+  bool IsNothing(const Tokens& tokens) const override { return m_words.IsNothing(tokens); }
+  void RewriteTokens(Tokens& io_tokens, const ParametersInUse& parameters) const override {
+    m_words.RewriteTokens(io_tokens, parameters);
+  }
+  std::u16string Mark(std::size_t number, const ParameterFacts* facts) const override {
+    std::u16string mark = m_words.Mark(number, facts);
+    mark.front() = u'?';
+    return mark;
+  }
+  std::optional<KeyComparison> Compare(
+      ColumnKind kind, const std::u16string& operand, const std::u16string& op, const LiteralTraits& traits,
+      const std::function<std::u16string(LiteralForm)>& write) const override {
+    return m_words.Compare(kind, operand, op, traits, write);
+  }
+  std::optional<std::u16string> Number(
+      const SqlToken& number, bool mayLift, const std::function<ColumnKind()>& kindOf,
+      const std::function<std::u16string(LiteralForm)>& write) const override {
+    return m_words.Number(number, mayLift, kindOf, write);
+  }
+  bool SharesMarks() const override { return m_words.SharesMarks(); }
+  bool MarksByPlace() const override { return true; }
+  bool SeeksRows() const override { return m_words.SeeksRows(); }
+  bool SortsNullsLow() const override { return m_words.SortsNullsLow(); }
+  bool WrapsBranches() const override { return m_words.WrapsBranches(); }
+  bool JoinsSteps() const override { return m_words.JoinsSteps(); }
+  std::u16string PastNulls(ColumnKind kind) const override { return m_words.PastNulls(kind); }
+
+ private:
+  const IEngineWords& m_words;
+};
+
+// The beginning in any case of letters.
+bool Begins(StringView text, StringView begin) {
+  return text.size() >= begin.size() && varnel::EqualsNoCase(text.substr(0, begin.size()), begin);
+}
+
+bool IsTemporary(const SqlToken& token) {
+  return IsAnyWord(token, {u"TEMP", u"TEMPORARY", u"GET_LOCK", u"SET_CONFIG"}) ||
+         token.text.starts_with(u"@") || token.text.starts_with(u"#") ||
+         UpperAscii(token.text).starts_with(u"PG_ADVISORY");
+}
+
+}  // namespace
+
+OdbcServer ServerOf(const String& dialect, const OdbcConnection& connection) {
+  const String name = dialect.empty() ? connection.ServerName() : dialect;
+  const String driver = dialect.empty() ? connection.DriverName() : String();
+  for (const KnownServer& known : kServers) {
+    if (Begins(name, known.name) || driver.find(known.driver) != String::npos) return known.server;
+  }
+  RaiseOdbc(provider_error::kFail,
+            dialect.empty() ? u"The driver serves '" + name +
+                                  u"', whose words aren't known: the connection string needs a Dialect."
+                            : u"The connection string has an unknown Dialect: '" + dialect + u"'.",
+            u"08001");
+}
+
+const IEngineWords* WordsOf(OdbcServer server) {
+  static const PlacedWords postgresql(WordsOfPostgresql());
+  static const PlacedWords sqlite(WordsOfSqlite());
+  switch (server) {
+    case OdbcServer::Mariadb:
+      return &WordsOfMariadb();
+    case OdbcServer::Postgresql:
+      return &postgresql;
+    case OdbcServer::Sqlite:
+      return &sqlite;
+    case OdbcServer::TransactSql:
+      break;
+  }
+  return nullptr;
+}
+
+std::u16string DriverKeys(const String& driver, const ConnectionString& connection) {
+  std::u16string keys;
+  const auto add = [&](StringView key, StringView value) {
+    if (connection.Get(key).empty()) keys.append(key).append(u"=").append(value).append(u";");
+  };
+  const std::u16string upper = UpperAscii(driver);
+  if (upper.find(u"MARIADB") != String::npos || upper.find(u"MAODBC") != String::npos) {
+    add(u"CHARSET", u"utf8mb4");
+    add(u"OPTION", u"2");  // the rows that an UPDATE finds are counted, not only those that it changes
+    // A server whose machine is gone is noticed, and a call ends that nothing else can end.
+    add(u"READ_TIMEOUT", u"60");
+    add(u"WRITE_TIMEOUT", u"60");
+  }
+  if (upper.find(u"POSTGRESQL") != String::npos || upper.find(u"PSQLODBC") != String::npos) {
+    add(u"BoolsAsChar", u"0");
+    add(u"TextAsLongVarchar", u"1");
+    add(u"UseServerSidePrepare", u"1");
+  }
+  return keys;
+}
+
+std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const EngineLimits& limits) {
+  switch (server) {
+    case OdbcServer::Mariadb:
+      // A driver holds the rows of a result before the first one is seen: no more of them than may be read.
+      return {std::string("SET collation_connection = utf8mb4_nopad_bin, sql_mode = '") + kMariadbMode +
+              "', sql_auto_is_null = 0, tx_read_only = " + (readsOnly ? "1" : "0") +
+              ", sql_select_limit = " + std::to_string(limits.maxResult / RowStore::kCellBytes + 1)};
+    case OdbcServer::Postgresql:
+      return {std::string("SET standard_conforming_strings = on; SET extra_float_digits = 1; SET "
+                          "enable_parallel_append = off") +
+              (readsOnly ? "; SET default_transaction_read_only = on" : "")};
+    case OdbcServer::Sqlite:
+      if (readsOnly) return {"PRAGMA query_only = 1"};
+      break;
+    case OdbcServer::TransactSql:
+      break;
+  }
+  return {};
+}
+
+std::string SettingsQuery(OdbcServer server) {
+  if (server == OdbcServer::Mariadb) {
+    return "SELECT CONCAT_WS(' ', @@sql_mode, @@character_set_client, @@character_set_connection, "
+           "@@character_set_results, @@tx_read_only, @@autocommit, @@sql_select_limit)";
+  }
+  if (server == OdbcServer::Postgresql) {
+    return "SELECT current_setting('standard_conforming_strings') || current_setting('client_encoding') || "
+           "current_setting('default_transaction_read_only')";
+  }
+  return {};
+}
+
+std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time) {
+  if (server == OdbcServer::Postgresql) return "SET statement_timeout = " + std::to_string(time.count());
+  if (server != OdbcServer::Mariadb) return {};
+  return "SET max_statement_time = " + std::to_string((time.count() + 999) / 1000);
+}
+
+// Behind a line of its own, as the text may end with a comment.
+std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows) {
+  if (server == OdbcServer::TransactSql || !IsQuery(sql)) return std::nullopt;
+  // Within a FROM it would lose its order there.
+  if (server == OdbcServer::Mariadb) return "(" + sql + "\n) LIMIT " + std::to_string(rows);
+  return "SELECT * FROM (" + sql + "\n) AS \"first rows\" LIMIT " + std::to_string(rows);
+}
+
+bool LeavesSomething(OdbcServer server, const Tokens& tokens) {
+  const bool isKnown =
+      tokens.front().kind == SqlTokenKind::Open ||
+      IsAnyWord(tokens.front(),
+                {u"SELECT", u"INSERT", u"UPDATE",  u"DELETE",   u"REPLACE",  u"WITH",     u"VALUES",
+                 u"MERGE",  u"TABLE",  u"SHOW",    u"EXPLAIN",  u"DESCRIBE", u"CREATE",   u"ALTER",
+                 u"DROP",   u"RENAME", u"ANALYZE", u"OPTIMIZE", u"COMMENT",  u"TRUNCATE", u"REINDEX"});
+  if (!isKnown) return true;
+  return std::any_of(tokens.begin(), tokens.end(), [&](const SqlToken& token) {
+    if (IsTemporary(token)) return true;
+    // A comment that the server runs.
+    return server == OdbcServer::Mariadb && token.kind == SqlTokenKind::Comment &&
+           (token.text.starts_with(u"/*!") || token.text.starts_with(u"/*M!"));
+  });
+}
+
+bool OnlyReads(const Tokens& tokens) {
+  return IsAnyWord(tokens.front(), {u"SELECT", u"WITH"}) &&
+         std::none_of(tokens.begin(), tokens.end(), [](const SqlToken& token) {
+           return IsAnyWord(token, {u"INTO",   u"INSERT", u"UPDATE",   u"DELETE", u"MERGE",   u"EXEC",
+                                    u"CREATE", u"ALTER",  u"DROP",     u"GRANT",  u"EXECUTE", u"REVOKE",
+                                    u"DENY",   u"BACKUP", u"TRUNCATE", u"DBCC",   u"RESTORE", u"WRITETEXT",
+                                    u"USE",    u"SET",    u"DECLARE",  u"KILL",   u"BULK",    u"SHUTDOWN"});
+         });
+}
+
+}  // namespace hostlinux

@@ -1,0 +1,44 @@
+// The servers whose own words are known, and what a session with each begins with.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host-linux/database/dialect/EngineWords.h"
+#include "host-linux/database/odbc/OdbcConnection.h"
+
+namespace hostlinux {
+
+// TransactSql is that of servers with SELECT TOP, N'...', bracket patterns: they get the library's texts as they stand.
+enum class OdbcServer { Mariadb, Postgresql, Sqlite, TransactSql };
+
+// The server that `dialect`, the key of a connection string, names, or else the one that the driver tells of. Raises
+// ProviderFailure for a name that isn't known, and where neither tells.
+OdbcServer ServerOf(const varnel::String& dialect, const OdbcConnection& connection);
+
+// None for a server that gets texts as they stand.
+const IEngineWords* WordsOf(OdbcServer server);
+
+// What the driver is told beside the connection string's own keys.
+std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection);
+
+// Sets a session, so that a doubled quote is the only escape in a literal, and, where `readsOnly`, that nothing is changed.
+std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const EngineLimits& limits);
+
+// A query for the settings that nobody may change; empty where there are none that could be asked for.
+std::string SettingsQuery(OdbcServer server);
+
+// The server's own limit of a statement's time; empty where it has none.
+std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time);
+
+// `sql` cut at so many rows; nothing where the server can't say so around a text.
+std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows);
+
+// What a statement leaves behind on the server: settings, temporary tables, locks.
+bool LeavesSomething(OdbcServer server, const std::vector<SqlToken>& tokens);
+
+// Where the server has no sessions that only read: false for what isn't surely a query.
+bool OnlyReads(const std::vector<SqlToken>& tokens);
+
+}  // namespace hostlinux
