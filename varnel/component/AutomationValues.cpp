@@ -23,13 +23,13 @@ constexpr int kMostDecimals = 28;
 template <typename T>
 T Read(const void* place) {
   T value;
-  std::memcpy(&value, place, sizeof(T));
+  std::memcpy(&value, place, sizeof(T));  // NOLINT(bugprone-sizeof-expression): a pointer is one, too
   return value;
 }
 
 template <typename T>
 void Write(void* place, T value) {
-  std::memcpy(place, &value, sizeof(T));
+  std::memcpy(place, &value, sizeof(T));  // NOLINT(bugprone-sizeof-expression): a pointer is one, too
 }
 
 template <typename T>
