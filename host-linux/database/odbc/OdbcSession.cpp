@@ -45,7 +45,7 @@ EngineStatement AsItStands(const String& sql, const StatementParameters& paramet
   for (SqlToken& token : tokens) {
     if (token.kind != SqlTokenKind::Parameter) continue;
     const std::optional<std::size_t> position = markers.Find(token.text);
-    token.text = u"?";
+    token.text.assign(1, u'?');
     if (position)
       statement.values.push_back(
           ParameterValue(parameters.values[*position].Value, LiteralForm::Text, u'\0'));
