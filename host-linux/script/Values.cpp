@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <typeinfo>
 
 #include "host-linux/script/InternalFields.h"
 #include "host-linux/script/ScriptCore.h"
@@ -148,7 +149,9 @@ class ScriptWriter {
   v8::Local<v8::Value> Of(const varnel::ObjectPtr& object) {
     if (!object) return v8::Null(m_isolate);
     if (const auto known = m_core.Objects().Known(*object); !known.IsEmpty()) return known;
-    if (const auto* script = dynamic_cast<const ScriptObject*>(object.get())) return script->Local();
+    // A class that nothing derives from, asked without the way through all bases.
+    const varnel::Object& target = *object;
+    if (typeid(target) == typeid(ScriptObject)) return static_cast<const ScriptObject&>(target).Local();
     return m_core.Objects().Wrap(object);
   }
   v8::Local<v8::Value> Of(const varnel::ArrayPtr& array) {

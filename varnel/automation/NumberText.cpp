@@ -1,9 +1,10 @@
 // Numbers to text and back.
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
@@ -15,31 +16,43 @@ namespace {
 
 constexpr int kMostDigits = 15;
 
-// Up to 15 significant digits without trailing zeros, and the power of ten of the first one.
-struct Significand {
-  std::string digits;
-  int exponent;
-};
+// Up to 15 significant digits of a number above 0, without trailing zeros, and the power of ten of the first one.
+class Significand {
+ public:
+  explicit Significand(double value) {
+    // "1.23400000000000e+05"
+    const char* const end = std::to_chars(m_text.data(), m_text.data() + m_text.size(), value,
+                                          std::chars_format::scientific, kMostDigits - 1)
+                                .ptr;
+    m_text[1] = m_text[0];
+    const char* power = m_text.data() + kMostDigits + 2;
+    const bool negative = *power++ == '-';
+    std::from_chars(power, end, m_exponent);
+    if (negative) m_exponent = -m_exponent;
+    while (m_text[m_count] == '0') --m_count;
+  }
 
-Significand SignificandOf(double value) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%.14e", value);
-  const std::string text(buffer);
-  const auto mark = text.find('e');
-  std::string digits = text.substr(0, 1) + text.substr(2, mark - 2);
-  digits.erase(digits.find_last_not_of('0') + 1);
-  return {digits, std::atoi(text.c_str() + mark + 1)};
-}
+  std::string_view Digits() const { return {m_text.data() + 1, m_count}; }
+  int Exponent() const { return m_exponent; }
+
+ private:
+  std::array<char, 32> m_text{};
+  std::size_t m_count = kMostDigits;
+  int m_exponent = 0;
+};
 
 // Sets the point among the digits: plain decimal, whatever the size of the number.
 std::string PlainDecimal(const Significand& number) {
-  const auto& digits = number.digits;
-  const int count = static_cast<int>(digits.size());
-  const int pointAt = number.exponent + 1;
-  if (pointAt <= 0) return "0." + std::string(static_cast<std::size_t>(-pointAt), '0') + digits;
-  if (pointAt >= count) return digits + std::string(static_cast<std::size_t>(pointAt - count), '0');
-  const auto at = static_cast<std::size_t>(pointAt);
-  return digits.substr(0, at) + "." + digits.substr(at);
+  std::string plain(number.Digits());
+  const int count = static_cast<int>(plain.size());
+  const int pointAt = number.Exponent() + 1;
+  if (pointAt <= 0) return "0." + std::string(static_cast<std::size_t>(-pointAt), '0') + plain;
+  if (pointAt < count) {
+    plain.insert(static_cast<std::size_t>(pointAt), 1, '.');
+  } else {
+    plain.append(static_cast<std::size_t>(pointAt - count), '0');
+  }
+  return plain;
 }
 
 // The same without a digit in front of a leading point.
@@ -49,16 +62,16 @@ std::string WithoutLeadingZero(const std::string& plain) {
 
 // One digit, the others behind the point, and a power of ten of at least two digits.
 std::string WithExponent(const Significand& number) {
-  const auto& digits = number.digits;
-  const std::string power = std::to_string(std::abs(number.exponent));
-  return digits.substr(0, 1) + (digits.size() > 1 ? "." + digits.substr(1) : "") + "E" +
-         (number.exponent < 0 ? "-" : "+") + (power.size() < 2 ? "0" : "") + power;
+  std::string digits(number.Digits());
+  if (digits.size() > 1) digits.insert(1, 1, '.');
+  const std::string power = std::to_string(std::abs(number.Exponent()));
+  return digits + (number.Exponent() < 0 ? "E-" : "E+") + (power.size() < 2 ? "0" : "") + power;
 }
 
 // Plain decimal while 15 digits before the point and 15 behind it are enough.
 std::string ShortDecimal(const Significand& number) {
-  const int decimals = static_cast<int>(number.digits.size()) - 1 - number.exponent;
-  const bool plain = number.exponent < kMostDigits && decimals <= kMostDigits;
+  const int decimals = static_cast<int>(number.Digits().size()) - 1 - number.Exponent();
+  const bool plain = number.Exponent() < kMostDigits && decimals <= kMostDigits;
   return plain ? WithoutLeadingZero(PlainDecimal(number)) : WithExponent(number);
 }
 
@@ -187,14 +200,18 @@ class NumberReader {
 String NumberText(double value) {
   RequireNumber(value);
   if (value == 0) return u"0";
-  const std::string plain = (value < 0 ? "-" : "") + PlainDecimal(SignificandOf(std::fabs(value)));
-  return String(plain.begin(), plain.end());
+  const std::string plain = PlainDecimal(Significand(std::fabs(value)));
+  String text;
+  text.reserve(plain.size() + 1);
+  if (value < 0) text += u'-';
+  for (const char c : plain) text += static_cast<char16_t>(c);
+  return text;
 }
 
 String SignedNumberText(double value) {
   RequireNumber(value);
   if (value == 0) return u" 0";
-  const std::string text = (value < 0 ? "-" : " ") + ShortDecimal(SignificandOf(std::fabs(value)));
+  const std::string text = (value < 0 ? "-" : " ") + ShortDecimal(Significand(std::fabs(value)));
   return String(text.begin(), text.end());
 }
 

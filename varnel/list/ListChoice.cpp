@@ -15,9 +15,9 @@ String Given(const ListDeclared& declared, const host::IRequestCollection& query
   return ToText(query.Value(declared.name + u"-" + String(name)));
 }
 
-bool StandsForItself(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-         StringView(u"-._~,").find(static_cast<char16_t>(c)) != StringView::npos;
+bool StandsForItself(char16_t c) {
+  return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z') || c == u'-' ||
+         c == u'.' || c == u'_' || c == u'~' || c == u',';
 }
 
 bool HasNul(const String& text) { return text.find(u'\0') != String::npos; }
@@ -193,19 +193,26 @@ std::vector<ListPair> PairsOf(const ListDeclared& declared, const ListChoice& ch
   return pairs;
 }
 
-String UrlText(StringView text) {
+void AppendUrlText(String& out, StringView text) {
   constexpr StringView kDigits = u"0123456789ABCDEF";
-  String encoded;
-  for (const char c : ToUtf8(text)) {
+  const auto plain = std::find_if_not(text.begin(), text.end(), StandsForItself);
+  out.append(text.begin(), plain);
+  if (plain == text.end()) return;
+  for (const char c : ToUtf8({plain, text.end()})) {
     const auto byte = static_cast<unsigned char>(c);
-    if (StandsForItself(c)) {
-      encoded += static_cast<char16_t>(byte);
+    if (StandsForItself(byte)) {
+      out += byte;
     } else if (c == ' ') {
-      encoded += u'+';
+      out += u'+';
     } else {
-      encoded.append({u'%', kDigits[byte >> 4], kDigits[byte & 15]});
+      out.append({u'%', kDigits[byte >> 4], kDigits[byte & 15]});
     }
   }
+}
+
+String UrlText(StringView text) {
+  String encoded;
+  AppendUrlText(encoded, text);
   return encoded;
 }
 
@@ -219,17 +226,25 @@ ListAddress::ListAddress(String name, String path, const host::IRequestCollectio
     if (EqualsNoCase(StringView(key).substr(0, prefix.size()), prefix)) continue;
     String value = query.ValueAt(i);
     m_base += m_others.empty() ? u'?' : u'&';
-    m_base += UrlText(key) + u"=" + UrlText(value);
+    AppendUrlText(m_base, key);
+    m_base += u'=';
+    AppendUrlText(m_base, value);
     m_others.push_back({std::move(key), std::move(value)});
   }
 }
 
 String ListAddress::Url(const std::vector<ListPair>& pairs) const {
-  String url = m_base;
+  std::size_t units = m_base.size();
+  for (const ListPair& pair : pairs) units += pair.name.size() + pair.value.size() + 2;
+  String url;
+  url.reserve(units);
+  url += m_base;
   char16_t separator = m_others.empty() ? u'?' : u'&';
   for (const ListPair& pair : pairs) {
     url += separator;
-    url += UrlText(pair.name) + u"=" + UrlText(pair.value);
+    AppendUrlText(url, pair.name);
+    url += u'=';
+    AppendUrlText(url, pair.value);
     separator = u'&';
   }
   return url;

@@ -94,6 +94,7 @@ std::vector<ListPair> PairsOf(const ListDeclared& declared, const ListChoice& ch
 
 // As part of an address: letters, digits and "-._~," stay, a blank becomes "+".
 String UrlText(StringView text);
+void AppendUrlText(String& out, StringView text);
 
 // The running page's addresses.
 class ListAddress {

@@ -1,5 +1,7 @@
 #include "varnel/list/ListFormat.h"
 
+#include <cstdint>
+
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 #include "varnel/host/Platform.h"
@@ -29,8 +31,11 @@ StringView EscapeOf(char16_t unit) {
   }
 }
 
-// Of all units that need an escape none is above this.
-constexpr char16_t kLastEscaped = u'>';
+// The units that need an escape, as bits: all are below 64.
+constexpr std::uint64_t Bit(char16_t unit) { return std::uint64_t{1} << unit; }
+constexpr std::uint64_t kEscaped = Bit(u'&') | Bit(u'<') | Bit(u'>') | Bit(u'"') | Bit(u'\'');
+
+bool IsEscaped(char16_t unit) { return unit < 64 && (kEscaped >> unit & 1) != 0; }
 
 Long DigitIn(const String& text, Long otherwise) {
   return text.empty() || text[0] < u'0' || text[0] > u'9' ? otherwise : text[0] - u'0';
@@ -50,10 +55,8 @@ Long GroupingIn(StringView text) {
 void AppendHtml(String& out, StringView text) {
   std::size_t begin = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] > kLastEscaped) continue;
-    const StringView escape = EscapeOf(text[i]);
-    if (escape.empty()) continue;
-    out.append(text.substr(begin, i - begin)).append(escape);
+    if (!IsEscaped(text[i])) continue;
+    out.append(text.substr(begin, i - begin)).append(EscapeOf(text[i]));
     begin = i + 1;
   }
   out.append(text.substr(begin));

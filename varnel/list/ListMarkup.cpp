@@ -382,7 +382,7 @@ class Markup {
     const bool isLink = !plan.link.empty() && !target.IsNull();
     if (isLink) {
       m_out += plan.link;
-      Append(UrlText(PlainText(target)));
+      AppendUrlText(m_out, PlainText(target));
       Append(u"\">");
     }
     if (plan.column->m_Template != nullptr) {

@@ -30,6 +30,7 @@ void AppendKey(String& text, const Variant& key) {
   const String* value = key.As<String>();
   text += value == nullptr ? u'n' : u't';
   if (value == nullptr) return;
+  text.reserve(text.size() + 2 * value->size());
   for (const char c : ToUtf8(*value)) {
     const auto byte = static_cast<unsigned char>(c);
     if (StandsForItself(byte)) {

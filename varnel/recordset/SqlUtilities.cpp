@@ -1,5 +1,7 @@
 #include "varnel/recordset/SqlUtilities.h"
 
+#include <algorithm>
+
 #include "varnel/automation/Error.h"
 
 namespace varnel {
@@ -21,13 +23,18 @@ class TokenList {
   }
 
   void AddWords(StringView piece) {
-    String spaced = Trim(piece);
-    for (const StringView mark : {u"(", u")", u"*"}) {
-      spaced = Replace(spaced, mark, String(u" ").append(mark).append(u" "));
+    std::size_t begin = 0;
+    const auto endWord = [&](std::size_t end) {
+      if (end > begin) m_tokens.emplace_back(piece.substr(begin, end - begin));
+      begin = end + 1;
+    };
+    for (std::size_t i = 0; i < piece.size(); ++i) {
+      const char16_t unit = piece[i];
+      const bool isMark = unit == u'(' || unit == u')' || unit == u'*';
+      if (isMark || unit == u' ') endWord(i);
+      if (isMark) m_tokens.emplace_back(1, unit);
     }
-    for (String& word : Split(spaced, u" ")) {
-      if (!word.empty()) m_tokens.push_back(std::move(word));
-    }
+    endWord(piece.size());
   }
 
   // Two quotes without anything between them: the string goes on.
@@ -49,7 +56,7 @@ class TokenList {
 }  // namespace
 
 std::vector<String> SplitSqlTokens(String& ioSql) {
-  ioSql = Replace(ioSql, u"\t", u" ");
+  std::replace(ioSql.begin(), ioSql.end(), u'\t', u' ');
   const std::vector<String> pieces = Split(ioSql, u"'");
   TokenList list;
   for (std::size_t i = 0; i < pieces.size(); ++i) {
