@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <memory>
+#include <vector>
 
 #include "tests/application/TestSite.h"
 #include "tests/command/Program.h"
@@ -35,10 +37,13 @@ class StreamingTest : public testing::Test {
   ~StreamingTest() override { ::unsetenv("ASAN_OPTIONS"); }
 
   void Start(const std::string& options) {
-    m_site.Write("site.toml",
-                 "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"300s\"\n"
-                 "max_response_buffer = 1000000000\n" +
-                     options + "[log]\nfile = \"site.log\"\n");
+    m_site.Write(
+        "site.toml",
+        "[site]\nroot = \"/shop\"\n[server]\nthreads = 1\nscript_timeout = \"300s\"\n"
+        "max_response_buffer = 1000000000\n" +
+            options +
+            "[application]\nDemo_ConnectionString = \"Provider=SQLite;Data Source=demo.db;Mode=Read\"\n"
+            "[log]\nfile = \"site.log\"\n");
     m_program = std::make_unique<ServingProgram>(m_site.Folder());
   }
 
@@ -100,6 +105,36 @@ TEST_F(StreamingTest, ReaderThatTakesNothingHoldsNeitherThreadNorMemory) {
   while (TestClient(m_program->Port()).Get("/shop/done.asp").body != "yes") ::usleep(10'000);
   EXPECT_LT(PeakMemory() - before, 30 * kMegabyte);
   EXPECT_EQ(stopped.ReadAnswer().body.size(), 40'000'000U);
+}
+
+// As many readers of a long file as may wait, who take nothing, on the only script thread; no place to keep what they leave.
+TEST_F(StreamingTest, SlowReadersOfAListsFileHoldNoThreadThatOthersNeed) {
+  constexpr std::size_t kRows = 40'000;
+  m_site.RunSql(
+      "CREATE TABLE MANY (ID INTEGER NOT NULL PRIMARY KEY, NAME TEXT NOT NULL);"
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 40000)"
+      " INSERT INTO MANY SELECT i, printf('%0100d', i) FROM n;");
+  m_site.WritePage("many.asp",
+                   "<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');"
+                   " var list = page.List('Many', 'SELECT ID, NAME FROM MANY', 'ID');"
+                   " list.Column('ID'); list.Column('NAME'); list.Export('csv'); page.Add(list); %>");
+  Start("max_unread = 500000\n");
+  EXPECT_THAT(TestClient(m_program->Port()).Get("/shop/many.asp").body,
+              testing::HasSubstr("1 - 10 of 40,000"));
+  const std::size_t before = PeakMemory();
+  std::vector<std::unique_ptr<TestClient>> slow;
+  for (int i = 0; i < 4; ++i) {
+    slow.push_back(std::make_unique<TestClient>(m_program->Port(), 16 * 1024));
+    slow.back()->Send(
+        "GET /shop/many.asp?L1-as=csv HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+  }
+  for (int i = 0; i < 50; ++i) {
+    ::usleep(20'000);
+    EXPECT_THAT(TestClient(m_program->Port()).Get("/shop/many.asp").body,
+                testing::HasSubstr("1 - 10 of 40,000"));
+  }
+  for (const auto& client : slow) EXPECT_EQ(CountOf(client->ReadAnswer().body, "\r\n"), kRows + 1U);
+  EXPECT_LT(PeakMemory() - before, 30 * kMegabyte);
 }
 
 // The page's time is over long before its reader goes on.

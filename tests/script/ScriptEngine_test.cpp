@@ -281,6 +281,7 @@ TEST_F(ScriptEngineTest, BuffersHaveALimitOfTheirOwn) {
 
 TEST_F(ScriptEngineTest, APageThatCantBeStoppedIsReported) {
   files.Set("stuck.asp", "in one long call");
+  stuckPage.Forget();
   output.onText = [this] {
     Engine().SetTimeLimit(std::chrono::milliseconds(1));
     while (stuckPage.Name().empty()) std::this_thread::yield();

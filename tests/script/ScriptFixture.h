@@ -64,6 +64,11 @@ struct StuckPage {
     const std::lock_guard lock(mutex);
     return name;
   }
+  // On a loaded machine any page that was stopped may have been reported.
+  void Forget() {
+    const std::lock_guard lock(mutex);
+    name.clear();
+  }
 };
 inline StuckPage stuckPage;
 
