@@ -78,9 +78,9 @@ export async function startVarnel(site, port) {
   return child;
 }
 
-// The list page's second page, as the first one links to it: its state carries the total.
-export async function nextPageUrl(port) {
-  const first = await (await fetch(`http://127.0.0.1:${port}/bench/list.asp`)).text();
+// The list page's second page, as the first one links to it: its state carries the total. The same of another page.
+export async function nextPageUrl(port, page = 'list.asp') {
+  const first = await (await fetch(`http://127.0.0.1:${port}/bench/${page}`)).text();
   const link = /href="([^"]*)">Next/.exec(first);
   if (!link) throw new Error('the list has no next page');
   return `http://127.0.0.1:${port}${link[1].replaceAll('&amp;', '&')}`;

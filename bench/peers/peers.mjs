@@ -1,6 +1,7 @@
-// The list page against its peers: the same rows and cells from Node and from PHP behind nginx, each with strings joined
-// by hand, and from what people would pick: Express with Knex and EJS, and Django with django-tables2. As many workers
-// each, asked in turn; all but Django's page have the same number of bytes. bench/peers/peers.mjs [ROUNDS] [SECONDS]
+// The list page against its peers, cell by cell and as page.List writes it: the same rows and cells from Node and from PHP
+// behind nginx, each with strings joined by hand, and from what people would pick: Express with Knex and EJS, and Django with
+// django-tables2. As many workers each, asked in turn; the hand-joined pages and Express's have the number of bytes of the list
+// page. bench/peers/peers.mjs [ROUNDS] [SECONDS]
 import { spawn } from 'node:child_process';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
@@ -20,6 +21,8 @@ const varnel = await startVarnel(site, port);
 const url = await nextPageUrl(port);
 const text = await (await fetch(url)).text();
 const bytes = Buffer.byteLength(text);
+const wholeUrl = await nextPageUrl(port, 'whole.asp');
+const whole = await (await fetch(wholeUrl)).text();
 
 const nodeEnvironment = { ...process.env, NODE_ENV: 'production', PAGE_BYTES: String(bytes) };
 async function startNode(program) {
@@ -63,6 +66,7 @@ const tables2 = { cell: /<td >(.*?)<\/td>/g, next: /<li class="next">\s*<a href=
 const cells = (html, markup) => [...html.matchAll(markup.cell)].map((match) => match[1].replaceAll('&#34;', '&quot;'));
 const expected = cells(text, handMade);
 if (expected.length !== 60) throw new Error(`the list page shows ${expected.length} cells, not 60`);
+if (cells(whole, { cell: /<td[^>]* data-label="[^"]*">(.*?)<\/td>/g }).join('|') !== expected.join('|')) throw new Error('page.List shows other cells');
 
 // The page that each one's first page links to, and proof that all show the same rows.
 async function secondPage(port, markup) {
@@ -79,7 +83,8 @@ async function secondPage(port, markup) {
 }
 
 const servers = [
-  { name: 'Varnel', url, bytes, child: varnel, pids: [varnel.pid] },
+  { name: 'Varnel, cell by cell', url, bytes, child: varnel, pids: [varnel.pid] },
+  { name: 'Varnel, page.List', url: wholeUrl, bytes: Buffer.byteLength(whole), child: varnel, pids: [varnel.pid] },
   { name: `Node ${process.version}, better-sqlite3`, ...await secondPage(node.port, handMade), child: node.child, pids: [node.child.pid] },
   { name: 'PHP 8.2 and its SQLite, nginx', ...await secondPage(phpPort, handMade), child: fpm, also: nginx, pids: [fpm.pid, nginx.pid] },
   { name: 'Express, Knex, EJS', ...await secondPage(express.port, handMade), child: express.child, pids: [express.child.pid] },
@@ -88,10 +93,10 @@ const servers = [
 console.log(`${machine()}; ${threads} threads or processes each`);
 const results = await interleaved(servers, rounds, seconds);
 console.log(table([
-  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'page bytes', 'Varnel is'],
+  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'page bytes', 'cell by cell is', 'page.List is'],
   ...results.map((result, i) => [result.name, result.rate.toFixed(0), result.cpu.toFixed(0), result.p99.toFixed(1),
     (memory(servers[i].child.pid) + (servers[i].also ? memory(servers[i].also.pid) : 0)).toFixed(0), servers[i].bytes,
-    `${(results[0].rate / result.rate).toFixed(2)} times`])
+    ...results.slice(0, 2).map((ours) => `${(ours.rate / result.rate).toFixed(2)} times`)])
 ]));
 if (results.some((result) => result.failed > 0)) throw new Error('some requests failed');
 process.exit(0);
