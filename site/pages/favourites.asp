@@ -49,6 +49,7 @@ var note = textParameter(Request.QueryString, "note");
 <div><label for="kind"><%= say(page, "ShopKind") %></label>
 <select id="kind" name="kind"><%= option(kind, -1, page.I18N("ShopAll")) %><%= option(kind, DefaultFavorite, page.I18N("ShopOrdinary")) %><%= option(kind, WarehouseFavorite, page.I18N("ShopWarehouse")) %></select></div>
 <button type="submit"><%= say(page, "ShopShow") %></button>
+<p class="hint"><a href="<%= encode(page.URL("favourites-list.asp")) %>"><%= say(page, "ShopFavouritesList") %></a></p>
 </form>
 <form class="filter cleanup" method="post" action="<%= encode(page.URL("clean-up.asp")) %>">
 <%= formFields(page.URL("favourites.asp")) %>

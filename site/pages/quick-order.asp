@@ -40,6 +40,7 @@ var rs = catalog.GetQuickOrderProducts(page, "", 20, today(), searchPattern(sear
 <select id="catalog" name="catalog"><%= option(-1, page.I18N("ShopAll")) %><% for (var each of catalogues) Response.Write(option(each.CATALOGID, each.CATALOGNAME)); %></select></div>
 <button type="submit"><%= say(page, "ShopSearch") %></button>
 <p id="hint" class="hint"><%= say(page, "ShopSearchHint") %></p>
+<p class="hint"><a href="<%= encode(page.URL("order.asp")) %>"><%= say(page, "ShopOrderList") %></a></p>
 </form>
 <div class="<%= catalogueGridClass(rs) %>">
 <% page.Add(productGrid(rs)); %>

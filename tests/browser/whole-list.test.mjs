@@ -150,6 +150,61 @@ test("the home page finds products by name", async () => {
   assert.deepEqual(browser.troubles, []);
 });
 
+// The rows of a file that a link of the page leads to.
+async function downloaded(where, selector) {
+  const answer = await where.request.get(new URL(await where.locator(selector).getAttribute("href"), where.url()).href);
+  assert.equal(answer.status(), 200);
+  return (await answer.text()).trimEnd().split("\r\n").slice(1);
+}
+
+test("favourites are searched, filtered, downloaded and taken away", async () => {
+  const mine = "FROM FAVORITES F INNER JOIN PRODUCT P ON P.PRODUCTID = F.PRODUCTID WHERE F.USERID = 'demo'";
+  const find = (where) => names(`SELECT P.PRODUCTDESCRIPTION AS NAME ${mine} ${where} ORDER BY P.PRODUCTDESCRIPTION, P.PRODUCTID`);
+  await open("favourites.asp");
+  await click(page, 'a[href$="favourites-list.asp"]');
+  assert.equal(await counter(), `1 - 20 of ${find("").length}`);
+  await expectAccessible(page, "favourites-list.asp");
+  await screenshot(page, "favourites-list-1440");
+  await page.selectOption('[name="L1-f-WAREHOUSEFAVORITE"]', "1");
+  await click(page, ".vl-form button");
+  const warehouse = find("AND F.WAREHOUSEFAVORITE = 1");
+  assert.deepEqual(await shown(), warehouse.slice(0, 20));
+  assert.equal((await downloaded(page, 'a:text-is("CSV")')).length, warehouse.length);
+  const word = warehouse[0].split(" ")[0];
+  await page.fill("#L1-q", word);
+  await click(page, ".vl-form button");
+  assert.equal((await shown())[0], warehouse[0]);
+  await click(page, "tbody tr:first-child .star");
+  assert.deepEqual(find("AND F.WAREHOUSEFAVORITE = 1"), warehouse.slice(1));
+  assert.equal(await page.inputValue("#L1-q"), word);
+  assert.deepEqual(browser.troubles, []);
+});
+
+test("an order is chosen over searches and pages, and downloaded", async () => {
+  await open("quick-order.asp");
+  await click(page, 'a[href$="order.asp"]:not([aria-current])');
+  assert.equal(await page.locator("#L2").count(), 0);
+  for (const word of ["thunderbolt", "8086"]) {
+    await page.fill("#L1-q", word);
+    await click(page, ".vl-form button");
+    await page.locator("#L1 tbody input").nth(1).check();
+    await click(page, 'button:text-is("Next")');
+    await page.locator("#L1 tbody input").nth(0).check();
+    await click(page, 'button:text-is("Keep selection")');
+  }
+  const order = "#L2 td:nth-child(1)";
+  const chosen = await page.locator(order).allInnerTexts();
+  assert.equal(chosen.length, 4);
+  await expectAccessible(page, "order.asp");
+  await screenshot(page, "order-1440");
+  const rows = await downloaded(page, '#L2 a:text-is("CSV")');
+  assert.deepEqual(rows.map((row) => row.split(",")[0]), chosen);
+  // No number: it is no product, and nothing of a query.
+  await open("order.asp?L1-s=t1~20OR~201~3d1.");
+  assert.equal(await page.locator("#L2").count(), 0);
+  assert.deepEqual(browser.troubles, []);
+});
+
 test("what isn't offered is answered as a bad request, with a way back", async () => {
   for (const query of ["L1-sort=VERSION", "L1-f-DISABLED=1", "L1-f-CLASSCODE=ISA", "L1-size=51", "L1-at=n.0.21.5.811c9dc5.ta.t1."]) {
     const answer = await page.request.get(`${shop.url}whole-list.asp?${query}`);
