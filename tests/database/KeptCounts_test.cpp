@@ -53,6 +53,28 @@ TEST_F(KeptCounts, TheSecondVisitorGetsTheNumberOfTheFirst) {
   EXPECT_TRUE(WasKept());
 }
 
+// The engine names no database for a table of which no column is read.
+TEST_F(KeptCounts, SoDoesTheOneOfAWholeTable) {
+  Run(u"CREATE VIEW v AS SELECT * FROM t");
+  for (const char16_t* sql :
+       {u"SELECT COUNT(*) FROM t", u"SELECT COUNT(*) FROM t, t AS t2", u"SELECT COUNT(*) FROM v"}) {
+    Count(sql);
+    EXPECT_FALSE(WasKept()) << varnel::ToUtf8(sql);
+    Count(sql);
+    EXPECT_TRUE(WasKept()) << varnel::ToUtf8(sql);
+  }
+  Run(u"INSERT INTO t VALUES (4, 'c', NULL)");
+  EXPECT_EQ(4, Count(u"SELECT COUNT(*) FROM t"));
+}
+
+// A table of the connection alone goes before one of the file.
+TEST_F(KeptCounts, ATableOfTheConnectionIsCountedAgain) {
+  Run(u"CREATE TEMP TABLE t (id INT)");
+  EXPECT_EQ(0, Count(u"SELECT COUNT(*) FROM t"));
+  Count(u"SELECT COUNT(*) FROM t");
+  EXPECT_FALSE(WasKept());
+}
+
 TEST_F(KeptCounts, AKeptNumberIsTheSameResult) {
   const auto first = Query(kCount);
   const auto second = Query(kCount);

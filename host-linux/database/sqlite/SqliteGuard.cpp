@@ -100,7 +100,8 @@ void SqliteGuard::Learn(int action, const char* table, const char* context) {
 void SqliteGuard::Note(int action, const char* first, const char* second, std::string_view schema) {
   if (action == SQLITE_FUNCTION && !IsSteadyFunction(Lower(second))) m_notes.isSteady = false;
   if (action == SQLITE_READ) {
-    if (schema != "main") m_notes.isSteady = false;
+    // None is named for a table of which no column is read.
+    if (!schema.empty() && schema != "main") m_notes.isSteady = false;
     m_notes.tables.push_back(Lower(first));
   }
   const bool changes = ChangesSchema(action);

@@ -479,14 +479,15 @@ StatementResult SqliteSession::KeptCount::Result() const {
 }
 
 // True if `sql` gives the same rows as long as the file stays the same: it calls only functions of their arguments, and
-// reads only tables and views that lie in the file.
+// reads only tables and views that lie in the file, and not behind one of the connection that bears their name.
 bool SqliteSession::IsSteady(const SqliteGuard::Notes& notes) {
   if (!notes.isSteady) return false;
   const SuspendedGuard suspended(m_guard);
   SqliteStatement query(
       m_database.get(),
       "SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE AND type IN ('table', 'view')"
-      " AND sql NOT LIKE 'CREATE VIRTUAL%'");
+      " AND sql NOT LIKE 'CREATE VIRTUAL%'"
+      " AND NOT EXISTS (SELECT 1 FROM sqlite_temp_schema WHERE name = ?1 COLLATE NOCASE)");
   return std::all_of(notes.tables.begin(), notes.tables.end(), [&](const std::string& table) {
     return query.Run({table}, {}, m_limits.maxResult).rows.Rows() > 0;
   });
