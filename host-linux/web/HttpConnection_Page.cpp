@@ -1,12 +1,18 @@
 // A connection's page: how it is run, and what it may do with its client meanwhile.
 #include <poll.h>
 
+#include <chrono>
+
 #include "host-linux/web/ErrorPage.h"
 #include "host-linux/web/HttpConnection.h"
 
 namespace hostlinux {
 
 namespace {
+
+// A page that has taken so long and still sends lets others go first, between its parts, for so long each time.
+constexpr std::chrono::milliseconds kLongPage(100);
+constexpr std::chrono::milliseconds kMostAside(100);
 
 HttpResponse PageFailed(const ServerHandlers& handlers, const std::string& id, const std::string& reason) {
   if (handlers.problem) handlers.problem("Request " + id + ": " + reason);
@@ -38,10 +44,13 @@ class HttpConnection::PageLink final : public ClientLink {
   void Flush(HttpResponse soFar) override {
     m_flushed = true;
     m_connection.Flush(std::move(soFar));
+    if (std::chrono::steady_clock::now() - m_start > kLongPage)
+      m_connection.m_owner.Threads().StepAside(kMostAside);
   }
 
  private:
   HttpConnection& m_connection;
+  const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
   bool m_flushed = false;
 };
 

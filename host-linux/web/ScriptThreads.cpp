@@ -17,6 +17,8 @@ constexpr std::uint64_t kAlarm = 0;  // no connection's id
 
 // Tasks that may wait besides those that run. Each costs a thread with an engine.
 constexpr unsigned kMostWaiting = 4;
+// The same of tasks that step aside.
+constexpr unsigned kMostAside = 4;
 
 // Taken at a time by who looks after the ready ones while all threads are busy.
 constexpr std::size_t kMostTaken = 64;
@@ -34,7 +36,7 @@ ScriptThreads::ScriptThreads(Options options)
   if (!m_set || !m_alarm || ::epoll_ctl(m_set.Get(), EPOLL_CTL_ADD, m_alarm.Get(), &event) != 0)
     throw std::runtime_error("The server has no descriptors for its threads.");
   const std::lock_guard lock(m_mutex);
-  m_threads.reserve(m_count + kMostWaiting);
+  m_threads.reserve(m_count + kMostWaiting + kMostAside);
   for (unsigned i = 0; i < m_count; ++i) StartThread();
 }
 
@@ -45,6 +47,7 @@ ScriptThreads::~ScriptThreads() {
     m_queue.clear();
   }
   m_turn.notify_all();
+  m_queueIsEmpty.notify_all();
   Wake();
   for (std::thread& thread : m_threads) thread.join();
 }
@@ -99,26 +102,47 @@ bool ScriptThreads::TryPost(Task task) {
   return true;
 }
 
-bool ScriptThreads::BeginWait() {
-  const std::lock_guard lock(m_mutex);
-  if (m_ending || m_waiting == kMostWaiting) return false;
-  const bool parked = m_threads.size() > m_active + m_waiting;
-  ++m_waiting;
+// Under the lock, after the count of those who gave theirs up has grown.
+void ScriptThreads::GiveUpTurn() {
+  const bool parked = m_threads.size() >= m_active + m_waiting + m_aside;
   --m_active;
   --m_busy;
   if (parked) {
     m_turn.notify_one();
   } else if (m_active < m_count) {
     StartThread();
+  } else if (!m_queue.empty()) {
+    Wake();  // one too many, who waits for connections
   }
+}
+
+void ScriptThreads::TakeTurnBack() {
+  ++m_active;
+  ++m_busy;
+}
+
+bool ScriptThreads::BeginWait() {
+  const std::lock_guard lock(m_mutex);
+  if (m_ending || m_waiting == kMostWaiting) return false;
+  ++m_waiting;
+  GiveUpTurn();
   return true;
 }
 
 void ScriptThreads::EndWait() {
   const std::lock_guard lock(m_mutex);
   --m_waiting;
-  ++m_active;
-  ++m_busy;
+  TakeTurnBack();
+}
+
+void ScriptThreads::StepAside(std::chrono::milliseconds most) {
+  std::unique_lock lock(m_mutex);
+  if (m_ending || m_queue.empty() || m_aside == kMostAside) return;
+  ++m_aside;
+  GiveUpTurn();
+  m_queueIsEmpty.wait_for(lock, most, [this] { return m_ending || m_queue.empty(); });
+  --m_aside;
+  TakeTurnBack();
 }
 
 // A thread too many stands aside until it is wanted. False: it is to end.
@@ -137,6 +161,7 @@ ScriptThreads::Task ScriptThreads::TakeTask() {
   if (m_queue.empty()) return nullptr;
   Task task = std::move(m_queue.front());
   m_queue.pop_front();
+  if (m_queue.empty()) m_queueIsEmpty.notify_all();
   ++m_busy;
   if (!m_queue.empty() && m_busy < m_count) Wake();
   return task;

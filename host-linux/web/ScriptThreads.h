@@ -2,6 +2,7 @@
 // reads its request, runs its page and writes its answer.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -58,11 +59,18 @@ class ScriptThreads {
   bool BeginWait();
   void EndWait();
 
+  // Called by a task that takes long, where it can be interrupted: while others wait in the queue, another thread takes
+  // this one's place, for `most` at most; then one thread more than usual runs until one of them is done. Changes nothing
+  // where nobody waits, or where too many have stepped aside already.
+  void StepAside(std::chrono::milliseconds most);
+
  private:
   void Run();
   bool AwaitTurn(std::unique_lock<std::mutex>& lock);
   Task TakeTask();
   void RunReady();
+  void GiveUpTurn();
+  void TakeTurnBack();
   void StartThread();
   void Wake();
 
@@ -72,10 +80,12 @@ class ScriptThreads {
   UniqueFd m_alarm;  // in the set too: wakes one thread
   mutable std::mutex m_mutex;
   std::condition_variable m_turn;
+  std::condition_variable m_queueIsEmpty;
   std::deque<Task> m_queue;
   unsigned m_busy = 0;     // threads that run something
   unsigned m_active = 0;   // threads that run or wait for something to run
   unsigned m_waiting = 0;  // tasks that wait for somebody outside
+  unsigned m_aside = 0;    // tasks that have stepped aside
   bool m_ending = false;
   std::vector<std::thread> m_threads;
 };

@@ -120,4 +120,65 @@ TEST(ScriptThreads, OnlySoManyMayWaitAndTheirPlacesComeBack) {
   }
 }
 
+TEST(ScriptThreads, ALongTaskStepsAsideForThoseThatWait) {
+  std::atomic<bool> isStopped = false;
+  std::promise<void> begun;
+  std::promise<void> done;
+  ScriptThreads threads({1, 5, {}, {}});
+  ASSERT_TRUE(threads.TryPost([&] {
+    begun.set_value();
+    while (!isStopped) threads.StepAside(std::chrono::seconds(60));
+    done.set_value();
+  }));
+  begun.get_future().wait();
+  EXPECT_TRUE(threads.TryPost([&] { isStopped = true; }));
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+}
+
+// Those that wait can't be run by anybody: the other task holds the thread that it took over.
+TEST(ScriptThreads, ALongTaskGoesOnAfterAWhile) {
+  std::promise<void> gate;
+  std::promise<void> begun;
+  std::promise<void> done;
+  ScriptThreads threads({1, 5, {}, {}});
+  ASSERT_TRUE(threads.TryPost([&] {
+    begun.get_future().wait();
+    for (int i = 0; i < 3; ++i) threads.StepAside(std::chrono::milliseconds(20));
+    done.set_value();
+  }));
+  const std::shared_future<void> opened = gate.get_future().share();
+  EXPECT_TRUE(threads.TryPost([opened] { opened.wait(); }));
+  EXPECT_TRUE(threads.TryPost([] {}));
+  begun.set_value();
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  gate.set_value();
+}
+
+TEST(ScriptThreads, NobodyStepsAsideForNobody) {
+  std::promise<void> done;
+  ScriptThreads threads({1, 5, {}, {}});
+  ASSERT_TRUE(threads.TryPost([&] {
+    for (int i = 0; i < 1000; ++i) threads.StepAside(std::chrono::hours(1));
+    done.set_value();
+  }));
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+}
+
+// More tasks than may step aside, each on a thread of its own in the end: all go on, and none is lost.
+TEST(ScriptThreads, OnlySoManyStepAsideAndAllEnd) {
+  constexpr int kTasks = 12;
+  std::atomic<int> rounds = 0;
+  std::atomic<int> ended = 0;
+  std::promise<void> done;
+  ScriptThreads threads({2, 20, {}, {}});
+  for (int i = 0; i < kTasks; ++i) {
+    ASSERT_TRUE(threads.TryPost([&] {
+      for (int round = 0; round < 50; ++round, ++rounds) threads.StepAside(std::chrono::milliseconds(1));
+      if (++ended == kTasks) done.set_value();
+    }));
+  }
+  EXPECT_EQ(done.get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  EXPECT_EQ(rounds, kTasks * 50);
+}
+
 }  // namespace
