@@ -62,6 +62,7 @@ std::unique_ptr<OdbcSession> OpenOdbc(const ConnectionString& connection, const 
   access.readsOnly = ReadsOnly(connection, options.readOnly, kOdbcSource);
   access.text = OdbcText(connection);
   access.dialect = connection.Get(u"Dialect");
+  access.isNarrow = IsNarrow(connection.Get(u"Driver"));
   access.keepsCounts = KeepsCounts(connection, kOdbcSource);
   if (varnel::EqualsNoCase(connection.Get(u"PageReads"), u"AsWritten")) access.reads = PageReads::AsWritten;
   return std::make_unique<OdbcSession>(access, options);
