@@ -101,6 +101,10 @@ void OdbcConnection::Execute(const std::string& sql) {
         [&](SQLWCHAR* text, SQLINTEGER length) { return SQLExecDirectW(handle, text, length); },
         [&](SQLCHAR* text, SQLINTEGER length) { return SQLExecDirect(handle, text, length); });
   });
+  // A driver that runs a statement row by row hasn't begun yet with one that has rows.
+  SQLSMALLINT columns = 0;
+  if (SQL_SUCCEEDED(SQLNumResultCols(handle, &columns)) && columns > 0)
+    Within(handle, [&] { return SQLFetch(handle); });
 }
 
 void OdbcConnection::SetAutoCommit(bool isOn) {

@@ -144,7 +144,8 @@ std::u16string DriverKeys(const String& driver, const ConnectionString& connecti
     add(u"LFConversion", u"0");
   }
   if (IsNarrow(driver)) {
-    add(u"StepAPI", u"1");  // row by row, instead of all of them in memory
+    add(u"StepAPI", u"1");     // row by row, instead of all of them in memory
+    add(u"Timeout", u"5000");  // of a wait for a lock, which nothing else ends
     if (varnel::EqualsNoCase(connection.Get(u"Mode"), u"Read")) add(u"NoCreat", u"1");
   }
   return keys;

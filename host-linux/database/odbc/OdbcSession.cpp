@@ -41,6 +41,13 @@ bool MustBeCounted(const varnel::host::ProviderError& error) {
   return std::find(kBadNames.begin(), kBadNames.end(), error.NativeError) != kBadNames.end();
 }
 
+// PostgreSQL's driver has a general state for a server that is gone; no error of the server's own has that.
+bool IsLoss(OdbcServer server, const varnel::host::ProviderError& error) {
+  if (error.SQLState.starts_with(u"08")) return true;
+  const bool isGeneral = error.SQLState.starts_with(u"HY") && error.Number == provider_error::kFail;
+  return server == OdbcServer::Postgresql && (isGeneral || error.SQLState.starts_with(u"57P"));
+}
+
 // SET TRANSACTION ISOLATION LEVEL READ COMMITTED and nothing else, which is how a session reads from its beginning.
 bool IsPlainReadLevel(const std::vector<SqlToken>& tokens) {
   return tokens.size() == 7 && IsReadLevel(tokens) && IsWord(tokens[5], u"COMMITTED");
@@ -144,7 +151,7 @@ auto OdbcSession::Within(milliseconds timeout, Action action) {
 }
 
 void OdbcSession::NoteFailure(const varnel::host::ProviderError& error) {
-  m_isLost = m_isLost || error.SQLState.starts_with(u"08");
+  m_isLost = m_isLost || IsLoss(m_server, error);
   // A deadlock, and nothing less, ends the transaction of its loser.
   m_isTakenBack = m_isTakenBack || (m_isInTransaction && error.SQLState.starts_with(u"40"));
 }
@@ -459,6 +466,18 @@ void OdbcSession::Commit() {
 
 void OdbcSession::Rollback() {
   Within(milliseconds(0), [&] { EndTransaction(false); });
+}
+
+// PostgreSQL's driver doesn't know, so the server is asked.
+bool OdbcSession::IsCurrent() {
+  if (m_isLost || !m_connection.IsAlive()) return false;
+  if (m_server != OdbcServer::Postgresql) return true;
+  try {
+    m_connection.SetDeadline(Clock::now() + kForRollback);
+    return Settings() == m_settings;
+  } catch (const ProviderFailure&) {
+    return false;
+  }
 }
 
 bool OdbcSession::Recycle() {

@@ -39,7 +39,7 @@ class OdbcSession : public ISession {
   void Rollback() override;
   // False after statements that leave something behind on the server: settings, temporary tables, locks.
   bool Recycle() override;
-  bool IsCurrent() override { return !m_isLost && m_connection.IsAlive(); }
+  bool IsCurrent() override;
 
   OdbcServer Server() const { return m_server; }
 
