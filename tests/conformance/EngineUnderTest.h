@@ -128,7 +128,8 @@ class EngineDatabase {
       case EngineKind::PostgresqlByOdbc:
         return PostgresqlServer::Shared()->OdbcConnection(m_name);
       case EngineKind::SqliteByOdbc:
-        return u"Driver={SQLite3};Database=" + varnel::FromUtf8((m_folder / "test.db").string());
+        return u"Driver={SQLite3};SyncPragma=OFF;Database=" +
+               varnel::FromUtf8((m_folder / "test.db").string());
     }
     return u"Provider=SQLite;Data Source=test.db";
   }
