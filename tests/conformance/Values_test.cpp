@@ -256,8 +256,9 @@ TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
   EXPECT_EQ("2", rowsWith(u"SELECT id FROM item WHERE id > :p", 1.5));
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a")));
   EXPECT_EQ("", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a' OR 'a' = 'a")));
-  if (KnowsPatternClasses())
+  if (KnowsPatternClasses()) {
     EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name LIKE :p", String(u"[a]%")));
+  }
   EXPECT_EQ("1;2", rowsWith(u"SELECT id FROM item WHERE name LIKE :p ORDER BY id", String(u"_%")));
   EXPECT_EQ("", rowsWith(u"SELECT id FROM item WHERE name LIKE :p", String(u"\\a")));
   EXPECT_EQ("1;2", rowsWith(u"SELECT id FROM item WHERE :p = '' OR name = :p ORDER BY id", String()));
