@@ -11,11 +11,12 @@
 #include "host-linux/database/postgresql/PostgresqlEngine.h"
 #include "host-linux/database/sqlite/SqliteEngine.h"
 #include "tests/conformance/MariadbServer.h"
+#include "tests/conformance/OdbcDrivers.h"
 #include "tests/conformance/PostgresqlServer.h"
 #include "varnel/automation/Convert.h"
 #include "varnel/automation/Error.h"
 
-enum class EngineKind { Sqlite, Postgresql, Mariadb };
+enum class EngineKind { Sqlite, Postgresql, Mariadb, PostgresqlByOdbc, SqliteByOdbc };
 
 inline std::string NameOf(EngineKind kind) {
   switch (kind) {
@@ -25,10 +26,37 @@ inline std::string NameOf(EngineKind kind) {
       return "PostgreSQL";
     case EngineKind::Mariadb:
       return "MariaDB";
+    case EngineKind::PostgresqlByOdbc:
+      return "PostgreSQLByODBC";
+    case EngineKind::SqliteByOdbc:
+      return "SQLiteByODBC";
   }
   return {};
 }
 inline void PrintTo(EngineKind kind, std::ostream* stream) { *stream << NameOf(kind); }
+
+inline bool IsPostgresql(EngineKind kind) {
+  return kind == EngineKind::Postgresql || kind == EngineKind::PostgresqlByOdbc;
+}
+inline bool IsSqlite(EngineKind kind) {
+  return kind == EngineKind::Sqlite || kind == EngineKind::SqliteByOdbc;
+}
+
+// Why a database of `kind` can't be had on this machine; empty where it can.
+inline std::string WhatIsMissing(EngineKind kind) {
+  if (IsPostgresql(kind) && PostgresqlServer::Shared() == nullptr) return "PostgreSQL isn't installed";
+  if (kind == EngineKind::PostgresqlByOdbc && !HasOdbcDriver("PostgreSQL Unicode"))
+    return "the ODBC driver of PostgreSQL isn't installed";
+  if (kind == EngineKind::SqliteByOdbc && !HasOdbcDriver("SQLite3"))
+    return "the ODBC driver of SQLite isn't installed";
+  if (kind == EngineKind::Mariadb && MariadbServer::Shared() == nullptr)
+    return "MariaDB or its driver isn't installed";
+  return {};
+}
+
+inline const auto kEveryKind =
+    testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb,
+                    EngineKind::PostgresqlByOdbc, EngineKind::SqliteByOdbc);
 
 // An empty database of one engine.
 class EngineDatabase {
@@ -41,7 +69,7 @@ class EngineDatabase {
                        std::make_shared<hostlinux::OdbcEngine>()};
     options.folder = m_folder;
     m_services = hostlinux::AdoDatabase::Make(std::move(options));
-    if (kind == EngineKind::Postgresql) m_name = PostgresqlServer::Shared()->NewDatabase();
+    if (IsPostgresql(kind)) m_name = PostgresqlServer::Shared()->NewDatabase();
     if (kind == EngineKind::Mariadb) m_name = MariadbServer::Shared()->NewDatabase();
     m_connection = Connect();
   }
@@ -90,8 +118,19 @@ class EngineDatabase {
 
  private:
   varnel::String Base() const {
-    if (m_kind == EngineKind::Postgresql) return PostgresqlServer::Shared()->Connection(m_name);
-    if (m_kind == EngineKind::Mariadb) return MariadbServer::Shared()->Connection(m_name);
+    switch (m_kind) {
+      case EngineKind::Sqlite:
+        break;
+      case EngineKind::Postgresql:
+        return PostgresqlServer::Shared()->Connection(m_name);
+      case EngineKind::Mariadb:
+        return MariadbServer::Shared()->Connection(m_name);
+      case EngineKind::PostgresqlByOdbc:
+        return PostgresqlServer::Shared()->OdbcConnection(m_name);
+      case EngineKind::SqliteByOdbc:
+        return u"Driver={SQLite3};SyncPragma=OFF;Database=" +
+               varnel::FromUtf8((m_folder / "test.db").string());
+    }
     return u"Provider=SQLite;Data Source=test.db";
   }
 
@@ -105,15 +144,12 @@ class EngineDatabase {
 class EveryEngine : public testing::TestWithParam<EngineKind> {
  protected:
   void SetUp() override {
-    if (GetParam() == EngineKind::Postgresql && PostgresqlServer::Shared() == nullptr)
-      GTEST_SKIP() << "PostgreSQL isn't installed";
-    if (GetParam() == EngineKind::Mariadb && MariadbServer::Shared() == nullptr)
-      GTEST_SKIP() << "MariaDB or its driver isn't installed";
+    if (const std::string missing = WhatIsMissing(GetParam()); !missing.empty()) GTEST_SKIP() << missing;
     m_database = std::make_unique<EngineDatabase>(GetParam());
   }
   void Run(const varnel::String& sql) { m_database->Run(sql); }
   std::string Rows(const varnel::String& sql) { return m_database->Rows(sql); }
-  bool IsServer() const { return GetParam() != EngineKind::Sqlite; }
+  bool IsServer() const { return !IsSqlite(GetParam()); }
 
   std::unique_ptr<EngineDatabase> m_database;
 };

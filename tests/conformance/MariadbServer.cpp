@@ -6,22 +6,18 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
 #include "tests/conformance/LoopbackPort.h"
+#include "tests/conformance/OdbcDrivers.h"
 
 namespace {
 
 constexpr const char* kServer = "/usr/sbin/mariadbd";
 constexpr const char* kPassword = "of; the {tests}";
 
-bool IsInstalled() {
-  std::ifstream file("/etc/odbcinst.ini");
-  const std::string drivers((std::istreambuf_iterator<char>(file)), {});
-  return std::filesystem::exists(kServer) && drivers.find("[MariaDB Unicode]") != std::string::npos;
-}
+bool IsInstalled() { return std::filesystem::exists(kServer) && HasOdbcDriver("MariaDB Unicode"); }
 
 void Require(const std::string& command) {
   if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);

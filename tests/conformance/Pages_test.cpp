@@ -179,8 +179,6 @@ TEST_P(Pages, TheSameRowsInTheSameOrderOnEveryEngine) {
   EXPECT_GT(reads, static_cast<int>(Seeds()) * 10);
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Pages,
-                         testing::Values(EngineKind::Sqlite, EngineKind::Postgresql, EngineKind::Mariadb),
-                         [](const auto& info) { return NameOf(info.param); });
+INSTANTIATE_TEST_SUITE_P(Engines, Pages, kEveryKind, [](const auto& info) { return NameOf(info.param); });
 
 }  // namespace

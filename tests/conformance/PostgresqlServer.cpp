@@ -105,6 +105,12 @@ std::u16string PostgresqlServer::Connection(const std::string& database) const {
   return std::u16string(text.begin(), text.end());
 }
 
+std::u16string PostgresqlServer::OdbcConnection(const std::string& database) const {
+  const std::string text = "Driver={PostgreSQL Unicode};Server=127.0.0.1;Port=" + std::to_string(m_port) +
+                           ";Database=" + database + ";UID=owner;PWD='" + kPassword + "'";
+  return std::u16string(text.begin(), text.end());
+}
+
 std::string PostgresqlServer::NewDatabase() {
   const std::string name = "test" + std::to_string(++m_databases);
   Run("CREATE DATABASE " + name + " TEMPLATE template0");

@@ -25,6 +25,8 @@ class PostgresqlServer {
 
   // A connection string to `database`, as the owner of everything.
   std::u16string Connection(const std::string& database = "postgres") const;
+  // The same by the server's ODBC driver.
+  std::u16string OdbcConnection(const std::string& database) const;
   // An empty database of a new name.
   std::string NewDatabase();
   // A statement of a tool's, as the owner.

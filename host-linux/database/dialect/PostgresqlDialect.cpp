@@ -1,6 +1,7 @@
 #include "host-linux/database/dialect/PostgresqlDialect.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "host-linux/database/dialect/LikePattern.h"
 #include "host-linux/database/dialect/SelectNames.h"
@@ -187,6 +188,14 @@ std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_v
     names.emplace(LowerAscii(spelled), spelled);
   }
   return names;
+}
+
+std::optional<varnel::Long> RowsOfPlan(const std::string& line) {
+  constexpr std::string_view kRows = " rows=";
+  const auto rows = line.find(kRows);
+  if (rows == std::string::npos) return std::nullopt;
+  const double count = std::strtod(line.c_str() + rows + kRows.size(), nullptr);
+  return static_cast<varnel::Long>(std::min(count, 2147483647.0));
 }
 
 }  // namespace hostlinux

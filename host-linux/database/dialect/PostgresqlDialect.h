@@ -25,4 +25,7 @@ std::vector<std::u16string> RewritePageForPostgresql(const varnel::host::PageSpe
 // folds what isn't quoted.
 std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_view sql);
 
+// The number of rows in the first line of what EXPLAIN tells: "Seq Scan on t  (cost=0.00..22.70 rows=1270 width=4)".
+std::optional<varnel::Long> RowsOfPlan(const std::string& line);
+
 }  // namespace hostlinux

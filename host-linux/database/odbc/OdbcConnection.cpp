@@ -10,10 +10,20 @@ namespace hostlinux {
 namespace {
 
 constexpr std::size_t kLongText = 4000;  // characters, from which on a value is of a long type
+constexpr std::size_t kLongestName = 512;
 
 SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
 
 SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
+SQLCHAR* Narrow(std::string& text) { return reinterpret_cast<SQLCHAR*>(text.data()); }
+
+// One of the two forms of a function that takes a text.
+template <typename WideCall, typename NarrowCall>
+SQLRETURN CallWith(std::string text, bool isNarrow, WideCall wideCall, NarrowCall narrowCall) {
+  if (isNarrow) return narrowCall(Narrow(text), static_cast<SQLINTEGER>(text.size()));
+  std::u16string wide = varnel::FromUtf8(text);
+  return wideCall(Wide(wide), static_cast<SQLINTEGER>(wide.size()));
+}
 
 // The driver manager's environment is told before anything else which behaviour is meant.
 SQLHANDLE WithVersion(const OdbcHandle& environment) {
@@ -33,7 +43,8 @@ OdbcHandle::OdbcHandle(SQLSMALLINT kind, SQLSMALLINT parentKind, SQLHANDLE paren
 
 OdbcConnection::OdbcConnection(const Options& options)
     : m_environment(SQL_HANDLE_ENV, SQL_HANDLE_ENV, SQL_NULL_HANDLE),
-      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)) {
+      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)),
+      m_isNarrow(options.isNarrow) {
   if (options.deadline) {
     const auto left = std::chrono::ceil<std::chrono::seconds>(*options.deadline - Clock::now()).count();
     SQLSetConnectAttrW(Get(), SQL_ATTR_LOGIN_TIMEOUT,
@@ -41,10 +52,16 @@ OdbcConnection::OdbcConnection(const Options& options)
   }
   if (options.readsOnly)
     SQLSetConnectAttrW(Get(), SQL_ATTR_ACCESS_MODE, Number(SQL_MODE_READ_ONLY), SQL_IS_UINTEGER);
-  std::u16string text = options.text;
-  const SQLRETURN result =
-      SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
-                        nullptr, SQL_DRIVER_NOPROMPT);
+  const SQLRETURN result = CallWith(
+      varnel::ToUtf8(options.text), m_isNarrow,
+      [&](SQLWCHAR* text, SQLINTEGER length) {
+        return SQLDriverConnectW(Get(), nullptr, text, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
+                                 SQL_DRIVER_NOPROMPT);
+      },
+      [&](SQLCHAR* text, SQLINTEGER length) {
+        return SQLDriverConnect(Get(), nullptr, text, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
+                                SQL_DRIVER_NOPROMPT);
+      });
   if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
   SetDeadline(options.deadline);
 }
@@ -76,10 +93,18 @@ SQLRETURN OdbcConnection::Within(SQLHSTMT statement, Call call) {
 
 void OdbcConnection::Execute(const std::string& sql) {
   const OdbcHandle statement(SQL_HANDLE_STMT, SQL_HANDLE_DBC, Get());
-  std::u16string text = varnel::FromUtf8(sql);
-  SQLSetStmtAttrW(statement.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  Within(statement.Get(),
-         [&] { return SQLExecDirectW(statement.Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
+  SQLHSTMT handle = statement.Get();
+  SQLSetStmtAttrW(handle, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  Within(handle, [&] {
+    return CallWith(
+        sql, m_isNarrow,
+        [&](SQLWCHAR* text, SQLINTEGER length) { return SQLExecDirectW(handle, text, length); },
+        [&](SQLCHAR* text, SQLINTEGER length) { return SQLExecDirect(handle, text, length); });
+  });
+  // A driver that runs a statement row by row hasn't begun yet with one that has rows.
+  SQLSMALLINT columns = 0;
+  if (SQL_SUCCEEDED(SQLNumResultCols(handle, &columns)) && columns > 0)
+    Within(handle, [&] { return SQLFetch(handle); });
 }
 
 void OdbcConnection::SetAutoCommit(bool isOn) {
@@ -104,48 +129,75 @@ bool OdbcConnection::IsAlive() const {
 
 OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& sql)
     : m_connection(connection), m_handle(SQL_HANDLE_STMT, SQL_HANDLE_DBC, connection.Get()) {
-  std::u16string text = varnel::FromUtf8(sql);
   // The text is the server's as it stands: no driver looks for escapes in it.
   SQLSetStmtAttrW(m_handle.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
   connection.Within(m_handle.Get(), [&] {
-    return SQLPrepareW(m_handle.Get(), Wide(text), static_cast<SQLINTEGER>(text.size()));
+    return CallWith(
+        sql, connection.IsNarrow(),
+        [&](SQLWCHAR* text, SQLINTEGER length) { return SQLPrepareW(m_handle.Get(), text, length); },
+        [&](SQLCHAR* text, SQLINTEGER length) { return SQLPrepare(m_handle.Get(), text, length); });
   });
-  Describe();
+  try {
+    Describe();
+  } catch (const ProviderFailure&) {
+    Close();
+    throw;
+  }
 }
 
 void OdbcStatement::Describe() {
   SQLSMALLINT count = 0;
   m_connection.Within(m_handle.Get(), [&] { return SQLNumResultCols(m_handle.Get(), &count); });
-  for (SQLSMALLINT i = 1; i <= count; ++i) {
-    OdbcColumn& column = m_columns.emplace_back();
-    std::array<SQLWCHAR, 512> name{};
-    SQLSMALLINT length = 0;
-    SQLSMALLINT digits = 0;
-    SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
-    const auto position = static_cast<SQLUSMALLINT>(i);
-    m_connection.Within(m_handle.Get(), [&] {
-      return SQLDescribeColW(m_handle.Get(), position, name.data(), static_cast<SQLSMALLINT>(name.size()),
-                             &length, &column.type, &column.size, &digits, &nullable);
+  for (SQLSMALLINT i = 1; i <= count; ++i) m_columns.push_back(ColumnAt(static_cast<SQLUSMALLINT>(i)));
+}
+
+OdbcColumn OdbcStatement::ColumnAt(SQLUSMALLINT position) {
+  SQLHSTMT handle = m_handle.Get();
+  OdbcColumn column;
+  column.isNarrow = m_connection.IsNarrow();
+  SQLSMALLINT length = 0;
+  SQLSMALLINT digits = 0;
+  SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
+  const auto describe = [&](auto call, auto& name) {
+    m_connection.Within(handle, [&] {
+      return call(handle, position, name.data(), static_cast<SQLSMALLINT>(name.size()), &length, &column.type,
+                  &column.size, &digits, &nullable);
     });
+  };
+  if (column.isNarrow) {
+    std::array<SQLCHAR, kLongestName> name{};
+    describe(SQLDescribeCol, name);
+    column.name = varnel::FromUtf8(reinterpret_cast<const char*>(name.data()));
+  } else {
+    std::array<SQLWCHAR, kLongestName> name{};
+    describe(SQLDescribeColW, name);
     column.name = reinterpret_cast<const char16_t*>(name.data());
-    column.mayBeNull = nullable != SQL_NO_NULLS;
-    SQLLEN isUnsigned = SQL_FALSE;
-    SQLColAttributeW(m_handle.Get(), position, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
-    column.isUnsigned = isUnsigned == SQL_TRUE;
   }
+  column.mayBeNull = nullable != SQL_NO_NULLS;
+  SQLLEN isUnsigned = SQL_FALSE;
+  SQLColAttributeW(handle, position, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
+  column.isUnsigned = isUnsigned == SQL_TRUE;
+  return column;
 }
 
 std::u16string OdbcStatement::TableOf(std::size_t column) const {
-  std::array<SQLWCHAR, 512> name{};
+  const auto position = static_cast<SQLUSMALLINT>(column + 1);
   SQLSMALLINT length = 0;
-  const SQLRETURN result =
-      SQLColAttributeW(m_handle.Get(), static_cast<SQLUSMALLINT>(column + 1), SQL_DESC_BASE_TABLE_NAME,
-                       name.data(), sizeof name, &length, nullptr);
+  if (m_connection.IsNarrow()) {
+    std::array<char, kLongestName> name{};
+    const SQLRETURN result = SQLColAttribute(m_handle.Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
+                                             sizeof name, &length, nullptr);
+    return SQL_SUCCEEDED(result) ? varnel::FromUtf8(name.data()) : std::u16string();
+  }
+  std::array<SQLWCHAR, kLongestName> name{};
+  const SQLRETURN result = SQLColAttributeW(m_handle.Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
+                                            sizeof name, &length, nullptr);
   return SQL_SUCCEEDED(result) ? reinterpret_cast<const char16_t*>(name.data()) : std::u16string();
 }
 
 void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
   SQLHSTMT handle = m_handle.Get();
+  const bool isNarrow = m_connection.IsNarrow();
   m_values = values;
   m_texts.assign(values.size(), {});
   m_lengths.assign(values.size(), 0);
@@ -165,12 +217,16 @@ void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
     } else if (auto* blob = std::get_if<BoundBytes>(&value)) {
       bind(SQL_C_BINARY, SQL_LONGVARBINARY, blob->bytes.size(), blob->bytes.data(),
            static_cast<SQLLEN>(blob->bytes.size()));
-    } else if (auto* text = std::get_if<std::string>(&value)) {
+    } else if (auto* text = std::get_if<std::string>(&value); text != nullptr && isNarrow) {
+      bind(SQL_C_CHAR, text->size() > kLongText ? SQL_LONGVARCHAR : SQL_VARCHAR, text->size(), text->data(),
+           static_cast<SQLLEN>(text->size()));
+    } else if (text != nullptr) {
       std::u16string& wide = m_texts[i] = varnel::FromUtf8(*text);
       bind(SQL_C_WCHAR, wide.size() > kLongText ? SQL_WLONGVARCHAR : SQL_WVARCHAR, wide.size(), wide.data(),
            static_cast<SQLLEN>(wide.size() * sizeof(char16_t)));
     } else {
-      bind(SQL_C_WCHAR, SQL_WVARCHAR, 0, nullptr, SQL_NULL_DATA);
+      bind(isNarrow ? SQL_C_CHAR : SQL_C_WCHAR, isNarrow ? SQL_VARCHAR : SQL_WVARCHAR, 0, nullptr,
+           SQL_NULL_DATA);
     }
   }
   m_connection.Within(handle, [&] { return SQLExecute(handle); });

@@ -1,4 +1,5 @@
-// A connection to a database server by its ODBC driver, each of whose calls ends in time. Texts travel as UTF-16.
+// A connection to a database server by its ODBC driver, each of whose calls ends in time. Texts travel as UTF-16, or as UTF-8 where
+// the driver has no wide functions: the driver manager's own way between the two loses what Latin-1 hasn't.
 #pragma once
 
 #include <sql.h>
@@ -36,6 +37,10 @@ class OdbcConnection;
 class OdbcStatement {
  public:
   OdbcStatement(OdbcConnection& connection, const std::string& sql);
+  // PostgreSQL's driver lets go of what it has found out about a statement only when that is closed.
+  ~OdbcStatement() { Close(); }
+  OdbcStatement(const OdbcStatement&) = delete;
+  OdbcStatement& operator=(const OdbcStatement&) = delete;
 
   // None for a statement that returns no rows.
   const std::vector<OdbcColumn>& Columns() const { return m_columns; }
@@ -54,6 +59,7 @@ class OdbcStatement {
 
  private:
   void Describe();
+  OdbcColumn ColumnAt(SQLUSMALLINT position);
 
   OdbcConnection& m_connection;
   OdbcHandle m_handle;
@@ -73,12 +79,17 @@ class OdbcConnection {
     std::u16string text;  // for the driver
     bool readsOnly = false;
     Deadline deadline;
+    bool isNarrow = false;  // as SetNarrow says
   };
   explicit OdbcConnection(const Options& options);
   ~OdbcConnection();
 
   // For the calls from now on; none: they take as long as they take. A call that comes to it is cancelled.
   void SetDeadline(Deadline deadline) { m_timeLimit.SetDeadline(deadline); }
+
+  // Whether texts travel as UTF-8, for statements from now on.
+  void SetNarrow(bool isNarrow) { m_isNarrow = isNarrow; }
+  bool IsNarrow() const { return m_isNarrow; }
 
   // A statement without parameters whose rows nobody wants.
   void Execute(const std::string& sql);
@@ -107,6 +118,7 @@ class OdbcConnection {
   OdbcHandle m_environment;
   OdbcHandle m_handle;
   OdbcTimeLimit m_timeLimit;
+  bool m_isNarrow;
   bool m_wasCancelled = false;
 };
 

@@ -22,6 +22,67 @@ constexpr Long kStatementTimeout = 1969;
 constexpr std::array<Long, 9> kRights = {1044, 1142, 1143, 1227, 1290, 1370, 1410, 1792, 1836};
 }  // namespace mariadb
 
+// SQLite's driver has one state for all, and tells the engine's number.
+namespace sqlite {
+constexpr StringView kPrefix = u"[SQLite]";
+constexpr Long kError = 1;
+constexpr Long kPermission = 3;
+constexpr Long kBusy = 5;
+constexpr Long kLocked = 6;
+constexpr Long kReadOnly = 8;
+constexpr Long kInterrupted = 9;
+constexpr Long kCantOpen = 14;
+constexpr Long kConstraint = 19;
+constexpr Long kNoDatabase = 26;
+
+// Fault of a text, of which there is one number for all kinds.
+StringView StateOfText(const String& text) {
+  if (text.find(u"]no such table") != String::npos) return u"42S02";
+  if (text.find(u"]no such column") != String::npos) return u"42S22";
+  if (text.find(u" already exists") != String::npos) return u"42S01";
+  return u"42000";
+}
+
+// Empty for what is no more than a failure.
+StringView StateOf(Long number, const String& text) {
+  switch (number & 0xFF) {
+    case kError:
+      return StateOfText(text);
+    case kConstraint:
+      return u"23000";
+    case kPermission:
+    case kReadOnly:
+      return u"25006";
+    case kBusy:
+    case kLocked:
+    case kInterrupted:
+      return u"57014";
+    case kCantOpen:
+    case kNoDatabase:
+      return u"08001";
+    default:
+      return {};
+  }
+}
+
+// The driver's messages are UTF-8, of which the driver manager has made a character of each byte.
+String Mended(const String& text) {
+  std::string bytes;
+  for (const char16_t c : text) {
+    if (c > 0xFF) return text;
+    bytes += static_cast<char>(c);
+  }
+  return varnel::FromUtf8(bytes);
+}
+
+void Complete(ProviderError& io_error) {
+  if (!io_error.Description.starts_with(kPrefix)) return;
+  io_error.Description = Mended(io_error.Description);
+  const StringView state = StateOf(io_error.NativeError, io_error.Description);
+  if (!state.empty()) io_error.SQLState = state;
+}
+}  // namespace sqlite
+
 bool IsRight(const ProviderError& error) {
   return std::find(mariadb::kRights.begin(), mariadb::kRights.end(), error.NativeError) !=
          mariadb::kRights.end();
@@ -70,6 +131,7 @@ std::vector<ProviderError> RecordsOf(SQLSMALLINT kind, SQLHANDLE handle) {
     }
     ProviderError error{0, String(kOdbcSource), String(TextOf(text.data())), static_cast<Long>(native),
                         String(TextOf(state.data()))};
+    sqlite::Complete(error);
     error.Number = NumberOf(error);
     error.SQLState = IsLate(error) ? String(u"HYT00") : StateOf(error);
     errors.push_back(std::move(error));

@@ -22,7 +22,10 @@ std::optional<std::vector<ColumnFact>> OdbcFacts::Describe(const std::u16string&
     facts.emplace();
     for (std::size_t i = 0; i < statement.Columns().size(); ++i) {
       const OdbcColumn& column = statement.Columns()[i];
-      facts->push_back({column.name, DeclaredTypeOf(column), statement.TableOf(i), !column.mayBeNull});
+      const std::u16string table = statement.TableOf(i);
+      const bool isTyped = !m_leavesUntyped || !table.empty();
+      facts->push_back(
+          {column.name, isTyped ? DeclaredTypeOf(column) : std::u16string(), table, !column.mayBeNull});
     }
     if (facts->empty()) facts = std::nullopt;
   } catch (const ProviderFailure& failure) {

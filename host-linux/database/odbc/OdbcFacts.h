@@ -13,6 +13,9 @@ class OdbcFacts : public IColumnFacts {
   // `connection` outlives it.
   explicit OdbcFacts(OdbcConnection& connection) : m_connection(connection) {}
 
+  // From now on what is no table's column has no type: the server gives values of any type there, whatever its driver says.
+  void LeaveExpressionsUntyped() { m_leavesUntyped = true; }
+
   std::optional<std::vector<ColumnFact>> Describe(const std::u16string& select) override;
   // It isn't asked: where an index gives the order of the first columns, the server sorts groups of rows, of which the first
   // may be large.
@@ -23,6 +26,7 @@ class OdbcFacts : public IColumnFacts {
 
  private:
   OdbcConnection& m_connection;
+  bool m_leavesUntyped = false;
   std::unordered_map<std::u16string, std::optional<std::vector<ColumnFact>>> m_facts;
 };
 

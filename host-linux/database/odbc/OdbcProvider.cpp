@@ -29,9 +29,15 @@ String Written(const String& value) {
   return written + u"}";
 }
 
+// SQLite's driver takes braces for a part of the value.
+String WrittenFor(const String& driver, const String& value) {
+  return IsNarrow(driver) && value.find_first_of(u";{}") == String::npos ? value : Written(value);
+}
+
 }  // namespace
 
 std::u16string OdbcText(const ConnectionString& connection) {
+  const String driver = connection.Get(u"Driver");
   std::u16string text;
   std::vector<String> written;
   for (const auto& pair : connection.Pairs()) {
@@ -45,9 +51,10 @@ std::u16string OdbcText(const ConnectionString& connection) {
     if (isDone) continue;
     written.push_back(key);
     // A driver's name is written so by everybody.
-    text += key + u"=" + (varnel::EqualsNoCase(key, u"Driver") ? u"{" + value + u"}" : Written(value)) + u";";
+    text += key + u"=" +
+            (varnel::EqualsNoCase(key, u"Driver") ? u"{" + value + u"}" : WrittenFor(driver, value)) + u";";
   }
-  return text + DriverKeys(connection.Get(u"Driver"), connection);
+  return text + DriverKeys(driver, connection);
 }
 
 std::unique_ptr<ISession> OdbcProvider::Open(const ConnectionString& connection, const OpenOptions& options) {
@@ -62,6 +69,7 @@ std::unique_ptr<OdbcSession> OpenOdbc(const ConnectionString& connection, const 
   access.readsOnly = ReadsOnly(connection, options.readOnly, kOdbcSource);
   access.text = OdbcText(connection);
   access.dialect = connection.Get(u"Dialect");
+  access.isNarrow = IsNarrow(connection.Get(u"Driver"));
   access.keepsCounts = KeepsCounts(connection, kOdbcSource);
   if (varnel::EqualsNoCase(connection.Get(u"PageReads"), u"AsWritten")) access.reads = PageReads::AsWritten;
   return std::make_unique<OdbcSession>(access, options);

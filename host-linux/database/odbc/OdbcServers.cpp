@@ -4,6 +4,7 @@
 #include <array>
 
 #include "host-linux/database/dialect/MariadbDialect.h"
+#include "host-linux/database/dialect/ParameterMarkers.h"
 #include "host-linux/database/dialect/PostgresqlDialect.h"
 #include "host-linux/database/dialect/QueryText.h"
 #include "host-linux/database/dialect/SqliteDialect.h"
@@ -15,6 +16,8 @@ namespace {
 using varnel::String;
 using varnel::StringView;
 using Tokens = std::vector<SqlToken>;
+
+constexpr std::size_t kMostTextSize = 2147483647;  // of a T-SQL server
 
 struct KnownServer {
   StringView name;    // as Dialect= says it, and as the beginning of what a driver calls its server
@@ -70,17 +73,11 @@ bool Begins(StringView text, StringView begin) {
   return text.size() >= begin.size() && varnel::EqualsNoCase(text.substr(0, begin.size()), begin);
 }
 
-bool IsTemporary(const SqlToken& token) {
-  return IsAnyWord(token, {u"TEMP", u"TEMPORARY", u"GET_LOCK", u"SET_CONFIG"}) ||
-         token.text.starts_with(u"@") || token.text.starts_with(u"#") ||
-         UpperAscii(token.text).starts_with(u"PG_ADVISORY");
-}
-
 }  // namespace
 
-OdbcServer ServerOf(const String& dialect, const OdbcConnection& connection) {
-  const String name = dialect.empty() ? connection.ServerName() : dialect;
-  const String driver = dialect.empty() ? connection.DriverName() : String();
+OdbcServer ServerOf(const String& dialect, const String& serverName, const String& driverFile) {
+  const String& name = dialect.empty() ? serverName : dialect;
+  const String driver = dialect.empty() ? driverFile : String();
   for (const KnownServer& known : kServers) {
     if (Begins(name, known.name) || driver.find(known.driver) != String::npos) return known.server;
   }
@@ -107,6 +104,25 @@ const IEngineWords* WordsOf(OdbcServer server) {
   return nullptr;
 }
 
+bool IsNarrow(const String& driver) { return UpperAscii(driver).find(u"SQLITE") != String::npos; }
+
+EngineStatement AsItStands(const String& sql, const varnel::host::StatementParameters& parameters) {
+  EngineStatement statement;
+  ParameterMarkers markers(parameters);
+  std::vector<SqlToken> tokens = LexSql(sql);
+  for (SqlToken& token : tokens) {
+    if (token.kind != SqlTokenKind::Parameter) continue;
+    const std::optional<std::size_t> position = markers.Find(token.text);
+    token.text.assign(1, u'?');
+    if (position)
+      statement.values.push_back(
+          ParameterValue(parameters.values[*position].Value, LiteralForm::Text, u'\0'));
+  }
+  statement.unbound = markers.Fault();
+  statement.sql = varnel::ToUtf8(PrintSql(tokens, 0, tokens.size()));
+  return statement;
+}
+
 std::u16string DriverKeys(const String& driver, const ConnectionString& connection) {
   std::u16string keys;
   const auto add = [&](StringView key, StringView value) {
@@ -124,6 +140,13 @@ std::u16string DriverKeys(const String& driver, const ConnectionString& connecti
     add(u"BoolsAsChar", u"0");
     add(u"TextAsLongVarchar", u"1");
     add(u"UseServerSidePrepare", u"1");
+    add(u"Protocol", u"7.4-2");  // a failed statement of a transaction is undone alone
+    add(u"LFConversion", u"0");
+  }
+  if (IsNarrow(driver)) {
+    add(u"StepAPI", u"1");     // row by row, instead of all of them in memory
+    add(u"Timeout", u"5000");  // of a wait for a lock, which nothing else ends
+    if (varnel::EqualsNoCase(connection.Get(u"Mode"), u"Read")) add(u"NoCreat", u"1");
   }
   return keys;
 }
@@ -134,16 +157,28 @@ std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const Eng
       // A driver holds the rows of a result before the first one is seen: no more of them than may be read.
       return {std::string("SET collation_connection = utf8mb4_nopad_bin, sql_mode = '") + kMariadbMode +
               "', sql_auto_is_null = 0, tx_read_only = " + (readsOnly ? "1" : "0") +
-              ", sql_select_limit = " + std::to_string(limits.maxResult / RowStore::kCellBytes + 1)};
-    case OdbcServer::Postgresql:
-      return {std::string("SET standard_conforming_strings = on; SET extra_float_digits = 1; SET "
-                          "enable_parallel_append = off") +
-              (readsOnly ? "; SET default_transaction_read_only = on" : "")};
-    case OdbcServer::Sqlite:
-      if (readsOnly) return {"PRAGMA query_only = 1"};
-      break;
+              ", sql_select_limit = " + std::to_string(MostRows(limits) + 1)};
+    case OdbcServer::Postgresql: {
+      std::vector<std::string> settings = {"SET standard_conforming_strings = on",
+                                           "SET extra_float_digits = 1", "SET enable_parallel_append = off"};
+      if (readsOnly) settings.emplace_back("SET default_transaction_read_only = on");
+      return settings;
+    }
+    case OdbcServer::Sqlite: {
+      // No view or trigger calls what the driver adds.
+      std::vector<std::string> settings = {"PRAGMA trusted_schema = 0"};
+      if (readsOnly) settings.emplace_back("PRAGMA query_only = 1");
+      return settings;
+    }
     case OdbcServer::TransactSql:
-      break;
+      // "a" is a name, NULL equals nothing, and a value that is too long comes as one that can be told to be.
+      return {
+          "SET QUOTED_IDENTIFIER ON",
+          "SET ANSI_NULLS ON",
+          "SET CONCAT_NULL_YIELDS_NULL ON",
+          "SET ANSI_PADDING ON",
+          "SET ANSI_WARNINGS ON",
+          "SET TEXTSIZE " + std::to_string(std::min<std::size_t>(2 * limits.maxValue + 2, kMostTextSize))};
   }
   return {};
 }
@@ -157,6 +192,7 @@ std::string SettingsQuery(OdbcServer server) {
     return "SELECT current_setting('standard_conforming_strings') || current_setting('client_encoding') || "
            "current_setting('default_transaction_read_only')";
   }
+  if (server == OdbcServer::Sqlite) return "SELECT query_only FROM pragma_query_only";
   return {};
 }
 
@@ -166,38 +202,18 @@ std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time) {
   return "SET max_statement_time = " + std::to_string((time.count() + 999) / 1000);
 }
 
+std::size_t MostRows(const EngineLimits& limits) { return limits.maxResult / RowStore::kCellBytes; }
+
+bool DriverHoldsRows(OdbcServer server) {
+  return server == OdbcServer::Mariadb || server == OdbcServer::Postgresql;
+}
+
 // Behind a line of its own, as the text may end with a comment.
 std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows) {
   if (server == OdbcServer::TransactSql || !IsQuery(sql)) return std::nullopt;
   // Within a FROM it would lose its order there.
   if (server == OdbcServer::Mariadb) return "(" + sql + "\n) LIMIT " + std::to_string(rows);
   return "SELECT * FROM (" + sql + "\n) AS \"first rows\" LIMIT " + std::to_string(rows);
-}
-
-bool LeavesSomething(OdbcServer server, const Tokens& tokens) {
-  const bool isKnown =
-      tokens.front().kind == SqlTokenKind::Open ||
-      IsAnyWord(tokens.front(),
-                {u"SELECT", u"INSERT", u"UPDATE",  u"DELETE",   u"REPLACE",  u"WITH",     u"VALUES",
-                 u"MERGE",  u"TABLE",  u"SHOW",    u"EXPLAIN",  u"DESCRIBE", u"CREATE",   u"ALTER",
-                 u"DROP",   u"RENAME", u"ANALYZE", u"OPTIMIZE", u"COMMENT",  u"TRUNCATE", u"REINDEX"});
-  if (!isKnown) return true;
-  return std::any_of(tokens.begin(), tokens.end(), [&](const SqlToken& token) {
-    if (IsTemporary(token)) return true;
-    // A comment that the server runs.
-    return server == OdbcServer::Mariadb && token.kind == SqlTokenKind::Comment &&
-           (token.text.starts_with(u"/*!") || token.text.starts_with(u"/*M!"));
-  });
-}
-
-bool OnlyReads(const Tokens& tokens) {
-  return IsAnyWord(tokens.front(), {u"SELECT", u"WITH"}) &&
-         std::none_of(tokens.begin(), tokens.end(), [](const SqlToken& token) {
-           return IsAnyWord(token, {u"INTO",   u"INSERT", u"UPDATE",   u"DELETE", u"MERGE",   u"EXEC",
-                                    u"CREATE", u"ALTER",  u"DROP",     u"GRANT",  u"EXECUTE", u"REVOKE",
-                                    u"DENY",   u"BACKUP", u"TRUNCATE", u"DBCC",   u"RESTORE", u"WRITETEXT",
-                                    u"USE",    u"SET",    u"DECLARE",  u"KILL",   u"BULK",    u"SHUTDOWN"});
-         });
 }
 
 }  // namespace hostlinux

@@ -1,24 +1,34 @@
 // The servers whose own words are known, and what a session with each begins with.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "host-linux/database/dialect/EngineStatement.h"
 #include "host-linux/database/dialect/EngineWords.h"
-#include "host-linux/database/odbc/OdbcConnection.h"
+#include "host-linux/database/provider/Provider.h"
 
 namespace hostlinux {
 
 // TransactSql is that of servers with SELECT TOP, N'...', bracket patterns: they get the library's texts as they stand.
 enum class OdbcServer { Mariadb, Postgresql, Sqlite, TransactSql };
 
-// The server that `dialect`, the key of a connection string, names, or else the one that the driver tells of. Raises
+// The server that `dialect`, the key of a connection string, names, or else the one that the driver tells of, by the server's name
+// or that of its own file. Raises
 // ProviderFailure for a name that isn't known, and where neither tells.
-OdbcServer ServerOf(const varnel::String& dialect, const OdbcConnection& connection);
+OdbcServer ServerOf(const varnel::String& dialect, const varnel::String& serverName,
+                    const varnel::String& driverFile);
 
 // None for a server that gets texts as they stand.
 const IEngineWords* WordsOf(OdbcServer server);
+
+// What such a server gets: `sql` with a mark in the place of each parameter.
+EngineStatement AsItStands(const varnel::String& sql, const varnel::host::StatementParameters& parameters);
+
+// True for a driver by whose name it may be guessed that it has no wide functions.
+bool IsNarrow(const varnel::String& driver);
 
 // What the driver is told beside the connection string's own keys.
 std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection);
@@ -32,13 +42,13 @@ std::string SettingsQuery(OdbcServer server);
 // The server's own limit of a statement's time; empty where it has none.
 std::string TimeLimitText(OdbcServer server, std::chrono::milliseconds time);
 
+// The most rows that a result may have, whose values take some memory each.
+std::size_t MostRows(const EngineLimits& limits);
+
+// The driver takes all rows of a result into its memory before the first one is seen.
+bool DriverHoldsRows(OdbcServer server);
+
 // `sql` cut at so many rows; nothing where the server can't say so around a text.
 std::optional<std::string> LimitedText(OdbcServer server, const std::string& sql, varnel::Long rows);
-
-// What a statement leaves behind on the server: settings, temporary tables, locks.
-bool LeavesSomething(OdbcServer server, const std::vector<SqlToken>& tokens);
-
-// Where the server has no sessions that only read: false for what isn't surely a query.
-bool OnlyReads(const std::vector<SqlToken>& tokens);
 
 }  // namespace hostlinux

@@ -18,6 +18,7 @@ struct OdbcAccess {
   std::u16string text;     // for the driver
   varnel::String dialect;  // of the connection string; empty: the driver tells
   bool readsOnly = false;
+  bool isNarrow = false;  // the driver seems to have no wide functions
   PageReads reads = PageReads::InArms;
   std::chrono::milliseconds keepsCounts{0};  // how long a number of rows counts as true; 0: not at all
 };
@@ -38,7 +39,7 @@ class OdbcSession : public ISession {
   void Rollback() override;
   // False after statements that leave something behind on the server: settings, temporary tables, locks.
   bool Recycle() override;
-  bool IsCurrent() override { return !m_isLost && m_connection.IsAlive(); }
+  bool IsCurrent() override;
 
   OdbcServer Server() const { return m_server; }
 
@@ -66,20 +67,30 @@ class OdbcSession : public ISession {
   auto Within(std::chrono::milliseconds timeout, Action action);
   OdbcConnection::Deadline DeadlineIn(std::chrono::milliseconds timeout) const;
   void BoundOnServer(OdbcConnection::Deadline deadline);
+  void LearnTexts();
+  void SetSession();
   EngineStatement Translate(const varnel::String& sql, const varnel::host::StatementParameters& parameters);
   StatementResult RunAny(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                          const StatementLimits& limits);
-  std::optional<StatementResult> RunPage(const varnel::host::StatementParameters& parameters,
+  std::optional<StatementResult> RunPage(const varnel::String& sql,
+                                         const varnel::host::StatementParameters& parameters,
                                          const StatementLimits& limits);
+  StatementResult RunEstimate(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
+                              const StatementLimits& limits);
   StatementResult RunCount(const varnel::String& sql, const varnel::host::StatementParameters& parameters,
                            const StatementLimits& limits);
   StatementResult CountRows(const EngineStatement& statement, const StatementLimits& limits);
-  StatementResult RunTranslated(EngineStatement statement, const StatementLimits& limits);
-  OdbcPrepared Execute(const EngineStatement& statement);
-  StatementResult RunWhole(const EngineStatement& statement, std::size_t mostRows);
-  StatementResult RunInBatches(const EngineStatement& statement, const StatementLimits& limits);
-  const OdbcPrepared& PreparedFor(const std::string& sql);
-  std::string Settings();
+  // `spelled`: the library's text, whose names the columns bear where the server keeps none.
+  StatementResult RunTranslated(EngineStatement statement, const varnel::String& spelled,
+                                const StatementLimits& limits);
+  OdbcPrepared Execute(const EngineStatement& statement, const varnel::String& spelled);
+  StatementResult RunWhole(const EngineStatement& statement, const varnel::String& spelled,
+                           std::size_t mostRows);
+  StatementResult RunInBatches(const EngineStatement& statement, const varnel::String& spelled,
+                               const StatementLimits& limits);
+  const OdbcPrepared& PreparedFor(const std::string& sql, const varnel::String& spelled);
+  std::string OwnText(const std::string& query);
+  std::string Settings() { return OwnText(SettingsQuery(m_server)); }
   void RequireSettings();
   void FinishReader() noexcept;
   void ForgetSchema();
@@ -101,7 +112,9 @@ class OdbcSession : public ISession {
   LeastRecentlyUsed<std::string, KeptCount> m_counts;          // by the engine's text and its values
   std::chrono::milliseconds m_serverTimeout{0};  // after which the server ends a statement by itself
   std::string m_settings;                        // as they must stay
+  bool m_asksSettings = false;                   // what has run may have changed them
   OdbcReader* m_reader = nullptr;                // whose statement is running
+  std::size_t m_rowsRead = 0;                    // of the statement that is running
   bool m_hasAhead = false;                       // the statement stands on a row that nobody has read
   bool m_isInTransaction = false;
   bool m_isTakenBack = false;  // the transaction, by the server

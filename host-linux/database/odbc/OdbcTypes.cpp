@@ -71,13 +71,17 @@ std::optional<NumberText> ReadNumber(SQLHSTMT statement, SQLUSMALLINT column) {
   return number;
 }
 
+void AddWhole(RowStore& rows, std::int64_t value) {
+  const bool fits = value >= std::numeric_limits<Long>::min() && value <= std::numeric_limits<Long>::max();
+  fits ? rows.AddLong(static_cast<Long>(value)) : rows.AddDouble(static_cast<double>(value));
+}
+
 void AddBigInt(RowStore& rows, const NumberText& number) {
   std::int64_t value = 0;
   const char* end = number.text.data() + number.length;
   const auto read = std::from_chars(number.text.data(), end, value);
-  const bool fits = read.ec == std::errc() && read.ptr == end && value >= std::numeric_limits<Long>::min() &&
-                    value <= std::numeric_limits<Long>::max();
-  fits ? rows.AddLong(static_cast<Long>(value)) : rows.AddDouble(std::strtod(number.text.data(), nullptr));
+  if (read.ec == std::errc() && read.ptr == end) return AddWhole(rows, value);
+  rows.AddDouble(std::strtod(number.text.data(), nullptr));
 }
 
 // Whole seconds, as the keys of pages are.
@@ -126,7 +130,7 @@ OdbcKind KindOf(const OdbcColumn& column) {
     case SQL_LONGVARBINARY:
       return OdbcKind::Bytes;
     default:
-      return OdbcKind::Text;
+      return column.isNarrow ? OdbcKind::NarrowText : OdbcKind::Text;
   }
 }
 
@@ -144,6 +148,7 @@ std::u16string DeclaredTypeOf(const OdbcColumn& column) {
     case OdbcKind::Bytes:
       return u"BLOB";
     case OdbcKind::Text:
+    case OdbcKind::NarrowText:
       break;
   }
   return u"VARCHAR";
@@ -171,7 +176,8 @@ ResultColumn ResultColumnOf(const OdbcColumn& column) {
     case OdbcKind::Bytes:
       described.type = ado_type::kLongVarBinary;
       break;
-    case OdbcKind::Text: {
+    case OdbcKind::Text:
+    case OdbcKind::NarrowText: {
       const bool isLong =
           column.type == SQL_LONGVARCHAR || column.type == SQL_WLONGVARCHAR || column.size > kLongestVarchar;
       described.type = isLong ? ado_type::kLongVarWChar : ado_type::kVarWChar;
@@ -184,9 +190,10 @@ ResultColumn ResultColumnOf(const OdbcColumn& column) {
 void AddValue(RowStore& rows, SQLHSTMT statement, SQLUSMALLINT column, OdbcKind kind, std::size_t most) {
   switch (kind) {
     case OdbcKind::Long: {
-      SQLINTEGER value = 0;
-      if (!ReadValue(statement, column, SQL_C_SLONG, value)) break;
-      return rows.AddLong(value);
+      // An engine that holds any value in any column has larger ones, too.
+      SQLBIGINT value = 0;
+      if (!ReadValue(statement, column, SQL_C_SBIGINT, value)) break;
+      return AddWhole(rows, value);
     }
     case OdbcKind::BigInt: {
       const std::optional<NumberText> number = ReadNumber(statement, column);
@@ -217,6 +224,11 @@ void AddValue(RowStore& rows, SQLHSTMT statement, SQLUSMALLINT column, OdbcKind 
       const auto text = ReadPieces<char16_t>(statement, column, SQL_C_WCHAR, 1, 2 * most);
       if (!text) break;
       return rows.AddText(varnel::ToUtf8(*text));
+    }
+    case OdbcKind::NarrowText: {
+      const auto text = ReadPieces<char>(statement, column, SQL_C_CHAR, 1, most);
+      if (!text) break;
+      return rows.AddText(*text);
     }
   }
   rows.AddNull();

@@ -9,7 +9,7 @@
 namespace hostlinux {
 
 // How the values of a column are read.
-enum class OdbcKind { Text, Long, BigInt, Double, Boolean, Date, Bytes };
+enum class OdbcKind { Text, NarrowText, Long, BigInt, Double, Boolean, Date, Bytes };
 
 // A column of a statement, as its driver describes it.
 struct OdbcColumn {
@@ -18,6 +18,7 @@ struct OdbcColumn {
   SQLULEN size = 0;
   bool isUnsigned = false;
   bool mayBeNull = true;
+  bool isNarrow = false;  // its texts travel as UTF-8
 };
 
 OdbcKind KindOf(const OdbcColumn& column);

@@ -260,7 +260,7 @@ StatementResult PostgresqlSession::KeptCount::Result() const {
   return result;
 }
 
-// What the planner thinks of the whole text: "Seq Scan on t  (cost=0.00..22.70 rows=1270 width=4)".
+// What the planner thinks of the whole text.
 StatementResult PostgresqlSession::RunEstimate(const String& sql, const StatementParameters& parameters,
                                                const StatementLimits& limits) {
   EngineStatement statement = m_dialect.Translate(WithoutOrder(sql), parameters);
@@ -272,12 +272,10 @@ StatementResult PostgresqlSession::RunEstimate(const String& sql, const Statemen
   if (plan.rows.Rows() == 0) return result;
   const varnel::Variant first = plan.rows.Value(0, 0);
   const String* text = first.As<String>();
-  const std::string node = text == nullptr ? std::string() : varnel::ToUtf8(*text);
-  const auto rows = node.find(" rows=");
-  if (rows == std::string::npos) return result;
-  const double count = std::strtod(node.c_str() + rows + 6, nullptr);
-  result.rows = RowStore(1);
-  result.rows.AddLong(static_cast<varnel::Long>(std::min(count, 2147483647.0)));
+  if (const auto rows = RowsOfPlan(text == nullptr ? std::string() : varnel::ToUtf8(*text))) {
+    result.rows = RowStore(1);
+    result.rows.AddLong(*rows);
+  }
   return result;
 }
 

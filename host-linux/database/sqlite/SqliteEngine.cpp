@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "host-linux/database/sqlite/SqliteProvider.h"
+#include "host-linux/database/sqlite/SqliteUse.h"
 
 namespace hostlinux {
 
@@ -45,6 +46,8 @@ bool HasRows(sqlite3* database, const std::string& sql, const std::string& table
 }
 
 }  // namespace
+
+SqliteEngine::SqliteEngine() { PrepareSqlite(); }
 
 std::unique_ptr<IProvider> SqliteEngine::MakeProvider() const { return std::make_unique<SqliteProvider>(); }
 

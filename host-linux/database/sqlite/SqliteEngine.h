@@ -7,6 +7,9 @@ namespace hostlinux {
 
 class SqliteEngine : public IEngine {
  public:
+  // Limits what SQLite's library takes, of this whole process: before an ODBC driver, or whoever else, begins to use it.
+  SqliteEngine();
+
   varnel::String Name() const override { return u"SQLite"; }
   std::unique_ptr<IProvider> MakeProvider() const override;
   std::vector<std::string> CheckIndexes(const ConnectionString& connection,

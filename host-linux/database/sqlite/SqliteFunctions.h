@@ -1,5 +1,4 @@
-// The engine's functions: those that it lacks for the library's SQL, those that would run without an end, and
-// the names of those that may be called where it is only read.
+// The engine's functions: those that it lacks for the library's SQL, and those that would run without an end.
 #pragma once
 
 #include <sqlite3.h>
@@ -16,13 +15,7 @@ namespace hostlinux {
 // outlives the connection.
 void RegisterSqliteFunctions(sqlite3* database, const SqliteTimeLimit& timeLimit);
 
-// True for functions of their arguments alone, aggregates, window functions, and those of full-text search
-// that show what was found. Not among them are functions that load code or look at the connection, the
-// schema or files, blobs made out of nothing, and those that change JSON texts, whose time grows with the
-// square of their lengths. `name` in lower case.
-bool IsCalculating(const std::string& name);
-
-// True for those of them that always give the same for the same arguments: that know no clock and no chance.
+// True for functions that calculate (IsCalculating) and always give the same for the same arguments: that know no clock and no chance.
 bool IsSteadyFunction(const std::string& name);
 
 }  // namespace hostlinux

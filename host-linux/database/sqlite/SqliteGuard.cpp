@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "host-linux/database/dialect/CalculatingFunctions.h"
 #include "host-linux/database/sqlite/SqliteFunctions.h"
 
 namespace hostlinux {
