@@ -1,6 +1,10 @@
 // What becomes of a page's connection when its server, its network or another user gets in the way.
 #include <gmock/gmock.h>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <thread>
 
 #include "host-fake/ErrorOf.h"
@@ -22,6 +26,37 @@ std::string MessageOf(const std::function<void()>& action) {
     return varnel::ToUtf8(error.Info().Description);
   }
   return {};
+}
+
+// Takes connections, as a system does for a server that hangs, and never says a word.
+class SilentPort {
+ public:
+  SilentPort() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* any = reinterpret_cast<sockaddr*>(&address);
+    if (bind(m_socket, any, size) != 0 || listen(m_socket, 10) != 0) throw std::runtime_error("no port");
+    getsockname(m_socket, any, &size);
+    m_port = ntohs(address.sin_port);
+  }
+  ~SilentPort() { close(m_socket); }
+  SilentPort(const SilentPort&) = delete;
+  SilentPort& operator=(const SilentPort&) = delete;
+
+  int Port() const { return m_port; }
+
+ private:
+  const int m_socket;
+  int m_port = 0;
+};
+
+// `port` and that of the server, as hosts of one connection string.
+String HostsWith(const std::string& before, const std::string& behind = "") {
+  const std::string text = "Server=127.0.0.1,127.0.0.1;Port=" + before +
+                           std::to_string(PostgresqlServer::Shared()->Port()) + behind;
+  return {text.begin(), text.end()};
 }
 
 class PostgresqlFaults : public testing::Test {
@@ -202,11 +237,42 @@ TEST_F(PostgresqlFaults, TablesCantBeLimitedHere) {
   EXPECT_THAT(MessageOf([&] { m_database->Connect(u"Tables=t"); }), HasSubstr("granted on the server"));
 }
 
+TEST_F(PostgresqlFaults, AServerThatHangsCostsAStatementItsTimeAlone) {
+  const auto connection = m_database->Connect();
+  connection->SetCommandTimeout(1);
+  PostgresqlServer::Shared()->Pause(true);
+  const Clock::time_point begin = Clock::now();
+  EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { connection->Execute(u"SELECT 1", -1); }));
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
+  PostgresqlServer::Shared()->Pause(false);
+  m_database->Services()->EndRequest();
+  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
+}
+
 TEST_F(PostgresqlFaults, AReadGoesToAHostThatIsThere) {
-  const std::string port = std::to_string(PostgresqlServer::Shared()->Port());
-  const auto rows = m_database->Connect(u"Server=127.0.0.1,127.0.0.1;Port=1," +
-                                        String(port.begin(), port.end()) + u";Mode=Read");
-  rows->Execute(u"SELECT 1", -1);
+  m_database->Connect(HostsWith("1,") + u";Mode=Read")->Execute(u"SELECT 1", -1);
+}
+
+TEST_F(PostgresqlFaults, AHostThatHangsIsLeftOut) {
+  const SilentPort silent;
+  const std::string port = std::to_string(silent.Port());
+  for (const String mode : {u";Mode=Read", u";Mode=ReadWrite"}) {
+    m_database->Connect(HostsWith(port + ",") + mode)->Execute(u"SELECT 1", -1);
+    m_database->Connect(HostsWith("", "," + port) + mode)->Execute(u"SELECT 1", -1);
+  }
+}
+
+TEST_F(PostgresqlFaults, WhereAllHostsHangThePageHearsOfIt) {
+  const SilentPort one;
+  const SilentPort other;
+  const std::string ports = std::to_string(one.Port()) + "," + std::to_string(other.Port());
+  hostlinux::AdoOptions options;
+  options.statementTimeout = std::chrono::seconds(5);
+  EngineDatabase patient(EngineKind::Postgresql, options);
+  const auto connect = [&] {
+    patient.Connect(u"Server=127.0.0.1,127.0.0.1;Port=" + String(ports.begin(), ports.end()));
+  };
+  EXPECT_THAT(MessageOf(connect), HasSubstr("Login timeout expired"));
 }
 
 }  // namespace

@@ -30,6 +30,20 @@ std::string StateOf(const std::string& state) {
 
 String Utf16(const char* text) { return text == nullptr ? String() : varnel::FromUtf8(text); }
 
+// libpq's lines, some of which are indented, one behind the other.
+String OneLine(const String& text) {
+  String line;
+  for (const char16_t c : text) {
+    const bool isGap = c == u'\n' || c == u'\t' || c == u' ';
+    if (!isGap)
+      line += c;
+    else if (!line.empty() && line.back() != u' ')
+      line += u' ';
+  }
+  while (!line.empty() && line.back() == u' ') line.pop_back();
+  return line;
+}
+
 String Trimmed(String text) {
   while (!text.empty() && (text.back() == u'\n' || text.back() == u' ')) text.pop_back();
   return text;
@@ -50,7 +64,7 @@ void RaisePostgresql(const PGresult* result) {
 }
 
 void RaiseConnection(const PGconn* connection) {
-  const String text = Trimmed(Utf16(PQerrorMessage(connection)));
+  const String text = OneLine(Utf16(PQerrorMessage(connection)));
   RaisePostgresql(provider_error::kFail,
                   text.empty() ? String(u"The connection to the database server is lost.") : text, u"08001");
 }
