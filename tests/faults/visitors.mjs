@@ -11,7 +11,7 @@ export class Visitors {
     this.expected = expectedRows();
     this.pages = 0;
     this.walks = 0;
-    this.failed = []; // { text, ms }
+    this.failed = []; // answers
     this.wrong = [];
     this.slowest = 0;
     this.isEnding = false;
@@ -49,9 +49,10 @@ export class Visitors {
         this.pages += 1;
         return JSON.parse(answer.body);
       }
-      this.failed.push({ answer, ms: answer.ms });
+      this.failed.push(answer);
     } catch (error) {
-      this.failed.push({ answer: { status: 0, body: `no answer: ${error.cause?.code ?? error.message}` }, ms: Date.now() - began });
+      this.slowest = Math.max(this.slowest, Date.now() - began);
+      this.failed.push({ status: 0, body: `no answer: ${error.cause?.code ?? error.message}` });
     }
     await sleep(kBreath);
     return null;
@@ -67,7 +68,7 @@ export class Visitors {
   async seen() {
     const failed = this.failed.splice(0);
     const texts = new Map();
-    for (const { answer } of failed) {
+    for (const answer of failed) {
       const text = await this.site.errorOf(answer);
       texts.set(text, (texts.get(text) ?? 0) + 1);
     }

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <future>
 #include <new>
+#include <thread>
 
 #include "host-linux/database/odbc/OdbcErrors.h"
 
@@ -10,6 +13,14 @@ namespace hostlinux {
 namespace {
 
 constexpr std::size_t kLongText = 4000;  // characters, from which on a value is of a long type
+
+// Threads that open connections to hosts of which there are others. With more of them that are silent no host is asked.
+constexpr int kMostOpenings = 100;
+std::atomic<int> g_openings = 0;
+
+[[noreturn]] void RaiseSilence() {
+  RaiseOdbc(provider_error::kFail, u"The database server does not answer: Login timeout expired", u"HYT01");
+}
 
 SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
 
@@ -19,6 +30,19 @@ SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.d
 SQLHANDLE WithVersion(const OdbcHandle& environment) {
   SQLSetEnvAttr(environment.Get(), SQL_ATTR_ODBC_VERSION, Number(SQL_OV_ODBC3), 0);
   return environment.Get();
+}
+
+// Drivers hold those who open a connection as long as a server that hangs lets them: another thread waits with them.
+void OpenWithin(const std::shared_ptr<OdbcLink>& link, const std::u16string& text,
+                std::chrono::milliseconds patience) {
+  const bool hasPlace = ++g_openings <= kMostOpenings;
+  std::shared_ptr<void> place(nullptr, [](void*) { --g_openings; });
+  if (!hasPlace) RaiseSilence();
+  std::packaged_task<void()> open([link, text, place] { link->Open(text); });
+  std::future<void> isOpen = open.get_future();
+  std::thread(std::move(open)).detach();
+  if (isOpen.wait_for(patience) != std::future_status::ready) RaiseSilence();
+  isOpen.get();
 }
 
 }  // namespace
@@ -31,25 +55,38 @@ OdbcHandle::OdbcHandle(SQLSMALLINT kind, SQLSMALLINT parentKind, SQLHANDLE paren
 
 // --- the connection
 
-OdbcConnection::OdbcConnection(const Options& options)
+OdbcLink::OdbcLink()
     : m_environment(SQL_HANDLE_ENV, SQL_HANDLE_ENV, SQL_NULL_HANDLE),
-      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)) {
-  if (options.deadline) {
-    const auto left = std::chrono::ceil<std::chrono::seconds>(*options.deadline - Clock::now()).count();
+      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)) {}
+
+OdbcLink::~OdbcLink() {
+  if (m_isOpen) SQLDisconnect(Get());
+}
+
+void OdbcLink::Open(std::u16string text) {
+  const SQLRETURN result =
+      SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
+                        nullptr, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
+  m_isOpen = true;
+}
+
+OdbcConnection::OdbcConnection(const Options& options) : m_link(std::make_shared<OdbcLink>()) {
+  Deadline end = options.deadline;
+  if (options.patience.count() > 0) end = Clock::now() + options.patience;
+  if (end) {
+    const auto left = std::chrono::ceil<std::chrono::seconds>(*end - Clock::now()).count();
     SQLSetConnectAttrW(Get(), SQL_ATTR_LOGIN_TIMEOUT,
                        Number(static_cast<std::uintptr_t>(std::max<std::int64_t>(left, 1))), SQL_IS_UINTEGER);
   }
   if (options.readsOnly)
     SQLSetConnectAttrW(Get(), SQL_ATTR_ACCESS_MODE, Number(SQL_MODE_READ_ONLY), SQL_IS_UINTEGER);
-  std::u16string text = options.text;
-  const SQLRETURN result =
-      SQLDriverConnectW(Get(), nullptr, Wide(text), static_cast<SQLSMALLINT>(text.size()), nullptr, 0,
-                        nullptr, SQL_DRIVER_NOPROMPT);
-  if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
+  if (options.patience.count() > 0)
+    OpenWithin(m_link, options.text, options.patience);
+  else
+    m_link->Open(options.text);
   SetDeadline(options.deadline);
 }
-
-OdbcConnection::~OdbcConnection() { SQLDisconnect(Get()); }
 
 std::u16string OdbcConnection::Info(SQLUSMALLINT what) const {
   std::array<SQLWCHAR, 256> text{};
@@ -63,23 +100,22 @@ void OdbcConnection::RaiseCancelled() {
   RaiseOdbcTimeout();
 }
 
-template <typename Call>
-SQLRETURN OdbcConnection::Within(SQLHSTMT statement, Call call) {
+template <typename Action>
+SQLRETURN OdbcConnection::Within(const std::shared_ptr<OdbcCall>& call, Action action) {
   if (m_timeLimit.IsOver()) RaiseOdbcTimeout();
-  m_timeLimit.Watch(statement);
-  const SQLRETURN result = call();
+  m_timeLimit.Watch(call->Get(), call);
+  const SQLRETURN result = action();
   const bool isCancelled = m_timeLimit.Unwatch();
   if (isCancelled) RaiseCancelled();
-  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) RaiseOdbc(SQL_HANDLE_STMT, statement);
+  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) RaiseOdbc(SQL_HANDLE_STMT, call->Get());
   return result;
 }
 
 void OdbcConnection::Execute(const std::string& sql) {
-  const OdbcHandle statement(SQL_HANDLE_STMT, SQL_HANDLE_DBC, Get());
+  const std::shared_ptr<OdbcCall> call = NewCall();
   std::u16string text = varnel::FromUtf8(sql);
-  SQLSetStmtAttrW(statement.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  Within(statement.Get(),
-         [&] { return SQLExecDirectW(statement.Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
+  SQLSetStmtAttrW(call->Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  Within(call, [&] { return SQLExecDirectW(call->Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
 }
 
 void OdbcConnection::SetAutoCommit(bool isOn) {
@@ -103,19 +139,18 @@ bool OdbcConnection::IsAlive() const {
 // --- a statement
 
 OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& sql)
-    : m_connection(connection), m_handle(SQL_HANDLE_STMT, SQL_HANDLE_DBC, connection.Get()) {
+    : m_connection(connection), m_call(connection.NewCall()) {
   std::u16string text = varnel::FromUtf8(sql);
   // The text is the server's as it stands: no driver looks for escapes in it.
-  SQLSetStmtAttrW(m_handle.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  connection.Within(m_handle.Get(), [&] {
-    return SQLPrepareW(m_handle.Get(), Wide(text), static_cast<SQLINTEGER>(text.size()));
-  });
+  SQLSetStmtAttrW(m_call->Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  connection.Within(
+      m_call, [&] { return SQLPrepareW(m_call->Get(), Wide(text), static_cast<SQLINTEGER>(text.size())); });
   Describe();
 }
 
 void OdbcStatement::Describe() {
   SQLSMALLINT count = 0;
-  m_connection.Within(m_handle.Get(), [&] { return SQLNumResultCols(m_handle.Get(), &count); });
+  m_connection.Within(m_call, [&] { return SQLNumResultCols(m_call->Get(), &count); });
   for (SQLSMALLINT i = 1; i <= count; ++i) {
     OdbcColumn& column = m_columns.emplace_back();
     std::array<SQLWCHAR, 512> name{};
@@ -123,14 +158,14 @@ void OdbcStatement::Describe() {
     SQLSMALLINT digits = 0;
     SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
     const auto position = static_cast<SQLUSMALLINT>(i);
-    m_connection.Within(m_handle.Get(), [&] {
-      return SQLDescribeColW(m_handle.Get(), position, name.data(), static_cast<SQLSMALLINT>(name.size()),
+    m_connection.Within(m_call, [&] {
+      return SQLDescribeColW(m_call->Get(), position, name.data(), static_cast<SQLSMALLINT>(name.size()),
                              &length, &column.type, &column.size, &digits, &nullable);
     });
     column.name = reinterpret_cast<const char16_t*>(name.data());
     column.mayBeNull = nullable != SQL_NO_NULLS;
     SQLLEN isUnsigned = SQL_FALSE;
-    SQLColAttributeW(m_handle.Get(), position, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
+    SQLColAttributeW(m_call->Get(), position, SQL_DESC_UNSIGNED, nullptr, 0, nullptr, &isUnsigned);
     column.isUnsigned = isUnsigned == SQL_TRUE;
   }
 }
@@ -139,13 +174,13 @@ std::u16string OdbcStatement::TableOf(std::size_t column) const {
   std::array<SQLWCHAR, 512> name{};
   SQLSMALLINT length = 0;
   const SQLRETURN result =
-      SQLColAttributeW(m_handle.Get(), static_cast<SQLUSMALLINT>(column + 1), SQL_DESC_BASE_TABLE_NAME,
+      SQLColAttributeW(m_call->Get(), static_cast<SQLUSMALLINT>(column + 1), SQL_DESC_BASE_TABLE_NAME,
                        name.data(), sizeof name, &length, nullptr);
   return SQL_SUCCEEDED(result) ? reinterpret_cast<const char16_t*>(name.data()) : std::u16string();
 }
 
 void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
-  SQLHSTMT handle = m_handle.Get();
+  SQLHSTMT handle = m_call->Get();
   m_values = values;
   m_texts.assign(values.size(), {});
   m_lengths.assign(values.size(), 0);
@@ -173,23 +208,23 @@ void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
       bind(SQL_C_WCHAR, SQL_WVARCHAR, 0, nullptr, SQL_NULL_DATA);
     }
   }
-  m_connection.Within(handle, [&] { return SQLExecute(handle); });
+  m_connection.Within(m_call, [&] { return SQLExecute(handle); });
 }
 
 bool OdbcStatement::HasItsColumns() {
   SQLSMALLINT count = 0;
-  return SQL_SUCCEEDED(SQLNumResultCols(m_handle.Get(), &count)) &&
+  return SQL_SUCCEEDED(SQLNumResultCols(m_call->Get(), &count)) &&
          static_cast<std::size_t>(count) == m_columns.size();
 }
 
 bool OdbcStatement::Fetch() {
-  return m_connection.Within(m_handle.Get(), [&] { return SQLFetch(m_handle.Get()); }) != SQL_NO_DATA;
+  return m_connection.Within(m_call, [&] { return SQLFetch(m_call->Get()); }) != SQL_NO_DATA;
 }
 
 void OdbcStatement::AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, std::size_t mostOfValue) {
   try {
     for (std::size_t i = 0; i < kinds.size(); ++i)
-      AddValue(rows, m_handle.Get(), static_cast<SQLUSMALLINT>(i + 1), kinds[i], mostOfValue);
+      AddValue(rows, m_call->Get(), static_cast<SQLUSMALLINT>(i + 1), kinds[i], mostOfValue);
   } catch (const ProviderFailure&) {
     rows.DropUnfinishedRow();
     throw;
@@ -198,7 +233,7 @@ void OdbcStatement::AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, s
 
 SQLLEN OdbcStatement::Affected() {
   SQLLEN rows = 0;
-  return SQL_SUCCEEDED(SQLRowCount(m_handle.Get(), &rows)) ? rows : 0;
+  return SQL_SUCCEEDED(SQLRowCount(m_call->Get(), &rows)) ? rows : 0;
 }
 
 }  // namespace hostlinux

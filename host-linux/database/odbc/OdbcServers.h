@@ -20,8 +20,17 @@ OdbcServer ServerOf(const varnel::String& dialect, const OdbcConnection& connect
 // None for a server that gets texts as they stand.
 const IEngineWords* WordsOf(OdbcServer server);
 
-// What the driver is told beside the connection string's own keys.
-std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection);
+// What the driver is told beside the connection string's own keys. `longest`: what any call may take; 0: none.
+std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection,
+                          std::chrono::milliseconds longest);
+
+struct OdbcHost {
+  varnel::String server;
+  varnel::String port;  // empty: as the connection string says
+};
+// The hosts among which a driver would choose: "db1,db2:3307,[::1]:3308". Empty where the connection string names one, or the
+// driver knows no such list.
+std::vector<OdbcHost> HostsOf(const ConnectionString& connection);
 
 // Sets a session, so that a doubled quote is the only escape in a literal, and, where `readsOnly`, that nothing is changed.
 std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const EngineLimits& limits);

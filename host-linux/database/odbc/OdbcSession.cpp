@@ -62,7 +62,7 @@ OdbcSession::OdbcSession(const OdbcAccess& access, const OpenOptions& options)
       m_timeLeft(options.timeLeft),
       m_readsOnly(access.readsOnly),
       m_keepsCounts(access.keepsCounts),
-      m_connection({access.text, access.readsOnly, DeadlineIn(options.timeout)}),
+      m_connection({access.text, access.readsOnly, DeadlineIn(options.timeout), access.patience}),
       m_server(ServerOf(access.dialect, m_connection)),
       m_facts(m_connection),
       m_counts(kMaxCounts) {
