@@ -170,7 +170,7 @@ export async function openShop({ empty = false, prepare = () => {} } = {}) {
       site,
       // The rows of `sql` as objects, straight from the database.
       query(sql) {
-        if (serverText) return databaseServer.query(databaseName, sql);
+        if (serverText) return databaseServer.query(databaseName, sql.replaceAll("date('now', 'localtime')", "CURRENT_DATE"));
         const text = execFileSync("sqlite3", ["-json", "-readonly", database, sql], { maxBuffer: 1 << 26 }).toString();
         return text.trim() === "" ? [] : JSON.parse(text);
       },
