@@ -118,8 +118,9 @@ std::unique_ptr<ISession> AdoDatabase::OpenSession(const String& connectionStrin
   try {
     return EngineOf(m_options.engines, connection)
         .MakeProvider()
-        ->Open(connection, OpenOptions{m_options.folder, readOnly || m_options.readsOnly,
-                                       Timeout(timeoutSeconds), m_options.limits, m_options.timeLeft});
+        ->Open(connection,
+               OpenOptions{m_options.folder, readOnly || m_options.readsOnly, Timeout(timeoutSeconds),
+                           m_options.statementTimeout, m_options.limits, m_options.timeLeft});
   } catch (const ProviderFailure& failure) {
     if (!m_options.whereFrom) throw;
     std::vector<varnel::host::ProviderError> errors = failure.Errors();

@@ -113,8 +113,10 @@ test("every head sorts by its column, then the other way round", async () => {
 });
 
 test("manufacturers stand in the order of their names", () => {
-  const names = "SELECT MANUFACTURERNAME AS N FROM MANUFACTURER ORDER BY ";
-  assert.deepEqual(shop.query(names + "MANUFACTURERID"), shop.query(names + "MANUFACTURERNAME"));
+  const names = shop.query("SELECT MANUFACTURERNAME AS N FROM MANUFACTURER ORDER BY MANUFACTURERID").map((row) => row.N);
+  // By the codes of their letters, small ones for large: the order of the file, whatever a server thinks of letters.
+  const code = (name) => Buffer.from(name.replace(/[A-Z]/g, (letter) => letter.toLowerCase()));
+  assert.deepEqual(names, [...names].sort((a, b) => Buffer.compare(code(a), code(b))));
 });
 
 test("next three times, previous, last and first", async () => {

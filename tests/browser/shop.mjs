@@ -82,28 +82,57 @@ export async function signIn(page, shop, name) {
   await Promise.all([page.waitForNavigation(), page.click(".signin button")]);
 }
 
-// A connection string without its Database, where the tests run on a server (scripts/browser-tests-postgresql): each shop has a
+// A connection string without its Database, where the tests run on a server (scripts/browser-tests-server): each shop has a
 // copy of a loaded database there.
 const serverText = process.env.VARNEL_SHOP_SERVER;
 let shopsOpened = 0;
 
-function serverTool(name, ...args) {
+function postgresqlTool(name, ...args) {
   const port = /Port=(\d+)/.exec(serverText)[1];
   const place = ["-h", "127.0.0.1", "-p", port, "-U", "shop"];
   return execFileSync(join(process.env.VARNEL_SHOP_TOOLS, name), [...place, ...args], { maxBuffer: 1 << 26 }).toString();
 }
 
+function mariadb(database, sql, withNames = false) {
+  const place = ["--no-defaults", "-u", "root", `--socket=${process.env.VARNEL_SHOP_SOCKET}`, "--default-character-set=utf8mb4"];
+  const form = ["-B", "-r", ...(withNames ? [] : ["-N"])];
+  return execFileSync("mariadb", [...place, ...form, "-e", sql, ...(database ? [database] : [])], { maxBuffer: 1 << 26 }).toString();
+}
+
+const postgresql = {
+  copy: (from, to) => postgresqlTool("createdb", "-T", from, to),
+  // Its names are in small letters there.
+  query(name, sql) {
+    const rows = JSON.parse(postgresqlTool("psql", "-d", name, "-At", "-c", `SELECT coalesce(json_agg(t), '[]') FROM (${sql}) t`));
+    return rows.map((row) => Object.fromEntries(Object.entries(row).map(([key, value]) => [key.toUpperCase(), value])));
+  },
+};
+
+const mariadbServer = {
+  copy(from, to) {
+    mariadb("", `CREATE DATABASE ${to} CHARACTER SET utf8mb4 COLLATE utf8mb4_nopad_bin`);
+    const tables = mariadb(from, "SHOW TABLES").trim().split("\n");
+    const made = tables.map((table) => `CREATE TABLE ${table} LIKE ${from}.${table}; INSERT INTO ${table} SELECT * FROM ${from}.${table}; ANALYZE TABLE ${table};`);
+    mariadb(to, made.join("\n"));
+  },
+  // The names of the columns first, then each row as JSON. Without a LIMIT a FROM loses the order of its query.
+  query(name, sql) {
+    const text = / LIMIT \d+( OFFSET \d+)?$/.test(sql) ? sql : `${sql} LIMIT 1000000000`;
+    const head = mariadb(name, text, true);
+    if (head === "") return [];
+    const pairs = head.slice(0, head.indexOf("\n")).split("\t").map((column) => `'${column}', \`${column}\``);
+    const rows = mariadb(name, `SELECT JSON_OBJECT(${pairs.join(", ")}) FROM (${text}) t`);
+    return rows.trim().split("\n").map((line) => JSON.parse(line));
+  },
+};
+
+const databaseServer = serverText?.startsWith("Provider=PostgreSQL") ? postgresql : mariadbServer;
+
 function prepareServer(site, empty, name) {
-  serverTool("createdb", "-T", empty ? "shop_empty" : "shop_full", name);
+  databaseServer.copy(empty ? "shop_empty" : "shop_full", name);
   editSettings(site, (text) =>
     text.replace(/Provider=SQLite;Data Source=shop.db;Mode=(\w+)(;Tables=[A-Z,]+)?/g, `${serverText};Database=${name};Mode=$1`),
   );
-}
-
-// Its names are in small letters there.
-function serverQuery(name, sql) {
-  const rows = JSON.parse(serverTool("psql", "-d", name, "-At", "-c", `SELECT coalesce(json_agg(t), '[]') FROM (${sql}) t`));
-  return rows.map((row) => Object.fromEntries(Object.entries(row).map(([key, value]) => [key.toUpperCase(), value])));
 }
 
 // With `empty`, the shop has no products. `prepare` may change the site's folder before it is served.
@@ -141,7 +170,7 @@ export async function openShop({ empty = false, prepare = () => {} } = {}) {
       site,
       // The rows of `sql` as objects, straight from the database.
       query(sql) {
-        if (serverText) return serverQuery(databaseName, sql);
+        if (serverText) return databaseServer.query(databaseName, sql.replaceAll("date('now', 'localtime')", "CURRENT_DATE"));
         const text = execFileSync("sqlite3", ["-json", "-readonly", database, sql], { maxBuffer: 1 << 26 }).toString();
         return text.trim() === "" ? [] : JSON.parse(text);
       },

@@ -5,6 +5,7 @@
 
 #include "host-fake/ErrorOf.h"
 #include "tests/conformance/EngineUnderTest.h"
+#include "tests/conformance/SilentPort.h"
 
 namespace {
 
@@ -213,6 +214,55 @@ TEST_F(MariadbFaults, AWaitingConnectionThatTheServerEndedIsReplaced) {
   const std::string id = Page(u"SELECT CONNECTION_ID()");
   MariadbServer::Shared()->Run("KILL " + id);
   EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
+}
+
+TEST_F(MariadbFaults, AServerThatHangsCostsAStatementItsTimeAlone) {
+  hostlinux::AdoOptions options;
+  options.statementTimeout = std::chrono::seconds(3);
+  EngineDatabase patient(EngineKind::Mariadb, options);
+  const auto connection = patient.Connect();
+  MariadbServer::Shared()->Pause(true);
+  const Clock::time_point begin = Clock::now();
+  EXPECT_NE(0, NumberOf([&] { connection->Execute(u"SELECT 1", -1); }));
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
+  MariadbServer::Shared()->Pause(false);
+  patient.Services()->EndRequest();
+  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
+}
+
+TEST_F(MariadbFaults, AHostThatIsGoneOrHangsIsLeftOut) {
+  const SilentPort silent;
+  const std::string there = "127.0.0.1:" + std::to_string(MariadbServer::Shared()->Port());
+  const std::string hangs = "127.0.0.1:" + std::to_string(silent.Port());
+  for (const std::string& hosts :
+       {hangs + "," + there, there + "," + hangs, "127.0.0.1:1, " + there, there + ",127.0.0.1:1"}) {
+    const Clock::time_point begin = Clock::now();
+    m_database->Connect(u"Server=" + String(hosts.begin(), hosts.end()))->Execute(u"SELECT 1", -1);
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(12)) << hosts;
+  }
+}
+
+TEST_F(MariadbFaults, WhereNoHostAnswersThePageHearsOfAll) {
+  const SilentPort silent;
+  const std::string hosts = "127.0.0.1:" + std::to_string(silent.Port()) + ",127.0.0.1:1";
+  hostlinux::AdoOptions options;
+  options.statementTimeout = std::chrono::seconds(4);
+  EngineDatabase patient(EngineKind::Mariadb, options);
+  const Clock::time_point begin = Clock::now();
+  try {
+    patient.Connect(u"Server=" + String(hosts.begin(), hosts.end()));
+    ADD_FAILURE();
+  } catch (const varnel::Error&) {
+  }
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
+}
+
+TEST_F(MariadbFaults, AUserWhomOneHostRefusesIsRefused) {
+  const std::string there = "127.0.0.1:" + std::to_string(MariadbServer::Shared()->Port());
+  const std::string hosts = there + ",127.0.0.1:1";
+  EXPECT_THAT(
+      MessageOf([&] { m_database->Connect(u"Password=wrong;Server=" + String(hosts.begin(), hosts.end())); }),
+      HasSubstr("Access denied for user"));
 }
 
 TEST_F(MariadbFaults, WhatTheServerGrantsIsAnErrorInTheConnectionString) {

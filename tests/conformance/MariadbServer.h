@@ -23,6 +23,7 @@ class MariadbServer {
   void Kill();
   // Keeps it from answering, and lets it.
   void Pause(bool isPaused);
+  int Port() const { return m_port; }
 
   // A connection string to `database`, as a user who may do everything.
   std::u16string Connection(const std::string& database) const;

@@ -5,6 +5,7 @@
 
 #include "host-fake/ErrorOf.h"
 #include "tests/conformance/EngineUnderTest.h"
+#include "tests/conformance/SilentPort.h"
 
 namespace {
 
@@ -22,6 +23,13 @@ std::string MessageOf(const std::function<void()>& action) {
     return varnel::ToUtf8(error.Info().Description);
   }
   return {};
+}
+
+// `port` and that of the server, as hosts of one connection string.
+String HostsWith(const std::string& before, const std::string& behind = "") {
+  const std::string text = "Server=127.0.0.1,127.0.0.1;Port=" + before +
+                           std::to_string(PostgresqlServer::Shared()->Port()) + behind;
+  return {text.begin(), text.end()};
 }
 
 class PostgresqlFaults : public testing::Test {
@@ -202,11 +210,42 @@ TEST_F(PostgresqlFaults, TablesCantBeLimitedHere) {
   EXPECT_THAT(MessageOf([&] { m_database->Connect(u"Tables=t"); }), HasSubstr("granted on the server"));
 }
 
+TEST_F(PostgresqlFaults, AServerThatHangsCostsAStatementItsTimeAlone) {
+  const auto connection = m_database->Connect();
+  connection->SetCommandTimeout(1);
+  PostgresqlServer::Shared()->Pause(true);
+  const Clock::time_point begin = Clock::now();
+  EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { connection->Execute(u"SELECT 1", -1); }));
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
+  PostgresqlServer::Shared()->Pause(false);
+  m_database->Services()->EndRequest();
+  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
+}
+
 TEST_F(PostgresqlFaults, AReadGoesToAHostThatIsThere) {
-  const std::string port = std::to_string(PostgresqlServer::Shared()->Port());
-  const auto rows = m_database->Connect(u"Server=127.0.0.1,127.0.0.1;Port=1," +
-                                        String(port.begin(), port.end()) + u";Mode=Read");
-  rows->Execute(u"SELECT 1", -1);
+  m_database->Connect(HostsWith("1,") + u";Mode=Read")->Execute(u"SELECT 1", -1);
+}
+
+TEST_F(PostgresqlFaults, AHostThatHangsIsLeftOut) {
+  const SilentPort silent;
+  const std::string port = std::to_string(silent.Port());
+  for (const String mode : {u";Mode=Read", u";Mode=ReadWrite"}) {
+    m_database->Connect(HostsWith(port + ",") + mode)->Execute(u"SELECT 1", -1);
+    m_database->Connect(HostsWith("", "," + port) + mode)->Execute(u"SELECT 1", -1);
+  }
+}
+
+TEST_F(PostgresqlFaults, WhereAllHostsHangThePageHearsOfIt) {
+  const SilentPort one;
+  const SilentPort other;
+  const std::string ports = std::to_string(one.Port()) + "," + std::to_string(other.Port());
+  hostlinux::AdoOptions options;
+  options.statementTimeout = std::chrono::seconds(5);
+  EngineDatabase patient(EngineKind::Postgresql, options);
+  const auto connect = [&] {
+    patient.Connect(u"Server=127.0.0.1,127.0.0.1;Port=" + String(ports.begin(), ports.end()));
+  };
+  EXPECT_THAT(MessageOf(connect), HasSubstr("Login timeout expired"));
 }
 
 }  // namespace

@@ -99,6 +99,15 @@ void PostgresqlServer::Kill() {
   m_process = 0;
 }
 
+// Those that serve a connection are its children.
+void PostgresqlServer::Pause(bool isPaused) {
+  const int signal = isPaused ? SIGSTOP : SIGCONT;
+  const std::string process = std::to_string(m_process);
+  std::ifstream children("/proc/" + process + "/task/" + process + "/children");
+  kill(m_process, signal);
+  for (pid_t child = 0; children >> child;) kill(child, signal);
+}
+
 std::u16string PostgresqlServer::Connection(const std::string& database) const {
   const std::string text = "Provider=PostgreSQL;Server=127.0.0.1;Port=" + std::to_string(m_port) +
                            ";Database=" + database + ";User ID=owner;Password='" + kPassword + "'";

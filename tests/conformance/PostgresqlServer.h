@@ -22,6 +22,8 @@ class PostgresqlServer {
   // In the server's gentle way, which ends sessions, or by force.
   void Stop();
   void Kill();
+  // Stops it and all that it consists of in their tracks, and lets them go on.
+  void Pause(bool isPaused);
 
   // A connection string to `database`, as the owner of everything.
   std::u16string Connection(const std::string& database = "postgres") const;

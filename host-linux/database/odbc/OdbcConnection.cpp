@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <future>
 #include <new>
+#include <thread>
 
 #include "host-linux/database/odbc/OdbcErrors.h"
 
@@ -11,6 +14,14 @@ namespace {
 
 constexpr std::size_t kLongText = 4000;  // characters, from which on a value is of a long type
 constexpr std::size_t kLongestName = 512;
+
+// Threads that open connections to hosts of which there are others. With more of them that are silent no host is asked.
+constexpr int kMostOpenings = 100;
+std::atomic<int> g_openings = 0;
+
+[[noreturn]] void RaiseSilence() {
+  RaiseOdbc(provider_error::kFail, u"The database server does not answer: Login timeout expired", u"HYT01");
+}
 
 SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
 
@@ -31,6 +42,18 @@ SQLHANDLE WithVersion(const OdbcHandle& environment) {
   return environment.Get();
 }
 
+// Drivers hold those who open a connection as long as a server that hangs lets them: another thread waits with them.
+void OpenWithin(const std::shared_ptr<OdbcLink>& link, const OdbcConnection::Options& options) {
+  const bool hasPlace = ++g_openings <= kMostOpenings;
+  std::shared_ptr<void> place(nullptr, [](void*) { --g_openings; });
+  if (!hasPlace) RaiseSilence();
+  std::packaged_task<void()> open([link, options, place] { link->Open(options.text, options.isNarrow); });
+  std::future<void> isOpen = open.get_future();
+  std::thread(std::move(open)).detach();
+  if (isOpen.wait_for(options.patience) != std::future_status::ready) RaiseSilence();
+  isOpen.get();
+}
+
 }  // namespace
 
 OdbcHandle::OdbcHandle(SQLSMALLINT kind, SQLSMALLINT parentKind, SQLHANDLE parent) : m_kind(kind) {
@@ -41,32 +64,46 @@ OdbcHandle::OdbcHandle(SQLSMALLINT kind, SQLSMALLINT parentKind, SQLHANDLE paren
 
 // --- the connection
 
-OdbcConnection::OdbcConnection(const Options& options)
+OdbcLink::OdbcLink()
     : m_environment(SQL_HANDLE_ENV, SQL_HANDLE_ENV, SQL_NULL_HANDLE),
-      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)),
-      m_isNarrow(options.isNarrow) {
-  if (options.deadline) {
-    const auto left = std::chrono::ceil<std::chrono::seconds>(*options.deadline - Clock::now()).count();
+      m_handle(SQL_HANDLE_DBC, SQL_HANDLE_ENV, WithVersion(m_environment)) {}
+
+OdbcLink::~OdbcLink() {
+  if (m_isOpen) SQLDisconnect(Get());
+}
+
+void OdbcLink::Open(const std::u16string& text, bool isNarrow) {
+  const SQLRETURN result = CallWith(
+      varnel::ToUtf8(text), isNarrow,
+      [&](SQLWCHAR* wide, SQLINTEGER length) {
+        return SQLDriverConnectW(Get(), nullptr, wide, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
+                                 SQL_DRIVER_NOPROMPT);
+      },
+      [&](SQLCHAR* narrow, SQLINTEGER length) {
+        return SQLDriverConnect(Get(), nullptr, narrow, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
+                                SQL_DRIVER_NOPROMPT);
+      });
+  if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
+  m_isOpen = true;
+}
+
+OdbcConnection::OdbcConnection(const Options& options)
+    : m_link(std::make_shared<OdbcLink>()), m_isNarrow(options.isNarrow) {
+  Deadline end = options.deadline;
+  if (options.patience.count() > 0) end = Clock::now() + options.patience;
+  if (end) {
+    const auto left = std::chrono::ceil<std::chrono::seconds>(*end - Clock::now()).count();
     SQLSetConnectAttrW(Get(), SQL_ATTR_LOGIN_TIMEOUT,
                        Number(static_cast<std::uintptr_t>(std::max<std::int64_t>(left, 1))), SQL_IS_UINTEGER);
   }
   if (options.readsOnly)
     SQLSetConnectAttrW(Get(), SQL_ATTR_ACCESS_MODE, Number(SQL_MODE_READ_ONLY), SQL_IS_UINTEGER);
-  const SQLRETURN result = CallWith(
-      varnel::ToUtf8(options.text), m_isNarrow,
-      [&](SQLWCHAR* text, SQLINTEGER length) {
-        return SQLDriverConnectW(Get(), nullptr, text, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
-                                 SQL_DRIVER_NOPROMPT);
-      },
-      [&](SQLCHAR* text, SQLINTEGER length) {
-        return SQLDriverConnect(Get(), nullptr, text, static_cast<SQLSMALLINT>(length), nullptr, 0, nullptr,
-                                SQL_DRIVER_NOPROMPT);
-      });
-  if (!SQL_SUCCEEDED(result)) RaiseOdbc(SQL_HANDLE_DBC, Get());
+  if (options.patience.count() > 0)
+    OpenWithin(m_link, options);
+  else
+    m_link->Open(options.text, options.isNarrow);
   SetDeadline(options.deadline);
 }
-
-OdbcConnection::~OdbcConnection() { SQLDisconnect(Get()); }
 
 std::u16string OdbcConnection::Info(SQLUSMALLINT what) const {
   std::array<SQLWCHAR, 256> text{};
@@ -80,22 +117,22 @@ void OdbcConnection::RaiseCancelled() {
   RaiseOdbcTimeout();
 }
 
-template <typename Call>
-SQLRETURN OdbcConnection::Within(SQLHSTMT statement, Call call) {
+template <typename Action>
+SQLRETURN OdbcConnection::Within(const std::shared_ptr<OdbcCall>& call, Action action) {
   if (m_timeLimit.IsOver()) RaiseOdbcTimeout();
-  m_timeLimit.Watch(statement);
-  const SQLRETURN result = call();
+  m_timeLimit.Watch(call->Get(), call);
+  const SQLRETURN result = action();
   const bool isCancelled = m_timeLimit.Unwatch();
   if (isCancelled) RaiseCancelled();
-  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) RaiseOdbc(SQL_HANDLE_STMT, statement);
+  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) RaiseOdbc(SQL_HANDLE_STMT, call->Get());
   return result;
 }
 
 void OdbcConnection::Execute(const std::string& sql) {
-  const OdbcHandle statement(SQL_HANDLE_STMT, SQL_HANDLE_DBC, Get());
-  SQLHSTMT handle = statement.Get();
+  const std::shared_ptr<OdbcCall> call = NewCall();
+  SQLHSTMT handle = call->Get();
   SQLSetStmtAttrW(handle, SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  Within(handle, [&] {
+  Within(call, [&] {
     return CallWith(
         sql, m_isNarrow,
         [&](SQLWCHAR* text, SQLINTEGER length) { return SQLExecDirectW(handle, text, length); },
@@ -104,7 +141,7 @@ void OdbcConnection::Execute(const std::string& sql) {
   // A driver that runs a statement row by row hasn't begun yet with one that has rows.
   SQLSMALLINT columns = 0;
   if (SQL_SUCCEEDED(SQLNumResultCols(handle, &columns)) && columns > 0)
-    Within(handle, [&] { return SQLFetch(handle); });
+    Within(call, [&] { return SQLFetch(handle); });
 }
 
 void OdbcConnection::SetAutoCommit(bool isOn) {
@@ -128,14 +165,14 @@ bool OdbcConnection::IsAlive() const {
 // --- a statement
 
 OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& sql)
-    : m_connection(connection), m_handle(SQL_HANDLE_STMT, SQL_HANDLE_DBC, connection.Get()) {
+    : m_connection(connection), m_call(connection.NewCall()) {
   // The text is the server's as it stands: no driver looks for escapes in it.
-  SQLSetStmtAttrW(m_handle.Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
-  connection.Within(m_handle.Get(), [&] {
+  SQLSetStmtAttrW(m_call->Get(), SQL_ATTR_NOSCAN, Number(SQL_NOSCAN_ON), SQL_IS_UINTEGER);
+  connection.Within(m_call, [&] {
     return CallWith(
         sql, connection.IsNarrow(),
-        [&](SQLWCHAR* text, SQLINTEGER length) { return SQLPrepareW(m_handle.Get(), text, length); },
-        [&](SQLCHAR* text, SQLINTEGER length) { return SQLPrepare(m_handle.Get(), text, length); });
+        [&](SQLWCHAR* text, SQLINTEGER length) { return SQLPrepareW(m_call->Get(), text, length); },
+        [&](SQLCHAR* text, SQLINTEGER length) { return SQLPrepare(m_call->Get(), text, length); });
   });
   try {
     Describe();
@@ -147,19 +184,19 @@ OdbcStatement::OdbcStatement(OdbcConnection& connection, const std::string& sql)
 
 void OdbcStatement::Describe() {
   SQLSMALLINT count = 0;
-  m_connection.Within(m_handle.Get(), [&] { return SQLNumResultCols(m_handle.Get(), &count); });
+  m_connection.Within(m_call, [&] { return SQLNumResultCols(m_call->Get(), &count); });
   for (SQLSMALLINT i = 1; i <= count; ++i) m_columns.push_back(ColumnAt(static_cast<SQLUSMALLINT>(i)));
 }
 
 OdbcColumn OdbcStatement::ColumnAt(SQLUSMALLINT position) {
-  SQLHSTMT handle = m_handle.Get();
+  SQLHSTMT handle = m_call->Get();
   OdbcColumn column;
   column.isNarrow = m_connection.IsNarrow();
   SQLSMALLINT length = 0;
   SQLSMALLINT digits = 0;
   SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
   const auto describe = [&](auto call, auto& name) {
-    m_connection.Within(handle, [&] {
+    m_connection.Within(m_call, [&] {
       return call(handle, position, name.data(), static_cast<SQLSMALLINT>(name.size()), &length, &column.type,
                   &column.size, &digits, &nullable);
     });
@@ -185,18 +222,18 @@ std::u16string OdbcStatement::TableOf(std::size_t column) const {
   SQLSMALLINT length = 0;
   if (m_connection.IsNarrow()) {
     std::array<char, kLongestName> name{};
-    const SQLRETURN result = SQLColAttribute(m_handle.Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
+    const SQLRETURN result = SQLColAttribute(m_call->Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
                                              sizeof name, &length, nullptr);
     return SQL_SUCCEEDED(result) ? varnel::FromUtf8(name.data()) : std::u16string();
   }
   std::array<SQLWCHAR, kLongestName> name{};
-  const SQLRETURN result = SQLColAttributeW(m_handle.Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
+  const SQLRETURN result = SQLColAttributeW(m_call->Get(), position, SQL_DESC_BASE_TABLE_NAME, name.data(),
                                             sizeof name, &length, nullptr);
   return SQL_SUCCEEDED(result) ? reinterpret_cast<const char16_t*>(name.data()) : std::u16string();
 }
 
 void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
-  SQLHSTMT handle = m_handle.Get();
+  SQLHSTMT handle = m_call->Get();
   const bool isNarrow = m_connection.IsNarrow();
   m_values = values;
   m_texts.assign(values.size(), {});
@@ -229,23 +266,23 @@ void OdbcStatement::Execute(const std::vector<BoundValue>& values) {
            SQL_NULL_DATA);
     }
   }
-  m_connection.Within(handle, [&] { return SQLExecute(handle); });
+  m_connection.Within(m_call, [&] { return SQLExecute(handle); });
 }
 
 bool OdbcStatement::HasItsColumns() {
   SQLSMALLINT count = 0;
-  return SQL_SUCCEEDED(SQLNumResultCols(m_handle.Get(), &count)) &&
+  return SQL_SUCCEEDED(SQLNumResultCols(m_call->Get(), &count)) &&
          static_cast<std::size_t>(count) == m_columns.size();
 }
 
 bool OdbcStatement::Fetch() {
-  return m_connection.Within(m_handle.Get(), [&] { return SQLFetch(m_handle.Get()); }) != SQL_NO_DATA;
+  return m_connection.Within(m_call, [&] { return SQLFetch(m_call->Get()); }) != SQL_NO_DATA;
 }
 
 void OdbcStatement::AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, std::size_t mostOfValue) {
   try {
     for (std::size_t i = 0; i < kinds.size(); ++i)
-      AddValue(rows, m_handle.Get(), static_cast<SQLUSMALLINT>(i + 1), kinds[i], mostOfValue);
+      AddValue(rows, m_call->Get(), static_cast<SQLUSMALLINT>(i + 1), kinds[i], mostOfValue);
   } catch (const ProviderFailure&) {
     rows.DropUnfinishedRow();
     throw;
@@ -254,7 +291,7 @@ void OdbcStatement::AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, s
 
 SQLLEN OdbcStatement::Affected() {
   SQLLEN rows = 0;
-  return SQL_SUCCEEDED(SQLRowCount(m_handle.Get(), &rows)) ? rows : 0;
+  return SQL_SUCCEEDED(SQLRowCount(m_call->Get(), &rows)) ? rows : 0;
 }
 
 }  // namespace hostlinux

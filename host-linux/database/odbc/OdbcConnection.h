@@ -31,6 +31,36 @@ class OdbcHandle {
   SQLHANDLE m_handle = SQL_NULL_HANDLE;
 };
 
+// An open connection's handles.
+class OdbcLink {
+ public:
+  OdbcLink();
+  // Of one that is open.
+  ~OdbcLink();
+  OdbcLink(const OdbcLink&) = delete;
+  OdbcLink& operator=(const OdbcLink&) = delete;
+
+  void Open(const std::u16string& text, bool isNarrow);
+  SQLHDBC Get() const { return m_handle.Get(); }
+
+ private:
+  OdbcHandle m_environment;
+  OdbcHandle m_handle;
+  bool m_isOpen = false;
+};
+
+// A statement's handle, which keeps its connection.
+class OdbcCall {
+ public:
+  explicit OdbcCall(std::shared_ptr<OdbcLink> link)
+      : m_link(std::move(link)), m_handle(SQL_HANDLE_STMT, SQL_HANDLE_DBC, m_link->Get()) {}
+  SQLHSTMT Get() const { return m_handle.Get(); }
+
+ private:
+  std::shared_ptr<OdbcLink> m_link;
+  OdbcHandle m_handle;
+};
+
 class OdbcConnection;
 
 // A statement that the server has prepared. Lives no longer than its connection. Everything raises ProviderFailure.
@@ -55,14 +85,14 @@ class OdbcStatement {
   void AddRow(RowStore& rows, const std::vector<OdbcKind>& kinds, std::size_t mostOfValue);
   SQLLEN Affected();
   // Lets go of the rows that nobody has read.
-  void Close() noexcept { SQLFreeStmt(m_handle.Get(), SQL_CLOSE); }
+  void Close() noexcept { SQLFreeStmt(m_call->Get(), SQL_CLOSE); }
 
  private:
   void Describe();
   OdbcColumn ColumnAt(SQLUSMALLINT position);
 
   OdbcConnection& m_connection;
-  OdbcHandle m_handle;
+  std::shared_ptr<OdbcCall> m_call;
   std::vector<OdbcColumn> m_columns;
   // What was handed over stays until the statement has run.
   std::vector<std::u16string> m_texts;
@@ -80,9 +110,10 @@ class OdbcConnection {
     bool readsOnly = false;
     Deadline deadline;
     bool isNarrow = false;  // as SetNarrow says
+    // For opening: a driver that is silent so long is left to itself; 0: waited for.
+    std::chrono::milliseconds patience{0};
   };
   explicit OdbcConnection(const Options& options);
-  ~OdbcConnection();
 
   // For the calls from now on; none: they take as long as they take. A call that comes to it is cancelled.
   void SetDeadline(Deadline deadline) { m_timeLimit.SetDeadline(deadline); }
@@ -105,18 +136,18 @@ class OdbcConnection {
   bool IsAlive() const;
   // After a call was cancelled, its cancelling may still be on its way.
   bool WasCancelled() const { return m_wasCancelled; }
-  SQLHDBC Get() const { return m_handle.Get(); }
+  SQLHDBC Get() const { return m_link->Get(); }
 
-  // A call on `statement` within the time: its result, which is a success or SQL_NO_DATA.
-  template <typename Call>
-  SQLRETURN Within(SQLHSTMT statement, Call call);
+  std::shared_ptr<OdbcCall> NewCall() const { return std::make_shared<OdbcCall>(m_link); }
+  // An action on `call` within the time: its result, which is a success or SQL_NO_DATA.
+  template <typename Action>
+  SQLRETURN Within(const std::shared_ptr<OdbcCall>& call, Action action);
 
  private:
   std::u16string Info(SQLUSMALLINT what) const;
   [[noreturn]] void RaiseCancelled();
 
-  OdbcHandle m_environment;
-  OdbcHandle m_handle;
+  std::shared_ptr<OdbcLink> m_link;
   OdbcTimeLimit m_timeLimit;
   bool m_isNarrow;
   bool m_wasCancelled = false;

@@ -11,9 +11,10 @@ namespace hostlinux {
 
 // The keys that are ours stay here: Provider, Dialect, Mode, CountsFor, PageReads. All others go to the driver, each with its last
 // value; User ID and Password as UID and PWD.
-std::u16string OdbcText(const ConnectionString& connection);
+std::u16string OdbcText(const ConnectionString& connection, std::chrono::milliseconds longest = {});
 
 class OdbcSession;
+// Of several hosts the first one that answers.
 std::unique_ptr<OdbcSession> OpenOdbc(const ConnectionString& connection, const OpenOptions& options);
 
 class OdbcProvider : public IProvider {

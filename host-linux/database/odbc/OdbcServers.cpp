@@ -73,6 +73,28 @@ bool Begins(StringView text, StringView begin) {
   return text.size() >= begin.size() && varnel::EqualsNoCase(text.substr(0, begin.size()), begin);
 }
 
+bool IsMariadbDriver(const String& driver) {
+  const std::u16string upper = UpperAscii(driver);
+  return upper.find(u"MARIADB") != String::npos || upper.find(u"MAODBC") != String::npos;
+}
+
+// Longer than any call, so that one that takes too long is ended in the server's good way first.
+std::int64_t ReadSeconds(std::chrono::milliseconds longest) {
+  constexpr std::int64_t kWithoutLimit = 60;
+  constexpr std::int64_t kForCancel = 2;
+  return longest.count() == 0 ? kWithoutLimit
+                              : std::chrono::ceil<std::chrono::seconds>(longest).count() + kForCancel;
+}
+
+// "db1", "db1:3307" or "[::1]:3307".
+OdbcHost HostOf(const String& text) {
+  const std::size_t bracket = text.front() == u'[' ? text.find(u']') : String::npos;
+  const std::size_t colon = text.find(u':', bracket == String::npos ? 0 : bracket);
+  OdbcHost host{text.substr(0, colon), colon == String::npos ? String() : text.substr(colon + 1)};
+  if (bracket != String::npos) host.server = text.substr(1, bracket - 1);
+  return host;
+}
+
 }  // namespace
 
 OdbcServer ServerOf(const String& dialect, const String& serverName, const String& driverFile) {
@@ -123,19 +145,21 @@ EngineStatement AsItStands(const String& sql, const varnel::host::StatementParam
   return statement;
 }
 
-std::u16string DriverKeys(const String& driver, const ConnectionString& connection) {
+std::u16string DriverKeys(const String& driver, const ConnectionString& connection,
+                          std::chrono::milliseconds longest) {
   std::u16string keys;
   const auto add = [&](StringView key, StringView value) {
     if (connection.Get(key).empty()) keys.append(key).append(u"=").append(value).append(u";");
   };
-  const std::u16string upper = UpperAscii(driver);
-  if (upper.find(u"MARIADB") != String::npos || upper.find(u"MAODBC") != String::npos) {
+  if (IsMariadbDriver(driver)) {
     add(u"CHARSET", u"utf8mb4");
     add(u"OPTION", u"2");  // the rows that an UPDATE finds are counted, not only those that it changes
-    // A server whose machine is gone is noticed, and a call ends that nothing else can end.
-    add(u"READ_TIMEOUT", u"60");
-    add(u"WRITE_TIMEOUT", u"60");
+    // A server that hangs is noticed, and a call ends that nothing else can end.
+    const String seconds = varnel::FromUtf8(std::to_string(ReadSeconds(longest)));
+    add(u"READ_TIMEOUT", seconds);
+    add(u"WRITE_TIMEOUT", seconds);
   }
+  const std::u16string upper = UpperAscii(driver);
   if (upper.find(u"POSTGRESQL") != String::npos || upper.find(u"PSQLODBC") != String::npos) {
     add(u"BoolsAsChar", u"0");
     add(u"TextAsLongVarchar", u"1");
@@ -149,6 +173,19 @@ std::u16string DriverKeys(const String& driver, const ConnectionString& connecti
     if (varnel::EqualsNoCase(connection.Get(u"Mode"), u"Read")) add(u"NoCreat", u"1");
   }
   return keys;
+}
+
+std::vector<OdbcHost> HostsOf(const ConnectionString& connection) {
+  const String servers = connection.Get(u"Server");
+  if (!IsMariadbDriver(connection.Get(u"Driver")) || servers.find(u',') == String::npos) return {};
+  std::vector<OdbcHost> hosts;
+  for (std::size_t begin = 0; begin <= servers.size();) {
+    const std::size_t end = std::min(servers.find(u',', begin), servers.size());
+    const String host = varnel::TrimLeft(varnel::TrimRight(servers.substr(begin, end - begin)));
+    if (!host.empty()) hosts.push_back(HostOf(host));
+    begin = end + 1;
+  }
+  return hosts;
 }
 
 std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const EngineLimits& limits) {

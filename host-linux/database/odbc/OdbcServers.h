@@ -30,8 +30,17 @@ EngineStatement AsItStands(const varnel::String& sql, const varnel::host::Statem
 // True for a driver by whose name it may be guessed that it has no wide functions.
 bool IsNarrow(const varnel::String& driver);
 
-// What the driver is told beside the connection string's own keys.
-std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection);
+// What the driver is told beside the connection string's own keys. `longest`: what any call may take; 0: none.
+std::u16string DriverKeys(const varnel::String& driver, const ConnectionString& connection,
+                          std::chrono::milliseconds longest);
+
+struct OdbcHost {
+  varnel::String server;
+  varnel::String port;  // empty: as the connection string says
+};
+// The hosts among which a driver would choose: "db1,db2:3307,[::1]:3308". Empty where the connection string names one, or the
+// driver knows no such list.
+std::vector<OdbcHost> HostsOf(const ConnectionString& connection);
 
 // Sets a session, so that a doubled quote is the only escape in a literal, and, where `readsOnly`, that nothing is changed.
 std::vector<std::string> SettingsOf(OdbcServer server, bool readsOnly, const EngineLimits& limits);

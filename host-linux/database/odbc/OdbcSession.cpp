@@ -77,7 +77,8 @@ OdbcSession::OdbcSession(const OdbcAccess& access, const OpenOptions& options)
       m_timeLeft(options.timeLeft),
       m_readsOnly(access.readsOnly),
       m_keepsCounts(access.keepsCounts),
-      m_connection({access.text, access.readsOnly, DeadlineIn(options.timeout), access.isNarrow}),
+      m_connection(
+          {access.text, access.readsOnly, DeadlineIn(options.timeout), access.isNarrow, access.patience}),
       m_server(ServerOf(access.dialect, m_connection.ServerName(), m_connection.DriverName())),
       m_facts(m_connection),
       m_counts(kMaxCounts) {

@@ -21,6 +21,8 @@ struct OdbcAccess {
   bool isNarrow = false;  // the driver seems to have no wide functions
   PageReads reads = PageReads::InArms;
   std::chrono::milliseconds keepsCounts{0};  // how long a number of rows counts as true; 0: not at all
+  std::chrono::milliseconds patience{
+      0};  // with a server that is silent at the opening; 0: all the time there is
 };
 
 class OdbcSession : public ISession {

@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <future>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -25,9 +27,10 @@ class OdbcTimeLimit {
   void SetDeadline(Deadline deadline);
   bool IsOver() const { return m_deadline && Clock::now() >= *m_deadline; }
 
-  // `statement` is busy from here on: it is cancelled at the deadline.
-  void Watch(SQLHSTMT statement);
-  // It isn't any more. True if it was cancelled.
+  // `statement` is busy from here on: it is cancelled at the deadline. `owner` keeps it, also while a server that hangs keeps who
+  // cancels.
+  void Watch(SQLHSTMT statement, std::shared_ptr<const void> owner);
+  // It isn't any more. True if it was cancelled; the server has been told then, unless it hangs.
   bool Unwatch();
 
  private:
@@ -37,6 +40,8 @@ class OdbcTimeLimit {
   std::condition_variable m_changed;
   Deadline m_deadline;
   SQLHSTMT m_watched = SQL_NULL_HSTMT;
+  std::shared_ptr<const void> m_owner;
+  std::future<void> m_cancel;  // that is on its way to the server
   Clock::time_point m_wakesAt = Clock::time_point::max();
   bool m_isCancelled = false;
   bool m_ends = false;

@@ -2,8 +2,12 @@
 
 #include <poll.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
+#include <future>
+#include <thread>
 
 #include "host-linux/database/postgresql/PostgresqlErrors.h"
 
@@ -12,6 +16,73 @@ namespace {
 
 // For the server's word that it has stopped.
 constexpr std::chrono::seconds kForCancel{2};
+
+// What one of several hosts may take to answer, at most; a network has none of its answers take longer.
+constexpr std::chrono::milliseconds kMostPatience{2000};
+constexpr std::chrono::milliseconds kEndless{0};
+// Threads that wait for servers which hang. With so many of them a statement's end isn't asked for any more.
+constexpr int kMostCancels = 8;
+std::atomic<int> g_cancels = 0;
+
+std::string* Find(PostgresqlConnection::Options& options, std::string_view keyword) {
+  const auto found =
+      std::find_if(options.begin(), options.end(), [&](const auto& each) { return each.first == keyword; });
+  return found == options.end() ? nullptr : &found->second;
+}
+
+std::vector<std::string> Split(const std::string& text) {
+  std::vector<std::string> parts(1);
+  for (const char c : text) c == ',' ? parts.emplace_back().clear() : parts.back().push_back(c);
+  return parts;
+}
+
+std::string Join(const std::vector<std::string>& parts) {
+  std::string text;
+  for (const std::string& part : parts) text += (&part == parts.data() ? "" : ",") + part;
+  return text;
+}
+
+std::size_t HostsOf(PostgresqlConnection::Options& options) {
+  const std::string* hosts = Find(options, "host");
+  return hosts == nullptr ? 1 : Split(*hosts).size();
+}
+
+// Takes a host out, by name and port; the first one should none be it. At least one is left.
+void RemoveHost(PostgresqlConnection::Options& io_options, std::string_view host, std::string_view port) {
+  std::string* const allHosts = Find(io_options, "host");
+  std::string* const allPorts = Find(io_options, "port");
+  std::vector<std::string> hosts = Split(*allHosts);
+  std::vector<std::string> ports = Split(allPorts == nullptr ? std::string() : *allPorts);
+  const bool haveOwnPorts = ports.size() == hosts.size();
+  std::size_t gone = 0;
+  for (std::size_t i = 0; i < hosts.size(); ++i) {
+    if (hosts[i] == host && (!haveOwnPorts || ports[i].empty() || ports[i] == port)) {
+      gone = i;
+      break;
+    }
+  }
+  hosts.erase(hosts.begin() + static_cast<std::ptrdiff_t>(gone));
+  *allHosts = Join(hosts);
+  if (!haveOwnPorts) return;
+  ports.erase(ports.begin() + static_cast<std::ptrdiff_t>(gone));
+  *allPorts = Join(ports);
+}
+
+// libpq waits for the server's word as long as it takes, which is for ever where the server hangs.
+bool CancelWithin(const PGconn* connection, std::chrono::milliseconds time) {
+  const bool hasPlace = ++g_cancels <= kMostCancels;
+  std::shared_ptr<void> place(nullptr, [](void*) { --g_cancels; });
+  if (!hasPlace) return false;
+  std::shared_ptr<PGcancel> cancel(PQgetCancel(const_cast<PGconn*>(connection)), &PQfreeCancel);
+  if (cancel == nullptr) return false;
+  std::promise<bool> answer;
+  std::future<bool> isSent = answer.get_future();
+  std::thread([cancel, place, answer = std::move(answer)]() mutable {
+    char message[256];
+    answer.set_value(PQcancel(cancel.get(), message, sizeof message) != 0);
+  }).detach();
+  return isSent.wait_for(time) == std::future_status::ready && isSent.get();
+}
 
 // The values of a statement as libpq wants them. Numbers go as text: the server knows from the statement what they are.
 class SentValues {
@@ -71,7 +142,25 @@ PostgresqlConnection::PostgresqlConnection(const Options& options, Deadline dead
       m_connection.get(), [](void*, const char*) {}, nullptr);
 }
 
+// One host may hang while others answer, and libpq would wait for it all the time that there is.
 void PostgresqlConnection::Open(const Options& options) {
+  Options left = options;
+  while (true) {
+    const std::size_t count = HostsOf(left);
+    if (TryOpen(left, count > 1 ? PatienceWith(count) : kEndless)) return;
+    RemoveHost(left, PQhost(m_connection.get()), PQport(m_connection.get()));
+  }
+}
+
+// The time that a host has for each of its answers, so that all get their turn.
+std::chrono::milliseconds PostgresqlConnection::PatienceWith(std::size_t hosts) const {
+  if (!m_deadline) return kMostPatience;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_deadline - Clock::now());
+  return std::clamp(left / static_cast<int>(hosts + 1), std::chrono::milliseconds(1), kMostPatience);
+}
+
+// False where the host whose turn it is keeps silent.
+bool PostgresqlConnection::TryOpen(const Options& options, std::chrono::milliseconds patience) {
   std::vector<const char*> keywords;
   std::vector<const char*> values;
   for (const auto& [keyword, value] : options) {
@@ -86,22 +175,33 @@ void PostgresqlConnection::Open(const Options& options) {
   for (PostgresPollingStatusType state = PGRES_POLLING_WRITING; state != PGRES_POLLING_OK;
        state = PQconnectPoll(m_connection.get())) {
     if (state == PGRES_POLLING_FAILED) RaiseConnection(m_connection.get());
-    Await(state == PGRES_POLLING_READING ? POLLIN : POLLOUT);
+    const short events = state == PGRES_POLLING_READING ? POLLIN : POLLOUT;
+    const Clock::time_point end = Clock::now() + patience;
+    if (patience == kEndless || (m_deadline && *m_deadline < end))
+      Await(events);
+    else if (!AwaitUntil(events, end))
+      return false;
   }
+  return true;
 }
 
 // Waits for the socket. Past the deadline the connection is lost, unless somebody catches up with it.
 void PostgresqlConnection::Await(short events) {
+  if (!AwaitUntil(events, m_deadline)) RaiseLate();
+}
+
+// False at the end, before anything is there.
+bool PostgresqlConnection::AwaitUntil(short events, Deadline end) {
   while (true) {
     int wait = -1;
-    if (m_deadline) {
-      const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_deadline - Clock::now());
-      if (left.count() <= 0) RaiseLate();
+    if (end) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now());
+      if (left.count() <= 0) return false;
       wait = static_cast<int>(left.count());
     }
     pollfd socket{PQsocket(m_connection.get()), events, 0};
     const int ready = poll(&socket, 1, wait);
-    if (ready > 0) return;
+    if (ready > 0) return true;
     if (ready < 0 && errno != EINTR) {
       m_isLost = true;
       RaisePostgresql(provider_error::kFail, u"The connection to the database server is lost.", u"08006");
@@ -142,10 +242,11 @@ void PostgresqlConnection::AwaitAnswer() {
 }
 
 void PostgresqlConnection::Cancel() noexcept {
-  const std::unique_ptr<PGcancel, decltype(&PQfreeCancel)> cancel(PQgetCancel(m_connection.get()),
-                                                                  &PQfreeCancel);
-  char message[256];
-  if (cancel == nullptr || PQcancel(cancel.get(), message, sizeof message) == 0) m_isLost = true;
+  try {
+    if (!CancelWithin(m_connection.get(), kForCancel)) m_isLost = true;
+  } catch (const std::exception&) {  // no thread to be had
+    m_isLost = true;
+  }
 }
 
 // What is still to come is thrown away, as far as it comes soon.

@@ -28,6 +28,7 @@ class PostgresqlConnection {
   using Options = std::vector<std::pair<std::string, std::string>>;  // libpq's keywords
   using Deadline = std::optional<Clock::time_point>;
 
+  // Of several hosts the first one that answers and that is of the kind which `options` ask for; one that is silent is left out.
   PostgresqlConnection(const Options& options, Deadline deadline);
 
   // For the calls from now on; none: they take as long as they take. A call that comes to it is cancelled on the server.
@@ -59,7 +60,10 @@ class PostgresqlConnection {
 
  private:
   void Open(const Options& options);
+  std::chrono::milliseconds PatienceWith(std::size_t hosts) const;
+  bool TryOpen(const Options& options, std::chrono::milliseconds patience);
   void Await(short events);
+  bool AwaitUntil(short events, Deadline end);
   void AwaitAnswer();
   [[noreturn]] void RaiseLate() const;
   void Send(int sent);

@@ -5,8 +5,9 @@ namespace {
 
 using varnel::Long;
 using varnel::String;
+using varnel::StringView;
 
-constexpr varnel::StringView kSource = u"Varnel PostgreSQL";
+constexpr StringView kSource = u"Varnel PostgreSQL";
 
 Long NumberOf(std::string_view state) {
   if (state.starts_with("23")) return provider_error::kIntegrity;
@@ -30,6 +31,21 @@ std::string StateOf(const std::string& state) {
 
 String Utf16(const char* text) { return text == nullptr ? String() : varnel::FromUtf8(text); }
 
+// libpq's lines, some of which are indented, as sentences one behind the other.
+String Sentences(const String& text) {
+  String sentences;
+  for (const char16_t c : text + u'\n') {
+    const char16_t last = sentences.empty() ? u' ' : sentences.back();
+    if (c == u'\n' && StringView(u" .?!").find(last) == StringView::npos) sentences += u'.';
+    const bool isGap = c == u'\n' || c == u'\t' || c == u' ';
+    if (!isGap)
+      sentences += c;
+    else if (!sentences.empty() && sentences.back() != u' ')
+      sentences += u' ';
+  }
+  return sentences;
+}
+
 String Trimmed(String text) {
   while (!text.empty() && (text.back() == u'\n' || text.back() == u' ')) text.pop_back();
   return text;
@@ -50,7 +66,7 @@ void RaisePostgresql(const PGresult* result) {
 }
 
 void RaiseConnection(const PGconn* connection) {
-  const String text = Trimmed(Utf16(PQerrorMessage(connection)));
+  const String text = Trimmed(Sentences(Utf16(PQerrorMessage(connection))));
   RaisePostgresql(provider_error::kFail,
                   text.empty() ? String(u"The connection to the database server is lost.") : text, u"08001");
 }

@@ -28,6 +28,10 @@ constexpr std::array<Keyword, 10> kKeywords = {{{u"Server", "host"},
 
 constexpr StringView kSource = u"Varnel PostgreSQL";
 
+bool HasSeveralHosts(const ConnectionString& connection) {
+  return connection.Get(u"Server").find(u',') != String::npos;
+}
+
 }  // namespace
 
 PostgresqlConnection::Options PostgresqlOptions(const ConnectionString& connection, bool readsOnly) {
@@ -36,8 +40,8 @@ PostgresqlConnection::Options PostgresqlOptions(const ConnectionString& connecti
     if (const String value = connection.Get(keyword.ours); !value.empty())
       options.emplace_back(keyword.libpq, varnel::ToUtf8(value));
   }
-  const bool hasSeveral = connection.Get(u"Server").find(u',') != String::npos;
-  if (hasSeveral) options.emplace_back("target_session_attrs", readsOnly ? "prefer-standby" : "read-write");
+  if (HasSeveralHosts(connection))
+    options.emplace_back("target_session_attrs", readsOnly ? "prefer-standby" : "read-write");
   options.emplace_back("client_encoding", "UTF8");
   options.emplace_back("application_name", "varnel");
   // A server whose machine is gone is noticed, also by what cancels a statement.
@@ -60,6 +64,7 @@ std::unique_ptr<PostgresqlSession> OpenPostgresql(const ConnectionString& connec
   PostgresqlAccess access;
   access.readsOnly = ReadsOnly(connection, options.readOnly, kSource);
   access.options = PostgresqlOptions(connection, access.readsOnly);
+  access.prefersStandby = access.readsOnly && HasSeveralHosts(connection);
   access.keepsCounts = KeepsCounts(connection, kSource);
   if (varnel::EqualsNoCase(connection.Get(u"PageReads"), u"AsWritten")) access.reads = PageReads::AsWritten;
   return std::make_unique<PostgresqlSession>(access, options);

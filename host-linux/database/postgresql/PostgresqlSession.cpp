@@ -23,6 +23,8 @@ constexpr std::size_t kLongestCountKey = 4000;
 constexpr std::chrono::seconds kKeepsFacts{60};
 // Before a failure is taken for theirs. Who sends nonsense doesn't have them asked more often.
 constexpr std::chrono::seconds kFreshFacts{1};
+// A connection that reads from a primary for want of a replica looks for one again.
+constexpr std::chrono::seconds kKeepsPrimary{60};
 constexpr milliseconds kForRollback{2000};
 constexpr std::size_t kAllRows = static_cast<std::size_t>(-1);
 
@@ -91,6 +93,7 @@ PostgresqlSession::PostgresqlSession(const PostgresqlAccess& access, const OpenO
     : m_limits(options.limits),
       m_timeLeft(options.timeLeft),
       m_readsOnly(access.readsOnly),
+      m_prefersStandby(access.prefersStandby),
       m_keepsCounts(access.keepsCounts),
       m_connection(access.options, DeadlineIn(options.timeout)),
       m_facts(m_connection, [this](const std::function<void()>& action) { return Tries(action); }),
@@ -427,6 +430,12 @@ void PostgresqlSession::Commit() {
 
 void PostgresqlSession::Rollback() {
   Within(milliseconds(0), [&] { m_connection.Execute("ROLLBACK"); });
+}
+
+bool PostgresqlSession::IsCurrent() {
+  if (!m_connection.IsAlive()) return false;
+  const bool isAtPrimary = m_prefersStandby && m_connection.Setting("in_hot_standby") == "off";
+  return !isAtPrimary || Clock::now() < m_openedAt + kKeepsPrimary;
 }
 
 bool PostgresqlSession::Recycle() {

@@ -15,6 +15,7 @@ namespace hostlinux {
 struct PostgresqlAccess {
   PostgresqlConnection::Options options;
   bool readsOnly = false;
+  bool prefersStandby = false;  // of several hosts
   PageReads reads = PageReads::InArms;
   std::chrono::milliseconds keepsCounts{0};  // how long a number of rows counts as true; 0: not at all
 };
@@ -35,7 +36,8 @@ class PostgresqlSession : public ISession {
   void Rollback() override;
   // False after statements that leave something behind on the server: settings, temporary tables, locks, cursors.
   bool Recycle() override;
-  bool IsCurrent() override { return m_connection.IsAlive(); }
+  // False too where a replica that was gone may be there again.
+  bool IsCurrent() override;
 
   // For PostgresqlReader. Adds rows of the statement that was started: false after the last one.
   struct Batch {
@@ -95,6 +97,8 @@ class PostgresqlSession : public ISession {
   const EngineLimits m_limits;
   const TimeLeft m_timeLeft;
   const bool m_readsOnly;
+  const bool m_prefersStandby;
+  const PostgresqlConnection::Clock::time_point m_openedAt = PostgresqlConnection::Clock::now();
   const std::chrono::milliseconds m_keepsCounts;
   PostgresqlConnection m_connection;
   PostgresqlFacts m_facts;

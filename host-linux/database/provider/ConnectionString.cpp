@@ -61,4 +61,10 @@ String ConnectionString::Get(StringView key) const {
   return {};
 }
 
+ConnectionString ConnectionString::With(const String& key, const String& value) const {
+  ConnectionString connection = *this;
+  connection.m_pairs.emplace_back(key, value);
+  return connection;
+}
+
 }  // namespace hostlinux

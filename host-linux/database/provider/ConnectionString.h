@@ -19,6 +19,8 @@ class ConnectionString {
 
   // The value of `key`, or the empty text.
   varnel::String Get(varnel::StringView key) const;
+  // The same with another value of `key`.
+  ConnectionString With(const varnel::String& key, const varnel::String& value) const;
   bool IsEmpty() const { return m_pairs.empty(); }
   // In the order of the text.
   const std::vector<std::pair<varnel::String, varnel::String>>& Pairs() const { return m_pairs; }

@@ -124,6 +124,7 @@ struct OpenOptions {
   std::filesystem::path folder;          // where relative file names begin
   bool readOnly = false;                 // may also come from the connection string
   std::chrono::milliseconds timeout{0};  // for opening; 0: none
+  std::chrono::milliseconds longest{0};  // that any call of the session may take; 0: none
   EngineLimits limits;
   TimeLeft timeLeft;  // bounds every call of the session, with its waits for locks; may be empty
 };

@@ -1,0 +1,1 @@
+<%@ EnableSessionState=False %>hello
