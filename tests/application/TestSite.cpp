@@ -3,9 +3,11 @@
 #include <sqlite3.h>
 #include <stdlib.h>
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace hosttest {
 
@@ -74,6 +76,16 @@ std::string TestSite::Read(const std::string& name) const {
   std::ostringstream content;
   content << file.rdbuf();
   return content.str();
+}
+
+std::string TestSite::LogWith(const std::string& text) const {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  std::string log = Read("site.log");
+  while (log.find(text) == std::string::npos && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    log = Read("site.log");
+  }
+  return log;
 }
 
 void TestSite::RunSql(const std::string& sql, const std::string& name) const {

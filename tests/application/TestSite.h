@@ -26,6 +26,9 @@ class TestSite {
 
   std::string Read(const std::string& name) const;
 
+  // The log once `text` is in it, or as it is after 20 seconds: a server writes it beside its answers.
+  std::string LogWith(const std::string& text) const;
+
   // Runs SQL texts on the SQLite file `name` of the site.
   void RunSql(const std::string& sql, const std::string& name = "demo.db") const;
 

@@ -89,17 +89,6 @@ class DatabaseFaultsTest : public testing::Test {
     return Get("write.asp?file=" + file + "&sql=" + Escaped(sql));
   }
 
-  // The log once it bears `entry`: the server writes it beside the requests.
-  std::string LogWith(const std::string& entry) const {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    std::string log = m_site.Read("site.log");
-    while (log.find(entry) == std::string::npos && std::chrono::steady_clock::now() < end) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      log = m_site.Read("site.log");
-    }
-    return log;
-  }
-
   // The request fails with that text and one entry in the log, and the next one is served.
   void ExpectFailure(const Answer& answer, const std::string& text) const {
     EXPECT_EQ(answer.status, 500);
@@ -109,7 +98,7 @@ class DatabaseFaultsTest : public testing::Test {
     const std::string id = answer.body.substr(answer.body.find(mark) + mark.size(), 16);
     EXPECT_EQ(Get("index.asp").body, "hello");
     const std::string entry = " error [" + id + "] ";
-    const std::string log = LogWith(entry);
+    const std::string log = m_site.LogWith(entry);
     EXPECT_NE(log.find(entry), std::string::npos) << log;
     EXPECT_EQ(log.find(entry), log.rfind(entry)) << log;
   }

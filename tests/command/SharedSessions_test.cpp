@@ -179,7 +179,7 @@ TEST_F(SharedSessionsTest, ServerThatIsMissingAtTheStartIsTakenWhenItComes) {
   const ServingProgram program(m_site.Folder());
   EXPECT_EQ(Ask(program, "plain.asp").body, "no session");
   EXPECT_EQ(Ask(program, "count.asp").status, 503);
-  EXPECT_THAT(m_site.Read("site.log"), HasSubstr("can't be asked: Connection refused"));
+  EXPECT_THAT(m_site.LogWith("can't be asked"), HasSubstr("can't be asked: Connection refused"));
   m_redis->Start();
   for (int tries = 0; tries < 500 && m_cookie.empty(); ++tries) {
     Count(program);
@@ -201,7 +201,7 @@ TEST_F(SharedSessionsTest, FullServerIsToldByThePagesThatWrite) {
   EXPECT_EQ(newcomer.headers.Find("Set-Cookie"), nullptr);
   m_redis->Tell({"CONFIG", "SET", "maxmemory", "0"});
   EXPECT_EQ(Count(program), "2");
-  EXPECT_THAT(m_site.Read("site.log"), ContainsRegex("error \\[[0-9a-f]+\\] .*refuses it: OOM"));
+  EXPECT_THAT(m_site.LogWith("refuses it: OOM"), ContainsRegex("error \\[[0-9a-f]+\\] .*refuses it: OOM"));
 }
 
 TEST_F(SharedSessionsTest, ServerThatHangsHoldsUpNobodyElse) {
