@@ -22,14 +22,26 @@ if(VARNEL_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# Sanitized programs are large; this linker takes a third of the time.
+# scripts/build-tuned builds twice in one folder: what "count" notes beside its objects while it runs tells "use", which also
+# optimises over the borders of files, what is done often. What the training left out is built as ever.
+set(VARNEL_TUNING "" CACHE STRING "\"count\" or \"use\", by scripts/build-tuned")
+if(VARNEL_TUNING STREQUAL "count")
+  add_compile_options(-fprofile-generate -fprofile-update=atomic)
+  add_link_options(-fprofile-generate)
+elseif(VARNEL_TUNING STREQUAL "use")
+  set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
+  add_compile_options(-fprofile-use -fprofile-partial-training -Wno-missing-profile)
+endif()
+
+# Sanitized programs are large; this linker takes a third of the time. It doesn't know the objects of g++ that are optimised later.
 find_program(VARNEL_LLD ld.lld)
-if(VARNEL_LLD AND NOT WIN32)
+if(VARNEL_LLD AND NOT WIN32 AND NOT VARNEL_TUNING)
   add_link_options(-fuse-ld=lld)
 endif()
 
+# Takes no account of what the training noted.
 find_program(VARNEL_CCACHE ccache)
-if(VARNEL_CCACHE)
+if(VARNEL_CCACHE AND NOT VARNEL_TUNING)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${VARNEL_CCACHE})
 endif()
 
