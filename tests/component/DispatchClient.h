@@ -74,6 +74,7 @@ class Client {
 
   HRESULT Ids(std::vector<String> names, std::vector<DISPID>& ids) const {
     std::vector<OLECHAR*> units;
+    units.reserve(names.size());
     for (String& name : names) units.push_back(name.data());
     ids.assign(names.size(), 77);
     return m_object->GetIDsOfNames(kNoId, units.data(), static_cast<UINT>(units.size()), 0, ids.data());
