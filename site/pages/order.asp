@@ -12,7 +12,7 @@ function productList(title, where) {
   var list = page.List(title, "SELECT P.PRODUCTID, P.PARTNUMBER, P.PRODUCTDESCRIPTION, P.CLASSCODE FROM PRODUCT P" + where, "P.PRODUCTID");
   list.Column("P.PARTNUMBER", page.I18N("ShopPartNumber"));
   list.Column("P.PRODUCTDESCRIPTION", page.I18N("ShopName")).Link("product.asp", "PRODUCTID", "product");
-  list.Column("P.CLASSCODE", page.I18N("ShopCatalogue"));
+  list.Column("P.CLASSCODE", page.I18N("ShopCatalogue")).Sortable(false);
   list.Sort("P.PRODUCTDESCRIPTION");
   list.Locale(visitorLanguage().lcid);
   return list;
