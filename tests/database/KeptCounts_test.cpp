@@ -69,6 +69,7 @@ TEST_F(KeptCounts, SoDoesTheOneOfAWholeTable) {
 
 // A table of the connection alone goes before one of the file.
 TEST_F(KeptCounts, ATableOfTheConnectionIsCountedAgain) {
+  EXPECT_EQ(3, Count(u"SELECT COUNT(*) FROM t"));
   Run(u"CREATE TEMP TABLE t (id INT)");
   EXPECT_EQ(0, Count(u"SELECT COUNT(*) FROM t"));
   Count(u"SELECT COUNT(*) FROM t");
