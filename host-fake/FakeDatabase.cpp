@@ -103,6 +103,15 @@ void FakeConnection::SetCommandTimeout(Long seconds) { Tell(u"CommandTimeout " +
 void FakeConnection::SetCursorLocation(Long location) { Tell(u"CursorLocation " + DecimalText(location)); }
 void FakeConnection::SetIsolationLevel(Long level) { Tell(u"IsolationLevel " + DecimalText(level)); }
 
+const String* FakeConnection::KeptText(const String& key) {
+  const auto found = m_database->m_texts.find(key);
+  return found == m_database->m_texts.end() ? nullptr : &found->second;
+}
+
+void FakeConnection::KeepText(const String& key, const String& text) {
+  if (m_database->m_keepsTexts) m_database->m_texts[key] = text;
+}
+
 void FakeConnection::Fail(const Fault& fault, const std::vector<ProviderError>& errors) {
   if (!fault) return;
   m_errors = errors;

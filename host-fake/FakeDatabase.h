@@ -9,6 +9,7 @@
 #include "host-fake/Trace.h"
 #include "varnel/automation/Object.h"
 #include "varnel/host/Ado.h"
+#include "varnel/host/KeptTexts.h"
 
 namespace hostfake {
 
@@ -51,6 +52,10 @@ class FakeDatabase {
   // Every read gives at most so many rows.
   void CutReads(std::size_t rows) { m_mostRows = rows; }
   void ClearFaults();
+  // From here on it keeps texts (varnel/host/KeptTexts.h), whatever changes, until somebody forgets them.
+  void KeepTexts() { m_keepsTexts = true; }
+  void ForgetTexts() { m_texts.clear(); }
+  const std::map<varnel::String, varnel::String>& Texts() const { return m_texts; }
 
   // Called before the connection is opened, before a text is run, and with the rows before they are handed
   // over. Each may raise; the last may change the rows.
@@ -86,6 +91,8 @@ class FakeDatabase {
   Switch m_execute;
   Switch m_getRows;
   std::optional<std::size_t> m_mostRows;
+  bool m_keepsTexts = false;
+  std::map<varnel::String, varnel::String> m_texts;
   int m_connections = 0;
   int m_recordsets = 0;
   int m_liveConnections = 0;
@@ -94,7 +101,9 @@ class FakeDatabase {
 
 using FakeDatabasePtr = std::shared_ptr<FakeDatabase>;
 
-class FakeConnection : public varnel::Object, public varnel::host::IConnection {
+class FakeConnection : public varnel::Object,
+                       public varnel::host::IConnection,
+                       public varnel::host::IKeptTexts {
  public:
   explicit FakeConnection(FakeDatabasePtr database);
   ~FakeConnection() override;
@@ -117,6 +126,8 @@ class FakeConnection : public varnel::Object, public varnel::host::IConnection {
                                                             varnel::Long options) override;
   void Close() override;
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors; }
+  const varnel::String* KeptText(const varnel::String& key) override;
+  void KeepText(const varnel::String& key, const varnel::String& text) override;
 
  private:
   friend class FakeRecordset;

@@ -147,6 +147,14 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
+const String* AdoConnection::KeptText(const String& key) {
+  return !IsOpen() || m_database->IsTraced() ? nullptr : m_lease->Session().KeptText(key);
+}
+
+void AdoConnection::KeepText(const String& key, const String& text) {
+  if (IsOpen() && !m_database->IsTraced()) m_lease->Session().KeepText(key, text);
+}
+
 StatementResult AdoConnection::Run(const String& sql, const StatementParameters& parameters,
                                    const StatementOptions& options) {
   return RunWithin(sql, parameters, m_commandTimeout, options);

@@ -4,12 +4,15 @@
 #include "host-linux/database/AdoDatabase.h"
 #include "host-linux/database/AdoErrors.h"
 #include "varnel/automation/Object.h"
+#include "varnel/host/KeptTexts.h"
 
 namespace hostlinux {
 
 class AdoRecordset;
 
-class AdoConnection : public varnel::Object, public varnel::host::IConnection {
+class AdoConnection : public varnel::Object,
+                      public varnel::host::IConnection,
+                      public varnel::host::IKeptTexts {
  public:
   explicit AdoConnection(std::shared_ptr<AdoDatabase> database);
   const varnel::ClassInfo& Class() const override;
@@ -51,6 +54,11 @@ class AdoConnection : public varnel::Object, public varnel::host::IConnection {
   void RollbackTrans();
 
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors->All(); }
+
+  // Nothing is kept where somebody wants to see each statement.
+  const varnel::String* KeptText(const varnel::String& key) override;
+  void KeepText(const varnel::String& key, const varnel::String& text) override;
+
   std::shared_ptr<AdoErrors> ErrorCollection() { return m_errors; }
 
   bool IsOpen() const { return m_lease != nullptr && m_lease->IsOpen(); }

@@ -87,6 +87,9 @@ class AdoDatabase : public std::enable_shared_from_this<AdoDatabase> {
   // Ends what this thread has in use: the request that took it is over, whatever still refers to it.
   void EndRequest();
 
+  // True if somebody wants to see each statement.
+  bool IsTraced() const { return m_trace != nullptr; }
+
   // Sessions that wait, of all threads.
   std::size_t WaitingSessions() const;
 

@@ -80,6 +80,18 @@ void ListGuard::CheckColumns(const StateInUse& use) {
   }
 }
 
+// All guards of a process have the same keys.
+String ListGuard::Basis() const {
+  String basis;
+  const auto add = [&](const String& text) {
+    basis += varnel::DecimalText(static_cast<std::int64_t>(text.size())) + u":" + text;
+  };
+  for (const std::string& file : m_files) add(varnel::FromUtf8(file));
+  basis += u";";
+  for (const String& sort : m_allowedSorts) add(sort);
+  return basis;
+}
+
 void ListGuard::Refuse(const String& reason) {
   if (!m_refusal) m_refusal = varnel::ToUtf8(reason);
   if (m_options.endPage) m_options.endPage();

@@ -31,6 +31,7 @@ class ListGuard : public varnel::host::IStateGuard {
   void Admit(const varnel::host::StateInUse& use) override;
   void AcceptStatesOf(const varnel::String& file) override;
   void AllowSort(const varnel::String& sort) override { m_allowedSorts.push_back(sort); }
+  varnel::String Basis() const override;
   [[noreturn]] void Refuse(const varnel::String& reason) override;
 
   // Why the page was ended; nothing if it wasn't.

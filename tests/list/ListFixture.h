@@ -29,6 +29,7 @@ class NotingListGuard : public host::IStateGuard {
   }
   void AcceptStatesOf(const String&) override {}
   void AllowSort(const String&) override {}
+  String Basis() const override { return {}; }
   [[noreturn]] void Refuse(const String& reason) override {
     refused.push_back(reason);
     throw PageEnded();

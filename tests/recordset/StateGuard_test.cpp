@@ -34,6 +34,7 @@ class NotingGuard : public host::IStateGuard {
   }
   void AcceptStatesOf(const String& file) override { accepted.push_back(file); }
   void AllowSort(const String& text) override { allowed.push_back(text); }
+  String Basis() const override { return {}; }
   [[noreturn]] void Refuse(const String& reason) override {
     refused.push_back(reason);
     throw PageEnded();

@@ -245,17 +245,21 @@ void AppendBytes(std::string& target, char32_t code) {
 }
 
 // How many characters from `from` on are ASCII: the most of nearly all texts, copied in one go. They are
-// looked at in blocks, whose units are judged together.
+// looked at in blocks, whose units are judged together, as whole words of the machine.
 constexpr std::size_t kAsciiBlock = 16;
 
 template <typename Text>
 std::size_t AsciiLength(const Text& text, std::size_t from) {
   using Unit = std::make_unsigned_t<typename Text::value_type>;
+  constexpr std::size_t kWords = kAsciiBlock * sizeof(Unit) / sizeof(std::uint64_t);
+  constexpr std::uint64_t kBeyond = sizeof(Unit) == 1 ? 0x8080808080808080 : 0xFF80FF80FF80FF80;
   std::size_t end = from;
   for (; end + kAsciiBlock <= text.size(); end += kAsciiBlock) {
-    Unit bits = 0;
-    for (std::size_t i = 0; i < kAsciiBlock; ++i) bits |= static_cast<Unit>(text[end + i]);
-    if (bits >= 0x80) break;
+    std::array<std::uint64_t, kWords> words;
+    std::memcpy(words.data(), text.data() + end, sizeof(words));
+    std::uint64_t bits = 0;
+    for (const std::uint64_t word : words) bits |= word;
+    if ((bits & kBeyond) != 0) break;
   }
   while (end < text.size() && static_cast<Unit>(text[end]) < 0x80) ++end;
   return end - from;

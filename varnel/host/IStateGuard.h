@@ -36,6 +36,9 @@ class IStateGuard {
   // Every recordset of the request may be sorted by exactly this text.
   virtual void AllowSort(const String& sort) = 0;
 
+  // Two requests whose guards give the same text here admit the same states, and let the same ones leave in the same form.
+  virtual String Basis() const = 0;
+
   // Ends the page, which is answered as a bad request: throws PageEnded. `reason` is for the log.
   [[noreturn]] virtual void Refuse(const String& reason) = 0;
 };

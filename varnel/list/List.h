@@ -114,6 +114,9 @@ class List : public Object, public IList, private ListFields {
   std::shared_ptr<const ListPage> PageOf(const ListChoice& choice, const ListSource& source) const;
   String UrlOf(const ListAddress& address, const ListChoice& choice, const ListPosition& position,
                const String& as) const;
+  String PageUrl(const String& file) const;
+  // List_Kept.cpp: what the markup for this request depends on besides the database; nothing where that can't be said.
+  std::optional<String> MarkupKey() const;
   String AskedFor() const;
   String Markup(const ListChoice& choice, const ListSource& source, const ListAddress& address);
   void AnswerJson(const ListChoice& choice, const ListSource& source, const ListAddress& address) const;

@@ -15,6 +15,7 @@ class ListWords {
 
   StringView operator[](ListWord word) const;
   Long Language() const { return m_lcid; }
+  const std::map<ListWord, String>& Own() const { return m_own; }
 
  private:
   Long m_lcid = 1033;

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "varnel/automation/Convert.h"
+#include "varnel/list/KeptMarkup.h"
 #include "varnel/list/List.h"
 #include "varnel/list/ListQuery.h"
 #include "varnel/recordset/Required.h"
@@ -159,16 +160,17 @@ String List::Markup(const ListChoice& choice, const ListSource& source, const Li
   const auto url = [&](const ListChoice& chosen, const ListPosition& at) {
     return UrlOf(address, chosen, at, u"");
   };
-  const auto pageUrl = [&](const String& file) {
-    const String none;
-    return m_oPage->URL(file, none, none, none, none, none, none, none, none, none, none, none, none);
-  };
   ListFormat format(m_Words.Language());
   const std::vector<SortField> sort = SortOf(m_Declared, choice);
   return WriteListMarkup({m_sTitle, m_Declared, choice, page, ways, address, m_Words, format, sort,
                           m_vActions, m_vExports, m_vActions.empty() ? String() : m_oContext->FormFields(),
                           url, [this](const ListPosition& at) { return Leaving(at); }, PositionText(),
-                          pageUrl});
+                          [this](const String& file) { return PageUrl(file); }});
+}
+
+String List::PageUrl(const String& file) const {
+  const String none;
+  return m_oPage->URL(file, none, none, none, none, none, none, none, none, none, none, none, none);
 }
 
 // What the request wants in place of the markup: "page", a kind of file, or nothing.
@@ -257,12 +259,18 @@ void List::AnswerFile(ListFileKind kind, const ListSource& source) const {
 void List::WriteInto(host::IResponse& response) {
   RequireBound();
   if (m_Declared.columns.empty()) RaiseRuntimeError(runtime_error::kInvalidArgument, u"a list has a column");
+  KeptMarkup markup(m_oConnection, MarkupKey());
+  if (const String* kept = markup.Find()) return response.Write(*kept);
   const host::IRequestCollection& query = m_oRequest->QueryString();
   const ListChoice choice = Chosen();
   const ListSource source = SourceFor(choice);
   const ListAddress address(m_Declared.name, ToText(m_oRequest->ServerVariables().Value(u"URL")), query);
   const String as = AskedFor();
-  if (as.empty()) return response.Write(Markup(choice, source, address));
+  if (as.empty()) {
+    const String text = Markup(choice, source, address);
+    markup.Keep(text);
+    return response.Write(text);
+  }
   if (as == u"page") return AnswerJson(choice, source, address);
   AnswerFile(*FileKindNamed(as), source);
 }

@@ -103,7 +103,10 @@ void SqliteGuard::Note(int action, const char* first, const char* second, std::s
   if (action == SQLITE_READ) {
     // None is named for a table of which no column is read.
     if (!schema.empty() && schema != "main") m_notes.isSteady = false;
-    m_notes.tables.push_back(Lower(first));
+    std::string name = Lower(first);
+    const bool isNoted =
+        std::find(m_notes.tables.begin(), m_notes.tables.end(), name) != m_notes.tables.end();
+    if (!isNoted) m_notes.tables.push_back(std::move(name));
   }
   const bool changes = ChangesSchema(action);
   m_changedSchema = m_changedSchema || changes;

@@ -22,6 +22,22 @@ PageReads ReadsOf(const varnel::String& text) {
   return varnel::EqualsNoCase(text, u"AsWritten") ? PageReads::AsWritten : PageReads::InArms;
 }
 
+constexpr std::size_t kUsuallyKept = 100;
+constexpr std::size_t kMostKept = 10000;
+
+// How many lists are kept.
+std::size_t KeptListsOf(const varnel::String& text) {
+  if (text.empty()) return kUsuallyKept;
+  std::size_t count = 0;
+  for (const char16_t digit : text) {
+    if (digit < u'0' || digit > u'9' || count > kMostKept)
+      RaiseSqlite(provider_error::kFail, u"KeptLists is a number from 0 to 10000, not '" + text + u"'.",
+                  u"08001");
+    count = count * 10 + (digit - u'0');
+  }
+  return std::min(count, kMostKept);
+}
+
 // Names with commas between.
 std::vector<std::string> NamesOf(const varnel::String& text) {
   std::vector<std::string> names;
@@ -47,7 +63,8 @@ std::unique_ptr<ISession> SqliteProvider::Open(const ConnectionString& connectio
   return std::make_unique<SqliteSession>(
       source == u":memory:" ? file : options.folder / file,
       SqliteAccess{ModeOf(connection.Get(u"Mode"), options.readOnly), NamesOf(connection.Get(u"Tables")),
-                   NamesOf(connection.Get(u"Functions")), ReadsOf(connection.Get(u"PageReads"))},
+                   NamesOf(connection.Get(u"Functions")), ReadsOf(connection.Get(u"PageReads")),
+                   KeptListsOf(connection.Get(u"KeptLists"))},
       options);
 }
 

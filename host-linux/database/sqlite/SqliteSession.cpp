@@ -144,6 +144,7 @@ SqliteSession::SqliteSession(const std::filesystem::path& file, const SqliteAcce
       m_guard(access.tables, access.functions, access.mode == SqliteMode::Read),
       m_statements(kMaxStatements),
       m_counts(kMaxCounts),
+      m_texts(access.keptLists),
       m_dialect(*this, access.reads) {
   const bool inMemory = file == ":memory:";
   if (access.mode != SqliteMode::Create && !inMemory && !std::filesystem::exists(file)) {
@@ -430,7 +431,7 @@ StatementResult SqliteSession::RunCount(const String& sql, const StatementParame
     statement.sql = *counting;
   }
   const std::string key = KeyOf(statement);
-  const bool mayKeep = sqlite3_get_autocommit(m_database.get()) != 0 && key.size() <= kLongestCountKey;
+  const bool mayKeep = MayKeep() && key.size() <= kLongestCountKey;
   if (mayKeep) {
     ForgetOldCounts();
     if (const KeptCount* kept = m_counts.Find(key)) return kept->Result();
@@ -439,7 +440,7 @@ StatementResult SqliteSession::RunCount(const String& sql, const StatementParame
       limits.countsOnly ? RunWhole(statement, limits) : RunTranslated(sql, parameters, limits);
   const bool isOne = result.rest == nullptr && result.rows.Rows() == 1 && result.rows.Columns() == 1;
   const Cached* cached = m_statements.Find(statement.sql);
-  if (mayKeep && isOne && cached != nullptr && cached->isSteady)
+  if (mayKeep && isOne && cached != nullptr && IsSteady(*cached))
     m_counts.Add(key, {result.columns, result.rows});
   return result;
 }
@@ -462,10 +463,40 @@ StatementResult SqliteSession::CountByReading(const EngineStatement& statement,
   return result;
 }
 
-// The number that the engine has for the state of the database that is being read.
-void SqliteSession::ForgetOldCounts() {
+unsigned SqliteSession::DataVersion() const {
   unsigned version = 0;
   sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
+// A database that can't be read now keeps nothing: whoever reads it next is told why.
+const String* SqliteSession::KeptText(const String& key) {
+  if (!MayKeep()) return nullptr;
+  try {
+    return Within(m_timeout, [&] {
+      const Held held(*this);
+      if (!held.SameSchema()) ForgetSchema();
+      return m_texts.Find(key, DataVersion());
+    });
+  } catch (const ProviderFailure&) {
+    return nullptr;
+  }
+}
+
+void SqliteSession::KeepText(const String& key, const String& text) {
+  if (!m_texts.IsMaking() || !MayKeep()) return;
+  try {
+    Within(m_timeout, [&] {
+      const Held held(*this);
+      if (held.SameSchema()) m_texts.Keep(key, text, DataVersion());
+    });
+  } catch (const ProviderFailure&) {
+    return;
+  }
+}
+
+void SqliteSession::ForgetOldCounts() {
+  const unsigned version = DataVersion();
   if (version == m_countsVersion) return;
   m_counts.Clear();
   m_countsVersion = version;
@@ -478,9 +509,15 @@ StatementResult SqliteSession::KeptCount::Result() const {
   return result;
 }
 
-// True if `sql` gives the same rows as long as the file stays the same: it calls only functions of their arguments, and
-// reads only tables and views that lie in the file, and not behind one of the connection that bears their name.
-bool SqliteSession::IsSteady(const SqliteGuard::Notes& notes) {
+bool SqliteSession::IsSteady(const Cached& cached) {
+  ReadNotes& notes = *cached.notes;
+  if (!notes.isSteady) notes.isSteady = AreSteady(notes.notes);
+  return *notes.isSteady;
+}
+
+// Only functions of their arguments are called, and only tables and views read that lie in the file, and not behind one of
+// the connection that bears their name.
+bool SqliteSession::AreSteady(const SqliteGuard::Notes& notes) {
   if (!notes.isSteady) return false;
   const SuspendedGuard suspended(m_guard);
   SqliteStatement query(
@@ -527,12 +564,14 @@ StatementResult SqliteSession::RunTranslated(const String& sql, const StatementP
 // One that a reader is busy with isn't run a second time: another one is, once.
 SqliteSession::Cached SqliteSession::Prepared(const std::string& sql) {
   const Cached* found = m_statements.Find(sql);
+  if (found != nullptr && m_texts.IsMaking()) m_texts.NoteRead(IsSteady(*found));
   if (found != nullptr && !found->statement->IsRunning()) return *found;
   Cached cached;
   cached.namesQueries = m_guard.HasList() && HasWithClause(varnel::FromUtf8(sql));
   m_guard.BeginStatement(cached.namesQueries);
   cached.statement = std::make_shared<SqliteStatement>(m_database.get(), sql);
-  cached.isSteady = IsCount(varnel::FromUtf8(sql)) && IsSteady(m_guard.TakeNotes());
+  cached.notes = std::make_shared<ReadNotes>(ReadNotes{m_guard.TakeNotes(), std::nullopt});
+  if (found == nullptr && m_texts.IsMaking()) m_texts.NoteRead(IsSteady(cached));
   if (found == nullptr) m_statements.Add(sql, cached);
   return cached;
 }
@@ -633,6 +672,7 @@ bool SqliteSession::SchemaHasChanged() {
 void SqliteSession::ForgetSchema() {
   m_statements.Clear();
   m_counts.Clear();
+  m_texts.Clear();
   m_facts.clear();
   m_sorts.clear();
   m_dialect.ForgetSchema();

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "host-linux/database/dialect/SqliteDialect.h"
+#include "host-linux/database/provider/KeptTexts.h"
 #include "host-linux/database/provider/LeastRecentlyUsed.h"
 #include "host-linux/database/provider/Provider.h"
 #include "host-linux/database/sqlite/SqliteGuard.h"
@@ -24,6 +25,7 @@ struct SqliteAccess {
   std::vector<std::string> tables;     // all that may be touched; none: everything
   std::vector<std::string> functions;  // that may be called besides those that calculate
   PageReads reads = PageReads::InArms;
+  std::size_t keptLists = 0;  // texts that are kept (KeptTexts.h)
 };
 
 // True where a database can be read as if nobody wrote to it, though its journal is a write-ahead log:
@@ -54,6 +56,8 @@ class SqliteSession : public ISession, private IColumnFacts {
   // False where another file has taken the place of the opened one, or it was cut. One that was opened as if
   // it never changed must not have changed.
   bool IsCurrent() override;
+  const varnel::String* KeptText(const varnel::String& key) override;
+  void KeepText(const varnel::String& key, const varnel::String& text) override;
 
   // For SqliteReader: the next batch of a running statement, within `timeout` (0: none). All of `rows`
   // together have `most` bytes.
@@ -70,11 +74,16 @@ class SqliteSession : public ISession, private IColumnFacts {
   struct Closer {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
+  // What a statement reads, and what that tells: looked up once it matters.
+  struct ReadNotes {
+    SqliteGuard::Notes notes;
+    std::optional<bool> isSteady;
+  };
   struct Cached {
     bool namesQueries = false;  // has a WITH clause
-    bool isSteady = false;      // a count that stays the same as long as the file does
     bool walks = false;         // of a page: its walk was quicker the last time
     std::shared_ptr<SqliteStatement> statement;
+    std::shared_ptr<ReadNotes> notes;
   };
   struct KeptCount {
     ResultColumns columns;
@@ -133,7 +142,13 @@ class SqliteSession : public ISession, private IColumnFacts {
   StatementResult RunWhole(const EngineStatement& statement, const StatementLimits& limits);
   StatementResult CountByReading(const EngineStatement& statement, const StatementLimits& limits);
   void ForgetOldCounts();
-  bool IsSteady(const SqliteGuard::Notes& notes);
+  // True if the statement gives the same rows as long as the file stays the same.
+  bool IsSteady(const Cached& cached);
+  bool AreSteady(const SqliteGuard::Notes& notes);
+  // The number that the engine has for the state of the database that is being read.
+  unsigned DataVersion() const;
+  // In a transaction, or with settings of its own, the session may see what nobody else does.
+  bool MayKeep() const { return sqlite3_get_autocommit(m_database.get()) != 0 && !m_guard.LeavesTraces(); }
   // Holds the state of the database; also looks whether the schema has changed.
   class Held;
   bool SchemaHasChanged();
@@ -152,6 +167,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   LeastRecentlyUsed<std::string, Cached> m_statements;  // by the engine's text
   LeastRecentlyUsed<std::string, KeptCount> m_counts;   // by the engine's text and its values
   unsigned m_countsVersion = 0;                         // of the data that they were counted in
+  KeptTexts m_texts;
   SqliteDialect m_dialect;
   std::unordered_map<varnel::String, std::optional<std::vector<ColumnFact>>> m_facts;
   std::unordered_map<varnel::String, std::optional<SortWork>> m_sorts;
