@@ -21,8 +21,12 @@ const varnel = await startVarnel(site, port);
 const url = await nextPageUrl(port);
 const text = await (await fetch(url)).text();
 const bytes = Buffer.byteLength(text);
+// By page.List: one that its server keeps, and the same made for each request.
 const wholeUrl = await nextPageUrl(port, 'whole.asp');
 const whole = await (await fetch(wholeUrl)).text();
+const anewUrl = await nextPageUrl(port, 'whole-anew.asp');
+const anew = await (await fetch(anewUrl)).text();
+if (anew !== whole.replaceAll('whole.asp', 'whole-anew.asp')) throw new Error('a kept list is another one');
 
 const nodeEnvironment = { ...process.env, NODE_ENV: 'production', PAGE_BYTES: String(bytes) };
 async function startNode(program) {
@@ -84,7 +88,8 @@ async function secondPage(port, markup) {
 
 const servers = [
   { name: 'Varnel, cell by cell', url, bytes, child: varnel, pids: [varnel.pid] },
-  { name: 'Varnel, page.List', url: wholeUrl, bytes: Buffer.byteLength(whole), child: varnel, pids: [varnel.pid] },
+  { name: 'Varnel, page.List, kept', url: wholeUrl, bytes: Buffer.byteLength(whole), child: varnel, pids: [varnel.pid] },
+  { name: 'Varnel, page.List, made each time', url: anewUrl, bytes: Buffer.byteLength(anew), child: varnel, pids: [varnel.pid] },
   { name: `Node ${process.version}, better-sqlite3`, ...await secondPage(node.port, handMade), child: node.child, pids: [node.child.pid] },
   { name: 'PHP 8.2 and its SQLite, nginx', ...await secondPage(phpPort, handMade), child: fpm, also: nginx, pids: [fpm.pid, nginx.pid] },
   { name: 'Express, Knex, EJS', ...await secondPage(express.port, handMade), child: express.child, pids: [express.child.pid] },
@@ -93,10 +98,10 @@ const servers = [
 console.log(`${machine()}; ${threads} threads or processes each`);
 const results = await interleaved(servers, rounds, seconds);
 console.log(table([
-  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'page bytes', 'cell by cell is', 'page.List is'],
+  ['', 'requests/s', 'CPU us each', 'p99 ms', 'MB', 'page bytes', 'cell by cell is', 'page.List, kept, is', 'page.List, made, is'],
   ...results.map((result, i) => [result.name, result.rate.toFixed(0), result.cpu.toFixed(0), result.p99.toFixed(1),
     (memory(servers[i].child.pid) + (servers[i].also ? memory(servers[i].also.pid) : 0)).toFixed(0), servers[i].bytes,
-    ...results.slice(0, 2).map((ours) => `${(ours.rate / result.rate).toFixed(2)} times`)])
+    ...results.slice(0, 3).map((ours) => `${(ours.rate / result.rate).toFixed(2)} times`)])
 ]));
 if (results.some((result) => result.failed > 0)) throw new Error('some requests failed');
 process.exit(0);

@@ -1,6 +1,8 @@
 // Whole lists by page.List, through the real host: pages, choices, seals, refusals.
 #include <gmock/gmock.h>
 
+#include <set>
+
 #include "tests/application/ServedSite.h"
 
 namespace {
@@ -164,6 +166,88 @@ TEST_F(ListPages, AreSealedWhereTheSiteSeals) {
   ExpectRefused("L1-sort=TITLE&L1-at=" + position);
   ExpectRefused("L1-at=n.0.4.12.811c9dc5.t3.");
   EXPECT_EQ(Ids(Get("/shop/list.asp?L1-sort=TITLE")), "98 1 2");
+}
+
+// A page that nothing keeps, where the request says so.
+constexpr char kKeptPage[] = R"(<%@ Language=JavaScript CodePage=65001 EnableSessionState=False %><%
+var page = Server.CreateObject("Varnel.Page");
+page.OpenDatabaseConnection(Request.Cookies("anew") == "1" ? "Anew" : "Demo");
+var list = page.List("Books", "SELECT ID, TITLE, AUTHOR, PRICE, CATEGORY, PUBLISHED FROM BOOK WHERE SECRET = :secret", "ID");
+list.Parameter("secret", 0);
+list.Column("TITLE", "Title").Link("book.asp", "ID");
+list.Column("AUTHOR", "Author");
+list.Column("PRICE", "Price").Format("number", 2);
+list.Column("PUBLISHED", "Published").Format("date");
+list.Search("TITLE", "AUTHOR");
+list.Filter("CATEGORY", undefined, "Category");
+list.PageSizes(3, 5);
+if (Request.QueryString("pick") == "1") list.Selectable();
+page.Add(list);
+%>)";
+
+class KeptLists : public ListPages {
+ protected:
+  KeptLists() {
+    site.WritePage("list.asp", kKeptPage);
+    std::string settings = site.Read("site.toml");
+    const std::string demo = "Demo_ConnectionString = \"Provider=SQLite;Data Source=demo.db";
+    settings.insert(settings.find(demo),
+                    "Anew_ConnectionString = \"Provider=SQLite;Data Source=demo.db;KeptLists=0\"\n");
+    settings.replace(settings.find("mode = \"development\""), 20, "mode = \"production\"");
+    site.Write("site.toml", settings);
+    Configure("links = \"sealed\"");
+  }
+
+  std::string Anew(const std::string& target) { return Get(target, "Cookie: anew=1\r\n").body; }
+
+  // The addresses of the list that a page links to.
+  static std::set<std::string> Links(const std::string& html) {
+    std::set<std::string> links;
+    const std::string begin = "href=\"/shop/list.asp";
+    for (auto at = html.find(begin); at != std::string::npos; at = html.find(begin, at + 1)) {
+      const auto start = at + 6;
+      links.insert(hosttest::Unescaped(html.substr(start, html.find('"', start) - start)));
+    }
+    return links;
+  }
+};
+
+TEST_F(KeptLists, AreThoseThatWouldBeMadeAnew) {
+  std::set<std::string> seen{
+      "/shop/list.asp",           "/shop/list.asp?L1-q=book+0",         "/shop/list.asp?L1-f-CATEGORY=Art",
+      "/shop/list.asp?L1-size=5", "/shop/list.asp?pick=1&L1-s=t1.,t5.", "/shop/list.asp?L1-q=nothing"};
+  std::vector<std::string> open(seen.begin(), seen.end());
+  for (std::size_t i = 0; i < open.size() && i < 60; ++i) {
+    const std::string first = Get(open[i]).body;
+    EXPECT_EQ(Get(open[i]).body, first) << open[i];
+    EXPECT_EQ(Anew(open[i]), first) << open[i];
+    for (const std::string& link : Links(first)) {
+      if (seen.insert(link).second) open.push_back(link);
+    }
+  }
+  EXPECT_GT(open.size(), 60U);
+}
+
+TEST_F(KeptLists, ShowWhatAnotherProcessWroteAtOnce) {
+  for (int i = 0; i < 3; ++i) {
+    for (int repeat = 0; repeat < 2; ++repeat)
+      EXPECT_THAT(Get("/shop/list.asp").body, HasSubstr("1 - 3 of " + std::to_string(12 + i) + "<"));
+    const std::string id = std::to_string(200 + i);
+    site.RunSql("INSERT INTO BOOK VALUES (" + id + ", 'New', NULL, 1, 'New', NULL, 0);");
+  }
+  site.RunSql("UPDATE BOOK SET TITLE = 'Renamed' WHERE ID = 1;");
+  EXPECT_THAT(Get("/shop/list.asp").body, HasSubstr("Renamed"));
+}
+
+TEST_F(KeptLists, AreNoWayAroundASeal) {
+  const Answer first = Get("/shop/list.asp");
+  const std::string next = Link(first.body, "next");
+  ASSERT_FALSE(next.empty()) << first.status << first.body;
+  for (int repeat = 0; repeat < 2; ++repeat) EXPECT_EQ(Get(next).status, 200);
+  for (int repeat = 0; repeat < 2; ++repeat) ExpectRefused(next.substr(next.find('?') + 1) + "0");
+  site.WritePage("other.asp", kKeptPage);
+  const std::string elsewhere = "/shop/other.asp" + next.substr(next.find('?'));
+  for (int repeat = 0; repeat < 2; ++repeat) EXPECT_EQ(Get(elsewhere).status, 400);
 }
 
 TEST_F(ListPages, ARefusalLeadsToTheListWithoutItsChoices) {
