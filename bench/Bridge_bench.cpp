@@ -53,6 +53,7 @@ class Pages final : public hostlinux::PageFiles {
 class NoOutput final : public hostlinux::PageOutput {
   void WriteText(std::string_view) override {}
   void WriteValue(const Variant&) override {}
+  void WriteEncoded(const Variant&) override {}
 };
 
 }  // namespace
