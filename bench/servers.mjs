@@ -152,9 +152,9 @@ export function work(pids) {
   return stats.reduce((sum, fields) => sum + (Number(fields[11]) + Number(fields[12])) / 100, 0);
 }
 
-// Resident memory in MB of a process and those that it has started.
+// Memory in MB of a process and those that it has started. What they share, such as the libraries' code, counts once.
 export function memory(pid) {
-  const kb = (id) => Number(/VmRSS:\s+(\d+)/.exec(readFileSync(`/proc/${id}/status`, 'utf8'))?.[1] ?? 0);
+  const kb = (id) => Number(/^Pss:\s+(\d+)/m.exec(readFileSync(`/proc/${id}/smaps_rollup`, 'utf8'))?.[1] ?? 0);
   return family(pid).reduce((sum, id) => sum + kb(id), 0) / 1024;
 }
 

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <utility>
 
 #include "host-linux/base/NearestName.h"
@@ -14,7 +13,6 @@
 #include "host-linux/database/dialect/SqliteDialect.h"
 #include "host-linux/database/sqlite/SqliteErrors.h"
 #include "host-linux/database/sqlite/SqliteFunctions.h"
-#include "host-linux/database/sqlite/SqliteUse.h"
 #include "varnel/automation/Convert.h"
 
 namespace hostlinux {
@@ -30,7 +28,6 @@ constexpr std::size_t kMostNamesLooked = 1000;
 constexpr long kStepsOfLikelier = 100'000;
 constexpr long kStepsOfOther = 400'000;
 constexpr std::size_t kMaxCounts = 256;
-constexpr std::size_t kLongestCountKey = 4096;  // bytes
 constexpr std::size_t kParent = 1;  // the columns of a plan's line: what it is a part of, 0 for none,
 constexpr std::size_t kDetail = 3;  // and what is done
 // What a text may ask of the engine before it runs; the values go beside it, as parameters.
@@ -62,19 +59,6 @@ std::string AddressOf(const std::filesystem::path& path) {
   return address;
 }
 
-// The text that counts what `sql` gives; none where two runs of it may differ.
-std::optional<std::string> CountingText(const std::string& sql, varnel::Long maxRecords) {
-  const std::vector<SqlToken> tokens = LexSql(varnel::FromUtf8(sql));
-  std::size_t end = 0;
-  for (; tokens[end].kind != SqlTokenKind::End && tokens[end].kind != SqlTokenKind::Semicolon; ++end) {
-    if (IsWord(tokens[end], u"RANDOM") || IsWord(tokens[end], u"RANDOMBLOB")) return std::nullopt;
-  }
-  // A line of its own closes it, behind a comment too.
-  const std::string query = varnel::ToUtf8(PrintSql(tokens, 0, end)) + "\n";
-  if (maxRecords == 0) return "SELECT COUNT(*) FROM (" + query + ")";
-  return "SELECT COUNT(*) FROM (SELECT * FROM (" + query + ") LIMIT " + std::to_string(maxRecords) + ")";
-}
-
 // A line of a plan, of the statement itself or of a subquery: "USE TEMP B-TREE FOR ORDER BY", or for the "RIGHT PART" or
 // "LAST TERM" of it.
 SortWork SortWorkOf(const String& detail, bool isOwn) {
@@ -85,37 +69,6 @@ SortWork SortWorkOf(const String& detail, bool isOwn) {
 bool IsCount(std::u16string_view sql) {
   constexpr std::u16string_view kCount = u"SELECT COUNT(*)";
   return varnel::EqualsNoCase(sql.substr(0, kCount.size()), kCount);
-}
-
-std::string KeyOf(const BoundValue& value) {
-  if (const auto* text = std::get_if<std::string>(&value)) return *text;
-  if (const auto* blob = std::get_if<BoundBytes>(&value)) return blob->bytes;
-  if (const auto* real = std::get_if<double>(&value))
-    return std::to_string(std::bit_cast<std::uint64_t>(*real));
-  const auto* number = std::get_if<std::int64_t>(&value);
-  return number == nullptr ? std::string() : std::to_string(*number);
-}
-
-// Each value with its kind and length in front, so that no two lists look alike.
-std::string KeyOf(const EngineStatement& statement) {
-  std::string key = statement.sql;
-  for (const BoundValue& value : statement.values) {
-    const std::string plain = KeyOf(value);
-    key += '\0' + std::to_string(value.index()) + ' ' + std::to_string(plain.size()) + ' ' + plain;
-  }
-  return key;
-}
-
-[[noreturn]] void RaiseUnbound(const std::u16string& sentence) {
-  RaiseSqlite(provider_error::kNoValue, sentence, u"07002");
-}
-
-// The engine takes a parameter without a value for NULL, which finds nothing. It knows more forms of them than
-// pages may use.
-void RequireValues(const SqliteStatement& statement, const EngineStatement& translated) {
-  const std::optional<String> unbound = statement.ParameterBehind(translated.values.size());
-  if (!unbound) return;
-  RaiseUnbound(u"Nobody gave the parameter " + *unbound + u" a value. Write it as :name or as ?.");
 }
 
 bool HasWithClause(std::u16string_view sql) {
@@ -219,20 +172,16 @@ void SqliteSession::Execute(const char* sql) {
     RaiseSqlite(m_database.get());
 }
 
-template <typename Action>
-auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
-  struct Stopper {
-    SqliteTimeLimit& limit;
-    ~Stopper() { limit.Stop(); }
-  } const stopper{m_timeLimit};
-  const SqliteAllowance allowance(m_limits);
-  m_timeLimit.Start(timeout);
-  try {
-    return action();
-  } catch (const ProviderFailure& failure) {
-    NoteFailure(failure.Error());
-    throw;
-  }
+void SqliteSession::RaiseUnboundParameter(const std::u16string& sentence) {
+  RaiseSqlite(provider_error::kNoValue, sentence, u"07002");
+}
+
+// The engine takes a parameter without a value for NULL, which finds nothing. It knows more forms of them than
+// pages may use.
+void SqliteSession::RequireValues(const SqliteStatement& statement, const EngineStatement& translated) {
+  const std::optional<String> unbound = statement.ParameterBehind(translated.values.size());
+  if (!unbound) return;
+  RaiseUnboundParameter(u"Nobody gave the parameter " + *unbound + u" a value. Write it as :name or as ?.");
 }
 
 StatementResult SqliteSession::Run(const String& sql, const StatementParameters& parameters,
@@ -265,7 +214,7 @@ std::vector<RowStore> SqliteSession::Plans(const String& sql, const StatementPar
     }
     std::vector<RowStore> plans;
     for (const EngineStatement& statement : translated) {
-      if (!statement.unbound.empty()) RaiseUnbound(statement.unbound);
+      if (!statement.unbound.empty()) RaiseUnboundParameter(statement.unbound);
       SqliteStatement plan(m_database.get(), "EXPLAIN QUERY PLAN " + statement.sql);
       plans.push_back(plan.Run(statement.values, {}, m_limits.maxResult).rows);
     }
@@ -327,25 +276,6 @@ StatementResult SqliteSession::RunAny(const String& sql, const StatementParamete
   }
   return RunTranslated(sql, parameters, limits);
 }
-
-class SqliteSession::Held {
- public:
-  explicit Held(SqliteSession& session) : m_session(session) {
-    const SuspendedGuard suspended(session.m_guard);
-    if (session.m_snapshot == nullptr)
-      session.m_snapshot = std::make_unique<SqliteSnapshot>(session.m_database.get());
-    m_sameSchema = session.m_snapshot->Begin();
-  }
-  Held(const Held&) = delete;
-  Held& operator=(const Held&) = delete;
-  ~Held() { m_session.m_snapshot->End(); }
-
-  bool SameSchema() const { return m_sameSchema; }
-
- private:
-  SqliteSession& m_session;
-  bool m_sameSchema = true;
-};
 
 // All of one state of the database, each statement for the rows that those before it left open.
 std::optional<StatementResult> SqliteSession::RunPage(const StatementParameters& parameters,
@@ -417,123 +347,10 @@ void SqliteSession::RunLikelier(const EngineStatement& statement, const EngineSt
   if (!isOther) io_part.left -= RunPart(statement, io_part, o_result);
 }
 
-// Counted anew only where the database has changed since, or may give another number without that. A text that only begins
-// like a count is run like any other.
-StatementResult SqliteSession::RunCount(const String& sql, const StatementParameters& parameters,
-                                        const StatementLimits& limits) {
-  const Held held(*this);
-  if (!held.SameSchema()) ForgetSchema();
-  EngineStatement statement = m_dialect.Translate(sql, parameters);
-  if (!statement.unbound.empty()) RaiseUnbound(statement.unbound);
-  if (limits.countsOnly) {
-    const std::optional<std::string> counting = CountingText(statement.sql, 0);
-    if (!counting) return CountByReading(statement, limits);
-    statement.sql = *counting;
-  }
-  const std::string key = KeyOf(statement);
-  const bool mayKeep = MayKeep() && key.size() <= kLongestCountKey;
-  if (mayKeep) {
-    ForgetOldCounts();
-    if (const KeptCount* kept = m_counts.Find(key)) return kept->Result();
-  }
-  StatementResult result =
-      limits.countsOnly ? RunWhole(statement, limits) : RunTranslated(sql, parameters, limits);
-  const bool isOne = result.rest == nullptr && result.rows.Rows() == 1 && result.rows.Columns() == 1;
-  const Cached* cached = m_statements.Find(statement.sql);
-  if (mayKeep && isOne && cached != nullptr && IsSteady(*cached))
-    m_counts.Add(key, {result.columns, result.rows});
-  return result;
-}
-
-StatementResult SqliteSession::RunWhole(const EngineStatement& statement, const StatementLimits& limits) {
-  const Cached cached = Prepared(statement.sql);
-  RequireValues(*cached.statement, statement);
-  m_guard.BeginStatement(cached.namesQueries);
-  const StatementLimits whole{limits.maxRecords, 0, limits.timeout, limits.wantsSent};
-  return cached.statement->Run(statement.values, whole, m_limits.maxResult);
-}
-
-StatementResult SqliteSession::CountByReading(const EngineStatement& statement,
-                                              const StatementLimits& limits) {
-  StatementResult result = RunWhole(statement, limits);
-  const auto count = static_cast<varnel::Long>(result.rows.Rows());
-  result.rows = RowStore(1);
-  result.rows.AddLong(count);
-  result.columns = nullptr;
-  return result;
-}
-
-unsigned SqliteSession::DataVersion() const {
-  unsigned version = 0;
-  sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
-  return version;
-}
-
-// A database that can't be read now keeps nothing: whoever reads it next is told why.
-const String* SqliteSession::KeptText(const String& key) {
-  if (!MayKeep()) return nullptr;
-  try {
-    return Within(m_timeout, [&] {
-      const Held held(*this);
-      if (!held.SameSchema()) ForgetSchema();
-      return m_texts.Find(key, DataVersion());
-    });
-  } catch (const ProviderFailure&) {
-    return nullptr;
-  }
-}
-
-void SqliteSession::KeepText(const String& key, const String& text) {
-  if (!m_texts.IsMaking() || !MayKeep()) return;
-  try {
-    Within(m_timeout, [&] {
-      const Held held(*this);
-      if (held.SameSchema()) m_texts.Keep(key, text, DataVersion());
-    });
-  } catch (const ProviderFailure&) {
-    return;
-  }
-}
-
-void SqliteSession::ForgetOldCounts() {
-  const unsigned version = DataVersion();
-  if (version == m_countsVersion) return;
-  m_counts.Clear();
-  m_countsVersion = version;
-}
-
-StatementResult SqliteSession::KeptCount::Result() const {
-  StatementResult result;
-  result.columns = columns;
-  result.rows = rows;
-  return result;
-}
-
-bool SqliteSession::IsSteady(const Cached& cached) {
-  ReadNotes& notes = *cached.notes;
-  if (!notes.isSteady) notes.isSteady = AreSteady(notes.notes);
-  return *notes.isSteady;
-}
-
-// Only functions of their arguments are called, and only tables and views read that lie in the file, and not behind one of
-// the connection that bears their name.
-bool SqliteSession::AreSteady(const SqliteGuard::Notes& notes) {
-  if (!notes.isSteady) return false;
-  const SuspendedGuard suspended(m_guard);
-  SqliteStatement query(
-      m_database.get(),
-      "SELECT 1 FROM sqlite_schema WHERE name = ?1 COLLATE NOCASE AND type IN ('table', 'view')"
-      " AND sql NOT LIKE 'CREATE VIRTUAL%'"
-      " AND NOT EXISTS (SELECT 1 FROM sqlite_temp_schema WHERE name = ?1 COLLATE NOCASE)");
-  return std::all_of(notes.tables.begin(), notes.tables.end(), [&](const std::string& table) {
-    return query.Run({table}, {}, m_limits.maxResult).rows.Rows() > 0;
-  });
-}
-
 StatementResult SqliteSession::RunTranslated(const String& sql, const StatementParameters& parameters,
                                              const StatementLimits& limits) {
   EngineStatement translated = m_dialect.Translate(sql, parameters);
-  if (!translated.unbound.empty()) RaiseUnbound(translated.unbound);
+  if (!translated.unbound.empty()) RaiseUnboundParameter(translated.unbound);
   const bool isKnown = translated.isNothing || m_statements.Find(translated.sql) != nullptr;
   if (!isKnown && SchemaHasChanged()) translated = m_dialect.Translate(sql, parameters);
   if (translated.isNothing) {
@@ -587,21 +404,6 @@ std::optional<SqliteSession::Cached> SqliteSession::PreparedIfPossible(const std
 void SqliteSession::ReadOn(SqliteStatement& statement, RowStore& rows, std::size_t batchRows,
                            std::size_t most, std::chrono::milliseconds timeout) {
   Within(timeout, [&] { statement.ReadBatch(rows, batchRows, most); });
-}
-
-std::optional<RowCount> SqliteSession::CountRows(const SqliteStatement& statement,
-                                                 const std::vector<BoundValue>& values,
-                                                 const StatementLimits& limits) {
-  const std::optional<std::string> sql = CountingText(statement.Sql(), limits.maxRecords);
-  if (!sql) return std::nullopt;
-  return Within(limits.timeout, [&]() -> std::optional<RowCount> {
-    const std::optional<Cached> cached = PreparedIfPossible(*sql);
-    if (!cached) return std::nullopt;
-    m_guard.BeginStatement(cached->namesQueries);
-    const StatementLimits all{0, 0, limits.timeout, limits.wantsSent};
-    const StatementResult result = cached->statement->Run(values, all, m_limits.maxResult);
-    return RowCount{varnel::ToLong(result.rows.Value(0, 0)), result.sent};
-  });
 }
 
 void SqliteSession::FinishReaders() {

@@ -15,6 +15,7 @@
 #include "host-linux/database/sqlite/SqliteSnapshot.h"
 #include "host-linux/database/sqlite/SqliteStatement.h"
 #include "host-linux/database/sqlite/SqliteTimeLimit.h"
+#include "host-linux/database/sqlite/SqliteUse.h"
 
 namespace hostlinux {
 
@@ -149,6 +150,8 @@ class SqliteSession : public ISession, private IColumnFacts {
   unsigned DataVersion() const;
   // In a transaction, or with settings of its own, the session may see what nobody else does.
   bool MayKeep() const { return sqlite3_get_autocommit(m_database.get()) != 0 && !m_guard.LeavesTraces(); }
+  [[noreturn]] static void RaiseUnboundParameter(const std::u16string& sentence);
+  static void RequireValues(const SqliteStatement& statement, const EngineStatement& translated);
   // Holds the state of the database; also looks whether the schema has changed.
   class Held;
   bool SchemaHasChanged();
@@ -175,6 +178,41 @@ class SqliteSession : public ISession, private IColumnFacts {
   std::unique_ptr<SqliteSnapshot> m_snapshot;
   std::vector<SqliteReader*> m_readers;  // whose statements are running
   bool m_broken = false;
+};
+
+template <typename Action>
+auto SqliteSession::Within(std::chrono::milliseconds timeout, Action action) {
+  struct Stopper {
+    SqliteTimeLimit& limit;
+    ~Stopper() { limit.Stop(); }
+  } const stopper{m_timeLimit};
+  const SqliteAllowance allowance(m_limits);
+  m_timeLimit.Start(timeout);
+  try {
+    return action();
+  } catch (const ProviderFailure& failure) {
+    NoteFailure(failure.Error());
+    throw;
+  }
+}
+
+class SqliteSession::Held {
+ public:
+  explicit Held(SqliteSession& session) : m_session(session) {
+    const SuspendedGuard suspended(session.m_guard);
+    if (session.m_snapshot == nullptr)
+      session.m_snapshot = std::make_unique<SqliteSnapshot>(session.m_database.get());
+    m_sameSchema = session.m_snapshot->Begin();
+  }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+  ~Held() { m_session.m_snapshot->End(); }
+
+  bool SameSchema() const { return m_sameSchema; }
+
+ private:
+  SqliteSession& m_session;
+  bool m_sameSchema = true;
 };
 
 }  // namespace hostlinux
