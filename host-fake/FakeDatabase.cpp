@@ -109,7 +109,7 @@ const String* FakeConnection::KeptText(const String& key) {
 }
 
 void FakeConnection::KeepText(const String& key, const String& text) {
-  if (m_database->m_keepsTexts) m_database->m_texts[key] = text;
+  m_database->m_texts[key] = text;
 }
 
 void FakeConnection::Fail(const Fault& fault, const std::vector<ProviderError>& errors) {

@@ -126,6 +126,7 @@ class FakeConnection : public varnel::Object,
                                                             varnel::Long options) override;
   void Close() override;
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors; }
+  bool KeepsTexts() const override { return m_database->m_keepsTexts; }
   const varnel::String* KeptText(const varnel::String& key) override;
   void KeepText(const varnel::String& key, const varnel::String& text) override;
 

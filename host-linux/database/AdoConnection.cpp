@@ -147,12 +147,16 @@ void AdoConnection::RollbackTrans() {
   Guarded([&] { Session().Rollback(); });
 }
 
+bool AdoConnection::KeepsTexts() const {
+  return IsOpen() && !m_database->IsTraced() && m_lease->Session().KeepsTexts();
+}
+
 const String* AdoConnection::KeptText(const String& key) {
-  return !IsOpen() || m_database->IsTraced() ? nullptr : m_lease->Session().KeptText(key);
+  return KeepsTexts() ? m_lease->Session().KeptText(key) : nullptr;
 }
 
 void AdoConnection::KeepText(const String& key, const String& text) {
-  if (IsOpen() && !m_database->IsTraced()) m_lease->Session().KeepText(key, text);
+  if (KeepsTexts()) m_lease->Session().KeepText(key, text);
 }
 
 StatementResult AdoConnection::Run(const String& sql, const StatementParameters& parameters,

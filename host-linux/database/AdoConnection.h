@@ -56,6 +56,7 @@ class AdoConnection : public varnel::Object,
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors->All(); }
 
   // Nothing is kept where somebody wants to see each statement.
+  bool KeepsTexts() const override;
   const varnel::String* KeptText(const varnel::String& key) override;
   void KeepText(const varnel::String& key, const varnel::String& text) override;
 

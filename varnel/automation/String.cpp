@@ -257,8 +257,8 @@ std::size_t AsciiLength(const Text& text, std::size_t from) {
   for (; end + kAsciiBlock <= text.size(); end += kAsciiBlock) {
     std::array<std::uint64_t, kWords> words;
     std::memcpy(words.data(), text.data() + end, sizeof(words));
-    std::uint64_t bits = 0;
-    for (const std::uint64_t word : words) bits |= word;
+    std::uint64_t bits = words[0] | words[1];
+    if constexpr (kWords == 4) bits |= words[2] | words[3];
     if ((bits & kBeyond) != 0) break;
   }
   while (end < text.size() && static_cast<Unit>(text[end]) < 0x80) ++end;

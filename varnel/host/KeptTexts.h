@@ -7,12 +7,15 @@ namespace varnel::host {
 
 // What a connection may implement beside IConnection. One that doesn't keeps nothing.
 //
+//   if (!connection.KeepsTexts()) return Made();
 //   if (const String* kept = connection.KeptText(key)) return *kept;
 //   String text = ...;                // of what is read through the connection
 //   connection.KeepText(key, text);
 class IKeptTexts {
  public:
   virtual ~IKeptTexts() = default;
+  // False where KeptText would never give a text: nobody needs to make a key then.
+  virtual bool KeepsTexts() const = 0;
   // The text that was kept as `key`; null where there is none, or where one of the reads that it was made of might give
   // other rows now. It stays where it is until the connection's next call. What is read from here on is what the next
   // KeepText is about. Never raises.

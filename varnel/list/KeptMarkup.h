@@ -2,6 +2,7 @@
 // read from has changed since.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "varnel/host/Ado.h"
@@ -11,8 +12,9 @@ namespace varnel {
 
 class KeptMarkup {
  public:
-  // `key`: all that the markup depends on besides the database; nothing where it isn't kept.
-  KeptMarkup(const std::shared_ptr<host::IConnection>& connection, std::optional<String> key);
+  // `makeKey` gives all that the markup depends on besides the database; nothing where it isn't kept.
+  KeptMarkup(const std::shared_ptr<host::IConnection>& connection,
+             const std::function<std::optional<String>()>& makeKey);
 
   // Null where it is to be made, of what is read from here on.
   const String* Find();
@@ -23,9 +25,10 @@ class KeptMarkup {
   String m_key;
 };
 
-// Builds a key: two lists of pieces that differ give two keys.
+// Builds a key: two lists of pieces that differ give two keys. Numbers have 32 bits, and a text is preceded by its length.
 class MarkupKeyText {
  public:
+  MarkupKeyText();
   void Add(StringView piece);
   void Add(std::int64_t number);
 

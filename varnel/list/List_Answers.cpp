@@ -259,7 +259,7 @@ void List::AnswerFile(ListFileKind kind, const ListSource& source) const {
 void List::WriteInto(host::IResponse& response) {
   RequireBound();
   if (m_Declared.columns.empty()) RaiseRuntimeError(runtime_error::kInvalidArgument, u"a list has a column");
-  KeptMarkup markup(m_oConnection, MarkupKey());
+  KeptMarkup markup(m_oConnection, [this] { return MarkupKey(); });
   if (const String* kept = markup.Find()) return response.Write(*kept);
   const host::IRequestCollection& query = m_oRequest->QueryString();
   const ListChoice choice = Chosen();

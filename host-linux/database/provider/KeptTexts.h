@@ -15,15 +15,16 @@ class KeptTexts {
   // `most`: how many it keeps; 0: none.
   explicit KeptTexts(std::size_t most) : m_most(most), m_texts(most == 0 ? 1 : most) {}
 
+  bool KeepsAny() const { return m_most > 0; }
+
   // The text of `key` that was made of the database's state `version`. Those of another state are forgotten. A text that
   // is made from here on is one of this state.
   const varnel::String* Find(const varnel::String& key, unsigned version) {
     if (version != m_version) Clear();
     m_version = version;
     m_isSteady = true;
-    m_isMaking = m_most > 0;
     const varnel::String* found = m_texts.Find(key);
-    if (found != nullptr) m_isMaking = false;
+    m_isMaking = found == nullptr && KeepsAny();
     return found;
   }
 

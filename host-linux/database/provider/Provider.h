@@ -147,6 +147,7 @@ class ISession {
   // True if what it was opened on is still there, and the same: asked before it gets its next user.
   virtual bool IsCurrent() = 0;
   // See varnel/host/KeptTexts.h. An engine that can't tell whether its data are the same keeps nothing.
+  virtual bool KeepsTexts() const { return false; }
   virtual const varnel::String* KeptText(const varnel::String& /*key*/) { return nullptr; }
   virtual void KeepText(const varnel::String& /*key*/, const varnel::String& /*text*/) {}
 };

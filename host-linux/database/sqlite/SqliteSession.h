@@ -57,6 +57,7 @@ class SqliteSession : public ISession, private IColumnFacts {
   // False where another file has taken the place of the opened one, or it was cut. One that was opened as if
   // it never changed must not have changed.
   bool IsCurrent() override;
+  bool KeepsTexts() const override { return m_texts.KeepsAny(); }
   const varnel::String* KeptText(const varnel::String& key) override;
   void KeepText(const varnel::String& key, const varnel::String& text) override;
 
