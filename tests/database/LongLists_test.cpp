@@ -95,6 +95,18 @@ TEST_F(LongLists, TheFirstPageOfManyIsWalkedTo) {
   EXPECT_TRUE(Walked());
 }
 
+// Half the parts are NULL: an index tells their order as well.
+TEST_F(LongLists, RowsWithoutAPartAreNotSortedForAPage) {
+  Run(u"UPDATE product SET part = NULL WHERE id % 2 = 0");
+  ExpectTheSame(PageOf(List(1), 0));
+  EXPECT_TRUE(Walked());
+  const auto plan = Query(u"EXPLAIN QUERY PLAN " + m_sent);
+  ASSERT_FALSE(plan->IsEOF());
+  for (; !plan->IsEOF(); plan->MoveNext())
+    EXPECT_EQ(String::npos, varnel::ToText(plan->FieldValue(3)).find(u"ORDER BY"))
+        << varnel::ToUtf8(varnel::ToText(plan->FieldValue(3)));
+}
+
 TEST_F(LongLists, OfFewTheEngineSortsAll) {
   ExpectTheSame(PageOf(List(2), 0));
   EXPECT_FALSE(Walked());

@@ -1,4 +1,5 @@
 // The statements of a page's read, and the literals that become parameters.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "host-linux/database/dialect/SqliteDialect.h"
@@ -322,19 +323,22 @@ TEST_F(Walks, WhereTheEngineWouldSortTheOrderCanBeWalkedThrough) {
           "ASC,id ASC LIMIT 10",
           "SELECT id, name FROM customer WHERE (  active = 1) AND name > 'Smith' ORDER BY name ASC,id ASC "
           "LIMIT 10",
-          "SELECT id, name FROM (SELECT _rowid_ AS \"page row\", name AS \"page key\" FROM customer) AS "
-          "\"page\" CROSS JOIN customer WHERE customer._rowid_ = +\"page row\" AND (  active = 1) AND "
-          "\"page key\" > 'Smith' ORDER BY \"page key\" ASC,id ASC LIMIT 10"}),
+          "SELECT id, name FROM (SELECT _rowid_ AS \"page row\", name AS \"page key\", id AS \"page key 2\" "
+          "FROM customer) AS \"page\" CROSS JOIN customer WHERE customer._rowid_ = +\"page row\" AND (  "
+          "active = "
+          "1) AND \"page key\" > 'Smith' ORDER BY \"page key\" ASC, \"page key 2\" ASC LIMIT 10"}),
       Steps({}));
 }
 
 TEST_F(Walks, OfAFirstPageAndInAJoin) {
   EXPECT_EQ(
-      "SELECT DISTINCT c.id, c.name FROM (SELECT _rowid_ AS \"page row\", name AS \"page key\" FROM "
-      "customer) AS "
+      "SELECT DISTINCT c.id, c.name FROM (SELECT _rowid_ AS \"page row\", name AS \"page key\", id AS \"page "
+      "key "
+      "2\" FROM customer) AS "
       "\"page\" CROSS JOIN orders o INNER JOIN customer AS c ON o.owner = c.id LEFT JOIN notes n ON n.id = "
       "c.id WHERE "
-      "c._rowid_ = +\"page row\" AND (  o.state = 'x') ORDER BY \"page key\" DESC,c.id ASC LIMIT 10",
+      "c._rowid_ = +\"page row\" AND (  o.state = 'x') ORDER BY \"page key\" DESC, \"page key 2\" ASC LIMIT "
+      "10",
       Last({.query = u"SELECT DISTINCT c.id, c.name FROM orders o INNER JOIN customer AS c ON o.owner = c.id "
                      u"LEFT JOIN "
                      u"notes n ON n.id = c.id WHERE o.state = 'x'",
@@ -342,6 +346,33 @@ TEST_F(Walks, OfAFirstPageAndInAJoin) {
             .keys = {},
             .navType = 0,
             .keyList = u"c.id"}));
+}
+
+// An index that goes on with them gives the whole order: rows of the same name needn't be sorted.
+TEST_F(Walks, TheFrontGivesTheSortColumnsOfItsTableUpToAnotherOnes) {
+  m_facts.types[u"c.city"] = u"VARCHAR(50)";
+  EXPECT_THAT(
+      Last({.query =
+                u"SELECT c.id, c.name, c.city, o.state FROM orders o INNER JOIN customer c ON o.owner = c.id "
+                u"WHERE o.total > 5",
+            .sort = u"c.name,c.city DESC,o.state",
+            .keys = {},
+            .navType = 0,
+            .keyList = u"c.id"}),
+      testing::HasSubstr("name AS \"page key\", city AS \"page key 2\" FROM customer) AS"));
+}
+
+TEST_F(Walks, NotInFrontOfATableWhoseColumnASubqueryHasToo) {
+  m_facts.types[u"s.name"] = u"VARCHAR(50)";
+  EXPECT_EQ(
+      std::string::npos,
+      Last({.query = u"SELECT s.id, s.name FROM customer c INNER JOIN (SELECT id, name FROM customer) s "
+                     u"ON s.id = c.boss WHERE c.active = 1",
+            .sort = u"s.name",
+            .keys = {},
+            .navType = 0,
+            .keyList = u"s.id"})
+          .find("\"page key\""));
 }
 
 TEST_F(Walks, AllColumnsOfOneTable) {

@@ -102,6 +102,7 @@ TEST_F(KeptMarkupTest, EachDeclarationHasItsOwn) {
   // Among themselves, too.
   m_host.Database().ForgetTexts();
   std::vector<std::string> beside;
+  beside.reserve(changes.size());
   for (const auto& [what, change] : changes) beside.push_back(WrittenBy(change));
   for (std::size_t i = 0; i < changes.size(); ++i) {
     m_host.Database().ForgetTexts();

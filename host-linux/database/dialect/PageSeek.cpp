@@ -424,7 +424,7 @@ class Seeker {
                                         branch.tokens[table.name].text);
       return own && own->size() == 1 && own->front().isNotNull;
     }
-    return PlainName(key.expression[key.expression.size() - 3]) == PlainName(NameToken(table.called));
+    return IsNamedAs(table, key);
   }
 
   static SqlToken NameToken(const std::u16string& name) { return LexSql(name).front(); }
@@ -618,17 +618,45 @@ class Seeker {
   // The table of the first sort column, as FROM names it.
   std::optional<FromTable> WalkedTable() const {
     const Branch& branch = First();
-    const auto facts = FactsOf(branch, m_keys[0]);
-    if (!facts || facts->size() != 1 || facts->front().table.empty()) return std::nullopt;
+    const std::u16string name = TableOf(m_keys[0]);
+    if (name.empty()) return std::nullopt;
     if (HasAnyWord(branch.tokens, branch.from, {u"RIGHT", u"FULL", u"INDEXED"})) return std::nullopt;
     std::optional<FromTable> found;
     for (const FromTable& table : ReadFromTables(branch.tokens, branch.structure, branch.from).tables) {
-      if (PlainName(branch.tokens[table.name]) != UpperAscii(facts->front().table)) continue;
+      if (PlainName(branch.tokens[table.name]) != name) continue;
       if (found) return std::nullopt;  // twice: which one it is, only the engine knows
       if (table.mayBeNull) return std::nullopt;
       found = table;
     }
-    return found;
+    return found && IsNamedAs(*found, m_keys[0]) ? found : std::nullopt;
+  }
+
+  // The table whose column the key is, as PlainName; empty where it is none.
+  std::u16string TableOf(const Key& key) const {
+    const auto facts = FactsOf(First(), key);
+    return facts && facts->size() == 1 ? UpperAscii(facts->front().table) : std::u16string();
+  }
+
+  // A subquery beside the table may have its columns, too, but under another name than the table's: one without a name
+  // before it would be an error then.
+  bool IsNamedAs(const FromTable& table, const Key& key) const {
+    return key.expression.size() == 1 ||
+           PlainName(key.expression[key.expression.size() - 3]) == PlainName(NameToken(table.called));
+  }
+
+  // How many of the keys the table in front has: its columns, up to the first one of another.
+  size_t KeysInFront(const FromTable& table) const {
+    const std::u16string name = TableOf(m_keys[0]);
+    size_t count = 1;
+    while (count < m_keys.size() && IsPlainColumn(m_keys[count]) && TableOf(m_keys[count]) == name &&
+           IsNamedAs(table, m_keys[count]))
+      ++count;
+    return count;
+  }
+
+  static std::u16string NameInFront(size_t key) {
+    return key == 0 ? u" \"page key\""
+                    : u" \"page key " + NumberText(static_cast<std::int64_t>(key + 1)) + u"\"";
   }
 
   // The statement is the last one that was written.
@@ -649,12 +677,17 @@ class Seeker {
   void WriteWalk(Writer& writer, const Arm& arm, const FromTable& table) const {
     const Branch& branch = First();
     const Key& key = m_keys[0];
+    const size_t inFront = KeysInFront(table);
     writer.Copy(branch.tokens, {0, branch.list.begin});
     if (HasBareStar()) writer.Add(u" " + table.called + u".");
     writer.Copy(branch.tokens, branch.list);
-    writer.Add(u" FROM (SELECT _rowid_ AS \"page row\",");
-    writer.CopyBehind(u" ", {key.expression.back()});
-    writer.Add(u" AS \"page key\" FROM");
+    writer.Add(u" FROM (SELECT _rowid_ AS \"page row\"");
+    for (size_t i = 0; i < inFront; ++i) {
+      writer.Add(u",");
+      writer.CopyBehind(u" ", {m_keys[i].expression.back()});
+      writer.Add(u" AS" + NameInFront(i));
+    }
+    writer.Add(u" FROM");
     writer.CopyBehind(u" ", {branch.tokens[table.name]});
     writer.Add(u") AS \"page\" CROSS JOIN");
     writer.Copy(branch.tokens, {branch.from.begin + 1, branch.from.end});
@@ -664,9 +697,13 @@ class Seeker {
       writer.Add(u" AND \"page key\"" + TextOf(branch, key, arm.behind));
       if (arm.behind == Behind::Greater || arm.behind == Behind::Less) writer.AddAnchor(key.anchor, u" ");
     }
-    writer.Add(key.ascending ? u" ORDER BY \"page key\" ASC" : u" ORDER BY \"page key\" DESC");
-    if (m_keys.size() > 1) writer.Add(u",");
-    if (m_keys.size() > 1) writer.Copy(m_order, {m_keys[1].term.begin, m_order.size() - kPadding - 1});
+    writer.Add(u" ORDER BY");
+    for (size_t i = 0; i < inFront; ++i)
+      writer.Add((i == 0 ? u"" : u",") + NameInFront(i) + (m_keys[i].ascending ? u" ASC" : u" DESC"));
+    if (inFront < m_keys.size()) {
+      writer.Add(u",");
+      writer.Copy(m_order, {m_keys[inFront].term.begin, m_order.size() - kPadding - 1});
+    }
     WriteLimit(writer);
   }
 

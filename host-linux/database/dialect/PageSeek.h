@@ -17,6 +17,8 @@
 // written beside: a table in front that only gives the order,
 //   SELECT ... FROM (SELECT _rowid_ AS "page row", e0 AS "page key" FROM t) AS "page" CROSS JOIN t ...
 //     WHERE (t._rowid_ = +"page row") AND (w) AND "page key" > 'k0' ORDER BY "page key" ASC, e1 ASC LIMIT n
+// Further columns of t that it is sorted by stand in front as well, so that an index which goes on with them gives all of the
+// order, also among many rows with one e0.
 #pragma once
 
 #include <vector>
