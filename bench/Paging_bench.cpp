@@ -33,6 +33,7 @@ constexpr int kReadsOfCategory = 30;
 constexpr int kReadsOfText = 1;  // they may take seconds
 constexpr int kPagesOfJump = 3;
 constexpr int kNear = 1000;
+constexpr int kNearOfCategory = 100;  // the smallest has a thousand rows
 constexpr double kMostByDepth = 1.5;
 constexpr double kMostByKind = 4;
 
@@ -43,6 +44,8 @@ struct List {
   bool hasNulls = false;  // sorted by the notes, of which most are NULL
   String key = u"id";
   bool isOfCategory = false;  // no plan is quick for all categories: not judged
+
+  String From() const { return query.substr(query.find(u" FROM ")); }
 };
 
 constexpr const char16_t* kCategory =
@@ -175,8 +178,9 @@ class Paging {
 
   void PrintList(const List& list) {
     const char* title = list.title;
+    const int rows = list.isOfCategory ? Count(u"SELECT COUNT(*)" + list.From()) : m_rows;
     for (const auto& [read, name] : kKinds) {
-      PrintRead(title, list, read, name, m_rows / 2);
+      PrintRead(title, list, read, name, rows / 2);
       title = "";
     }
     if (!list.hasNulls) return;
@@ -190,7 +194,8 @@ class Paging {
   }
 
   void PrintRead(const char* title, const List& list, Read read, const char* name, int depth) {
-    const int near = HasAnchor(read) ? kNear : depth;
+    const int atLeast = list.isOfCategory ? kNearOfCategory : kNear;
+    const int near = HasAnchor(read) ? atLeast : depth;
     const double atNear = Best(PageOf(list, read, near), list.isOfCategory ? kReadsOfCategory : kReads);
     Judge(list, atNear, 1);
     if (m_plain == 0 && read == Read::Next) m_plain = atNear;
@@ -247,7 +252,8 @@ class Paging {
     return varnel::BuildRead(branches, state, varnel::ParseSortFields(state, list.key), top);
   }
 
-  static String Ordered(const List& list, const String& columns, int depth) {
+  // `select`: all of the text in front of the order.
+  static String Ordered(const List& list, const String& select, int depth) {
     varnel::PersistedState forward;
     forward.NavType = varnel::nav_type::kFirst;
     forward.SortFields = list.sort;
@@ -255,8 +261,7 @@ class Paging {
     for (const varnel::SortField& field : varnel::ParseSortFields(forward, list.key)) {
       order += (order.empty() ? u"" : u",") + field.Name + (field.Ascending ? u" ASC" : u" DESC");
     }
-    return u"SELECT " + columns + u" FROM item I ORDER BY " + order + u" LIMIT 10 OFFSET " +
-           varnel::DecimalText(depth);
+    return select + u" ORDER BY " + order + u" LIMIT 10 OFFSET " + varnel::DecimalText(depth);
   }
 
   // The key values of the row at `depth`, in the order of the sort and the key.
@@ -268,7 +273,7 @@ class Paging {
     String columns;
     for (const varnel::SortField& field : fields) columns += (columns.empty() ? u"" : u",") + field.Name;
     hostlinux::AdoRecordset row(m_database);
-    row.Open(Ordered(list, columns, depth), m_connection, 3, 1, -1);
+    row.Open(Ordered(list, u"SELECT " + columns + list.From(), depth), m_connection, 3, 1, -1);
     std::vector<varnel::Variant> keys;
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const varnel::Variant value = row.FieldValue(static_cast<Long>(i));
@@ -306,7 +311,7 @@ class Paging {
     });
   }
   double BestOfText(const varnel::PageQuery& query) { return BestByText(query.text); }
-  double ByOffset(const List& list, int depth) { return BestByText(Ordered(list, u"id, name, city", depth)); }
+  double ByOffset(const List& list, int depth) { return BestByText(Ordered(list, list.query, depth)); }
   double BestByText(const String& sql) {
     if (!m_withTexts) return 0;
     return BestOf(kReadsOfText,

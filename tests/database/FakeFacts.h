@@ -32,8 +32,14 @@ class FakeFacts : public hostlinux::IColumnFacts {
     return select.find(u"\"page key\"") == std::u16string::npos ? sorts : hostlinux::SortWork::Nothing;
   }
   bool HasPartialIndex() override { return hasPartialIndex; }
+  bool ReadsInOrder(const std::u16string& select) override {
+    askedForOrder.push_back(select);
+    return readsInOrder;
+  }
 
   bool hasPartialIndex = false;
+  bool readsInOrder = false;
+  std::vector<std::u16string> askedForOrder;
   hostlinux::SortWork sorts = hostlinux::SortWork::Nothing;
 
  private:

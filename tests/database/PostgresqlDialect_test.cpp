@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/database/FakeFacts.h"
 #include "varnel/automation/String.h"
 
@@ -10,6 +12,7 @@ namespace {
 
 using hostlinux::EngineStatement;
 using varnel::String;
+using varnel::host::PageKey;
 using varnel::host::PageSpec;
 
 class PostgresqlDialect : public testing::Test {
@@ -29,9 +32,10 @@ class PostgresqlDialect : public testing::Test {
   }
   // The one statement of a page of 10 rows of `name`, `id`.
   std::string Page(PageSpec page) {
-    page.branches = {{u"SELECT id, name FROM customer", u"", u""}};
+    if (page.branches.empty()) page.branches = {{u"SELECT id, name FROM customer", u"", u""}};
     page.rows = 10;
-    page.behindAnchor = true;
+    page.behindAnchor = std::any_of(page.keys.begin(), page.keys.end(),
+                                    [](const PageKey& key) { return !key.anchor.IsEmpty(); });
     const std::vector<std::u16string> texts = hostlinux::RewritePageForPostgresql(page, m_facts);
     return texts.size() == 1 ? varnel::ToUtf8(texts[0]) : std::to_string(texts.size()) + " statements";
   }
@@ -132,10 +136,100 @@ TEST_F(PostgresqlDialect, APageInMixedDirectionsIsReadInItsParts) {
       "LIMIT 10)"
       " UNION ALL (SELECT id, name FROM customer WHERE name < 'Ulm' ORDER BY name DESC NULLS LAST,id ASC "
       "LIMIT 10)"
-      " UNION ALL (SELECT id, name FROM customer WHERE name is null ORDER BY name DESC NULLS LAST,id ASC "
+      " UNION ALL (SELECT id, name FROM customer WHERE name is null ORDER BY name ASC NULLS FIRST,id ASC "
       "LIMIT 10)"
       " LIMIT 10",
       Page(page));
+}
+
+// The server doesn't see that NULLs are all alike, so it would sort them by what comes behind the name, though an index
+// that is read the other way has them in this order.
+TEST_F(PostgresqlDialect, NullsAreReadInTheDirectionOfTheNextKey) {
+  PageSpec page;
+  page.keys = {{u"name", u"name", false, varnel::Null()}, {u"id", u"id", true, String(u"42")}};
+  EXPECT_EQ(
+      "SELECT id, name FROM customer WHERE name is null and id > '42' ORDER BY name ASC NULLS FIRST,id ASC "
+      "LIMIT 10",
+      Page(page));
+}
+
+TEST_F(PostgresqlDialect, ALastPageBeginsWithNullsInTheirOwnDirection) {
+  m_facts.sorts = hostlinux::SortWork::Groups;
+  PageSpec page;
+  page.keys = {{u"name", u"name", true, {}}, {u"id", u"id", false, {}}};
+  EXPECT_EQ(
+      "(SELECT id, name FROM customer WHERE name is null ORDER BY name DESC NULLS LAST,id DESC LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name = (SELECT name FROM customer WHERE name is not "
+      "null"
+      " ORDER BY name ASC NULLS FIRST LIMIT 1) ORDER BY name ASC NULLS FIRST,id DESC LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name > (SELECT name FROM customer WHERE name is not "
+      "null"
+      " ORDER BY name ASC NULLS FIRST LIMIT 1) ORDER BY name ASC NULLS FIRST,id DESC LIMIT 10)"
+      " LIMIT 10",
+      Page(page));
+}
+
+TEST_F(PostgresqlDialect, NullsStayAsWrittenWhereAnIndexHasThemSo) {
+  m_facts.readsInOrder = true;
+  PageSpec page;
+  page.keys = {{u"name", u"name", false, varnel::Null()}, {u"id", u"id", true, String(u"42")}};
+  const std::string text =
+      "SELECT id, name FROM customer WHERE name is null and id > '42' ORDER BY name DESC NULLS LAST,id ASC "
+      "LIMIT 10";
+  EXPECT_EQ(text, Page(page));
+  ASSERT_EQ(1U, m_facts.askedForOrder.size());
+  EXPECT_EQ(text, varnel::ToUtf8(m_facts.askedForOrder[0]));
+}
+
+TEST_F(PostgresqlDialect, NullsInTheSameDirectionNeedNoQuestion) {
+  PageSpec page;
+  page.keys = {{u"name", u"name", false, varnel::Null()}, {u"id", u"id", false, String(u"42")}};
+  EXPECT_EQ(
+      "SELECT id, name FROM customer WHERE name is null and id < '42' ORDER BY name DESC NULLS LAST,id DESC "
+      "LIMIT 10",
+      Page(page));
+  EXPECT_TRUE(m_facts.askedForOrder.empty());
+}
+
+// A text with parameters of the page's own can't be asked about.
+TEST_F(PostgresqlDialect, NullsOfAParameterizedListAreTurnedWithoutAQuestion) {
+  PageSpec page;
+  page.branches = {{u"SELECT id, name FROM customer", u"city = :city", u""}};
+  page.keys = {{u"name", u"name", false, varnel::Null()}, {u"id", u"id", true, String(u"42")}};
+  EXPECT_NE(std::string::npos, Page(page).find("ORDER BY name ASC NULLS FIRST,id ASC"));
+  EXPECT_TRUE(m_facts.askedForOrder.empty());
+}
+
+// The nearest city among the rows without a name is found by an index on (name, city, id).
+TEST_F(PostgresqlDialect, TheNearestValueBesideNullsIsAskedForInTheOrderOfAnIndex) {
+  m_facts.sorts = hostlinux::SortWork::Groups;
+  PageSpec page;
+  page.keys = {{u"name", u"name", false, varnel::Null()},
+               {u"city", u"city", true, String(u"Ulm")},
+               {u"id", u"id", false, String(u"42")}};
+  EXPECT_EQ(
+      "(SELECT id, name FROM customer WHERE name is null and city = 'Ulm' and id < '42'"
+      " ORDER BY name DESC NULLS LAST,city ASC,id DESC LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name is null and city > 'Ulm' and city = (SELECT city "
+      "FROM"
+      " customer WHERE name is null and city > 'Ulm' ORDER BY name ASC NULLS FIRST, city ASC LIMIT 1)"
+      " ORDER BY name DESC NULLS LAST,city ASC,id DESC LIMIT 10)"
+      " UNION ALL (SELECT id, name FROM customer WHERE name is null and city > 'Ulm' and city > (SELECT city "
+      "FROM"
+      " customer WHERE name is null and city > 'Ulm' ORDER BY name ASC NULLS FIRST, city ASC LIMIT 1)"
+      " ORDER BY name ASC NULLS FIRST,city ASC,id DESC LIMIT 10)"
+      " LIMIT 10",
+      Page(page));
+}
+
+TEST_F(PostgresqlDialect, ASortIsAStepOfAPlanAndNoName) {
+  EXPECT_TRUE(hostlinux::IsSortOfPlan("Sort  (cost=1.00..2.00 rows=10 width=25)"));
+  EXPECT_TRUE(hostlinux::IsSortOfPlan("   ->  Incremental Sort  (cost=0.95..84406.39 rows=199800 width=25)"));
+  EXPECT_FALSE(hostlinux::IsSortOfPlan(
+      "  ->  Index Scan using \"Sort  (x\" on item  (cost=0.43..1.0 rows=1 width=25)"));
+  EXPECT_FALSE(hostlinux::IsSortOfPlan("        Sort Key: name NULLS FIRST, id DESC"));
+  EXPECT_FALSE(hostlinux::IsSortOfPlan("Limit  (cost=0.43..4.29 rows=10 width=25)"));
+  EXPECT_FALSE(hostlinux::IsSortOfPlan(""));
 }
 
 TEST_F(PostgresqlDialect, NamesAreSpelledAsInTheText) {

@@ -41,6 +41,10 @@ class IColumnFacts {
   // What the engine would do for `select`, which isn't run. Nothing at all if it refuses the text.
   virtual std::optional<SortWork> SortsFor(const std::u16string& select) = 0;
 
+  // True if the engine surely reads the rows of `select`, a text in its own SQL that is not run, in their order and sorts
+  // nothing. Asked only where IEngineWords::KnowsNullsAlike is false.
+  virtual bool ReadsInOrder(const std::u16string&) { return false; }
+
   // True if an index has a condition: the engine uses it only where it sees the literals of a statement.
   virtual bool HasPartialIndex() = 0;
 };

@@ -68,6 +68,10 @@ class IEngineWords {
   // NULLs sort below every value without a word of the statement.
   virtual bool SortsNullsLow() const = 0;
 
+  // In an order, a column that a condition says is NULL is nothing to sort by, as one that equals a value is for every engine.
+  // Where it isn't, IColumnFacts::ReadsInOrder is asked.
+  virtual bool KnowsNullsAlike() const { return true; }
+
   // A branch of a union that has an order of its own is SELECT * FROM ( ... ); else it stands in parentheses.
   virtual bool WrapsBranches() const = 0;
 

@@ -6,6 +6,7 @@
 #include "host-linux/database/dialect/KeyLiteral.h"
 #include "host-linux/database/dialect/OperandFinder.h"
 #include "host-linux/database/dialect/SelectNames.h"
+#include "host-linux/database/dialect/SqlRewriter.h"
 
 namespace hostlinux {
 namespace {
@@ -47,6 +48,9 @@ struct Arm {
   size_t same = 0;
   Behind behind = Behind::Anything;
 };
+
+// What the rows of one statement have in a key: values of their own, the same value, NULL.
+enum class Held { Free, Equal, Null };
 
 bool HasAnyWord(const Tokens& tokens, SqlSpan span, std::initializer_list<std::u16string_view> words) {
   for (size_t i = span.begin; i < span.end; ++i) {
@@ -229,11 +233,9 @@ class Seeker {
 
   bool ReadKeys() {
     if (m_page.keys.empty() || m_page.keys.size() > kMaxKeys) return false;
-    std::u16string order;
-    for (const PageKey& key : m_page.keys) {
-      order += (order.empty() ? u" ORDER BY " : u",") + key.name + (key.ascending ? u" ASC" : u" DESC");
-    }
-    m_order = LexSql(order);
+    std::vector<bool> ways;
+    for (const PageKey& key : m_page.keys) ways.push_back(key.ascending);
+    m_order = LexSql(OrderText(ways));
     m_order.resize(m_order.size() + kPadding);
     const auto terms = ReadOrder(m_order, {0, m_order.size() - kPadding - 1});
     if (!terms || terms->size() != m_page.keys.size()) return false;
@@ -241,6 +243,15 @@ class Seeker {
       if (!ReadKey(i, (*terms)[i])) return false;
     }
     return true;
+  }
+
+  // `ways`: of each key, true for upward.
+  std::u16string OrderText(const std::vector<bool>& ways) const {
+    std::u16string order;
+    for (size_t i = 0; i < ways.size(); ++i) {
+      order += (i == 0 ? u" ORDER BY " : u",") + m_page.keys[i].name + (ways[i] ? u" ASC" : u" DESC");
+    }
+    return order;
   }
 
   bool ReadKey(size_t i, const OrderTerm& term) {
@@ -447,7 +458,7 @@ class Seeker {
       writer.AddAnchor(m_keys[i].anchor, i == 0 ? u"" : u" ", parts[i]);
     }
     writer.Add(u")");
-    Close(std::move(writer));
+    Close(std::move(writer), std::vector<Held>(m_keys.size(), Held::Free));
     return true;
   }
 
@@ -534,7 +545,7 @@ class Seeker {
       return WriteLeads(arm, m_keys[*lead]);
     Writer writer;
     WriteSelect(writer, First(), arm);
-    Close(std::move(writer));
+    Close(std::move(writer), HeldIn(arm));
     if (work == SortWork::Everything) AddWalk(arm);
   }
 
@@ -567,9 +578,22 @@ class Seeker {
     const bool isOpen = arm.behind == Behind::Anything || arm.behind == Behind::Null;
     const bool mayBeNull = isOpen && !IsNeverNull(First(), lead);
     if (mayBeNull && lead.ascending) WriteNulls(arm, lead);
-    WriteNearest(arm, lead, mayBeNull, u" =");
-    WriteNearest(arm, lead, mayBeNull, lead.ascending ? u" >" : u" <");
+    WriteNearest(arm, lead, mayBeNull, Held::Equal);
+    WriteNearest(arm, lead, mayBeNull, Held::Free);
     if (mayBeNull && !lead.ascending) WriteNulls(arm, lead);
+  }
+
+  // What the rows of `arm` have in each key, and `held` in that of `lead`.
+  std::vector<Held> HeldIn(const Arm& arm) const {
+    std::vector<Held> all(m_keys.size(), Held::Free);
+    for (size_t i = 0; i < arm.same; ++i) all[i] = m_keys[i].isNull ? Held::Null : Held::Equal;
+    if (arm.behind == Behind::Null) all[arm.same] = Held::Null;
+    return all;
+  }
+  std::vector<Held> HeldIn(const Arm& arm, const Key& lead, Held held) const {
+    std::vector<Held> all = HeldIn(arm);
+    all[static_cast<size_t>(&lead - m_keys.data())] = held;
+    return all;
   }
 
   void WriteNulls(const Arm& arm, const Key& lead) {
@@ -578,15 +602,16 @@ class Seeker {
     WriteAnd(writer, arm);
     writer.CopyBehind(u" ", lead.expression);
     writer.Add(u" is null");
-    Close(std::move(writer));
+    Close(std::move(writer), HeldIn(arm, lead, Held::Null));
   }
 
-  void WriteNearest(const Arm& arm, const Key& lead, bool mayBeNull, std::u16string_view sign) {
+  // The rows of the nearest value, or those behind it.
+  void WriteNearest(const Arm& arm, const Key& lead, bool mayBeNull, Held held) {
     Writer writer;
     WriteSelect(writer, First(), arm);
     WriteAnd(writer, arm);
     writer.CopyBehind(u" ", lead.expression);
-    writer.Add(sign);
+    writer.Add(held == Held::Equal ? u" =" : lead.ascending ? u" >" : u" <");
     writer.Add(u" (SELECT");
     writer.CopyBehind(u" ", lead.expression);
     writer.Copy(First().tokens, {First().from.begin, First().end});
@@ -596,10 +621,25 @@ class Seeker {
       writer.CopyBehind(u" ", lead.expression);
       writer.Add(TextOf(First(), lead, Behind::NotNull));
     }
+    const std::u16string_view way = lead.ascending ? u" ASC" : u" DESC";
     writer.Add(u" ORDER BY");
+    WriteNullsAlike(writer, arm, way);
     writer.CopyBehind(u" ", lead.expression);
-    writer.Add(lead.ascending ? u" ASC LIMIT 1)" : u" DESC LIMIT 1)");
-    Close(std::move(writer));
+    writer.Add(way);
+    writer.Add(u" LIMIT 1)");
+    Close(std::move(writer), HeldIn(arm, lead, held));
+  }
+
+  // The keys that are NULL, in front of the one that is sorted by.
+  void WriteNullsAlike(Writer& writer, const Arm& arm, std::u16string_view way) const {
+    if (m_words.KnowsNullsAlike()) return;
+    const std::vector<Held> held = HeldIn(arm);
+    for (size_t i = 0; i < held.size(); ++i) {
+      if (held[i] != Held::Null) continue;
+      writer.CopyBehind(u" ", m_keys[i].expression);
+      writer.Add(way);
+      writer.Add(u",");
+    }
   }
 
   // Behind the condition of the query and of the arm.
@@ -732,9 +772,37 @@ class Seeker {
   void WriteLimit(Writer& writer) const {
     writer.Add(u" LIMIT " + NumberText(IsJump() ? m_page.way : m_page.rows));
   }
-  void Close(Writer writer) {
+  void Close(Writer writer, const std::vector<Held>& held) {
+    Writer turned = writer;
     WriteEnd(writer);
-    m_steps.push_back({writer.Take(), {}});
+    const std::u16string order = NullsTurned(held);
+    if (order.empty() || IsReadInOrder(writer.Written())) return AddStep(std::move(writer));
+    turned.Add(order);
+    WriteLimit(turned);
+    AddStep(std::move(turned));
+  }
+  void AddStep(Writer writer) { m_steps.push_back({writer.Take(), {}}); }
+
+  // The order in which keys that are NULL go the way of the next one that isn't held, if that is another one.
+  std::u16string NullsTurned(const std::vector<Held>& held) const {
+    if (m_words.KnowsNullsAlike()) return {};
+    std::vector<bool> ways(m_keys.size());
+    std::optional<bool> next;
+    bool isOther = false;
+    for (size_t i = m_keys.size(); i-- > 0;) {
+      ways[i] = held[i] == Held::Null ? next.value_or(m_keys[i].ascending) : m_keys[i].ascending;
+      isOther = isOther || ways[i] != m_keys[i].ascending;
+      if (held[i] == Held::Free) next = ways[i];
+    }
+    return isOther ? OrderText(ways) : std::u16string();
+  }
+
+  // The values of a text's own parameters aren't known here.
+  bool IsReadInOrder(Tokens tokens) const {
+    if (HasAnyKind(tokens, {0, tokens.size()}, {SqlTokenKind::Parameter})) return false;
+    tokens.resize(tokens.size() + 1 + kPadding);
+    RewriteStatement(tokens, m_facts, m_words, {}, nullptr);
+    return m_facts.ReadsInOrder(PrintSql(tokens, 0, tokens.size(), true));
   }
 
   const PageSpec& m_page;

@@ -10,6 +10,9 @@
 // rows of the next name, which may be half the table's NULLs. Read alone, they come in order:
 //   SELECT ... WHERE (w) AND e0 is (SELECT e0 ... WHERE (w) ORDER BY e0 DESC LIMIT 1) ORDER BY ... LIMIT n
 //   SELECT ... WHERE (w) AND e0 is not (SELECT e0 ...) ORDER BY ... LIMIT n
+// Rows whose name is NULL are alike in it. An engine that doesn't see this would sort them all by what comes behind the name;
+// so the name goes the way of the next key, which an index on (name, id) gives in either direction:
+//   SELECT ... WHERE (w) AND e0 is null ORDER BY e0 ASC, e1 ASC LIMIT n
 // An arm of a union is the union of its branches' arms.
 //
 // Of a condition that isn't one of the sort's own, an index may give few rows, to be sorted, or so many that it is quicker

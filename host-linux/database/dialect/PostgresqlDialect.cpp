@@ -147,6 +147,7 @@ class PostgresqlWords : public IEngineWords {
 
   bool SharesMarks() const override { return false; }
   bool SortsNullsLow() const override { return false; }
+  bool KnowsNullsAlike() const override { return false; }
   bool WrapsBranches() const override { return false; }
   bool JoinsSteps() const override { return true; }
   std::u16string PastNulls(ColumnKind) const override { return u" is not null"; }
@@ -196,6 +197,12 @@ std::optional<varnel::Long> RowsOfPlan(const std::string& line) {
   if (rows == std::string::npos) return std::nullopt;
   const double count = std::strtod(line.c_str() + rows + kRows.size(), nullptr);
   return static_cast<varnel::Long>(std::min(count, 2147483647.0));
+}
+
+bool IsSortOfPlan(std::string_view line) {
+  line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  if (line.starts_with("->  ")) line.remove_prefix(4);
+  return line.starts_with("Sort  (") || line.starts_with("Incremental Sort  (");
 }
 
 }  // namespace hostlinux

@@ -28,4 +28,7 @@ std::unordered_map<std::u16string, std::u16string> SpelledNames(std::u16string_v
 // The number of rows in the first line of what EXPLAIN tells: "Seq Scan on t  (cost=0.00..22.70 rows=1270 width=4)".
 std::optional<varnel::Long> RowsOfPlan(const std::string& line);
 
+// True for a line of what EXPLAIN tells that is the step of a sort: "  ->  Incremental Sort  (cost=0.95..5.18 rows=10 width=25)".
+bool IsSortOfPlan(std::string_view line);
+
 }  // namespace hostlinux

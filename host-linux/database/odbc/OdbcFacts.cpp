@@ -1,11 +1,13 @@
 #include "host-linux/database/odbc/OdbcFacts.h"
 
-#include "varnel/automation/String.h"
+#include "host-linux/database/dialect/PostgresqlDialect.h"
+#include "varnel/automation/Convert.h"
 
 namespace hostlinux {
 namespace {
 
 constexpr std::size_t kMaxFacts = 2000;
+constexpr std::size_t kLongestLine = 1 << 20;  // of a plan
 
 // What the server refuses is unknown; a server that is gone isn't.
 bool IsRefusal(const varnel::host::ProviderError& error) {
@@ -34,6 +36,25 @@ std::optional<std::vector<ColumnFact>> OdbcFacts::Describe(const std::u16string&
   }
   if (m_facts.size() >= kMaxFacts) m_facts.clear();
   return m_facts.insert_or_assign(select, std::move(facts)).first->second;
+}
+
+bool OdbcFacts::ReadsInOrder(const std::u16string& select) {
+  if (const auto found = m_orders.find(select); found != m_orders.end()) return found->second;
+  bool sorts = false;
+  try {
+    OdbcStatement plan(m_connection, "EXPLAIN " + varnel::ToUtf8(select));
+    plan.Execute({});
+    while (plan.Fetch()) {
+      RowStore line(1);
+      plan.AddRow(line, {OdbcKind::Text}, kLongestLine);
+      sorts = sorts || IsSortOfPlan(varnel::ToUtf8(varnel::ToText(line.Value(0, 0))));
+    }
+  } catch (const ProviderFailure& failure) {
+    if (!IsRefusal(failure.Error())) throw;
+    sorts = true;
+  }
+  if (m_orders.size() >= kMaxFacts) m_orders.clear();
+  return m_orders.insert_or_assign(select, !sorts).first->second;
 }
 
 }  // namespace hostlinux

@@ -20,14 +20,20 @@ class OdbcFacts : public IColumnFacts {
   // It isn't asked: where an index gives the order of the first columns, the server sorts groups of rows, of which the first
   // may be large.
   std::optional<SortWork> SortsFor(const std::u16string&) override { return SortWork::Groups; }
+  // Of PostgreSQL only.
+  bool ReadsInOrder(const std::u16string& select) override;
   bool HasPartialIndex() override { return false; }
 
-  void Forget() { m_facts.clear(); }
+  void Forget() {
+    m_facts.clear();
+    m_orders.clear();
+  }
 
  private:
   OdbcConnection& m_connection;
   bool m_leavesUntyped = false;
   std::unordered_map<std::u16string, std::optional<std::vector<ColumnFact>>> m_facts;
+  std::unordered_map<std::u16string, bool> m_orders;  // what ReadsInOrder found
 };
 
 }  // namespace hostlinux

@@ -60,6 +60,7 @@ class PlacedWords : public IEngineWords {
   bool MarksByPlace() const override { return true; }
   bool SeeksRows() const override { return m_words.SeeksRows(); }
   bool SortsNullsLow() const override { return m_words.SortsNullsLow(); }
+  bool KnowsNullsAlike() const override { return m_words.KnowsNullsAlike(); }
   bool WrapsBranches() const override { return m_words.WrapsBranches(); }
   bool JoinsSteps() const override { return m_words.JoinsSteps(); }
   std::u16string PastNulls(ColumnKind kind) const override { return m_words.PastNulls(kind); }

@@ -1,5 +1,6 @@
 #include "host-linux/database/postgresql/PostgresqlFacts.h"
 
+#include "host-linux/database/dialect/PostgresqlDialect.h"
 #include "host-linux/database/postgresql/PostgresqlTypes.h"
 #include "varnel/automation/String.h"
 
@@ -24,6 +25,20 @@ std::optional<std::vector<ColumnFact>> PostgresqlFacts::Describe(const std::u16s
   if (!isKnown) facts = std::nullopt;
   if (m_facts.size() >= kMaxFacts) m_facts.clear();
   return m_facts.insert_or_assign(select, std::move(facts)).first->second;
+}
+
+bool PostgresqlFacts::ReadsInOrder(const std::u16string& select) {
+  if (const auto found = m_orders.find(select); found != m_orders.end()) return found->second;
+  bool sorts = true;
+  m_tries([&] {
+    m_connection.Prepare("", "EXPLAIN " + varnel::ToUtf8(select));
+    const PostgresqlResult plan = m_connection.Run("", {});
+    sorts = false;
+    for (int i = 0; i < PQntuples(plan.get()); ++i)
+      sorts = sorts || IsSortOfPlan(PQgetvalue(plan.get(), i, 0));
+  });
+  if (m_orders.size() >= kMaxFacts) m_orders.clear();
+  return m_orders.insert_or_assign(select, !sorts).first->second;
 }
 
 std::vector<ColumnFact> PostgresqlFacts::FactsOf(const PGresult* described) {
@@ -63,6 +78,7 @@ const PostgresqlFacts::Table& PostgresqlFacts::TableOf(Oid table) {
 
 void PostgresqlFacts::Forget() {
   m_facts.clear();
+  m_orders.clear();
   m_tables.clear();
 }
 

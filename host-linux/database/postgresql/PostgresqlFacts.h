@@ -20,6 +20,7 @@ class PostgresqlFacts : public IColumnFacts {
   // It isn't asked: the answer hangs on how NULLs sort, which the text doesn't say yet. Where an index gives the order of the
   // first columns it sorts groups of rows, of which the first may be large.
   std::optional<SortWork> SortsFor(const std::u16string&) override { return SortWork::Groups; }
+  bool ReadsInOrder(const std::u16string& select) override;
   // It sees the values of a statement when it looks for an index.
   bool HasPartialIndex() override { return false; }
 
@@ -37,6 +38,7 @@ class PostgresqlFacts : public IColumnFacts {
   PostgresqlConnection& m_connection;
   std::function<bool(const std::function<void()>&)> m_tries;
   std::unordered_map<std::u16string, std::optional<std::vector<ColumnFact>>> m_facts;
+  std::unordered_map<std::u16string, bool> m_orders;  // what ReadsInOrder found
   std::unordered_map<Oid, Table> m_tables;
 };
 
