@@ -296,9 +296,13 @@ std::size_t Statement::Insert() {
   return count;
 }
 
-std::function<bool(const Row&)> Statement::WhereIn(const Table& table) {
+void Statement::See(const Table& table) {
   m_seen.clear();
   for (const Column& column : table.columns) m_seen.push_back({table.name, column});
+}
+
+std::function<bool(const Row&)> Statement::WhereIn(const Table& table) {
+  See(table);
   if (!Take(u"WHERE")) return [](const Row&) { return true; };
   return [condition = Any()](const Row& row) { return IsTrue(condition.ofRow(row)); };
 }
@@ -311,8 +315,7 @@ std::size_t Statement::Delete() {
 
 std::size_t Statement::Update() {
   Table& table = TableNamed(TakeName());
-  m_seen.clear();
-  for (const Column& column : table.columns) m_seen.push_back({table.name, column});
+  See(table);
   std::vector<std::pair<std::size_t, Expression>> changes;
   Require(u"SET");
   do {

@@ -72,6 +72,7 @@ class Statement {
   std::size_t Insert();
   std::size_t Delete();
   std::size_t Update();
+  void See(const Table& table);
   std::function<bool(const Row&)> WhereIn(const Table& table);
 
   Relation Query(Position order);
