@@ -22,11 +22,12 @@ namespace ado = varnel::host::ado;
 namespace {
 
 constexpr Long kStatementFailed = static_cast<Long>(0x80040E14);
-constexpr Long kNoCurrentRow = 3021;
-constexpr Long kNoSuchField = 3265;
-constexpr Long kClosed = 3704;
-constexpr Long kOpen = 3705;
-constexpr Long kConnectionClosed = 3709;
+constexpr Long AdoNumber(std::uint32_t code) { return static_cast<Long>(0x800A0000U + code); }
+constexpr Long kNoCurrentRow = AdoNumber(3021);
+constexpr Long kNoSuchField = AdoNumber(3265);
+constexpr Long kClosed = AdoNumber(3704);
+constexpr Long kOpen = AdoNumber(3705);
+constexpr Long kConnectionClosed = AdoNumber(3709);
 
 [[noreturn]] void Raise(Long number, StringView description) {
   throw varnel::Error(Failure(number, description));
@@ -37,6 +38,12 @@ constexpr Long kConnectionClosed = 3709;
 void FakeDatabase::Answer(StringView sql, FakeAnswer answer) { m_answers[String(sql)] = std::move(answer); }
 
 void FakeDatabase::AnswerWith(std::function<std::optional<FakeAnswer>(const String&)> function) {
+  AnswerStatementsWith(
+      [function = std::move(function)](const FakeStatement& statement) { return function(statement.sql); });
+}
+
+void FakeDatabase::AnswerStatementsWith(
+    std::function<std::optional<FakeAnswer>(const FakeStatement&)> function) {
   m_functions.push_back(std::move(function));
 }
 
@@ -65,11 +72,12 @@ std::vector<std::string> FakeDatabase::Lines() const {
   return lines;
 }
 
-FakeAnswer FakeDatabase::AnswerTo(const String& sql) const {
+FakeAnswer FakeDatabase::AnswerTo(const FakeStatement& statement) const {
+  const String& sql = statement.sql;
   const auto exact = m_answers.find(sql);
   if (exact != m_answers.end()) return exact->second;
   for (const auto& function : m_functions) {
-    if (auto answer = function(sql)) return *std::move(answer);
+    if (auto answer = function(statement)) return *std::move(answer);
   }
   if (sql.starts_with(u"set TRANSACTION ISOLATION LEVEL ")) return {};
   FakeAnswer answer;
@@ -90,6 +98,9 @@ const ClassInfo& FakeConnection::Class() const {
                                   Method<&FakeConnection::OpenByName>(u"Open"),
                                   Method<&FakeConnection::ExecuteByName>(u"Execute"),
                                   Method<&FakeConnection::CloseByName>(u"Close"),
+                                  Method<&FakeConnection::BeginTrans>(u"BeginTrans"),
+                                  Method<&FakeConnection::CommitTrans>(u"CommitTrans"),
+                                  Method<&FakeConnection::RollbackTrans>(u"RollbackTrans"),
                               }};
   return info;
 }
@@ -125,14 +136,15 @@ void FakeConnection::Open(const String& connectionString, const String& user, co
   if (m_open) Raise(kOpen, u"The connection is open already");
   if (m_database->onOpen) m_database->onOpen(connectionString);
   Fail(m_database->m_open.fault, m_database->m_open.errors);
+  m_connectionString = connectionString;
   m_open = true;
 }
 
-FakeAnswer FakeConnection::Run(const String& sql) {
+FakeAnswer FakeConnection::Run(const String& sql, const varnel::host::StatementParameters& parameters) {
   m_database->m_statements.push_back(sql);
   if (m_database->onRun) m_database->onRun(sql);
   Fail(m_database->m_execute.fault, m_database->m_execute.errors);
-  FakeAnswer answer = m_database->AnswerTo(sql);
+  FakeAnswer answer = m_database->AnswerTo({sql, parameters, m_connectionString});
   Fail(answer.error, answer.providerErrors);
   return answer;
 }
@@ -146,7 +158,7 @@ std::shared_ptr<varnel::host::IRecordset> FakeConnection::ExecuteCounting(const 
                                                                           Long options) {
   Tell(u"Execute " + sql + u" (" + DecimalText(options) + u")");
   if (!m_open) Raise(kClosed, u"The connection is closed");
-  FakeAnswer answer = Run(sql);
+  FakeAnswer answer = Run(sql, {});
   o_affected = answer.affected;
   const auto recordset = std::make_shared<FakeRecordset>(m_database);
   recordset->m_connection = varnel::SharedFrom(*this);
@@ -159,6 +171,19 @@ void FakeConnection::Close() {
   if (!m_open) Raise(kClosed, u"The connection is closed");
   m_open = false;
 }
+
+void FakeConnection::Step(FakeTransaction step, const String& name) {
+  Tell(name);
+  if (!m_open) Raise(kClosed, u"The connection is closed");
+  if (m_database->onTransaction) m_database->onTransaction(step);
+}
+
+Long FakeConnection::BeginTrans() {
+  Step(FakeTransaction::Begin, u"BeginTrans");
+  return 1;
+}
+void FakeConnection::CommitTrans() { Step(FakeTransaction::Commit, u"CommitTrans"); }
+void FakeConnection::RollbackTrans() { Step(FakeTransaction::Rollback, u"RollbackTrans"); }
 
 void FakeConnection::OpenByName(const String& connectionString) {
   Open(connectionString, u"", u"", ado::kUnspecified);
@@ -207,6 +232,7 @@ void FakeRecordset::SetParameters(const varnel::host::StatementParameters& param
   for (const varnel::host::StatementParameter& parameter : parameters.values) {
     Tell(u"Parameter " + parameter.Name + u" " + varnel::TypeName(parameter.Value));
   }
+  m_parameters = parameters;
 }
 
 void FakeRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::IConnection>& connection,
@@ -214,13 +240,15 @@ void FakeRecordset::Open(const String& sql, const std::shared_ptr<varnel::host::
   Tell(u"Open " + sql + u" (" + DecimalText(cursorType) + u", " + DecimalText(lockType) + u", " +
        DecimalText(options) + u")");
   if (m_open) Raise(kOpen, u"The recordset is open");
-  m_connection = std::dynamic_pointer_cast<FakeConnection>(connection);
-  if (m_connection == nullptr || !m_connection->IsOpen()) {
+  const auto own = std::dynamic_pointer_cast<FakeConnection>(connection);
+  if (own == nullptr || !own->IsOpen()) {
     Raise(kConnectionClosed, u"The connection can't be used: it is closed or none at all");
   }
   if (cursorType != ado::kUnspecified) m_cursorType = cursorType;
   if (lockType != ado::kUnspecified) m_lockType = lockType;
-  Take(m_connection->Run(sql));
+  Take(own->Run(sql, m_parameters));
+  if (m_cursorLocation == ado::kUseClient) m_cursorType = ado::kOpenStatic;
+  m_connection = own;
 }
 
 // Keeps the rows that the limit and the switches leave.
@@ -259,10 +287,7 @@ bool FakeRecordset::IsEOF() const {
   return m_row >= m_answer.rows.size();
 }
 
-Long FakeRecordset::FieldCount() const {
-  RequireOpen();
-  return static_cast<Long>(m_answer.columns.size());
-}
+Long FakeRecordset::FieldCount() const { return m_open ? static_cast<Long>(m_answer.columns.size()) : 0; }
 
 const FakeColumn& FakeRecordset::ColumnAt(Long position) const {
   if (position < 0 || position >= FieldCount()) Raise(kNoSuchField, u"There is no such field");

@@ -32,6 +32,15 @@ struct FakeAnswer {
   varnel::Long affected = -1;  // rows that the statement changed
 };
 
+// A text with all that was given beside it.
+struct FakeStatement {
+  varnel::String sql;
+  varnel::host::StatementParameters parameters;
+  varnel::String connectionString;
+};
+
+enum class FakeTransaction { Begin, Commit, Rollback };
+
 class FakeConnection;
 class FakeRecordset;
 
@@ -44,6 +53,9 @@ class FakeDatabase {
   // A function that may answer any text; empty: the next one is asked. Exact texts go before functions, and
   // functions are asked in the order in which they came. A text without an answer fails with 80040E14.
   void AnswerWith(std::function<std::optional<FakeAnswer>(const varnel::String& sql)> function);
+  // The same for one that wants to know more than the text.
+  void AnswerStatementsWith(
+      std::function<std::optional<FakeAnswer>(const FakeStatement& statement)> function);
 
   // Switches: every further call fails so, with these errors in `IConnection::Errors`.
   void FailOpen(varnel::ErrInfo failure, std::vector<varnel::host::ProviderError> errors = {});
@@ -58,10 +70,11 @@ class FakeDatabase {
   const std::map<varnel::String, varnel::String>& Texts() const { return m_texts; }
 
   // Called before the connection is opened, before a text is run, and with the rows before they are handed
-  // over. Each may raise; the last may change the rows.
+  // over. Each may raise; the third may change the rows. The last is called when a connection's transaction begins or ends.
   std::function<void(const varnel::String& connectionString)> onOpen;
   std::function<void(const varnel::String& sql)> onRun;
   std::function<void(varnel::host::RowBlock& rows)> onGetRows;
+  std::function<void(FakeTransaction step)> onTransaction;
 
   // Every property set and every call, in order: "Connection 1: CommandTimeout 30",
   // "Recordset 1: Open SELECT ... (-1, -1, -1)". Connections and recordsets are numbered from 1.
@@ -81,11 +94,11 @@ class FakeDatabase {
     std::vector<varnel::host::ProviderError> errors;
   };
 
-  FakeAnswer AnswerTo(const varnel::String& sql) const;
+  FakeAnswer AnswerTo(const FakeStatement& statement) const;
 
   TracePtr m_trace;
   std::map<varnel::String, FakeAnswer> m_answers;
-  std::vector<std::function<std::optional<FakeAnswer>(const varnel::String&)>> m_functions;
+  std::vector<std::function<std::optional<FakeAnswer>(const FakeStatement&)>> m_functions;
   std::vector<varnel::String> m_statements;
   Switch m_open;
   Switch m_execute;
@@ -101,6 +114,7 @@ class FakeDatabase {
 
 using FakeDatabasePtr = std::shared_ptr<FakeDatabase>;
 
+// Misuse is raised as on a real host: 3705 and so on stand for 0x800A0000 and that number.
 class FakeConnection : public varnel::Object,
                        public varnel::host::IConnection,
                        public varnel::host::IKeptTexts {
@@ -125,6 +139,10 @@ class FakeConnection : public varnel::Object,
                                                             varnel::Long& o_affected,
                                                             varnel::Long options) override;
   void Close() override;
+  // For scripts; 3704 where it is closed. The first returns the level of nesting, which is 1.
+  varnel::Long BeginTrans();
+  void CommitTrans();
+  void RollbackTrans();
   std::vector<varnel::host::ProviderError> Errors() const override { return m_errors; }
   bool KeepsTexts() const override { return m_database->m_keepsTexts; }
   const varnel::String* KeptText(const varnel::String& key) override;
@@ -134,7 +152,8 @@ class FakeConnection : public varnel::Object,
   friend class FakeRecordset;
 
   // The answer to `sql`; its error, or a switched one, is kept in `Errors` and raised.
-  FakeAnswer Run(const varnel::String& sql);
+  FakeAnswer Run(const varnel::String& sql, const varnel::host::StatementParameters& parameters);
+  void Step(FakeTransaction step, const varnel::String& name);
   void Fail(const Fault& fault, const std::vector<varnel::host::ProviderError>& errors);
   void Tell(const varnel::String& what) const;
   void CloseByName() { Close(); }
@@ -143,6 +162,7 @@ class FakeConnection : public varnel::Object,
 
   FakeDatabasePtr m_database;
   varnel::String m_name;
+  varnel::String m_connectionString;
   bool m_open = false;
   std::vector<varnel::host::ProviderError> m_errors;
 };
@@ -169,9 +189,9 @@ class FakeRecordset : public varnel::Object, public varnel::host::IRecordset {
             varnel::Long cursorType, varnel::Long lockType, varnel::Long options) override;
   std::shared_ptr<varnel::host::IConnection> GetActiveConnection() const override;
   void DetachConnection() override;
+  varnel::Long FieldCount() const override;  // 0 while the recordset is closed
   // From here on 3704 while the recordset is closed; 3021 where a row is needed and there is none.
   bool IsEOF() const override;
-  varnel::Long FieldCount() const override;
   varnel::String FieldName(varnel::Long position) const override;  // 3265 outside
   varnel::Integer FieldType(varnel::Long position) const override;
   varnel::Variant FieldValue(varnel::Long position) const override;
@@ -200,6 +220,7 @@ class FakeRecordset : public varnel::Object, public varnel::host::IRecordset {
   varnel::Long m_lockType = varnel::host::ado::kLockReadOnly;
   varnel::Long m_maxRecords = 0;
   varnel::Long m_cacheSize = 1;
+  varnel::host::StatementParameters m_parameters;
   FakeAnswer m_answer;
   std::size_t m_row = 0;
 };

@@ -1,9 +1,14 @@
 // A list page by page to its end and back, against the rows that it should have.
 #pragma once
 
-#include <algorithm>
+#include <gtest/gtest.h>
 
-#include "tests/catalog/LiveCatalog.h"
+#include <algorithm>
+#include <functional>
+
+#include "host-fake/FakeHost.h"
+#include "varnel/automation/Convert.h"
+#include "varnel/catalog/CatalogQuery.h"
 
 namespace varnel {
 
@@ -11,7 +16,7 @@ class ListWalk {
  public:
   // Opens the list at a state, with or without a page.
   using Opener = std::function<CatalogQuery::List(const CatalogQuery::PagePtr&, const String& state)>;
-  using NewHost = std::function<std::unique_ptr<LiveHost>()>;
+  using NewHost = std::function<std::unique_ptr<hostfake::FakeHost>()>;
 
   // Jumping: on a page that shows page numbers, and so counts.
   enum class Road { Page, Jumping, WithoutPage };
@@ -85,7 +90,7 @@ class ListWalk {
   NewHost m_newHost;
   std::size_t m_size;
   std::function<std::string(const Variant&)> m_text;
-  std::unique_ptr<LiveHost> m_host;
+  std::unique_ptr<hostfake::FakeHost> m_host;
   Opener m_opener;
   Road m_road = Road::Page;
   std::vector<StringView> m_columns;

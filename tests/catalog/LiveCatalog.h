@@ -48,31 +48,6 @@ class LiveCatalog : public TestDatabase {
 
   static Date Day() { return MakeDate({2024, 3, 5}); }
 
-  // The rows that are left of a plain recordset, as `Rows` writes them; both it and its connection are
-  // closed.
-  static std::string Take(const ObjectPtr& answer) {
-    const auto recordset = CastObject<hostlinux::AdoRecordset>(answer);
-    std::string text;
-    for (; !recordset->IsEOF(); recordset->MoveNext()) {
-      if (!text.empty()) text += ";";
-      for (Long i = 0; i < recordset->FieldCount(); ++i)
-        text += (i == 0 ? "" : ",") + TextOf(recordset->FieldValue(i));
-    }
-    const auto connection = recordset->GetActiveConnection();
-    recordset->Close();
-    connection->Close();
-    return text;
-  }
-
-  static std::string TextOf(const Variant& value) {
-    return value.IsNull() ? std::string("-") : ToUtf8(ToText(value));
-  }
-
-  // One field of the current row.
-  static std::string FieldOf(const ObjectPtr& answer, StringView name) {
-    return TextOf(ToPlain(answer->CallWith(u"Item", name)));
-  }
-
   std::unique_ptr<LiveHost> m_host;
   CatalogQuery m_catalog;
 

@@ -1,7 +1,7 @@
 -- Forty products in three catalogues: some disabled, some still to come, some without a date, some expired; a
 -- category that two catalogues share, one product's sheet, prices of two groups, favourites of two users.
 
-INSERT INTO MANUFACTURER VALUES (1, 'Acme', 'AC'), (2, 'Bolt', 'BO');
+INSERT INTO MANUFACTURER VALUES (1, 'Acme', 'AC'), (2, 'Bolt', 'BO'), (10, 'Cord', 'CO'), (11, 'Dial', 'DI');
 INSERT INTO UNIT VALUES ('PCE', 'Piece');
 
 WITH RECURSIVE N (ID) AS (SELECT 1 UNION ALL SELECT ID + 1 FROM N WHERE ID < 40)
@@ -32,7 +32,7 @@ INSERT INTO PRODUCTPROPVALUE VALUES (5, 1, '12 mm'), (5, 2, 'Bridge'), (5, 3, 'P
 INSERT INTO PROPSBYPROPGROUP VALUES (1, 1, 1, 20), (1, 3, 1, 10), (1, 2, 0, 5);
 
 INSERT INTO ICON VALUES (1, 'pdf.gif');
-INSERT INTO ATTACHEDFILE VALUES (1, 5, 1, 'sheet.pdf', 'Data sheet'), (2, 5, 9, 'lost.xyz', 'An icon that is not there'),
+INSERT INTO ATTACHEDFILE VALUES (1, 5, 1, 'sheet.pdf', 'Data sheet'), (2, 5, NULL, 'lost.xyz', 'A file without an icon'),
                                 (3, 5, 1, 'guide.pdf', 'Guide');
 -- Of product 5: 10 is disabled, 8 still to come, 4 good and 25 expired. Of 6 only disabled and expired ones.
 INSERT INTO ALTERNATIVEPRODUCTS VALUES (5, 4, 1), (5, 8, 2), (5, 10, 3), (5, 25, 4), (6, 10, 1), (6, 25, 2);

@@ -1,12 +1,8 @@
-// What becomes of connections by ODBC to PostgreSQL and SQLite when something gets in their way, or somebody wants more of them
+// What only connections by ODBC to PostgreSQL and SQLite do when something gets in their way, or somebody wants more of them
 // than they are for.
-#include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <thread>
-
-#include "host-fake/ErrorOf.h"
-#include "tests/conformance/EngineUnderTest.h"
+#include "tests/conformance/FaultTest.h"
 
 namespace {
 
@@ -14,144 +10,16 @@ using hostfake::NumberOf;
 using testing::HasSubstr;
 using varnel::String;
 namespace provider_error = hostlinux::provider_error;
-using Clock = std::chrono::steady_clock;
-
-std::string MessageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const varnel::Error& error) {
-    return varnel::ToUtf8(error.Info().Description);
-  }
-  return {};
-}
 
 // Of this process alone.
 std::filesystem::path TemporaryName(const std::string& name) {
   return std::filesystem::temp_directory_path() / ("varnel-test-" + std::to_string(getpid()) + "-" + name);
 }
 
-class OdbcFaults : public testing::Test {
+class PostgresqlOdbcFaults : public FaultTest {
  protected:
-  explicit OdbcFaults(EngineKind kind) : m_kind(kind) {}
-  void SetUp() override {
-    if (const std::string missing = WhatIsMissing(m_kind); !missing.empty()) GTEST_SKIP() << missing;
-    m_database = std::make_unique<EngineDatabase>(m_kind);
-    m_database->Run(u"CREATE TABLE t (id INT NOT NULL PRIMARY KEY, name VARCHAR(20))");
-    m_database->Run(u"INSERT INTO t VALUES (1, 'a'), (2, 'b')");
-  }
-
-  // A page's work: a connection from the pool, a statement, and the end of the request.
-  std::string Page(const String& sql) {
-    std::string text;
-    {
-      const auto connection = m_database->Connect();
-      auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
-      rows->Open(sql, connection, 3, 1, -1);
-      text = EngineDatabase::RowsOf(*rows);
-    }
-    m_database->Services()->EndRequest();
-    return text;
-  }
-
-  // That a result, and a value, is too large.
-  void ExpectLimits(const String& endless, const String& longValue) {
-    hostlinux::AdoOptions options;
-    options.limits.maxResult = 1 << 20;
-    options.limits.maxValue = 1 << 20;
-    EngineDatabase small(m_kind, options);
-    EXPECT_THAT(MessageOf([&] {
-                  auto rows = std::make_shared<hostlinux::AdoRecordset>(small.Services());
-                  rows->Open(endless, small.Connection(), 3, 1, -1);
-                  while (!rows->IsEOF()) rows->MoveNext();
-                }),
-                HasSubstr("larger than a result may be"));
-    EXPECT_THAT(MessageOf([&] { small.Rows(longValue); }), HasSubstr("larger than a value may be"));
-    EXPECT_EQ("1", small.Rows(u"SELECT 1"));
-  }
-
-  void ExpectRefused(const String& mode, std::initializer_list<String> statements) {
-    const auto connection = m_database->Connect(mode);
-    for (const String& sql : statements) {
-      EXPECT_EQ(provider_error::kPermission, NumberOf([&] { connection->Execute(sql, -1); }))
-          << varnel::ToUtf8(sql);
-    }
-    EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
-  }
-
-  EngineKind m_kind;
-  std::unique_ptr<EngineDatabase> m_database;
+  PostgresqlOdbcFaults() : FaultTest(EngineKind::PostgresqlByOdbc) {}
 };
-
-class PostgresqlOdbcFaults : public OdbcFaults {
- protected:
-  PostgresqlOdbcFaults() : OdbcFaults(EngineKind::PostgresqlByOdbc) {}
-};
-
-TEST_F(PostgresqlOdbcFaults, AServerThatIsGoneFailsWithItsNumberAndIsBackByItself) {
-  EXPECT_EQ("1;2", Page(u"SELECT id FROM t ORDER BY id"));
-  PostgresqlServer::Shared()->Kill();
-  EXPECT_EQ(provider_error::kFail, NumberOf([&] { Page(u"SELECT id FROM t"); }));
-  EXPECT_THAT(MessageOf([&] { Page(u"SELECT id FROM t"); }), HasSubstr("refused"));
-  m_database->Services()->EndRequest();
-  PostgresqlServer::Shared()->Start();
-  EXPECT_EQ("1;2", Page(u"SELECT id FROM t ORDER BY id"));
-}
-
-TEST_F(PostgresqlOdbcFaults, AServerThatDiesInAReadFailsTheReadAlone) {
-  const auto connection = m_database->Connect();
-  std::thread killer([] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    PostgresqlServer::Shared()->Kill();
-  });
-  EXPECT_EQ(provider_error::kFail, NumberOf([&] { connection->Execute(u"SELECT pg_sleep(60)", -1); }));
-  killer.join();
-  m_database->Services()->EndRequest();
-  PostgresqlServer::Shared()->Start();
-  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
-}
-
-TEST_F(PostgresqlOdbcFaults, AWrongPasswordIsToldAsTheServerTellsIt) {
-  EXPECT_THAT(MessageOf([&] { m_database->Connect(u"PWD=wrong"); }),
-              HasSubstr("password authentication failed for user \"owner\""));
-}
-
-TEST_F(PostgresqlOdbcFaults, AStatementEndsWithItsTime) {
-  const auto connection = m_database->Connect();
-  connection->SetCommandTimeout(1);
-  const Clock::time_point begin = Clock::now();
-  EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { connection->Execute(u"SELECT pg_sleep(60)", -1); }));
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
-  EXPECT_EQ("0",
-            m_database->Rows(
-                u"SELECT COUNT(*) FROM pg_stat_activity WHERE state = 'active' AND query LIKE '%pg_sleep(6%'"
-                u" AND pid <> pg_backend_pid()"));
-}
-
-TEST_F(PostgresqlOdbcFaults, ALockedTableIsWaitedForWithinTheTime) {
-  m_database->Connection()->BeginTrans();
-  m_database->Run(u"LOCK TABLE t");
-  const auto other = m_database->Connect();
-  other->SetCommandTimeout(1);
-  EXPECT_EQ(provider_error::kTimeout, NumberOf([&] { other->Execute(u"SELECT * FROM t", -1); }));
-  m_database->Connection()->RollbackTrans();
-  other->SetCommandTimeout(30);
-  other->Execute(u"SELECT * FROM t", -1);
-}
-
-TEST_F(PostgresqlOdbcFaults, WhatAPageLeavesBehindIsNoOtherPages) {
-  m_database->Connect()->Execute(u"CREATE TEMPORARY TABLE mine (id INT)", -1);
-  m_database->Services()->EndRequest();
-  const std::string pid = Page(u"SELECT pg_backend_pid()");
-  EXPECT_EQ(provider_error::kNoTable, NumberOf([&] { Page(u"SELECT * FROM mine"); }));
-  EXPECT_EQ(pid, Page(u"SELECT pg_backend_pid()"));  // an ordinary one is used again
-  {
-    const auto connection = m_database->Connect();
-    connection->BeginTrans();
-    connection->Execute(u"DELETE FROM t", -1);
-  }
-  m_database->Services()->EndRequest();
-  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
-}
 
 TEST_F(PostgresqlOdbcFaults, SettingsThatEscapingDependsOnCantBeChanged) {
   for (const String sql :
@@ -172,7 +40,7 @@ TEST_F(PostgresqlOdbcFaults, SettingsThatEscapingDependsOnCantBeChanged) {
 // The rows of the list aren't all read when the next statement comes.
 TEST_F(PostgresqlOdbcFaults, ASettingIsNotedBeforeTheNextStatement) {
   const auto connection = m_database->Connect();
-  auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
+  auto rows = m_database->NewRecordset();
   const auto read = [&] {
     rows->Open(
         u"SELECT i, \"set_config\"('standard_conforming_strings', 'off', false) FROM "
@@ -195,77 +63,21 @@ TEST_F(PostgresqlOdbcFaults, AReaderGetsRoundNothing) {
 
 TEST_F(PostgresqlOdbcFaults, AReadersTransactionReadsToo) {
   const auto reader = m_database->Connect(u"Mode=Read");
-  reader->BeginTrans();
+  DatabaseUnderTest::BeginTrans(reader);
   EXPECT_EQ(provider_error::kPermission, NumberOf([&] { reader->Execute(u"DELETE FROM t", -1); }));
   EXPECT_NE(0, NumberOf([&] {
               reader->Execute(u"SELECT \"set_config\"('transaction_read_only', 'off', true)", -1);
               reader->Execute(u"DELETE FROM t", -1);
             }));
-  reader->RollbackTrans();
-  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
-}
-
-TEST_F(PostgresqlOdbcFaults, AKeyThatItsColumnCantTakeIsADataFault) {
-  const auto connection = m_database->Connect();
-  EXPECT_NE(0, NumberOf([&] { connection->Execute(u"SELECT * FROM t WHERE id > 'abc'", -1); }));
-  ASSERT_FALSE(connection->Errors().empty());
-  EXPECT_TRUE(connection->Errors()[0].SQLState.starts_with(u"22"))
-      << varnel::ToUtf8(connection->Errors()[0].SQLState);
-  EXPECT_EQ(u"Varnel ODBC", connection->Errors()[0].Source);
-}
-
-TEST_F(PostgresqlOdbcFaults, ResultsAndValuesHaveLimits) {
-  ExpectLimits(u"SELECT repeat('x', 100), generate_series(1, 1000000000)", u"SELECT repeat('x', 5000000)");
-}
-
-TEST_F(PostgresqlOdbcFaults, ATextKeepsItsCharactersAcrossPieces) {
-  for (const String begin : {u"", u"x"}) {
-    const auto rows = m_database->Query(u"SELECT '" + begin + u"' || repeat('😀', 5000)");
-    String expected = begin;
-    for (int i = 0; i < 5000; ++i) expected += u"😀";
-    EXPECT_TRUE(expected == varnel::ToText(rows->FieldValue(0)));
-  }
-}
-
-TEST_F(PostgresqlOdbcFaults, ATableThatChangedIsReadAnew) {
-  EXPECT_EQ("1,a;2,b", Page(u"SELECT * FROM t ORDER BY id"));
-  PostgresqlServer::Shared()->Run("ALTER TABLE t ADD COLUMN more INT", m_database->Name());
-  EXPECT_EQ("1,a,-;2,b,-", Page(u"SELECT * FROM t ORDER BY id"));
-}
-
-TEST_F(PostgresqlOdbcFaults, NoConnectionIsLeftOver) {
-  const auto count = [&] { return Page(u"SELECT COUNT(*) FROM pg_stat_activity WHERE usename = 'owner'"); };
-  Page(u"SELECT 1");
-  const std::string before = count();
-  for (int i = 0; i < 50; ++i)
-    NumberOf([&] { Page(i % 2 == 0 ? u"SELECT id FROM t" : u"SELECT none FROM t"); });
-  EXPECT_EQ(before, count());
-}
-
-TEST_F(PostgresqlOdbcFaults, AWaitingConnectionThatTheServerEndedIsReplaced) {
-  const std::string pid = Page(u"SELECT pg_backend_pid()");
-  PostgresqlServer::Shared()->Run("SELECT pg_terminate_backend(" + pid + ")");
-  EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
-}
-
-TEST_F(PostgresqlOdbcFaults, ACharacter0IsRefusedInTextsAndValues) {
-  const String zero = String(u"a") + u'\0';
-  EXPECT_NE(0, NumberOf([&] { m_database->Run(u"DELETE FROM t WHERE name = '" + zero + u"'"); }));
-  varnel::host::StatementParameters parameters;
-  parameters.values.push_back({u"p", varnel::Variant(zero)});
-  auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
-  rows->SetParameters(parameters);
-  EXPECT_NE(0, NumberOf([&] {
-              rows->Open(u"SELECT id FROM t WHERE name = :p", m_database->Connection(), 3, 1, -1);
-            }));
+  DatabaseUnderTest::RollbackTrans(reader);
   EXPECT_EQ("2", Page(u"SELECT COUNT(*) FROM t"));
 }
 
 // --- SQLite
 
-class SqliteOdbcFaults : public OdbcFaults {
+class SqliteOdbcFaults : public FaultTest {
  protected:
-  SqliteOdbcFaults() : OdbcFaults(EngineKind::SqliteByOdbc) {}
+  SqliteOdbcFaults() : FaultTest(EngineKind::SqliteByOdbc) {}
 };
 
 // The driver brings functions for files, and lets the engine load code.
@@ -341,14 +153,14 @@ TEST_F(SqliteOdbcFaults, AStatementEndsWithItsTime) {
 }
 
 TEST_F(SqliteOdbcFaults, ALockIsWaitedForAsLongAsTheDriverIsTold) {
-  m_database->Connection()->BeginTrans();
+  DatabaseUnderTest::BeginTrans(m_database->Connection());
   m_database->Run(u"UPDATE t SET name = 'x' WHERE id = 1");
   const auto other = m_database->Connect(u"Timeout=300");
   const Clock::time_point begin = Clock::now();
   EXPECT_EQ(provider_error::kTimeout,
             NumberOf([&] { other->Execute(u"UPDATE t SET name = 'y' WHERE id = 1", -1); }));
   EXPECT_LT(Clock::now() - begin, std::chrono::seconds(30));
-  m_database->Connection()->RollbackTrans();
+  DatabaseUnderTest::RollbackTrans(m_database->Connection());
   other->Execute(u"UPDATE t SET name = 'y' WHERE id = 1", -1);
   EXPECT_EQ("y", Page(u"SELECT name FROM t WHERE id = 1"));
 }

@@ -23,8 +23,6 @@ class Values : public EveryEngine {
         u", picture " + (IsPostgresql(GetParam()) ? u"BYTEA" : u"BLOB") + u")");
   }
 
-  // SQLite's driver brings no function for them.
-  bool KnowsPatternClasses() const { return GetParam() != EngineKind::SqliteByOdbc; }
   bool IsMariadb() const { return GetParam() == EngineKind::Mariadb; }
   // A truth value as a literal of the engine's own.
   String Flag(bool value) const {
@@ -63,9 +61,9 @@ TEST_P(Values, NothingIsNull) {
 TEST_P(Values, NamesAreSpelledAsTheTextSpellsThem) {
   const auto rows =
       m_database->Query(u"SELECT Id, item.NAME, price AS \"The Price\", amount AS Sum FROM item");
-  // The embedded engine keeps the spelling of the table.
-  EXPECT_EQ(IsServer() ? u"Id" : u"id", rows->FieldName(0));
-  EXPECT_EQ(IsServer() ? u"NAME" : u"name", rows->FieldName(1));
+  const bool asInText = Has(Feature::SpellingOfTheText);
+  EXPECT_EQ(asInText ? u"Id" : u"id", rows->FieldName(0));
+  EXPECT_EQ(asInText ? u"NAME" : u"name", rows->FieldName(1));
   EXPECT_EQ(u"The Price", rows->FieldName(2));
   EXPECT_EQ(u"Sum", rows->FieldName(3));
 }
@@ -124,7 +122,7 @@ TEST_P(Values, PatternsKnowSignsInBracketsAndNoBackslash) {
 
 TEST_P(Values, PatternsKnowClasses) {
   Run(u"INSERT INTO item (id, name) VALUES (1, 'a%b'), (2, 'axb'), (3, 'a\\b'), (4, 'bxb'), (5, 'a]b')");
-  if (!KnowsPatternClasses()) {
+  if (!Has(Feature::PatternClasses)) {
     EXPECT_EQ(provider_error::kSyntax,
               NumberOf([&] { Rows(u"SELECT id FROM item WHERE name LIKE '[a-c]x_' ORDER BY id"); }));
     return;
@@ -152,11 +150,11 @@ TEST_P(Values, TheNumberOfRowsIsExact) {
 
 TEST_P(Values, MaxRecordsCutsTheWhole) {
   Run(u"INSERT INTO item (id) VALUES (1), (2), (3)");
-  auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
+  auto rows = m_database->NewRecordset();
   rows->SetMaxRecords(2);
   rows->Open(u"SELECT id FROM item UNION SELECT id + 10 FROM item ORDER BY id DESC", m_database->Connection(),
              3, 1, -1);
-  EXPECT_EQ("13;12", EngineDatabase::RowsOf(*rows));
+  EXPECT_EQ("13;12", DatabaseUnderTest::RowsOf(*rows));
   EXPECT_EQ(2, rows->RecordCount());
 }
 
@@ -218,22 +216,22 @@ TEST_P(Values, AReaderChangesNothing) {
 
 TEST_P(Values, ATransactionIsTakenBackOrKept) {
   Run(u"INSERT INTO item (id) VALUES (1)");
-  m_database->Connection()->BeginTrans();
+  DatabaseUnderTest::BeginTrans(m_database->Connection());
   Run(u"DELETE FROM item");
-  m_database->Connection()->RollbackTrans();
+  DatabaseUnderTest::RollbackTrans(m_database->Connection());
   EXPECT_EQ("1", Rows(u"SELECT id FROM item"));
-  m_database->Connection()->BeginTrans();
+  DatabaseUnderTest::BeginTrans(m_database->Connection());
   Run(u"DELETE FROM item");
-  m_database->Connection()->CommitTrans();
+  DatabaseUnderTest::CommitTrans(m_database->Connection());
   EXPECT_EQ("", Rows(u"SELECT id FROM item"));
 }
 
 TEST_P(Values, AFailedStatementEndsNoTransaction) {
-  m_database->Connection()->BeginTrans();
+  DatabaseUnderTest::BeginTrans(m_database->Connection());
   Run(u"INSERT INTO item (id) VALUES (1)");
   EXPECT_EQ(provider_error::kIntegrity, NumberOf([&] { Run(u"INSERT INTO item (id) VALUES (1)"); }));
   Run(u"INSERT INTO item (id) VALUES (2)");
-  m_database->Connection()->CommitTrans();
+  DatabaseUnderTest::CommitTrans(m_database->Connection());
   EXPECT_EQ("1;2", Rows(u"SELECT id FROM item ORDER BY id"));
 }
 
@@ -243,12 +241,12 @@ TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
   Run(u"INSERT INTO item (id, name, price, flag) VALUES (1, 'a', 1.5, " + Flag(true) + u"), (2, 'b', 2.5, " +
       Flag(false) + u")");
   const auto rowsWith = [&](const String& sql, const Variant& value) {
-    auto rows = std::make_shared<hostlinux::AdoRecordset>(m_database->Services());
+    auto rows = m_database->NewRecordset();
     varnel::host::StatementParameters parameters;
     parameters.values.push_back({u"p", value});
     rows->SetParameters(parameters);
     rows->Open(sql, m_database->Connection(), 3, 1, -1);
-    return EngineDatabase::RowsOf(*rows);
+    return DatabaseUnderTest::RowsOf(*rows);
   };
   EXPECT_EQ("2", rowsWith(u"SELECT id FROM item WHERE id > :p", Long{1}));
   EXPECT_EQ("2", rowsWith(u"SELECT id FROM item WHERE id > :p", String(u"1")));
@@ -256,7 +254,7 @@ TEST_P(Values, ParametersTakeTheTypeOfTheirPlace) {
   EXPECT_EQ("2", rowsWith(u"SELECT id FROM item WHERE id > :p", 1.5));
   EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a")));
   EXPECT_EQ("", rowsWith(u"SELECT id FROM item WHERE name = :p", String(u"a' OR 'a' = 'a")));
-  if (KnowsPatternClasses()) {
+  if (Has(Feature::PatternClasses)) {
     EXPECT_EQ("1", rowsWith(u"SELECT id FROM item WHERE name LIKE :p", String(u"[a]%")));
   }
   EXPECT_EQ("1;2", rowsWith(u"SELECT id FROM item WHERE name LIKE :p ORDER BY id", String(u"_%")));

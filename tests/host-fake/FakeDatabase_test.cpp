@@ -13,6 +13,9 @@ using testing::ElementsAre;
 using varnel::Long;
 namespace ado = varnel::host::ado;
 
+// As misuse is raised.
+Long AdoNumber(std::uint32_t code) { return static_cast<Long>(0x800A0000U + code); }
+
 FakeAnswer Numbers(Long count) {
   FakeAnswer answer;
   answer.columns = {{u"ID", kTypeLong}};
@@ -122,8 +125,8 @@ TEST_F(FakeDatabaseTest, WalksRowsAndNamesFields) {
   EXPECT_FALSE(recordset->IsEOF());
   recordset->MoveNext();
   EXPECT_TRUE(recordset->IsEOF());
-  EXPECT_EQ(ErrorOf([&] { recordset->FieldValue(0); }).Number, 3021);
-  EXPECT_EQ(ErrorOf([&] { recordset->FieldName(2); }).Number, 3265);
+  EXPECT_EQ(ErrorOf([&] { recordset->FieldValue(0); }).Number, AdoNumber(3021));
+  EXPECT_EQ(ErrorOf([&] { recordset->FieldName(2); }).Number, AdoNumber(3265));
 }
 
 TEST_F(FakeDatabaseTest, ReadsRowsFromTheCurrentOneToTheEnd) {
@@ -135,21 +138,22 @@ TEST_F(FakeDatabaseTest, ReadsRowsFromTheCurrentOneToTheEnd) {
   EXPECT_EQ(rows.Rows(), 2U);
   EXPECT_EQ(rows.At(0, 0), Variant(Long{2}));
   EXPECT_TRUE(recordset->IsEOF());
-  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, 3021);
+  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, AdoNumber(3021));
 }
 
 TEST_F(FakeDatabaseTest, RefusesWhatAnOpenOrClosedObjectCannotDo) {
   database.Answer(u"Q", Numbers(1));
-  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, 3704);
-  EXPECT_EQ(ErrorOf([&] { recordset->Close(); }).Number, 3704);
+  EXPECT_EQ(ErrorOf([&] { recordset->GetRows(); }).Number, AdoNumber(3704));
+  EXPECT_EQ(ErrorOf([&] { recordset->Close(); }).Number, AdoNumber(3704));
+  EXPECT_EQ(recordset->FieldCount(), 0);
   Open(u"Q");
-  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, 3705);
-  EXPECT_EQ(ErrorOf([&] { recordset->SetMaxRecords(1); }).Number, 3705);
-  EXPECT_EQ(ErrorOf([&] { connection->Open(u"", u"", u"", -1); }).Number, 3705);
+  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, AdoNumber(3705));
+  EXPECT_EQ(ErrorOf([&] { recordset->SetMaxRecords(1); }).Number, AdoNumber(3705));
+  EXPECT_EQ(ErrorOf([&] { connection->Open(u"", u"", u"", -1); }).Number, AdoNumber(3705));
   recordset->Close();
   connection->Close();
-  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, 3709);
-  EXPECT_EQ(ErrorOf([&] { connection->Execute(u"Q", -1); }).Number, 3704);
+  EXPECT_EQ(ErrorOf([&] { Open(u"Q"); }).Number, AdoNumber(3709));
+  EXPECT_EQ(ErrorOf([&] { connection->Execute(u"Q", -1); }).Number, AdoNumber(3704));
 }
 
 TEST_F(FakeDatabaseTest, FailsWithTheProvidersErrorsWhenToldTo) {
@@ -191,7 +195,7 @@ TEST_F(FakeDatabaseTest, ExecuteGivesRowsOrAClosedRecordset) {
   database.Answer(u"DELETE", {});
   EXPECT_EQ(connection->Execute(u"Q", -1)->RecordCount(), -1);
   const auto nothing = connection->Execute(u"DELETE", -1);
-  EXPECT_EQ(ErrorOf([&] { nothing->IsEOF(); }).Number, 3704);
+  EXPECT_EQ(ErrorOf([&] { nothing->IsEOF(); }).Number, AdoNumber(3704));
 }
 
 TEST_F(FakeDatabaseTest, ExecuteTellsHowManyRowsChanged) {
@@ -211,6 +215,51 @@ TEST_F(FakeDatabaseTest, ARecordsetKnowsItsConnectionUntilItIsDetached) {
   EXPECT_EQ(recordset->GetActiveConnection(), connection);
   recordset->DetachConnection();
   EXPECT_EQ(recordset->GetActiveConnection(), nullptr);
+}
+
+TEST_F(FakeDatabaseTest, OnTheClientsSideARecordsetIsStatic) {
+  database.Answer(u"Q", Numbers(2));
+  recordset->SetCursorLocation(ado::kUseClient);
+  Open(u"Q");
+  EXPECT_EQ(recordset->CursorType(), ado::kOpenStatic);
+}
+
+TEST_F(FakeDatabaseTest, AFailedOpenLeavesNoConnectionBehind) {
+  EXPECT_NE(ErrorOf([&] { Open(u"unknown"); }).Number, 0);
+  EXPECT_EQ(recordset->GetActiveConnection(), nullptr);
+}
+
+TEST_F(FakeDatabaseTest, AnAnswerMayDependOnWhatIsGivenBesideTheText) {
+  std::vector<FakeStatement> seen;
+  database.AnswerStatementsWith([&](const FakeStatement& statement) -> std::optional<FakeAnswer> {
+    seen.push_back(statement);
+    return Numbers(1);
+  });
+  varnel::host::StatementParameters parameters;
+  parameters.values.push_back({u"p", Variant(Long{7})});
+  recordset->SetParameters(parameters);
+  Open(u"Q");
+  connection->Execute(u"R", -1);
+  ASSERT_EQ(seen.size(), 2U);
+  EXPECT_EQ(seen[0].sql, u"Q");
+  ASSERT_EQ(seen[0].parameters.values.size(), 1U);
+  EXPECT_EQ(seen[0].parameters.values[0].Value, Variant(Long{7}));
+  EXPECT_EQ(seen[0].connectionString, u"fake");
+  EXPECT_TRUE(seen[1].parameters.values.empty());
+}
+
+TEST_F(FakeDatabaseTest, TellsOfTransactions) {
+  std::vector<FakeTransaction> steps;
+  database.onTransaction = [&](FakeTransaction step) { steps.push_back(step); };
+  auto& script = dynamic_cast<varnel::Object&>(*connection);
+  EXPECT_EQ(script.CallWith(u"BeginTrans"), Variant(Long{1}));
+  script.CallWith(u"CommitTrans");
+  script.CallWith(u"RollbackTrans");
+  EXPECT_THAT(steps, ElementsAre(FakeTransaction::Begin, FakeTransaction::Commit, FakeTransaction::Rollback));
+  EXPECT_THAT(database.Lines(), ElementsAre("Connection 1: BeginTrans", "Connection 1: CommitTrans",
+                                            "Connection 1: RollbackTrans"));
+  connection->Close();
+  EXPECT_EQ(ErrorOf([&] { script.CallWith(u"BeginTrans"); }).Number, AdoNumber(3704));
 }
 
 TEST_F(FakeDatabaseTest, KnowsWhatIsStillHeld) {
