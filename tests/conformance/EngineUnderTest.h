@@ -66,7 +66,8 @@ enum class Feature {
   PatternClasses,       // LIKE '[a-c]%'
   DistinctFromAnIndex,  // all rows of a DISTINCT that an index with NULLs in its first column gives
   SpellingOfTheText,    // names in a result as the text spells them
-  EstimatesOfRows       // about how many rows a query gives, without counting
+  EstimatesOfRows,      // about how many rows a query gives, without counting
+  NumbersOfErrors       // an error's number of the engine's own
 };
 
 struct Lack {
@@ -86,7 +87,9 @@ inline constexpr Lack kLacks[] = {
     {EngineKind::Fake, Feature::EstimatesOfRows},
     {EngineKind::Sqlite, Feature::EstimatesOfRows},
     {EngineKind::SqliteByOdbc, Feature::EstimatesOfRows},
-    {EngineKind::Mariadb, Feature::EstimatesOfRows}};
+    {EngineKind::Mariadb, Feature::EstimatesOfRows},
+    // The server knows its errors by their states alone.
+    {EngineKind::Postgresql, Feature::NumbersOfErrors}};
 
 // An empty database of a real engine.
 class EngineDatabase : public DatabaseUnderTest {

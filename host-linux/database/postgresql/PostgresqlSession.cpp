@@ -72,9 +72,9 @@ std::shared_ptr<const PostgresqlShape> ShapeOfResult(const PGresult* described, 
   return shape;
 }
 
-void AddRow(RowStore& rows, const PGresult* result, int row, const PostgresqlShape& shape) {
+void AddRow(RowStore& rows, const PGresult* result, const PostgresqlShape& shape, std::size_t mostOfValue) {
   for (std::size_t i = 0; i < shape.kinds.size(); ++i)
-    AddValue(rows, result, row, static_cast<int>(i), shape.kinds[i]);
+    AddValue(rows, result, 0, static_cast<int>(i), shape.kinds[i], mostOfValue);
 }
 
 void RequireSize(const RowStore& rows, std::size_t most) {
@@ -348,7 +348,7 @@ StatementResult PostgresqlSession::RunWhole(const EngineStatement& statement, co
   try {
     while (const PostgresqlResult row = m_connection.NextRow()) {
       if (PQntuples(row.get()) == 0 || result.rows.Rows() >= mostRows) continue;
-      AddRow(result.rows, row.get(), 0, *prepared.shape);
+      AddRow(result.rows, row.get(), *prepared.shape, m_limits.maxValue);
       RequireSize(result.rows, m_limits.maxResult);
     }
   } catch (const ProviderFailure&) {
@@ -383,7 +383,7 @@ bool PostgresqlSession::ReadRows(const PostgresqlShape& shape, RowStore& io_rows
       m_connection.NextRow();
       return false;
     }
-    AddRow(io_rows, row.get(), 0, shape);
+    AddRow(io_rows, row.get(), shape, m_limits.maxValue);
     RequireSize(io_rows, batch.bytes);
   }
   // The last batch is known for it.

@@ -171,10 +171,14 @@ ResultColumn ColumnOf(const PGresult* result, int column) {
   return described;
 }
 
-void AddValue(RowStore& rows, const PGresult* result, int row, int column, PostgresqlKind kind) {
+void AddValue(RowStore& rows, const PGresult* result, int row, int column, PostgresqlKind kind,
+              std::size_t most) {
   if (PQgetisnull(result, row, column)) return rows.AddNull();
   const std::string_view text(PQgetvalue(result, row, column),
                               static_cast<std::size_t>(PQgetlength(result, row, column)));
+  // Bytes are written as digits, two for each.
+  if (text.size() / (kind == PostgresqlKind::Bytes ? 2 : 1) > most)
+    RaisePostgresql(provider_error::kFail, u"A value is larger than a value may be.", u"HY000");
   switch (kind) {
     case PostgresqlKind::Long:
     case PostgresqlKind::BigInt:

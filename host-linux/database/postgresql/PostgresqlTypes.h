@@ -19,7 +19,8 @@ std::u16string DeclaredTypeOf(Oid type);
 // A column of a result: its name, type code and, of a VARCHAR(n), its length.
 ResultColumn ColumnOf(const PGresult* result, int column);
 
-// A value of a result, in text form.
-void AddValue(RowStore& rows, const PGresult* result, int row, int column, PostgresqlKind kind);
+// A value of a result, in text form. Raises ProviderFailure for a text or bytes of more than `most` bytes.
+void AddValue(RowStore& rows, const PGresult* result, int row, int column, PostgresqlKind kind,
+              std::size_t most);
 
 }  // namespace hostlinux
