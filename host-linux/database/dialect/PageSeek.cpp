@@ -234,6 +234,7 @@ class Seeker {
   bool ReadKeys() {
     if (m_page.keys.empty() || m_page.keys.size() > kMaxKeys) return false;
     std::vector<bool> ways;
+    ways.reserve(m_page.keys.size());
     for (const PageKey& key : m_page.keys) ways.push_back(key.ascending);
     m_order = LexSql(OrderText(ways));
     m_order.resize(m_order.size() + kPadding);
