@@ -119,9 +119,7 @@ const String* FakeConnection::KeptText(const String& key) {
   return found == m_database->m_texts.end() ? nullptr : &found->second;
 }
 
-void FakeConnection::KeepText(const String& key, const String& text) {
-  m_database->m_texts[key] = text;
-}
+void FakeConnection::KeepText(const String& key, const String& text) { m_database->m_texts[key] = text; }
 
 void FakeConnection::Fail(const Fault& fault, const std::vector<ProviderError>& errors) {
   if (!fault) return;
