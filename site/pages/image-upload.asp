@@ -29,7 +29,8 @@ function fileName(sent) {
 
 // Notes the image as the user's. Whether he may have it is asked behind it: by then nobody else can write.
 function fitsQuota(connection, product, file, size) {
-  connection.Execute("INSERT OR REPLACE INTO UPLOADEDIMAGE (PRODUCTID, IMAGEFILENAME, USERID, BYTES) VALUES (" + product + ", '" + quoted(file) +
+  connection.Execute("DELETE FROM UPLOADEDIMAGE WHERE PRODUCTID = " + product + " AND IMAGEFILENAME = '" + quoted(file) + "'");
+  connection.Execute("INSERT INTO UPLOADEDIMAGE (PRODUCTID, IMAGEFILENAME, USERID, BYTES) VALUES (" + product + ", '" + quoted(file) +
     "', '" + currentUser() + "', " + size + ")");
   var rs = connection.Execute("SELECT COUNT(*) AS IMAGES, SUM(BYTES) AS SIZE FROM UPLOADEDIMAGE WHERE USERID = '" + currentUser() + "'");
   return rs("IMAGES").Value <= quota("Images") && rs("SIZE").Value <= quota("ImageBytes");

@@ -40,12 +40,22 @@ function priceOfLine(line) {
   return entry;
 }
 
+// This day, as every database is told of one.
+function startOfToday() {
+  var now = new Date();
+  function two(number) { return (number < 10 ? "0" : "") + number; }
+  return now.getFullYear() + "-" + two(now.getMonth() + 1) + "-" + two(now.getDate()) + " 00:00:00";
+}
+
 // Notes that the user brings in so many prices today. Whether he may is asked behind it: by then nobody else can write.
 function fitsQuota(connection, count) {
-  var todays = "USERID = '" + currentUser() + "' AND IMPORTDAY = DATE('now', 'localtime')";
-  connection.Execute("INSERT OR IGNORE INTO IMPORTEDPRICES (USERID, IMPORTDAY, PRICES) VALUES ('" + currentUser() + "', DATE('now', 'localtime'), 0)");
+  var day = startOfToday();
+  var todays = "USERID = '" + currentUser() + "' AND IMPORTDAY = '" + day + "'";
   connection.Execute("UPDATE IMPORTEDPRICES SET PRICES = PRICES + " + count + " WHERE " + todays);
-  return connection.Execute("SELECT PRICES FROM IMPORTEDPRICES WHERE " + todays)("PRICES").Value <= quota("Prices");
+  var rs = connection.Execute("SELECT PRICES FROM IMPORTEDPRICES WHERE " + todays);
+  if (!rs.EOF) return rs("PRICES").Value <= quota("Prices");
+  connection.Execute("INSERT INTO IMPORTEDPRICES (USERID, IMPORTDAY, PRICES) VALUES ('" + currentUser() + "', '" + day + "', " + count + ")");
+  return count <= quota("Prices");
 }
 
 // All or nothing. Tells whether they were stored.
@@ -59,8 +69,11 @@ function store(entries) {
     return false;
   }
   for (var entry of entries) {
-    connection.Execute("INSERT OR REPLACE INTO CATALOGPRODUCTPRICE (PRODUCTID, GROUPBY, PRICEEFFECTIVEDATE, PRICE, CURRENCYCODE) VALUES (" +
-      entry.productId + ", '" + entry.group + "', '" + entry.day + " 00:00:00', " + entry.amount.replace(",", ".") + ", 'EUR')");
+    var day = entry.day + " 00:00:00";
+    connection.Execute("DELETE FROM CATALOGPRODUCTPRICE WHERE PRODUCTID = " + entry.productId + " AND GROUPBY = '" + entry.group +
+      "' AND PRICEEFFECTIVEDATE = '" + day + "'");
+    connection.Execute("INSERT INTO CATALOGPRODUCTPRICE (PRODUCTID, GROUPBY, PRICEEFFECTIVEDATE, PRICE, CURRENCYCODE) VALUES (" +
+      entry.productId + ", '" + entry.group + "', '" + day + "', " + entry.amount.replace(",", ".") + ", 'EUR')");
   }
   connection.CommitTrans();
   connection.Close();
