@@ -79,6 +79,7 @@ std::vector<T> OneEach(std::vector<T> rows, const std::function<bool(const T&, c
 void CheckKeys(const Table& table) {
   for (const auto& key : table.keys) {
     std::vector<const Row*> rows;
+    rows.reserve(table.rows.size());
     for (const Row& row : table.rows) rows.push_back(&row);
     const auto order = [&](const Row* left, const Row* right) {
       for (const std::size_t i : key) {
@@ -345,6 +346,7 @@ Relation Statement::Query(Position order) {
   m_order = outside;
   if (!IsAt(u"ORDER")) return result;
   std::vector<ResultRow> rows;
+  rows.reserve(result.rows.size());
   for (Row& row : result.rows) rows.push_back({std::move(row), {}});
   Sort(rows, result.columns);
   for (std::size_t i = 0; i < rows.size(); ++i) result.rows[i] = std::move(rows[i].values);
