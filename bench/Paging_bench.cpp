@@ -26,6 +26,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using varnel::Long;
 using varnel::String;
+using Keys = std::vector<varnel::Variant>;
 
 constexpr int kPageSize = 10;
 constexpr int kReads = 300;  // of each kind
@@ -150,8 +151,11 @@ class Paging {
                 "1,000", "deep", "deep");
     for (const List& list : kLists) PrintList(list);
     PrintCounted();
-    std::printf("deep / 1,000 at most %.2f (%.1f), the dearest kind %.2f times the plain next page (%.0f)\n",
-                m_worstByDepth, kMostByDepth, m_worst / m_plain, kMostByKind);
+    std::printf(
+        "deep / 1,000 at most %.2f (%.1f), the most expensive kind %.2f times the plain next page (%.0f), a "
+        "jump "
+        "%.2f\n",
+        m_worstByDepth, kMostByDepth, m_worst / m_plain, kMostByKind, m_worstJump / m_plain);
     return m_worstByDepth <= kMostByDepth && m_worst / m_plain <= kMostByKind;
   }
 
@@ -187,25 +191,26 @@ class Paging {
     // The last row on this side of the border of NULLs, and the first behind it.
     const int nulls = Count(u"SELECT COUNT(*) FROM item WHERE note IS NULL");
     const int border = list.sort.find(u"DESC") == String::npos ? nulls : m_rows - nulls;
-    PrintRead("", list, Read::Next, "next over the border", border - 1);
-    PrintRead("", list, Read::Next, "next across it", border - kPageSize / 2);
-    PrintRead("", list, Read::Previous, "previous over it", border);
-    PrintRead("", list, Read::Previous, "previous across it", border + kPageSize / 2);
+    PrintRead("", list, Read::Next, "next over the border", border - 1, 1);
+    PrintRead("", list, Read::Next, "next across it", border - kPageSize / 2, 1);
+    PrintRead("", list, Read::Previous, "previous over it", border, 1);
+    PrintRead("", list, Read::Previous, "previous across it", border + kPageSize / 2, 1);
   }
 
-  void PrintRead(const char* title, const List& list, Read read, const char* name, int depth) {
+  void PrintRead(const char* title, const List& list, Read read, const char* name, int depth,
+                 int anchors = kPageSize) {
     const int atLeast = list.isOfCategory ? kNearOfCategory : kNear;
     const int near = HasAnchor(read) ? atLeast : depth;
-    const double atNear = Best(PageOf(list, read, near), list.isOfCategory ? kReadsOfCategory : kReads);
-    Judge(list, atNear, 1);
+    const double atNear = Around(list, read, near, kPageSize);
+    Judge(list, read, atNear, 1);
     if (m_plain == 0 && read == Read::Next) m_plain = atNear;
     if (!HasAnchor(read)) {
       std::printf("%-30s %-9s %8.1f %8s %6s | %10.0f\n", title, name, atNear, "", "",
                   BestOfText(PageOf(list, read, depth)));
       return;
     }
-    const double atDepth = Best(PageOf(list, read, depth), list.isOfCategory ? kReadsOfCategory : kReads);
-    Judge(list, atDepth, atDepth / atNear);
+    const double atDepth = Around(list, read, depth, anchors);
+    Judge(list, read, atDepth, atDepth / atNear);
     std::printf("%-30s %-9s %8.1f %8.1f %6.2f | %10.0f %10.0f | %10.0f\n", title, name, atNear, atDepth,
                 atDepth / atNear, BestOfText(PageOf(list, read, near)), BestOfText(PageOf(list, read, depth)),
                 ByOffset(list, depth));
@@ -229,14 +234,32 @@ class Paging {
         kept, once, atNext, kept / atNext, kMostByDepth);
   }
 
-  void Judge(const List& list, double time, double byDepth) {
+  // What a page costs depends on where it begins among the rows of one name, so that ten neighbours are read in turn: the mean
+  // of the best times of each.
+  double Around(const List& list, Read read, int depth, int anchors) {
+    const int times = list.isOfCategory ? kReadsOfCategory : kReads;
+    if (!HasAnchor(read)) return Best(PageOf(list, read, depth), times);
+    std::vector<Keys> keys = KeysFrom(list, depth);
+    keys.resize(static_cast<std::size_t>(anchors));
+    double all = 0;
+    for (const Keys& anchor : keys) all += Best(PageOf(list, read, anchor), times);
+    return all / anchors;
+  }
+
+  // A jump reads the rows of three pages.
+  void Judge(const List& list, Read read, double time, double byDepth) {
     if (list.isOfCategory) return;
-    m_worst = std::max(m_worst, time);
+    double& worst = read == Read::JumpAhead || read == Read::JumpBack ? m_worstJump : m_worst;
+    worst = std::max(worst, time);
     m_worstByDepth = std::max(m_worstByDepth, byDepth);
   }
 
-  // The read of a link on the page that begins, or for the next page ends, with the row at `depth`.
   varnel::PageQuery PageOf(const List& list, Read read, int depth) {
+    return PageOf(list, read, HasAnchor(read) ? KeysFrom(list, depth).front() : Keys());
+  }
+
+  // The read of a link on the page that begins, or for the next page ends, with the row of `keys`.
+  static varnel::PageQuery PageOf(const List& list, Read read, const Keys& keys) {
     varnel::PersistedState state;
     const bool back = read == Read::Previous || read == Read::JumpBack;
     state.NavType = read == Read::First  ? varnel::nav_type::kFirst
@@ -244,7 +267,7 @@ class Paging {
                     : back               ? varnel::nav_type::kPrevious
                                          : varnel::nav_type::kNext;
     state.SortFields = list.sort;
-    if (state.HasKeys()) state.KeyValues = KeysAt(list, depth);
+    state.KeyValues = keys;
     varnel::PageTop top{kPageSize};
     top.nested = read == Read::JumpAhead || read == Read::JumpBack;
     top.rows = kPagesOfJump * kPageSize;
@@ -264,23 +287,27 @@ class Paging {
     return select + u" ORDER BY " + order + u" LIMIT 10 OFFSET " + varnel::DecimalText(depth);
   }
 
-  // The key values of the row at `depth`, in the order of the sort and the key.
-  std::vector<varnel::Variant> KeysAt(const List& list, int depth) {
+  // The key values of the ten rows from `depth` on, in the order of the sort and the key.
+  std::vector<Keys> KeysFrom(const List& list, int depth) {
     varnel::PersistedState state;
     state.NavType = varnel::nav_type::kFirst;
     state.SortFields = list.sort;
     const auto fields = varnel::ParseSortFields(state, list.key);
     String columns;
     for (const varnel::SortField& field : fields) columns += (columns.empty() ? u"" : u",") + field.Name;
-    hostlinux::AdoRecordset row(m_database);
-    row.Open(Ordered(list, u"SELECT " + columns + list.From(), depth), m_connection, 3, 1, -1);
-    std::vector<varnel::Variant> keys;
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      const varnel::Variant value = row.FieldValue(static_cast<Long>(i));
-      keys.push_back(value.IsNull() ? varnel::Variant(varnel::Null())
-                                    : varnel::Variant(varnel::ToText(value)));
+    hostlinux::AdoRecordset rows(m_database);
+    std::vector<Keys> all;
+    rows.Open(Ordered(list, u"SELECT " + columns + list.From(), depth), m_connection, 3, 1, -1);
+    for (; !rows.IsEOF(); rows.MoveNext()) {
+      Keys keys;
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        const varnel::Variant value = rows.FieldValue(static_cast<Long>(i));
+        keys.push_back(value.IsNull() ? varnel::Variant(varnel::Null())
+                                      : varnel::Variant(varnel::ToText(value)));
+      }
+      all.push_back(std::move(keys));
     }
-    return keys;
+    return all;
   }
 
   int Count(const String& sql) {
@@ -325,6 +352,7 @@ class Paging {
   std::shared_ptr<hostlinux::AdoConnection> m_connection;
   double m_plain = 0;  // microseconds of the plain next page
   double m_worst = 0;
+  double m_worstJump = 0;
   double m_worstByDepth = 0;
 };
 

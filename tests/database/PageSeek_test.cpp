@@ -421,6 +421,52 @@ TEST_F(RowValues, OrDownwardWhereNoneCanBeNull) {
       Steps(m_read));
 }
 
+// SQL compares a row with a NULL in it neither as less nor as greater; they lie behind all others, in order.
+TEST_F(RowValues, DownwardTheNullsOfTheFirstKeyAreReadBehindTheRow) {
+  m_read.navType = 2;
+  m_facts.notNull = {u"id"};
+  EXPECT_EQ((Texts{"(  active = 1) AND (name, id) < ('Smith', 42)", "(  active = 1) AND name is null"}),
+            Conditions(m_read));
+}
+
+TEST_F(RowValues, NullsOfAKeyBehindTheFirstOneLieWithinTheRow) {
+  m_facts.types[u"city"] = u"VARCHAR(20)";
+  m_facts.notNull = {u"city", u"id"};
+  m_read = {.query = u"SELECT id, name, city FROM item",
+            .sort = u"city,name",
+            .keys = {u"Ulm", u"Smith", u"42"},
+            .navType = 2};
+  EXPECT_EQ(
+      (Texts{"city = 'Ulm' and (name, id) < ('Smith', 42)", "city = 'Ulm' and name is null", "city < 'Ulm'"}),
+      Conditions(m_read));
+}
+
+TEST_F(RowValues, OfTheKeysAtTheEndThatAreReadOneWay) {
+  m_facts.types[u"city"] = u"VARCHAR(20)";
+  m_facts.notNull = {u"city"};
+  m_read = {.query = u"SELECT id, name, city FROM item",
+            .sort = u"city DESC,name",
+            .keys = {u"Ulm", u"Smith", u"42"}};
+  EXPECT_EQ((Texts{"city = 'Ulm' and (name, id) > ('Smith', 42)", "city < 'Ulm'"}), Conditions(m_read));
+  m_read.keys[1] = varnel::Null();
+  EXPECT_EQ(
+      (Texts{"city = 'Ulm' and name is null and id > 42", "city = 'Ulm' and name >= ''", "city < 'Ulm'"}),
+      Conditions(m_read));
+}
+
+TEST_F(RowValues, TheWalkThroughTheOrderComparesTheRowInItsFront) {
+  m_facts.sorts = SortWork::Everything;
+  const Texts steps = Steps(m_read);
+  ASSERT_EQ(2u, steps.size());
+  EXPECT_EQ(
+      "SELECT id, name FROM (SELECT _rowid_ AS \"page row\", name AS \"page key\", id AS \"page key 2\" FROM "
+      "item) AS "
+      "\"page\" CROSS JOIN item i WHERE i._rowid_ = +\"page row\" AND (  active = 1) AND (\"page key\", "
+      "\"page key 2\") > "
+      "('Smith', 42) ORDER BY \"page key\" ASC, \"page key 2\" ASC LIMIT 10",
+      steps[1]);
+}
+
 TEST_F(RowValues, NotWithAKeyThatMayBeTheRowsNumber) {
   m_facts.types[u"id"] = u"integer";
   EXPECT_EQ((Texts{"(  active = 1) AND name = 'Smith' and id > 42", "(  active = 1) AND name > 'Smith'"}),

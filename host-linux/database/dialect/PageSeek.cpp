@@ -43,10 +43,12 @@ struct Key {
 
 enum class Behind { Anything, Greater, Less, Null, NotNull, Nothing };
 
-// Rows that are equal to the anchor in the first `same` keys, and behind it in the next one.
+// Rows that are equal to the anchor in the first `same` keys, and behind it in the next one; `isRow`: in all others, which are
+// compared as one row value.
 struct Arm {
   size_t same = 0;
   Behind behind = Behind::Anything;
+  bool isRow = false;
 };
 
 // What the rows of one statement have in a key: values of their own, the same value, NULL.
@@ -172,7 +174,7 @@ class Seeker {
     if (!ReadBranches() || !ReadKeys()) return {};
     if (IsUnion() ? !ReadPositions() : !OrderIsOfKeys()) return {};
     if (IsJump() && !KeepsColumns()) return {};
-    if (WriteRow()) return std::move(m_steps);
+    ReadRow();
     const std::vector<Arm> arms = Arms();
     if (IsUnion() && arms.size() < 2) return {};
     for (const Arm& arm : arms) IsUnion() ? WriteUnion(arm) : WriteArm(arm);
@@ -443,43 +445,48 @@ class Seeker {
 
   // --- a row value
 
-  bool WriteRow() {
-    const std::vector<RowPart> parts = RowParts();
-    if (parts.empty()) return false;
-    Writer writer;
-    writer.Copy(First().tokens, {0, First().end});
-    writer.Add(First().hasWhere ? u" AND (" : u" WHERE (");
-    for (size_t i = 0; i < m_keys.size(); ++i) {
-      if (i > 0) writer.Add(u",");
-      writer.CopyBehind(i == 0 ? u"" : u" ", m_keys[i].expression);
+  // The keys at the end of the order that can be compared as one row.
+  void ReadRow() {
+    m_rowBegin = m_keys.size();
+    if (!m_words.SeeksRows() || IsUnion() || !m_page.behindAnchor || !IsOneTable(First())) return;
+    m_rowParts.resize(m_keys.size(), RowPart::None);
+    while (m_rowBegin > 0 && IsRowPart(m_rowBegin - 1)) {
+      --m_rowBegin;
+      // Its NULLs lie behind all of the row, so that those of a key behind it would lie within.
+      if (MayHaveNullsBehind(m_keys[m_rowBegin])) break;
     }
-    writer.Add(m_keys[0].ascending ? u") > (" : u") < (");
-    for (size_t i = 0; i < m_keys.size(); ++i) {
-      if (i > 0) writer.Add(u",");
-      writer.AddAnchor(m_keys[i].anchor, i == 0 ? u"" : u" ", parts[i]);
-    }
-    writer.Add(u")");
-    Close(std::move(writer), std::vector<Held>(m_keys.size(), Held::Free));
-    return true;
+    if (m_keys.size() - m_rowBegin < 2) m_rowBegin = m_keys.size();
   }
 
-  // Empty where the keys can't be compared as one row.
-  std::vector<RowPart> RowParts() const {
-    const bool isOneWay = std::all_of(m_keys.begin(), m_keys.end(), [&](const Key& key) {
-      return !key.isNull && key.ascending == m_keys[0].ascending;
-    });
-    if (!m_words.SeeksRows() || IsUnion() || !m_page.behindAnchor || m_keys.size() < 2 || !isOneWay ||
-        !IsOneTable(First())) {
-      return {};
+  bool IsRowPart(size_t i) {
+    const Key& key = m_keys[i];
+    if (key.isNull || key.ascending != m_keys.back().ascending) return false;
+    if (i + 1 == m_keys.size() && MayHaveNullsBehind(key)) return false;
+    const auto facts = FactsOf(First(), key);
+    if (!facts || facts->size() != 1) return false;
+    m_rowParts[i] = PartOf(facts->front(), key.anchor.text);
+    return m_rowParts[i] != RowPart::None;
+  }
+
+  bool MayHaveNullsBehind(const Key& key) const { return !key.ascending && !IsNeverNull(First(), key); }
+
+  // The first `inFront` keys are those of a walk's front.
+  void WriteRow(Writer& writer, size_t inFront = 0) const {
+    writer.Add(u" (");
+    for (size_t i = m_rowBegin; i < m_keys.size(); ++i) {
+      if (i > m_rowBegin) writer.Add(u",");
+      const std::u16string_view gap = i == m_rowBegin ? u"" : u" ";
+      if (i < inFront)
+        writer.Add(std::u16string(gap) + NameInFront(i));
+      else
+        writer.CopyBehind(gap, m_keys[i].expression);
     }
-    std::vector<RowPart> parts;
-    for (const Key& key : m_keys) {
-      const auto facts = FactsOf(First(), key);
-      if (!facts || facts->size() != 1 || (!key.ascending && !IsNeverNull(First(), key))) return {};
-      parts.push_back(PartOf(facts->front(), key.anchor.text));
-      if (parts.back() == RowPart::None) return {};
+    writer.Add(m_keys.back().ascending ? u") > (" : u") < (");
+    for (size_t i = m_rowBegin; i < m_keys.size(); ++i) {
+      if (i > m_rowBegin) writer.Add(u",");
+      writer.AddAnchor(m_keys[i].anchor, i == m_rowBegin ? u"" : u" ", m_rowParts[i]);
     }
-    return parts;
+    writer.Add(u")");
   }
 
   // --- the arms
@@ -487,7 +494,8 @@ class Seeker {
   std::vector<Arm> Arms() const {
     if (!m_page.behindAnchor) return {Arm{}};
     std::vector<Arm> arms;
-    for (size_t level = m_keys.size(); level-- > 0;) {
+    if (m_rowBegin < m_keys.size()) AddRowArms(arms);
+    for (size_t level = m_rowBegin; level-- > 0;) {
       const Key& key = m_keys[level];
       if (key.ascending) {
         arms.push_back({level, key.isNull ? Behind::NotNull : Behind::Greater});
@@ -499,6 +507,12 @@ class Seeker {
     // Behind a NULL in all keys that are read downward lies nothing.
     if (arms.empty()) arms.push_back({0, Behind::Nothing});
     return arms;
+  }
+
+  void AddRowArms(std::vector<Arm>& o_arms) const {
+    const Key& first = m_keys[m_rowBegin];
+    o_arms.push_back({m_rowBegin, first.ascending ? Behind::Greater : Behind::Less, true});
+    if (MayHaveNullsBehind(first)) o_arms.push_back({m_rowBegin, Behind::Null});
   }
 
   std::u16string TextOf(const Branch& branch, const Key& key, Behind behind) const {
@@ -534,6 +548,7 @@ class Seeker {
       if (!m_keys[i].isNull) writer.AddAnchor(m_keys[i].anchor, u" ");
       writer.Add(u" and");
     }
+    if (arm.isRow) return WriteRow(writer);
     const Key& key = m_keys[arm.same];
     writer.CopyBehind(u" ", key.expression);
     writer.Add(TextOf(branch, key, arm.behind));
@@ -696,8 +711,8 @@ class Seeker {
   }
 
   static std::u16string NameInFront(size_t key) {
-    return key == 0 ? u" \"page key\""
-                    : u" \"page key " + NumberText(static_cast<std::int64_t>(key + 1)) + u"\"";
+    return key == 0 ? u"\"page key\""
+                    : u"\"page key " + NumberText(static_cast<std::int64_t>(key + 1)) + u"\"";
   }
 
   // The statement is the last one that was written.
@@ -726,7 +741,7 @@ class Seeker {
     for (size_t i = 0; i < inFront; ++i) {
       writer.Add(u",");
       writer.CopyBehind(u" ", {m_keys[i].expression.back()});
-      writer.Add(u" AS" + NameInFront(i));
+      writer.Add(u" AS " + NameInFront(i));
     }
     writer.Add(u" FROM");
     writer.CopyBehind(u" ", {branch.tokens[table.name]});
@@ -734,13 +749,16 @@ class Seeker {
     writer.Copy(branch.tokens, {branch.from.begin + 1, branch.from.end});
     writer.Add(u" WHERE " + table.called + u"._rowid_ = +\"page row\" AND");
     writer.Copy(branch.tokens, {branch.Scope().Clause(SqlClause::Where).begin + 1, branch.end});
-    if (arm.behind != Behind::Anything) {
+    if (arm.isRow) {
+      writer.Add(u" AND");
+      WriteRow(writer, inFront);
+    } else if (arm.behind != Behind::Anything) {
       writer.Add(u" AND \"page key\"" + TextOf(branch, key, arm.behind));
       if (arm.behind == Behind::Greater || arm.behind == Behind::Less) writer.AddAnchor(key.anchor, u" ");
     }
     writer.Add(u" ORDER BY");
     for (size_t i = 0; i < inFront; ++i)
-      writer.Add((i == 0 ? u"" : u",") + NameInFront(i) + (m_keys[i].ascending ? u" ASC" : u" DESC"));
+      writer.Add((i == 0 ? u" " : u", ") + NameInFront(i) + (m_keys[i].ascending ? u" ASC" : u" DESC"));
     if (inFront < m_keys.size()) {
       writer.Add(u",");
       writer.Copy(m_order, {m_keys[inFront].term.begin, m_order.size() - kPadding - 1});
@@ -814,6 +832,8 @@ class Seeker {
   Tokens m_order;  // ORDER BY and its terms
   std::vector<Key> m_keys;
   std::vector<size_t> m_positions;
+  size_t m_rowBegin = 0;  // the first one of the keys of the row value; behind the last one: there is none
+  std::vector<RowPart> m_rowParts;
   std::vector<PageStep> m_steps;
 };
 

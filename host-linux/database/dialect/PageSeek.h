@@ -4,8 +4,9 @@
 //   SELECT ... WHERE (w) AND e0 = 'k0' and e1 > 'k1' ORDER BY ... LIMIT n
 //   SELECT ... WHERE (w) AND e0 > 'k0' ORDER BY ... LIMIT n
 // A descending key has two arms, as NULLs lie behind all values: e0 < 'k0', and e0 is null unless it never is.
-// Where all keys of one table are read upward, or all downward and none can be NULL, a row value does in one statement:
+// The keys at the end of the order that are read one way, of one table, are compared as a row value, in one statement:
 //   SELECT ... WHERE (w) AND (e0, e1) > ('k0', 'k1') ORDER BY ... LIMIT n
+// Read downward, only the first one of them may be NULL, for which one more arm stands behind.
 // Where no index gives the order to its end (`name DESC, id ASC` over an index on the name), the engine would sort all
 // rows of the next name, which may be half the table's NULLs. Read alone, they come in order:
 //   SELECT ... WHERE (w) AND e0 is (SELECT e0 ... WHERE (w) ORDER BY e0 DESC LIMIT 1) ORDER BY ... LIMIT n
