@@ -29,28 +29,20 @@
 
 #include "host-linux/database/dialect/ColumnFacts.h"
 #include "host-linux/database/dialect/EngineWords.h"
-#include "host-linux/database/dialect/SqlLexer.h"
+#include "host-linux/database/dialect/PageParts.h"
 #include "varnel/host/Paging.h"
 
 namespace hostlinux {
 
-// A page's texts as tokens, closed by one of kind End.
-struct PageTokens {
-  std::vector<std::vector<SqlToken>>
-      branches;                   // SELECT ... FROM ..., and WHERE ( ... ) where it has a condition
-  std::vector<SqlToken> anchors;  // the literal of each key; of kind End for NULL. None without an anchor
-};
-
 // One statement, and another one for the same rows, or none.
 struct PageStep {
-  std::vector<SqlToken> text;
-  std::vector<SqlToken> walk;
+  SqlTokens text;
+  SqlTokens walk;
 };
 
 // The statements of `page`, in the library's SQL but for LIMIT. Each goes on where those before it end, and has `rows`
 // rows at most, or those of the `way` of a jump: the last `rows` of all are the page's then, turned around. None where
-// that isn't surely what the page's text reads: for what is grouped or aggregated, and for an order by a name that
-// isn't the column of its condition.
+// that isn't surely what the page's text reads.
 std::vector<PageStep> SeekPage(const varnel::host::PageSpec& page, PageTokens tokens, IColumnFacts& facts,
                                const IEngineWords& words);
 
