@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host-linux/base/Ascii.h"
+#include "host-linux/base/HtmlMarks.h"
 #include "host-linux/web/UrlPath.h"
 #include "varnel/automation/Members.h"
 
@@ -20,31 +21,13 @@ namespace {
 // Of the marks in a short text: it then needs memory once.
 constexpr std::size_t kRoomForNames = 24;
 
-// A character that can't stand for itself in HTML.
-constexpr bool IsMark(char16_t unit) { return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'"'; }
-constexpr bool IsMarkOrApostrophe(char16_t unit) { return IsMark(unit) || unit == u'\''; }
+constexpr bool IsMarkOrApostrophe(char16_t unit) { return IsHtmlMark(unit) || unit == u'\''; }
 
 // The first such character from `from` on, or the end.
 template <auto IsOne>
 std::size_t FindMark(StringView text, std::size_t from) {
-  // All of them stand before the letters, which are most of a text.
-  while (from < text.size() && (text[from] > u'>' || !IsOne(text[from]))) ++from;
+  while (from < text.size() && !IsOne(text[from])) ++from;
   return from;
-}
-
-StringView NameOfMark(char16_t mark) {
-  switch (mark) {
-    case u'&':
-      return u"&amp;";
-    case u'<':
-      return u"&lt;";
-    case u'>':
-      return u"&gt;";
-    case u'\'':
-      return u"&#39;";
-    default:
-      return u"&quot;";
-  }
 }
 
 // More than a script may have of a text needn't be made.
@@ -66,7 +49,8 @@ String Encoded(StringView text) {
   encoded.reserve(text.size() + text.size() / 8 + kRoomForNames);
   std::size_t start = 0;
   for (; mark < text.size(); mark = FindMark<IsOne>(text, start)) {
-    encoded.append(text, start, mark - start).append(NameOfMark(text[mark]));
+    const std::string_view html = HtmlOfMark(text[mark]);
+    encoded.append(text, start, mark - start).append(html.begin(), html.end());
     RequireRoom(encoded.size());
     start = mark + 1;
   }
@@ -101,7 +85,7 @@ String UrlEncodeText(StringView text) {
   return encoded;
 }
 
-String HtmlEncodeText(StringView text) { return Encoded<IsMark>(text); }
+String HtmlEncodeText(StringView text) { return Encoded<IsHtmlMark>(text); }
 
 String HtmlText(StringView text) { return Encoded<IsMarkOrApostrophe>(text); }
 

@@ -36,8 +36,7 @@ CallArguments::~CallArguments() {
 }
 
 varnel::Variant CallArguments::Read(v8::Local<v8::Value> given) {
-  constexpr int kMostOfName = 64;
-  if (m_texts == Texts::Names && given->IsString() && given.As<v8::String>()->Length() <= kMostOfName)
+  if (m_texts == Texts::Names && KnownNames::MayBeName(given))
     return m_core.Names().TextOf(m_core.Isolate(), given.As<v8::String>());
   return ToVariant(m_core, given, &m_arrays);
 }

@@ -14,6 +14,9 @@ namespace hostlinux {
 // once a request. Names that a script makes up gain nothing, and cost little.
 class KnownNames {
  public:
+  // True for a text that is short enough to be a name.
+  static bool MayBeName(v8::Local<v8::Value> value);
+  // `name` may be one.
   const varnel::String& TextOf(v8::Isolate* isolate, v8::Local<v8::String> name);
   // Lets go of what the request has used: a short name may be a part of a long text.
   void Clear();

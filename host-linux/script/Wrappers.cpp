@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "host-linux/base/HtmlMarks.h"
 #include "host-linux/base/NearestName.h"
 #include "host-linux/script/Arguments.h"
 #include "host-linux/script/InternalFields.h"
@@ -77,15 +78,26 @@ bool IsHtmlEncode(const varnel::ClassInfo& info, const Member& member) {
   return info.name == u"Server" && member.name == u"HTMLEncode";
 }
 
-// True for a short text without a character that HTML gives a meaning to.
-bool IsItsOwnHtml(v8::Isolate* isolate, v8::Local<v8::String> text) {
-  std::array<std::uint8_t, 200> units;
+// A short text of one byte a character as HTML: the text itself where it needs no encoding. Empty for any other text.
+v8::MaybeLocal<v8::String> ShortHtml(v8::Isolate* isolate, v8::Local<v8::String> text) {
+  constexpr int kMost = 400;
+  std::array<std::uint8_t, kMost> units;
   const int length = text->Length();
-  if (static_cast<std::size_t>(length) > units.size() || !text->IsOneByte()) return false;
+  if (length > kMost || !text->IsOneByte()) return {};
   text->WriteOneByte(isolate, units.data(), 0, length, v8::String::NO_NULL_TERMINATION);
-  return std::none_of(units.begin(), units.begin() + length, [](std::uint8_t unit) {
-    return unit <= '>' && (unit == '&' || unit == '<' || unit == '>' || unit == '"');
-  });
+  const auto end = units.begin() + length;
+  if (std::none_of(units.begin(), end, IsHtmlMark)) return text;
+
+  std::array<std::uint8_t, kMost * kMostHtmlOfMark> html;
+  auto htmlEnd = html.begin();
+  for (auto unit = units.begin(); unit != end; ++unit) {
+    if (IsHtmlMark(*unit))
+      htmlEnd = std::ranges::copy(HtmlOfMark(*unit), htmlEnd).out;
+    else
+      *htmlEnd++ = *unit;
+  }
+  return v8::String::NewFromOneByte(isolate, html.data(), v8::NewStringType::kNormal,
+                                    static_cast<int>(htmlEnd - html.begin()));
 }
 
 // What a call has changed by reference goes back into the script even where it fails.
@@ -333,11 +345,13 @@ void Wrappers::CallMember(const v8::FunctionCallbackInfo<v8::Value>& call) {
   });
 }
 
-// A text that needs no encoding is the result itself, and isn't copied there and back.
+// Most texts need not be copied there and back.
 void Wrappers::EncodeHtml(const v8::FunctionCallbackInfo<v8::Value>& call) {
+  v8::Local<v8::String> html;
   const bool isText = call.Length() == 1 && call[0]->IsString();
-  if (!isText || !IsItsOwnHtml(call.GetIsolate(), call[0].As<v8::String>())) return CallMember(call);
-  call.GetReturnValue().Set(call[0]);
+  if (!isText || !ShortHtml(call.GetIsolate(), call[0].As<v8::String>()).ToLocal(&html))
+    return CallMember(call);
+  call.GetReturnValue().Set(html);
 }
 
 void Wrappers::GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
@@ -362,11 +376,22 @@ void Wrappers::PutProperty(const v8::FunctionCallbackInfo<v8::Value>& call) {
   });
 }
 
+// What a text alone names, where it was handed out before.
+v8::Local<v8::Object> Wrappers::KeptItem(const varnel::Object& object,
+                                         const v8::FunctionCallbackInfo<v8::Value>& call) const {
+  if (call.Length() != 1 || !KnownNames::MayBeName(call[0])) return {};
+  const varnel::String& name = m_core.Names().TextOf(m_core.Isolate(), call[0].As<v8::String>());
+  const varnel::ObjectPtr* item = object.KeptItem(name);
+  return item == nullptr ? v8::Local<v8::Object>() : Known(**item);
+}
+
 void Wrappers::CallDefault(const v8::FunctionCallbackInfo<v8::Value>& call) {
   if (call.IsConstructCall()) return RefuseConstruction(call);
   Guarded(call.GetIsolate(), [&] {
     ScriptCore& core = ScriptCore::Of(call.GetIsolate());
     varnel::Object& object = *Unwrap(call.Holder());
+    if (const auto item = core.Objects().KeptItem(object, call); !item.IsEmpty())
+      return call.GetReturnValue().Set(item);
     CallArguments arguments(core, call, CallArguments::Texts::Names);
     const varnel::Variant result =
         CallAndStoreBack(arguments, [&](varnel::Arguments values) { return object.CallDefault(values); });

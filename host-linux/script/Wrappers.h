@@ -57,6 +57,9 @@ class Wrappers {
                                    const varnel::String& text);
   void AddAlias(ClassBinding& binding, v8::Local<v8::Name> name, const varnel::Member& member);
 
+  v8::Local<v8::Object> KeptItem(const varnel::Object& object,
+                                 const v8::FunctionCallbackInfo<v8::Value>& call) const;
+
   static void CallMember(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void EncodeHtml(const v8::FunctionCallbackInfo<v8::Value>& call);
   static void GetProperty(const v8::FunctionCallbackInfo<v8::Value>& call);

@@ -40,6 +40,27 @@ TEST_F(MembersTest, LibrarysOwnRecordsetHasTheSameProperties) {
             "False n01 n01 2 id 1 True");
 }
 
+// A field that the page has had before comes without the whole call; whatever has none is told by it.
+TEST_F(MembersTest, AFieldOfAListIsTheSameObjectInEveryRow) {
+  EXPECT_EQ(
+      Output(
+          "<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');"
+          " var rs = page.DRecordset(); rs.OpenRS('SELECT id, name FROM customer', 'id'); var first = "
+          "rs('name');"
+          " for (; !rs.EOF; rs.MoveNext()) { for (var key of ['name', '[NAME]', 'customer.Name', 1, 'gone', "
+          "'']) {"
+          " try { %><%= rs(key) === first %>:<%= rs(key).Value %> <% } catch (e) { %><%= e.number %> <% } } }"
+          " %><%= rs.Fields('Name') === first %> <%= rs.Fields.Item('NAME') === first %>"),
+      "True:n01 True:n01 True:n01 True:n01 5 9 True:n02 True:n02 True:n02 True:n02 5 9 True True");
+}
+
+TEST_F(MembersTest, AListThatIsNotOpenHasNoFieldByName) {
+  EXPECT_EQ(Output("<% var page = Server.CreateObject('Varnel.Page'); page.OpenDatabaseConnection('Demo');"
+                   " var rs = page.DRecordset(); for (var i = 0; i < 2; i++) try { rs('name'); }"
+                   " catch (e) { %><%= e.number %> <%= e.description %>|<% } %>"),
+            "-1 No data available.|-1 No data available.|");
+}
+
 TEST_F(MembersTest, DefaultMembersAreCalled) {
   EXPECT_EQ(
       OfRecordset("<%= rs('name') %> <%= rs.Fields('name') %> <%= rs(0) %> <%= Request.QueryString('a') %>"),

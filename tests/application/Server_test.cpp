@@ -33,6 +33,15 @@ TEST_F(ServerTest, HtmlEncodeGivesWhateverItIsGivenAsText) {
     EXPECT_EQ(Value("Server.HTMLEncode('x'.repeat(500) + " + mark + ")"), std::string(500, 'x') + name);
   }
   EXPECT_EQ(Value("Server.HTMLEncode('x'.repeat(500))"), std::string(500, 'x'));
+  EXPECT_EQ(Value("Server.HTMLEncode('a<b>c & \\\"d\\\" \\u00e4')"),
+            "a&lt;b&gt;c &amp; &quot;d&quot; \xC3\xA4");
+  EXPECT_EQ(Value("Server.HTMLEncode('<\\u20ac>')"), "&lt;\xE2\x82\xAC&gt;");
+  for (const int length : {399, 400, 401}) {
+    std::string quotes;
+    for (int i = 0; i < length; ++i) quotes += "&quot;";
+    EXPECT_EQ(Value("Server.HTMLEncode(String.fromCharCode(34).repeat(" + std::to_string(length) + "))"),
+              quotes);
+  }
   EXPECT_EQ(Value("Server.HTMLEncode(1.5) + Server.HTMLEncode(true) + Server.HTMLEncode({valueOf() { return "
                   "'<'; }})"),
             "1.5True&lt;");

@@ -94,6 +94,33 @@ TEST(DFields, ColumnsOfOneNameAreReachedByPosition) {
   EXPECT_EQ(fields->Item(Long{2})->Name, u"a");
 }
 
+TEST(DFields, AKeptFieldIsTheOneOfItsName) {
+  const auto fields = FieldsOf({u"id", u"Price"});
+  for (const StringView name : {u"Price", u"[Price]", u"p.PRICE", u"[p.Price]"}) {
+    const ObjectPtr* kept = fields->KeptItem(name);
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(*kept, fields->Item(name));
+  }
+}
+
+// The whole call tells then what is wrong.
+TEST(DFields, WhatHasNoFieldIsNotKept) {
+  for (const StringView name : {u"Gone", u"", u"[]", u"p."})
+    EXPECT_EQ(FieldsOf({u"id"})->KeptItem(name), nullptr);
+  EXPECT_EQ(std::make_shared<DFields>()->KeptItem(u"id"), nullptr);
+}
+
+TEST(DFields, WhatIsNoFieldIsNotKept) {
+  auto collection = std::make_shared<Collection>();
+  collection->Add(collection, u"it");
+  collection->Add(Long{1}, u"number");
+  collection->Add(ObjectPtr(), u"nothing");
+  DFields fields;
+  fields.Initialize(collection);
+  for (const StringView name : {u"it", u"number", u"nothing"}) EXPECT_EQ(fields.KeptItem(name), nullptr);
+  collection->LetGo();
+}
+
 TEST(DFields, AreWalkedInOrder) {
   const auto walk = FieldsOf({u"b", u"a"})->Enumerate();
   Variant item;

@@ -58,6 +58,11 @@ Variant Collection::Item(const Variant& indexOrKey) const { return m_entries[Pos
 
 const Variant& Collection::ItemOf(StringView key) const { return m_entries[PositionOfKey(key)].item; }
 
+const Variant* Collection::FindItem(StringView key) const {
+  const auto found = m_positions.find(key);
+  return found == m_positions.end() ? nullptr : &m_entries[found->second].item;
+}
+
 Long Collection::Count() const { return static_cast<Long>(m_entries.size()); }
 
 void Collection::Remove(const Variant& indexOrKey) {

@@ -24,6 +24,8 @@ class Collection : public Object {
   Variant Item(const Variant& indexOrKey) const;
   // The item with that key; raises 5 as `Item`. It stays where it is until the collection changes.
   const Variant& ItemOf(StringView key) const;
+  // The same; null for a missing key.
+  const Variant* FindItem(StringView key) const;
   Long Count() const;
   // Takes the item out. Raises as `Item`.
   void Remove(const Variant& indexOrKey);

@@ -84,6 +84,9 @@ class Object : public std::enable_shared_from_this<Object> {
   virtual void Put(StringView name, const Variant& value);
   // Calls the default member: 438 if there is none.
   virtual Variant CallDefault(Arguments arguments);
+  // The object that CallDefault gives for `name` alone, where it is kept already and asking for it does nothing else, so that
+  // a caller who asks often needs no Variants; null: CallDefault tells. It is there until this object changes.
+  virtual const ObjectPtr* KeptItem(StringView) const { return nullptr; }
   // The elements, for a for-each; null if the object is no collection.
   virtual std::unique_ptr<Enumeration> Enumerate() { return nullptr; }
 

@@ -11,13 +11,24 @@ namespace varnel {
 
 namespace {
 
-// Nothing is made from a field's class, so that its type alone tells it.
-std::shared_ptr<DField> AsField(const Variant& item) {
+// The field that an item is; null where it is none. Nothing is made from a field's class, so that its type alone tells it.
+const ObjectPtr* HeldField(const Variant& item) {
   const ObjectPtr* held = item.As<ObjectPtr>();
   if (held == nullptr || *held == nullptr) return nullptr;
   const Object& object = **held;
-  return typeid(object) == typeid(DField) ? std::static_pointer_cast<DField>(*held) : nullptr;
+  return typeid(object) == typeid(DField) ? held : nullptr;
 }
+
+std::shared_ptr<DField> AsField(const Variant& item) {
+  const ObjectPtr* held = HeldField(item);
+  return held == nullptr ? nullptr : std::static_pointer_cast<DField>(*held);
+}
+
+StringView WithoutBrackets(StringView name) {
+  return name.starts_with(u'[') && name.ends_with(u']') ? name.substr(1, name.size() - 2) : name;
+}
+
+StringView LastPiece(StringView name) { return name.substr(name.rfind(u'.') + 1); }
 
 // Positions count from 0 here and from 1 in the collection.
 std::shared_ptr<DField> FieldOf(const Collection& fields, const Variant& indexOrKey) {
@@ -34,9 +45,9 @@ String UnderlyingText(const ErrInfo& error) {
 
 // The empty text has no piece.
 StringView FieldKey(StringView iName) {
-  if (iName.starts_with(u'[') && iName.ends_with(u']')) iName = iName.substr(1, iName.size() - 2);
+  iName = WithoutBrackets(iName);
   if (iName.empty()) RaiseRuntimeError(runtime_error::kSubscript);
-  return iName.substr(iName.rfind(u'.') + 1);
+  return LastPiece(iName);
 }
 
 const ClassInfo& DFields::Class() const {
@@ -71,6 +82,13 @@ std::shared_ptr<DField> DFields::Item(const Variant& iIndexOrKey) {
       error.Number, u"ADODB.Fields",
       u"Database field with index or name '" + ToText(iIndexOrKey) + u"' not found." + UnderlyingText(error),
       error.HelpFile, error.HelpContext);
+}
+
+const ObjectPtr* DFields::KeptItem(StringView iName) const {
+  iName = WithoutBrackets(iName);
+  if (m_Fields == nullptr || iName.empty()) return nullptr;
+  const Variant* item = m_Fields->FindItem(LastPiece(iName));
+  return item == nullptr ? nullptr : HeldField(*item);
 }
 
 ObjectPtr DFields::NewEnum() {

@@ -20,6 +20,7 @@ class DFields : public Object {
   // text: [Price], p.Price and price are one; brackets count only around the whole. Raises the number of the
   // failure underneath with the source "ADODB.Fields" where there is no such field.
   std::shared_ptr<DField> Item(const Variant& iIndexOrKey);
+  const ObjectPtr* KeptItem(StringView iName) const override;
   // The enumerator of the fields in column order.
   ObjectPtr NewEnum();
 

@@ -193,6 +193,10 @@ std::shared_ptr<DField> DRecordset::GetDefault(Variant& iIndexOrKey) {
   return fields->Item(iIndexOrKey);
 }
 
+const ObjectPtr* DRecordset::KeptItem(StringView iName) const {
+  return m_oFields == nullptr ? nullptr : m_oFields->KeptItem(iName);
+}
+
 std::shared_ptr<DFields> DRecordset::Fields() { return m_oFields; }
 
 bool DRecordset::IsEOF() {

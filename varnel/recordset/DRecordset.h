@@ -129,6 +129,7 @@ class DRecordset : public Object, public IDRecordset, private DRecordsetFields {
 
   // The field of that name or position from 0. Raises -1 where no row was read.
   std::shared_ptr<DField> GetDefault(Variant& iIndexOrKey);
+  const ObjectPtr* KeptItem(StringView iName) const override;
   std::shared_ptr<DFields> Fields();  // Nothing where no row was read
   bool IsEOF();
   void MoveNext();
