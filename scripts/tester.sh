@@ -14,7 +14,8 @@ run_as_nobody() { setpriv --reuid=nobody --regid=nogroup --clear-groups -- "$@";
 # prepare_tester NAME: for the tests of build/NAME.
 prepare_tester() {
   is_root || return 0
-  if ! run_as_nobody test -r CMakeLists.txt -a -x "build/$1"; then
+  # By the whole path, as tests find their files: this folder itself would be open below one that isn't.
+  if ! run_as_nobody test -r "$PWD/CMakeLists.txt" -a -x "$PWD/build/$1"; then
     say "A plain user can't read $PWD: the tests run as root."
     return 0
   fi

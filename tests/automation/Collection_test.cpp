@@ -34,6 +34,20 @@ class AddingPosition : public Object {
   Collection& m_collection;
 };
 
+// Wherever a letter stands among others.
+TEST(NoCase, WhatIsEqualHashesAlike) {
+  for (const std::size_t length : {1U, 3U, 4U, 5U, 8U, 11U}) {
+    for (std::uint32_t unit = 1; unit < 0x10000; ++unit) {
+      String one(length, u'x');
+      String other(length, u'X');
+      one[length / 2] = static_cast<char16_t>(unit);
+      other[length / 2] = FoldCase(static_cast<char16_t>(unit));
+      ASSERT_TRUE(EqualNoCase()(one, other));
+      ASSERT_EQ(HashNoCase()(one), HashNoCase()(other)) << length << " " << unit;
+    }
+  }
+}
+
 TEST(Collection, MayGrowWhileAPositionIsConverted) {
   const auto colours = ThreeColours();
   const Variant position = std::make_shared<AddingPosition>(*colours);
@@ -116,6 +130,8 @@ TEST(Collection, IsWalkedInItsOrder) {
 TEST(Collection, KeysThatDifferInCaseOnlyHaveOneHash) {
   EXPECT_EQ(HashNoCase()(u"\u00C4pfel_X"), HashNoCase()(u"\u00E4PFEL_x"));
   EXPECT_NE(HashNoCase()(u"a"), HashNoCase()(u"b"));
+  EXPECT_NE(HashNoCase()(u"ab"), HashNoCase()(u"ba"));
+  EXPECT_NE(HashNoCase()(u"abcdefgh"), HashNoCase()(u"efghabcd"));
 }
 
 TEST(Collection, IsUsedByNameWithItemAsItsDefault) {

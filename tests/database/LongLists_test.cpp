@@ -136,4 +136,27 @@ TEST_F(LongLists, PagesFromAnyPlaceAreTheSame) {
   EXPECT_GT(walked, 5);
 }
 
+// Its keys are compared as a row, in the walk's front, too.
+TEST_F(LongLists, PagesOfOneTableFromAnyPlaceAreTheSame) {
+  Run(u"ALTER TABLE product ADD COLUMN kind INT");
+  Run(u"UPDATE product SET kind = CASE WHEN id % 2 = 0 THEN 1 ELSE 2 + id / 20 % 500 END");
+  Run(u"CREATE INDEX product_kind ON product (kind)");
+  Run(u"ANALYZE");
+  std::mt19937 random(11);
+  const auto below = [&](Long limit) { return std::uniform_int_distribution<Long>(0, limit - 1)(random); };
+  int walkedByRow = 0;
+  for (int read = 0; read < 60; ++read) {
+    const Long id = 1 + below(kRows);
+    hostlinux::AdoRecordset row(m_database);
+    row.Open(u"SELECT part FROM product WHERE id = " + varnel::DecimalText(id), m_connection, 3, 1, -1);
+    const String sort = below(2) == 0 ? u"P.part,P.id" : u"P.part DESC,P.id DESC";
+    const String list =
+        u"SELECT P.id, P.part, P.price FROM product P WHERE P.kind = " + varnel::DecimalText(1 + below(2));
+    ExpectTheSame(PageOf(list, static_cast<varnel::Integer>(1 + below(2)),
+                         {row.FieldValue(0), varnel::DecimalText(id)}, sort, below(3) == 0));
+    if (m_sent.find(u"(\"page key\", \"page key 2\")") != String::npos) ++walkedByRow;
+  }
+  EXPECT_GT(walkedByRow, 5);
+}
+
 }  // namespace
