@@ -131,6 +131,8 @@ TEST(Collection, KeysThatDifferInCaseOnlyHaveOneHash) {
   EXPECT_EQ(HashNoCase()(u"\u00C4pfel_X"), HashNoCase()(u"\u00E4PFEL_x"));
   EXPECT_NE(HashNoCase()(u"a"), HashNoCase()(u"b"));
   EXPECT_NE(HashNoCase()(u"ab"), HashNoCase()(u"ba"));
+  // Signs that differ from others as capitals do from small letters: names made of them would all stand in one place.
+  EXPECT_NE(HashNoCase()(u"@[\\]"), HashNoCase()(u"`{|}"));
   EXPECT_NE(HashNoCase()(u"abcdefgh"), HashNoCase()(u"efghabcd"));
 }
 
